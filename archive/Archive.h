@@ -1,0 +1,320 @@
+#pragma once
+
+#include "archive/Entry.h"
+#include "archive/Error.h"
+#include "archive/MemoryFile.h"
+#include "archive/Progress.h"
+#include "archive/URL.h"
+
+#include <cstdio>
+#include <iterator>
+#include <memory>
+#include <optional>
+#include <string_view>
+
+namespace archive {
+
+class DestinationFolder;
+class DirectoryWindow;
+class EntryAppender;
+
+/// One open ZIP file: a sequence of entries, lookup by path, extraction and adding. It shares one
+/// stream and its position among all of these, so one thread at a time.
+class Archive {
+public:
+    using EndOfCentralDirectoryRecord = archive::EndOfCentralDirectoryRecord;
+    using ZIP64EndOfCentralDirectory = archive::ZIP64EndOfCentralDirectory;
+    using ZIP64EndOfCentralDirectoryRecord = archive::ZIP64EndOfCentralDirectoryRecord;
+    using ZIP64EndOfCentralDirectoryLocator = archive::ZIP64EndOfCentralDirectoryLocator;
+    using ProgressPointer = std::shared_ptr<Progress>;
+
+    enum class AccessMode : unsigned { create = 0, read = 1, update = 2 };
+
+    /// What a modification adds to the number of entries.
+    enum class ModifyOperation : int { remove = -1, add = 1 };
+
+    /// Needed to extract (APPNOTE.TXT, section 4.4.3): a plain entry, a ZIP64 entry.
+    enum class Version : std::uint16_t { v20 = 20, v45 = 45 };
+    [[nodiscard]] static constexpr std::optional<Version> version(std::uint16_t rawValue) {
+        return rawValue == 20   ? std::optional(Version::v20)
+               : rawValue == 45 ? std::optional(Version::v45)
+                                : std::nullopt;
+    }
+
+    enum class ArchiveError {
+        unreadableArchive = 1,
+        unwritableArchive,
+        invalidEntryPath,
+        invalidCompressionMethod,
+        invalidCRC32,
+        cancelledOperation,
+        invalidBufferSize,
+        invalidEntrySize,
+        invalidLocalHeaderDataOffset,
+        invalidLocalHeaderSize,
+        invalidCentralDirectoryOffset,
+        invalidCentralDirectorySize,
+        invalidCentralDirectoryEntryCount,
+        missingEndOfCentralDirectoryRecord,
+    };
+
+    struct CloseFile {
+        void operator()(std::FILE *file) const { std::fclose(file); }
+    };
+    using FilePointer = std::unique_ptr<std::FILE, CloseFile>;
+
+    /// What opening produces.
+    struct BackingConfiguration {
+        FilePointer file;
+        EndOfCentralDirectoryRecord endOfCentralDirectoryRecord;
+        std::optional<ZIP64EndOfCentralDirectory> zip64EndOfCentralDirectory;
+        std::shared_ptr<MemoryFile> memoryFile; ///< only for archives in memory
+    };
+
+    // --- Opening ------------------------------------------------------------------------------
+
+    /// Opens, or with `create` makes, the archive at a file URL. Nothing if that cannot be done, or,
+    /// with `create`, if something is there already. `preferredEncoding` decodes the paths of all
+    /// entries instead of what each says of itself.
+    [[nodiscard]] static std::unique_ptr<Archive>
+    make(const URL &url, AccessMode accessMode,
+         std::optional<TextEncoding> preferredEncoding = std::nullopt);
+
+    /// The same over bytes in memory; with `create` the bytes are replaced by an empty archive's.
+    [[nodiscard]] static std::unique_ptr<Archive>
+    make(Data data, AccessMode accessMode,
+         std::optional<TextEncoding> preferredEncoding = std::nullopt);
+
+    /// Like `make`, but throws `unreadableArchive` (read, update) or `unwritableArchive` (create)
+    /// with what is wrong, in words.
+    [[nodiscard]] static std::unique_ptr<Archive>
+    open(const URL &url, AccessMode accessMode,
+         std::optional<TextEncoding> preferredEncoding = std::nullopt);
+
+    /// An archive over a stream that is open already, which it owns from now on. With `create` the
+    /// stream must be empty. Throws like `open`.
+    [[nodiscard]] static std::unique_ptr<Archive>
+    open(FilePointer stream, const URL &url, AccessMode accessMode,
+         std::optional<TextEncoding> preferredEncoding = std::nullopt);
+
+    Archive(const Archive &) = delete;
+    Archive &operator=(const Archive &) = delete;
+    ~Archive();
+
+    [[nodiscard]] const URL &url() const { return url_; }
+    [[nodiscard]] AccessMode accessMode() const { return accessMode_; }
+    [[nodiscard]] std::optional<TextEncoding> preferredEncoding() const {
+        return preferredEncoding_;
+    }
+    [[nodiscard]] const EndOfCentralDirectoryRecord &endOfCentralDirectoryRecord() const {
+        return endOfCentralDirectoryRecord_;
+    }
+    [[nodiscard]] const std::optional<ZIP64EndOfCentralDirectory> &
+    zip64EndOfCentralDirectory() const {
+        return zip64EndOfCentralDirectory_;
+    }
+    [[nodiscard]] bool isMemory() const { return url_.scheme() == memoryURLScheme; }
+    /// The bytes of an archive in memory; nothing for a file.
+    [[nodiscard]] std::optional<Data> data() const;
+
+    /// By the ZIP64 record where there is one, whatever the plain record says.
+    [[nodiscard]] std::uint64_t totalNumberOfEntriesInCentralDirectory() const;
+    [[nodiscard]] std::uint64_t sizeOfCentralDirectory() const;
+    [[nodiscard]] std::uint64_t offsetToStartOfCentralDirectory() const;
+
+    // --- Entries ------------------------------------------------------------------------------
+
+    /// Walks the central directory. It ends early, without an error, at a record that cannot be read
+    /// and at an encrypted entry; `end()` tells. Valid until the archive changes or goes.
+    class EntryIterator {
+    public:
+        enum class End { notYet, complete, damagedRecord, damagedLocalHeader, encryptedEntry };
+
+        [[nodiscard]] std::optional<Entry> next();
+        [[nodiscard]] End end() const { return end_; }
+        /// Records read so far, the encrypted one included.
+        [[nodiscard]] std::uint64_t index() const { return index_; }
+
+        EntryIterator(EntryIterator &&) noexcept;
+        EntryIterator &operator=(EntryIterator &&) noexcept;
+        ~EntryIterator();
+
+    private:
+        friend class Archive;
+        explicit EntryIterator(const Archive &archive);
+        std::optional<Entry> stop(End end);
+
+        const Archive *archive_;
+        std::unique_ptr<DirectoryWindow> window_;
+        std::uint64_t position_;
+        std::uint64_t count_;
+        std::uint64_t index_ = 0;
+        End end_ = End::notYet;
+    };
+    [[nodiscard]] EntryIterator makeIterator() const;
+
+    /// For range-based for.
+    class Iterator {
+    public:
+        using iterator_category = std::input_iterator_tag;
+        using value_type = Entry;
+        using difference_type = std::ptrdiff_t;
+        using pointer = const Entry *;
+        using reference = const Entry &;
+
+        [[nodiscard]] const Entry &operator*() const { return *entry_; }
+        [[nodiscard]] const Entry *operator->() const { return &*entry_; }
+        Iterator &operator++();
+        void operator++(int) { ++*this; }
+        friend bool operator==(const Iterator &iterator, std::default_sentinel_t /*end*/) {
+            return !iterator.entry_;
+        }
+
+    private:
+        friend class Archive;
+        explicit Iterator(EntryIterator entries);
+
+        EntryIterator entries_;
+        std::optional<Entry> entry_;
+    };
+    [[nodiscard]] Iterator begin() const;
+    [[nodiscard]] static std::default_sentinel_t end() { return std::default_sentinel; }
+
+    /// The first entry, in the directory's order, with exactly this path.
+    [[nodiscard]] std::optional<Entry> operator[](std::string_view path) const;
+
+    /// The entry's path as this archive decodes it.
+    [[nodiscard]] std::string path(const Entry &entry) const {
+        return entry.path(preferredEncoding_);
+    }
+
+    // --- Extraction ---------------------------------------------------------------------------
+    // All of these return the CRC-32 of the data, 0 when skipped, and leave it to the caller to
+    // compare it with the entry's checksum. Progress counts plain bytes.
+
+    struct ExtractOptions {
+        std::int64_t bufferSize = defaultReadChunkSize; ///< bytes of a chunk
+        bool skipCRC32 = false;
+        ProgressPointer progress;
+    };
+
+    /// Hands the data to the consumer in chunks; a directory is one empty chunk, a link one chunk
+    /// with its target.
+    CRC32 extract(const Entry &entry, const Consumer &consumer,
+                  const ExtractOptions &options) const;
+    CRC32 extract(const Entry &entry, const Consumer &consumer) const {
+        return extract(entry, consumer, ExtractOptions{});
+    }
+
+    /// Makes a file, a folder or a link at the URL, and its missing parent folders. Nothing is
+    /// overwritten, and nothing is written through a link at the URL itself; an existing folder is
+    /// welcome. What is written before a failure stays.
+    CRC32 extract(const Entry &entry, const URL &to, const ExtractOptions &options) const;
+    CRC32 extract(const Entry &entry, const URL &to) const {
+        return extract(entry, to, ExtractOptions{});
+    }
+
+    [[nodiscard]] static std::int64_t totalUnitCountForReading(const Entry &entry);
+    [[nodiscard]] static ProgressPointer makeProgressForReading(const Entry &entry);
+
+    // --- Adding -------------------------------------------------------------------------------
+    // Each addition is complete, rolled back (cancelled: the entries are as before) or, after
+    // another error, left as far as it was written, in which case the archive may not open again.
+
+    struct AddOptions {
+        CompressionMethod compressionMethod = CompressionMethod::none; ///< for files only
+        std::int64_t bufferSize = defaultWriteChunkSize;               ///< bytes of a chunk
+        ProgressPointer progress;
+    };
+
+    /// The item on disk that an entry is made of.
+    struct FileURL {
+        URL url;
+    };
+
+    /// Adds the item at `relativeTo` + path.
+    void addEntry(const std::string &with, const URL &relativeTo, const AddOptions &options);
+    void addEntry(const std::string &with, const URL &relativeTo) {
+        addEntry(with, relativeTo, AddOptions{});
+    }
+
+    /// Adds the item at the URL: its kind, size, date and permissions are read from the disk. A
+    /// folder is added without its content, a link with its target's text.
+    void addEntry(const std::string &with, const FileURL &fileURL, const AddOptions &options);
+    void addEntry(const std::string &with, const FileURL &fileURL) {
+        addEntry(with, fileURL, AddOptions{});
+    }
+
+    /// Adds what the provider yields. Without permissions the defaults of the type are written.
+    void addEntry(const std::string &with, Entry::EntryType type, std::int64_t uncompressedSize,
+                  Date modificationDate, std::optional<std::uint16_t> permissions,
+                  const Provider &provider, const AddOptions &options);
+    void addEntry(const std::string &with, Entry::EntryType type, std::int64_t uncompressedSize,
+                  Date modificationDate, std::optional<std::uint16_t> permissions,
+                  const Provider &provider) {
+        addEntry(with, type, uncompressedSize, modificationDate, permissions, provider,
+                 AddOptions{});
+    }
+
+    // The older forms, with sizes of 32 bits.
+    template <std::same_as<std::uint32_t> Size>
+    void addEntry(const std::string &with, const URL &relativeTo,
+                  CompressionMethod compressionMethod, Size bufferSize,
+                  const ProgressPointer &progress = nullptr) {
+        addEntry(with, relativeTo, AddOptions{compressionMethod, bufferSize, progress});
+    }
+    template <std::same_as<std::uint32_t> Size>
+    void addEntry(const std::string &with, const FileURL &fileURL,
+                  CompressionMethod compressionMethod, Size bufferSize,
+                  const ProgressPointer &progress = nullptr) {
+        addEntry(with, fileURL, AddOptions{compressionMethod, bufferSize, progress});
+    }
+    template <std::same_as<std::uint32_t> Size>
+    void addEntry(const std::string &with, Entry::EntryType type, Size uncompressedSize,
+                  Date modificationDate, std::optional<std::uint16_t> permissions,
+                  CompressionMethod compressionMethod, Size bufferSize,
+                  const ProgressPointer &progress, const Provider &provider) {
+        addEntry(with, type, std::int64_t{uncompressedSize}, modificationDate, permissions,
+                 provider, AddOptions{compressionMethod, bufferSize, progress});
+    }
+
+    [[nodiscard]] static std::int64_t totalUnitCountForAddingItem(const URL &at);
+    [[nodiscard]] static ProgressPointer makeProgressForAddingItem(const URL &at);
+
+private:
+    friend class FileManager;
+    friend class EntryAppender;
+
+    Archive(URL url, AccessMode accessMode, std::optional<TextEncoding> preferredEncoding,
+            BackingConfiguration configuration);
+
+    static BackingConfiguration makeBackingConfiguration(const URL &url, AccessMode mode);
+    static BackingConfiguration makeBackingConfiguration(Data data, AccessMode mode);
+    static BackingConfiguration makeBackingConfiguration(FilePointer stream, const URL &url,
+                                                         AccessMode mode);
+
+    CRC32 readUncompressed(const Entry &entry, const Consumer &consumer,
+                           const ExtractOptions &options) const;
+    CRC32 readCompressed(const Entry &entry, const Consumer &consumer,
+                         const ExtractOptions &options) const;
+    CRC32 readSymbolicLink(const Entry &entry, const Consumer &consumer,
+                           const ExtractOptions &options) const;
+    CRC32 extract(const Entry &entry, const std::string &name, DestinationFolder &folder,
+                  const ExtractOptions &options) const;
+
+    URL url_;
+    AccessMode accessMode_;
+    std::optional<TextEncoding> preferredEncoding_;
+    std::unique_ptr<char[]> streamBuffer_;
+    std::shared_ptr<MemoryFile> memoryFile_;
+    FilePointer archiveFile_;
+    EndOfCentralDirectoryRecord endOfCentralDirectoryRecord_;
+    std::optional<ZIP64EndOfCentralDirectory> zip64EndOfCentralDirectory_;
+};
+
+[[nodiscard]] std::error_code make_error_code(Archive::ArchiveError error);
+
+} // namespace archive
+
+template <>
+struct std::is_error_code_enum<archive::Archive::ArchiveError> : std::true_type {};

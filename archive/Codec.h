@@ -1,0 +1,48 @@
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <span>
+
+namespace archive {
+
+/// A streaming codec for raw DEFLATE (RFC 1951, no wrapper), in one direction.
+///
+/// One thread at a time. `setUp` readies it for a new stream, also in the middle of an old one, so
+/// that one codec serves many entries.
+class Codec {
+public:
+    enum class Operation { encode, decode };
+    enum class Status {
+        ok,    ///< goes on
+        end,   ///< the stream is complete; source behind its end is left alone
+        error, ///< the stream is damaged
+    };
+
+    Codec() = default;
+    Codec(const Codec &) = delete;
+    Codec &operator=(const Codec &) = delete;
+    virtual ~Codec() = default;
+
+    /// False if there is no memory for it.
+    [[nodiscard]] virtual bool setUp() = 0;
+
+    /// Consumes from the front of `source` and fills the front of `destination`; both are cut by
+    /// what was used. `finalize` says that no source follows this one. A call that can neither
+    /// consume nor fill returns `ok` and leaves both as they are.
+    [[nodiscard]] virtual Status process(std::span<const std::byte> &source,
+                                         std::span<std::byte> &destination, bool finalize) = 0;
+};
+
+/// zlib in either direction.
+[[nodiscard]] std::unique_ptr<Codec> makeZlibCodec(Codec::Operation operation);
+
+#ifdef VELLOMIR_ISAL
+/// ISA-L, which only inflates here.
+[[nodiscard]] std::unique_ptr<Codec> makeIsalInflater();
+#endif
+
+/// The best one of this build.
+[[nodiscard]] std::unique_ptr<Codec> makeCodec(Codec::Operation operation);
+
+} // namespace archive

@@ -1,0 +1,64 @@
+#pragma once
+
+#include "archive/Archive.h"
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+
+namespace archive {
+
+/// Between archives and folders: whole trees in and out, and the questions about single items that
+/// both need. No state; every operation is synchronous and may run on any thread. Errors are
+/// `archive::Error` with the path.
+class FileManager {
+public:
+    using ProgressPointer = std::shared_ptr<Progress>;
+
+    /// Unpacks an archive into a folder, which is made when missing. Folders first, then files, then
+    /// links; nothing is overwritten, and nothing lands outside the folder: not by "..", not by an
+    /// absolute name, not through a link.
+    ///
+    /// Throws `FileError::fileReadNoSuchFile` (no such archive), `ArchiveError::unreadableArchive`,
+    /// `FileError::fileReadInvalidFileName` (an entry that leaves the folder),
+    /// `ArchiveError::invalidCRC32` (after the damaged item has been written), and what extraction
+    /// throws. What was written until then stays.
+    void unzipItem(const URL &at, const URL &to, bool skipCRC32 = false,
+                   const ProgressPointer &progress = nullptr,
+                   std::optional<TextEncoding> preferredEncoding = std::nullopt) const;
+
+    /// Packs a file, or a folder with everything below it, into a new archive. The paths of a folder
+    /// start with its name if `shouldKeepParent`, else below it.
+    ///
+    /// Throws `FileError::fileReadNoSuchFile`, `FileError::fileWriteFileExists`,
+    /// `ArchiveError::unwritableArchive`, and what adding throws; a partly written archive stays.
+    void zipItem(const URL &at, const URL &to, bool shouldKeepParent,
+                 CompressionMethod compressionMethod = CompressionMethod::none,
+                 const ProgressPointer &progress = nullptr) const;
+
+    /// Links are not followed: a dangling one exists.
+    [[nodiscard]] bool itemExists(const URL &at) const;
+    [[nodiscard]] Entry::EntryType typeForItem(const URL &at) const;
+    void createParentDirectoryStructure(const URL &url) const;
+
+    /// What extraction applies to the item of an entry.
+    [[nodiscard]] static FileAttributes attributes(const Entry &entry);
+    [[nodiscard]] static std::uint16_t permissions(std::uint32_t externalFileAttributes,
+                                                   Entry::OSType osType,
+                                                   Entry::EntryType entryType);
+    [[nodiscard]] static std::uint32_t externalFileAttributesForEntry(Entry::EntryType type,
+                                                                      std::uint16_t permissions);
+
+    /// The whole mode word, type included; 0 if there is no such item.
+    [[nodiscard]] std::uint16_t permissionsForItem(const URL &at) const;
+    [[nodiscard]] Date fileModificationDateTimeForItem(const URL &at) const;
+    /// Bytes; of a link, the length of its text.
+    [[nodiscard]] std::int64_t fileSizeForItem(const URL &at) const;
+
+    /// Units of progress for adding the item: 1 for a folder, its bytes otherwise, −1 if they cannot
+    /// be told.
+    [[nodiscard]] std::int64_t totalUnitCountForAddingItem(const URL &at) const;
+    [[nodiscard]] ProgressPointer makeProgressForAddingItem(const URL &at) const;
+};
+
+} // namespace archive

@@ -1,0 +1,64 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <vector>
+
+namespace archive {
+
+/// How far an operation has come, and the way to stop it. Shared by the thread that works and those
+/// that watch: every member may be called from any thread.
+///
+/// The engine counts after each chunk (16 KiB by default) and polls for cancellation before each.
+class Progress : public std::enable_shared_from_this<Progress> {
+public:
+    /// Called on the working thread after each change of this object or of one below it.
+    using Observer = std::function<void(const Progress &)>;
+
+    [[nodiscard]] static std::shared_ptr<Progress> make(std::int64_t totalUnitCount = 0);
+
+    [[nodiscard]] std::int64_t totalUnitCount() const { return total_; }
+    void setTotalUnitCount(std::int64_t count);
+
+    /// The own units and the pending counts of the children that are finished.
+    [[nodiscard]] std::int64_t completedUnitCount() const { return completed_; }
+    void setCompletedUnitCount(std::int64_t count);
+    void addCompletedUnitCount(std::int64_t count);
+
+    /// From 0 to 1, with the share of the children that are on their way; 0 while the total is 0.
+    [[nodiscard]] double fractionCompleted() const;
+
+    /// The child's work counts `pendingUnitCount` here when it is finished, once.
+    void addChild(const std::shared_ptr<Progress> &child, std::int64_t pendingUnitCount);
+
+    /// Stops the operation at its next chunk, and those of all children.
+    void cancel() { cancelled_ = true; }
+    [[nodiscard]] bool isCancelled() const;
+
+    /// Set before the work begins.
+    void setObserver(Observer observer) { observer_ = std::move(observer); }
+
+private:
+    explicit Progress(std::int64_t totalUnitCount) : total_(totalUnitCount) {}
+    void changed();
+    void finishChild(const Progress *child);
+
+    struct Child {
+        std::weak_ptr<Progress> progress;
+        const Progress *identity = nullptr;
+        std::int64_t pendingUnitCount = 0;
+    };
+
+    std::atomic<std::int64_t> total_;
+    std::atomic<std::int64_t> completed_ = 0;
+    std::atomic<bool> cancelled_ = false;
+    std::shared_ptr<Progress> parent_;
+    mutable std::mutex childrenLock_;
+    std::vector<Child> children_;
+    Observer observer_;
+};
+
+} // namespace archive

@@ -1,0 +1,26 @@
+#pragma once
+
+// The one template of Data that needs more room than its declaration; included by Data.h.
+
+#include <array>
+
+namespace archive {
+
+template <DataSerializable Record>
+std::optional<Record> Data::readStruct(std::FILE *file, std::uint64_t offset) {
+    if (!seek(file, offset))
+        return std::nullopt;
+    std::array<std::byte, Record::size> fixed{};
+    Data tail;
+    const auto readTail = [&](std::size_t size) -> std::span<const std::byte> {
+        tail = readChunk(size, file);
+        return tail;
+    };
+    try {
+        return Record::make(readChunk(std::span<std::byte>(fixed), file), readTail);
+    } catch (const std::system_error &) {
+        return std::nullopt;
+    }
+}
+
+} // namespace archive

@@ -1,0 +1,66 @@
+#include "archive/Date.h"
+
+#include <algorithm>
+#include <cmath>
+#include <ctime>
+#include <limits>
+#include <optional>
+#include <stdexcept>
+
+namespace archive {
+namespace {
+
+constexpr int firstYear = 1980;
+constexpr int lastYear = 2099;
+
+/// The calendar's fields in UTC; nothing if the year does not fit.
+std::optional<std::tm> breakDown(double timeIntervalSince1970) {
+    if (!std::isfinite(timeIntervalSince1970))
+        throw std::invalid_argument("a date must be finite");
+    const double seconds = std::trunc(timeIntervalSince1970);
+    if (std::abs(seconds) > 1e17)
+        return std::nullopt;
+    const auto time = static_cast<std::time_t>(seconds);
+    std::tm fields{};
+    if (::gmtime_r(&time, &fields) == nullptr)
+        return std::nullopt;
+    return fields;
+}
+
+} // namespace
+
+Date Date::fromDateTime(DateTime dateTime) {
+    const unsigned date = dateTime.date;
+    const unsigned time = dateTime.time;
+    std::tm fields{};
+    fields.tm_sec = static_cast<int>((time & 31U) * 2U);
+    fields.tm_min = static_cast<int>((time >> 5U) & 63U);
+    fields.tm_hour = static_cast<int>((time >> 11U) & 31U);
+    fields.tm_mday = static_cast<int>(date & 31U);
+    fields.tm_mon = static_cast<int>((date >> 5U) & 15U) - 1;
+    fields.tm_year = static_cast<int>(date >> 9U) + firstYear - 1900;
+    return {static_cast<double>(::timegm(&fields))};
+}
+
+std::uint16_t Date::fileModificationDate() const {
+    const auto fields = breakDown(timeIntervalSince1970);
+    if (!fields)
+        return 0;
+    const int year = std::clamp(fields->tm_year + 1900, firstYear, lastYear);
+    return static_cast<std::uint16_t>(fields->tm_mday + (fields->tm_mon + 1) * 32 +
+                                      (year - firstYear) * 512);
+}
+
+std::uint16_t Date::fileModificationTime() const {
+    const auto fields = breakDown(timeIntervalSince1970);
+    if (!fields)
+        return 0;
+    return static_cast<std::uint16_t>(fields->tm_sec / 2 + fields->tm_min * 32 +
+                                      fields->tm_hour * 2048);
+}
+
+Date::DateTime Date::fileModificationDateTime() const {
+    return {fileModificationDate(), fileModificationTime()};
+}
+
+} // namespace archive

@@ -1,0 +1,74 @@
+#include "archive/Progress.h"
+
+#include <algorithm>
+
+namespace archive {
+
+std::shared_ptr<Progress> Progress::make(std::int64_t totalUnitCount) {
+    return std::shared_ptr<Progress>(new Progress(totalUnitCount));
+}
+
+void Progress::setTotalUnitCount(std::int64_t count) {
+    total_ = count;
+    changed();
+}
+
+void Progress::setCompletedUnitCount(std::int64_t count) {
+    completed_ = count;
+    changed();
+}
+
+void Progress::addCompletedUnitCount(std::int64_t count) {
+    completed_ += count;
+    changed();
+}
+
+double Progress::fractionCompleted() const {
+    const auto total = static_cast<double>(totalUnitCount());
+    if (total <= 0)
+        return 0;
+    auto completed = static_cast<double>(completedUnitCount());
+    const std::lock_guard lock(childrenLock_);
+    for (const Child &child : children_)
+        if (const auto progress = child.progress.lock())
+            completed += progress->fractionCompleted() * static_cast<double>(child.pendingUnitCount);
+    return std::clamp(completed / total, 0.0, 1.0);
+}
+
+void Progress::addChild(const std::shared_ptr<Progress> &child, std::int64_t pendingUnitCount) {
+    child->parent_ = shared_from_this();
+    const std::lock_guard lock(childrenLock_);
+    children_.push_back({child, child.get(), pendingUnitCount});
+}
+
+bool Progress::isCancelled() const {
+    return cancelled_ || (parent_ && parent_->isCancelled());
+}
+
+void Progress::changed() {
+    if (observer_)
+        observer_(*this);
+    if (!parent_)
+        return;
+    if (completedUnitCount() >= totalUnitCount())
+        parent_->finishChild(this);
+    else
+        parent_->changed();
+}
+
+void Progress::finishChild(const Progress *child) {
+    std::int64_t finished = 0;
+    {
+        const std::lock_guard lock(childrenLock_);
+        const auto found = std::find_if(children_.begin(), children_.end(), [=](const Child &each) {
+            return each.identity == child;
+        });
+        if (found == children_.end())
+            return;
+        finished = found->pendingUnitCount;
+        children_.erase(found);
+    }
+    addCompletedUnitCount(finished);
+}
+
+} // namespace archive

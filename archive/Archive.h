@@ -73,9 +73,9 @@ public:
 
     // --- Opening ------------------------------------------------------------------------------
 
-    /// Opens, or with `create` makes, the archive at a file URL. Nothing if that cannot be done, or,
-    /// with `create`, if something is there already. `preferredEncoding` decodes the paths of all
-    /// entries instead of what each says of itself.
+    /// Opens, or with `create` makes, the archive at a file URL. Nothing if that cannot be done,
+    /// or, with `create`, if something is there already. `preferredEncoding` decodes the paths of
+    /// all entries instead of what each says of itself.
     [[nodiscard]] static std::unique_ptr<Archive>
     make(const URL &url, AccessMode accessMode,
          std::optional<TextEncoding> preferredEncoding = std::nullopt);
@@ -124,8 +124,8 @@ public:
 
     // --- Entries ------------------------------------------------------------------------------
 
-    /// Walks the central directory. It ends early, without an error, at a record that cannot be read
-    /// and at an encrypted entry; `end()` tells. Valid until the archive changes or goes.
+    /// Walks the central directory. It ends early, without an error, at a record that cannot be
+    /// read and at an encrypted entry; `end()` tells. Valid until the archive changes or goes.
     class EntryIterator {
     public:
         enum class End { notYet, complete, damagedRecord, damagedLocalHeader, encryptedEntry };

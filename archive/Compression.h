@@ -15,15 +15,18 @@ enum class CompressionMethod : std::uint16_t { none = 0, deflate = 8 };
 [[nodiscard]] constexpr std::optional<CompressionMethod>
 makeCompressionMethod(std::uint16_t rawValue) {
     switch (rawValue) {
-    case 0: return CompressionMethod::none;
-    case 8: return CompressionMethod::deflate;
-    default: return std::nullopt;
+    case 0:
+        return CompressionMethod::none;
+    case 8:
+        return CompressionMethod::deflate;
+    default:
+        return std::nullopt;
     }
 }
 
 /// Takes the count of bytes delivered so far and a size, returns the next bytes of the source: as
-/// many as asked for, fewer only at the end. What it returns must stay valid until its next call. May
-/// throw.
+/// many as asked for, fewer only at the end. What it returns must stay valid until its next call.
+/// May throw.
 using Provider = std::function<std::span<const std::byte>(std::int64_t position, std::size_t size)>;
 
 /// Takes a chunk, which is valid only during the call. May throw.

@@ -35,8 +35,8 @@ template <std::unsigned_integral Value>
 [[nodiscard]] constexpr Value scanValue(std::span<const std::byte> bytes, std::size_t start) {
     Value value = 0;
     for (std::size_t index = sizeof(Value); index-- > 0;)
-        value = static_cast<Value>((value << 7U) << 1U) |
-                std::to_integer<Value>(bytes[start + index]);
+        value =
+            static_cast<Value>((value << 7U) << 1U) | std::to_integer<Value>(bytes[start + index]);
     return value;
 }
 
@@ -81,8 +81,8 @@ public:
     template <DataSerializable Record>
     [[nodiscard]] static std::optional<Record> readStruct(std::FILE *file, std::uint64_t offset);
 
-    /// Up to `size` bytes from the current position; fewer at the end of the file. Memory grows with
-    /// what is there, not with what was asked for. Throws `DataError::unreadableFile`.
+    /// Up to `size` bytes from the current position; fewer at the end of the file. Memory grows
+    /// with what is there, not with what was asked for. Throws `DataError::unreadableFile`.
     [[nodiscard]] static Data readChunk(std::size_t size, std::FILE *file);
 
     /// The same into a buffer of the caller's; returns the filled part.

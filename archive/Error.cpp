@@ -11,8 +11,8 @@
 namespace archive {
 namespace {
 
-/// One error enumeration: for each of its values, from 1 on, the name in the source and the sentence
-/// for people.
+/// One error enumeration: for each of its values, from 1 on, the name in the source and the
+/// sentence for people.
 class Category final : public std::error_category {
 public:
     struct Line {
@@ -81,11 +81,11 @@ constexpr std::array fileErrors = {
     Category::Line{"fileWriteUnknown", "The file cannot be written"},
 };
 
-const Category archiveCategory("ArchiveError", archiveErrors);
-const Category entryCategory("EntryError", entryErrors);
-const Category dataCategory("DataError", dataErrors);
-const Category compressionCategory("CompressionError", compressionErrors);
-const Category fileCategory("FileError", fileErrors);
+constinit const Category archiveCategory("ArchiveError", archiveErrors);
+constinit const Category entryCategory("EntryError", entryErrors);
+constinit const Category dataCategory("DataError", dataErrors);
+constinit const Category compressionCategory("CompressionError", compressionErrors);
+constinit const Category fileCategory("FileError", fileErrors);
 
 /// "Sentence (entry a/b): /path/to/file: No space left on device"
 std::string describe(std::error_code code, const ErrorContext &context) {
@@ -102,25 +102,34 @@ std::string describe(std::error_code code, const ErrorContext &context) {
 FileError readCode(int systemError) {
     switch (systemError) {
     case ENOENT:
-    case ENOTDIR: return FileError::fileReadNoSuchFile;
+    case ENOTDIR:
+        return FileError::fileReadNoSuchFile;
     case EACCES:
-    case EPERM: return FileError::fileReadNoPermission;
+    case EPERM:
+        return FileError::fileReadNoPermission;
     case ELOOP:
-    case ENAMETOOLONG: return FileError::fileReadInvalidFileName;
-    default: return FileError::fileReadUnknown;
+    case ENAMETOOLONG:
+        return FileError::fileReadInvalidFileName;
+    default:
+        return FileError::fileReadUnknown;
     }
 }
 
 FileError writeCode(int systemError) {
     switch (systemError) {
-    case EEXIST: return FileError::fileWriteFileExists;
-    case ENOENT: return FileError::fileNoSuchFile;
+    case EEXIST:
+        return FileError::fileWriteFileExists;
+    case ENOENT:
+        return FileError::fileNoSuchFile;
     case EACCES:
     case EPERM:
-    case EROFS: return FileError::fileWriteNoPermission;
+    case EROFS:
+        return FileError::fileWriteNoPermission;
     case ENOSPC:
-    case EDQUOT: return FileError::fileWriteOutOfSpace;
-    default: return FileError::fileWriteUnknown;
+    case EDQUOT:
+        return FileError::fileWriteOutOfSpace;
+    default:
+        return FileError::fileWriteUnknown;
     }
 }
 
@@ -152,9 +161,9 @@ Error::Error(std::error_code code, ErrorContext context)
 
 std::string Error::name() const {
     const auto *category = dynamic_cast<const Category *>(&code().category());
-    return category == nullptr ? std::string(code().category().name())
-                               : std::string(category->name()) + "." +
-                                     category->line(code().value()).name;
+    return category == nullptr
+               ? std::string(code().category().name())
+               : std::string(category->name()) + "." + category->line(code().value()).name;
 }
 
 Error Error::about(const std::string &entry, const std::string &path) const {

@@ -7,26 +7,26 @@ namespace archive {
 
 /// What the file system refused. The names are the platform's own.
 enum class FileError {
-    fileNoSuchFile = 1,     ///< cannot be opened
-    fileReadNoSuchFile,     ///< is not there
-    fileReadNoPermission,   ///< may not be read
+    fileNoSuchFile = 1,      ///< cannot be opened
+    fileReadNoSuchFile,      ///< is not there
+    fileReadNoPermission,    ///< may not be read
     fileReadInvalidFileName, ///< the name leads somewhere it must not
-    fileReadTooLarge,       ///< has a size that cannot be
-    fileReadUnknown,        ///< cannot be read, for a reason of the system's
-    fileWriteFileExists,    ///< is there already
-    fileWriteNoPermission,  ///< may not be written
-    fileWriteOutOfSpace,    ///< there is no room for it
-    fileWriteUnknown,       ///< cannot be written, for a reason of the system's
+    fileReadTooLarge,        ///< has a size that cannot be
+    fileReadUnknown,         ///< cannot be read, for a reason of the system's
+    fileWriteFileExists,     ///< is there already
+    fileWriteNoPermission,   ///< may not be written
+    fileWriteOutOfSpace,     ///< there is no room for it
+    fileWriteUnknown,        ///< cannot be written, for a reason of the system's
 };
 
 [[nodiscard]] std::error_code make_error_code(FileError error);
 
 /// What an error is about; every part may be empty.
 struct ErrorContext {
-    std::string path;      ///< the file, as the user knows it
-    std::string entry;     ///< the path of the archive's entry
-    std::string detail;    ///< a sentence that replaces the general one of the code
-    int systemError = 0;   ///< errno, for the system's own words
+    std::string path;    ///< the file, as the user knows it
+    std::string entry;   ///< the path of the archive's entry
+    std::string detail;  ///< a sentence that replaces the general one of the code
+    int systemError = 0; ///< errno, for the system's own words
 };
 
 /// The one exception of the engine and of the job. `code()` says what happened, for programs;

@@ -15,9 +15,9 @@ class FileManager {
 public:
     using ProgressPointer = std::shared_ptr<Progress>;
 
-    /// Unpacks an archive into a folder, which is made when missing. Folders first, then files, then
-    /// links; nothing is overwritten, and nothing lands outside the folder: not by "..", not by an
-    /// absolute name, not through a link.
+    /// Unpacks an archive into a folder, which is made when missing. Folders first, then files,
+    /// then links; nothing is overwritten, and nothing lands outside the folder: not by "..", not
+    /// by an absolute name, not through a link.
     ///
     /// Throws `FileError::fileReadNoSuchFile` (no such archive), `ArchiveError::unreadableArchive`,
     /// `FileError::fileReadInvalidFileName` (an entry that leaves the folder),
@@ -27,8 +27,8 @@ public:
                    const ProgressPointer &progress = nullptr,
                    std::optional<TextEncoding> preferredEncoding = std::nullopt) const;
 
-    /// Packs a file, or a folder with everything below it, into a new archive. The paths of a folder
-    /// start with its name if `shouldKeepParent`, else below it.
+    /// Packs a file, or a folder with everything below it, into a new archive. The paths of a
+    /// folder start with its name if `shouldKeepParent`, else below it.
     ///
     /// Throws `FileError::fileReadNoSuchFile`, `FileError::fileWriteFileExists`,
     /// `ArchiveError::unwritableArchive`, and what adding throws; a partly written archive stays.
@@ -55,8 +55,8 @@ public:
     /// Bytes; of a link, the length of its text.
     [[nodiscard]] std::int64_t fileSizeForItem(const URL &at) const;
 
-    /// Units of progress for adding the item: 1 for a folder, its bytes otherwise, −1 if they cannot
-    /// be told.
+    /// Units of progress for adding the item: 1 for a folder, its bytes otherwise, −1 if they
+    /// cannot be told.
     [[nodiscard]] std::int64_t totalUnitCountForAddingItem(const URL &at) const;
     [[nodiscard]] ProgressPointer makeProgressForAddingItem(const URL &at) const;
 };

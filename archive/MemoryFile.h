@@ -16,7 +16,8 @@ public:
     [[nodiscard]] const Data &data() const { return data_; }
     void setData(Data data) { data_ = std::move(data); }
 
-    /// A stream in the given stdio mode, to be closed with fclose; null if there is no memory for it.
+    /// A stream in the given stdio mode, to be closed with fclose; null if there is no memory for
+    /// it.
     [[nodiscard]] std::FILE *open(std::string_view mode);
 
 private:

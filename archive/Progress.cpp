@@ -31,7 +31,8 @@ double Progress::fractionCompleted() const {
     const std::lock_guard lock(childrenLock_);
     for (const Child &child : children_)
         if (const auto progress = child.progress.lock())
-            completed += progress->fractionCompleted() * static_cast<double>(child.pendingUnitCount);
+            completed +=
+                progress->fractionCompleted() * static_cast<double>(child.pendingUnitCount);
     return std::clamp(completed / total, 0.0, 1.0);
 }
 
@@ -60,9 +61,8 @@ void Progress::finishChild(const Progress *child) {
     std::int64_t finished = 0;
     {
         const std::lock_guard lock(childrenLock_);
-        const auto found = std::find_if(children_.begin(), children_.end(), [=](const Child &each) {
-            return each.identity == child;
-        });
+        const auto found = std::find_if(children_.begin(), children_.end(),
+                                        [=](const Child &each) { return each.identity == child; });
         if (found == children_.end())
             return;
         finished = found->pendingUnitCount;

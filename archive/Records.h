@@ -9,8 +9,8 @@
 #include <tuple>
 #include <vector>
 
-/// The records of a ZIP file (APPNOTE.TXT, section 4.3). All integers are little-endian, unsigned and
-/// packed. Values: a parsed record owns its variable parts.
+/// The records of a ZIP file (APPNOTE.TXT, section 4.3). All integers are little-endian, unsigned
+/// and packed. Values: a parsed record owns its variable parts.
 ///
 /// Every `make(data, additionalDataProvider)` takes exactly `size` bytes and returns nothing, never
 /// throws, when they are no such record. Every `data()` is the record as it stands in a file.
@@ -36,7 +36,12 @@ makeExtraFieldHeaderID(std::uint16_t rawValue) {
 /// ZIP64 extended information extra field (section 4.5.3). A value that is absent is 0.
 struct ZIP64ExtendedInformation {
     /// The optional members, in the order in which they are stored.
-    enum class Field { uncompressedSize, compressedSize, relativeOffsetOfLocalHeader, diskNumberStart };
+    enum class Field {
+        uncompressedSize,
+        compressedSize,
+        relativeOffsetOfLocalHeader,
+        diskNumberStart
+    };
     using Fields = std::vector<Field>;
 
     static constexpr std::size_t headerSize = 4;
@@ -49,8 +54,8 @@ struct ZIP64ExtendedInformation {
     std::uint64_t relativeOffsetOfLocalHeader = 0;
     std::uint32_t diskNumberStart = 0;
 
-    /// The field's bytes, header included, read as exactly these members: nothing if their widths do
-    /// not add up to the length.
+    /// The field's bytes, header included, read as exactly these members: nothing if their widths
+    /// do not add up to the length.
     [[nodiscard]] static std::optional<ZIP64ExtendedInformation>
     make(std::span<const std::byte> data, const Fields &fields);
 
@@ -225,9 +230,8 @@ struct BasicDataDescriptor {
     SizeField uncompressedSize = 0;
 
     using Self = BasicDataDescriptor;
-    static constexpr auto fields =
-        std::tuple{&Self::dataDescriptorSignature, &Self::crc32, &Self::compressedSize,
-                   &Self::uncompressedSize};
+    static constexpr auto fields = std::tuple{&Self::dataDescriptorSignature, &Self::crc32,
+                                              &Self::compressedSize, &Self::uncompressedSize};
     static constexpr std::size_t size = layout::size(fields);
 
     /// The signature is optional: without it the fields begin at once and the last bytes of `data`
@@ -236,9 +240,8 @@ struct BasicDataDescriptor {
     make(std::span<const std::byte> data, const AdditionalDataProvider &additionalDataProvider);
 
     /// A descriptor over bytes of the caller's.
-    [[nodiscard]] static BasicDataDescriptor from(Data data, std::uint32_t crc32,
-                                                  SizeField compressedSize,
-                                                  SizeField uncompressedSize);
+    [[nodiscard]] static BasicDataDescriptor
+    from(Data data, std::uint32_t crc32, SizeField compressedSize, SizeField uncompressedSize);
 
     /// The bytes from which it was made, unchanged.
     [[nodiscard]] const Data &data() const { return source; }
@@ -343,9 +346,9 @@ struct ZIP64EndOfCentralDirectoryLocator {
     std::uint32_t totalNumberOfDisk = 0;
 
     using Self = ZIP64EndOfCentralDirectoryLocator;
-    static constexpr auto fields = std::tuple{
-        &Self::zip64EOCDLocatorSignature, &Self::numberOfDiskWithZIP64EOCDRecordStart,
-        &Self::relativeOffsetOfZIP64EOCDRecord, &Self::totalNumberOfDisk};
+    static constexpr auto fields =
+        std::tuple{&Self::zip64EOCDLocatorSignature, &Self::numberOfDiskWithZIP64EOCDRecordStart,
+                   &Self::relativeOffsetOfZIP64EOCDRecord, &Self::totalNumberOfDisk};
     static constexpr std::size_t size = layout::size(fields);
 
     [[nodiscard]] static std::optional<ZIP64EndOfCentralDirectoryLocator>

@@ -14,8 +14,8 @@ enum class TextEncoding {
     codePage437, ///< IBM's DOS Latin US, the ZIP format's own (APPNOTE.TXT, appendix D)
 };
 
-/// The bytes as UTF-8 text, or nothing if they are not valid in the encoding. Every byte is valid in
-/// code page 437; its bytes below 0x80 are ASCII.
+/// The bytes as UTF-8 text, or nothing if they are not valid in the encoding. Every byte is valid
+/// in code page 437; its bytes below 0x80 are ASCII.
 [[nodiscard]] std::optional<std::string> decode(std::span<const std::byte> bytes,
                                                 TextEncoding encoding);
 

@@ -54,7 +54,9 @@ std::size_t extensionDot(std::string_view name) {
 URL::URL(std::string scheme, std::string path)
     : scheme_(std::move(scheme)), path_(std::move(path)) {}
 
-URL URL::file(std::string_view path) { return {"file", absolute(path)}; }
+URL URL::file(std::string_view path) {
+    return {"file", absolute(path)};
+}
 
 URL URL::folder(std::string_view path) {
     std::string text = absolute(path);
@@ -63,7 +65,9 @@ URL URL::folder(std::string_view path) {
     return {"file", std::move(text)};
 }
 
-std::string URL::path() const { return std::string(withoutTrailingSlashes(path_)); }
+std::string URL::path() const {
+    return std::string(withoutTrailingSlashes(path_));
+}
 
 std::string URL::lastPathComponent() const {
     const std::string_view path = withoutTrailingSlashes(path_);
@@ -76,7 +80,9 @@ std::string URL::pathExtension() const {
     return dot == std::string::npos ? std::string() : name.substr(dot + 1);
 }
 
-std::string URL::absoluteString() const { return scheme_ + "://" + percentEncoded(path_); }
+std::string URL::absoluteString() const {
+    return scheme_ + "://" + percentEncoded(path_);
+}
 
 URL URL::appendingPathComponent(std::string_view component) const {
     while (component.starts_with('/'))

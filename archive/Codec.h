@@ -15,7 +15,7 @@ public:
     enum class Operation { encode, decode };
     enum class Status {
         ok,    ///< goes on
-        end,   ///< the stream is complete; source behind its end is left alone
+        end,   ///< the stream is complete, and all of its output delivered
         error, ///< the stream is damaged
     };
 
@@ -32,6 +32,10 @@ public:
     /// consume nor fill returns `ok` and leaves both as they are.
     [[nodiscard]] virtual Status process(std::span<const std::byte> &source,
                                          std::span<std::byte> &destination, bool finalize) = 0;
+
+    /// After `end`: how many of the bytes consumed lie behind the stream's end. A codec that reads
+    /// ahead learns of them when they may belong to a chunk that is long gone.
+    [[nodiscard]] virtual std::size_t surplus() const { return 0; }
 };
 
 /// zlib in either direction.

@@ -1,0 +1,89 @@
+#include "archive/Data.h"
+
+#include "archive/Error.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <limits>
+#include <sys/types.h>
+
+namespace archive {
+namespace {
+
+/// The first step in which memory follows a long read; each further one doubles it.
+constexpr std::size_t readStep = 65536;
+
+[[noreturn]] void fail(Data::DataError error, int systemError) {
+    throw Error(error, {.systemError = systemError});
+}
+
+/// What could be read; fewer bytes than there is room for only at the end of the file.
+std::size_t read(std::span<std::byte> buffer, std::FILE *file) {
+    errno = 0;
+    const std::size_t count = std::fread(buffer.data(), 1, buffer.size(), file);
+    if (std::ferror(file) != 0)
+        fail(Data::DataError::unreadableFile, errno);
+    return count;
+}
+
+} // namespace
+
+std::string_view Data::text() const {
+    return {reinterpret_cast<const char *>(bytes_.data()), bytes_.size()};
+}
+
+void Data::append(std::span<const std::byte> bytes) {
+    bytes_.insert(bytes_.end(), bytes.begin(), bytes.end());
+}
+
+bool Data::seek(std::FILE *file, std::uint64_t offset) {
+    if (offset > static_cast<std::uint64_t>(std::numeric_limits<off_t>::max()))
+        return false;
+    // Where the seek fails, the bytes read next are no such record, or none at all.
+    static_cast<void>(::fseeko(file, static_cast<off_t>(offset), SEEK_SET));
+    return true;
+}
+
+Data Data::readChunk(std::size_t size, std::FILE *file) {
+    Data chunk;
+    while (chunk.size() < size) {
+        const std::size_t start = chunk.size();
+        chunk.resize(start + std::min(size - start, std::max(start, readStep)));
+        const std::size_t count = read(chunk.bytes().subspan(start), file);
+        if (start + count < chunk.size()) {
+            chunk.resize(start + count);
+            break;
+        }
+    }
+    return chunk;
+}
+
+std::span<const std::byte> Data::readChunk(std::span<std::byte> buffer, std::FILE *file) {
+    return buffer.first(read(buffer, file));
+}
+
+std::size_t Data::write(std::span<const std::byte> chunk, std::FILE *file) {
+    errno = 0;
+    const std::size_t count = std::fwrite(chunk.data(), 1, chunk.size(), file);
+    if (count < chunk.size() || std::ferror(file) != 0)
+        fail(DataError::unwritableFile, errno);
+    return count;
+}
+
+std::uint64_t Data::writeLargeChunk(std::span<const std::byte> chunk, std::uint64_t size,
+                                    std::int64_t bufferSize, std::FILE *file) {
+    if (bufferSize < 1)
+        throw Error(DataError::unwritableFile, {.detail = "Nothing can be written in slices of " +
+                                                          std::to_string(bufferSize) + " bytes"});
+    chunk = chunk.first(std::min<std::uint64_t>(size, chunk.size()));
+    std::uint64_t total = 0;
+    while (total < chunk.size()) {
+        const auto rest = chunk.subspan(total);
+        total += write(rest.first(std::min<std::uint64_t>(rest.size(),
+                                                          static_cast<std::uint64_t>(bufferSize))),
+                       file);
+    }
+    return total;
+}
+
+} // namespace archive

@@ -1,0 +1,65 @@
+#include "cli/Arguments.h"
+
+#include "archive/TextEncoding.h"
+
+#include <algorithm>
+
+namespace cli {
+namespace {
+
+constexpr char mark = '\x1f';
+
+bool looksLikeList(std::string_view argument) {
+    return argument.starts_with('[') && argument.ends_with(']');
+}
+
+/// "--name=", whose value is empty.
+bool hasEmptyValue(std::string_view argument) {
+    return argument.starts_with("--") && argument.find('=') == argument.size() - 1;
+}
+
+} // namespace
+
+std::vector<std::string> shielded(const std::vector<std::string> &arguments) {
+    std::vector<std::string> result;
+    bool areOptionsOver = false;
+    bool isValue = false; // of --number, the only option whose value may look like another one
+    for (const std::string &argument : arguments) {
+        if (areOptionsOver || looksLikeList(argument) || argument.starts_with(mark)) {
+            result.push_back(mark + argument);
+        } else if (argument == "--" && !isValue) {
+            areOptionsOver = true;
+        } else if (hasEmptyValue(argument) && !isValue) {
+            result.push_back(argument.substr(0, argument.size() - 1));
+            result.emplace_back();
+        } else {
+            result.push_back(argument);
+        }
+        isValue = argument == "--number" && !isValue;
+    }
+    return result;
+}
+
+std::string unshielded(std::string_view argument) {
+    if (argument.starts_with(mark))
+        argument.remove_prefix(1);
+    return std::string(argument);
+}
+
+std::string objectionToPath(std::string_view path) {
+    if (path.empty())
+        return "a path may not be empty";
+    if (!archive::isValidUTF8(path))
+        return "the path is not valid UTF-8 text";
+    if (path.starts_with('/'))
+        return "an absolute path would not be unpacked where it belongs; use --relative-to /";
+    for (std::string_view rest = path; !rest.empty();) {
+        const std::string_view component = rest.substr(0, rest.find('/'));
+        if (component == "..")
+            return "an unpacker refuses a path with \"..\"; use --relative-to";
+        rest.remove_prefix(std::min(component.size() + 1, rest.size()));
+    }
+    return {};
+}
+
+} // namespace cli

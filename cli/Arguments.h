@@ -1,0 +1,22 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+/// Around the habits of the parser library that would change what a user typed.
+namespace cli {
+
+/// The arguments as the library must see them to hand them on unchanged. "--name=" with nothing
+/// behind it becomes two arguments, because it would take the next one for the value. A text in
+/// brackets is marked, because it would be taken for a list; and so is all that follows "--", which
+/// would end the command with the first of several operands.
+[[nodiscard]] std::vector<std::string> shielded(const std::vector<std::string> &arguments);
+
+/// The text without the mark.
+[[nodiscard]] std::string unshielded(std::string_view argument);
+
+/// Why an unpacker would refuse an entry of this path, or put it elsewhere; "" if it would not.
+[[nodiscard]] std::string objectionToPath(std::string_view path);
+
+} // namespace cli

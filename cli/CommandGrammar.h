@@ -1,0 +1,102 @@
+#pragma once
+
+#include "cli/Arguments.h"
+#include "cli/Options.h"
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <string>
+#include <utility>
+#include <vector>
+
+/// The parser library's commands in the terms of this program. For one translation unit only: the
+/// library is all headers.
+namespace cli {
+
+template <class Value>
+using Choices = std::vector<std::pair<std::string, Value>>;
+
+/// One command and its options; the targets must outlive the parsing.
+class CommandGrammar {
+public:
+    CommandGrammar(CLI::App &parent, const std::string &name, const std::string &help)
+        : app_(*parent.add_subcommand(name, help)) {
+        app_.group("Commands");
+    }
+
+    [[nodiscard]] CLI::App &app() const { return app_; }
+
+    /// Any text. `placeholder` stands for it in the help.
+    CLI::Option &text(const std::string &name, const std::string &placeholder, std::string &target,
+                      const std::string &help) {
+        return option(name, placeholder, help,
+                      [&target](const std::string &value) { target = value; });
+    }
+
+    /// The name of a file or of an entry: not empty.
+    template <class Target>
+    CLI::Option &fileName(const std::string &name, const std::string &placeholder, Target &target,
+                          const std::string &help) {
+        return option(name, placeholder, help, [&target, name](const std::string &value) {
+            if (value.empty())
+                reject(name, "the name may not be empty");
+            target = value;
+        });
+    }
+
+    /// A file name that has no option in front of it and may not be left out.
+    void operand(const std::string &name, std::string &target, const std::string &help) {
+        fileName(name, " ", target, help).required();
+    }
+
+    /// One or more of them.
+    void operands(const std::string &name, std::vector<std::string> &target,
+                  const std::string &help) {
+        const auto take = [&target](const std::vector<std::string> &values) {
+            std::transform(values.begin(), values.end(), std::back_inserter(target), unshielded);
+        };
+        app_.add_option_function<std::vector<std::string>>(name, take, help)
+            ->option_text(" ")
+            ->allow_extra_args()
+            ->required();
+    }
+
+    /// One word of several.
+    template <class Target, class Value>
+    void choice(const std::string &name, Target &target, const Choices<Value> &choices,
+                const std::string &help) {
+        std::string words;
+        for (const auto &[word, value] : choices)
+            words.append(words.empty() ? "" : "|").append(word);
+        option(name, words, help, [&target, choices, name, words](const std::string &text) {
+            const auto found = std::find_if(choices.begin(), choices.end(),
+                                            [&](const auto &each) { return each.first == text; });
+            if (found == choices.end())
+                reject(name, "\"" + text + "\" is none of " + words);
+            target = found->second;
+        });
+    }
+
+    CLI::Option &flag(const std::string &name, bool &target, const std::string &help) {
+        return *app_.add_flag(name, target, help);
+    }
+
+    [[noreturn]] static void reject(const std::string &name, const std::string &why) {
+        throw CLI::ValidationError(name, why);
+    }
+
+private:
+    template <class Take>
+    CLI::Option &option(const std::string &name, const std::string &placeholder,
+                        const std::string &help, Take take) {
+        const std::function<void(const std::string &)> function =
+            [take](const std::string &value) { take(unshielded(value)); };
+        return *app_.add_option_function(name, function, help)
+                    ->option_text(placeholder)
+                    ->type_name(placeholder);
+    }
+
+    CLI::App &app_;
+};
+
+} // namespace cli

@@ -1,0 +1,236 @@
+#include "cli/CommandLine.h"
+
+#include "cli/CommandGrammar.h"
+
+#include "archive/TextEncoding.h"
+
+#include <memory>
+#include <set>
+
+namespace cli {
+namespace {
+
+const Choices<ProgressMode> progressModes = {{"auto", ProgressMode::automatic},
+                                             {"always", ProgressMode::always},
+                                             {"never", ProgressMode::never}};
+const Choices<archive::CompressionMethod> methods = {
+    {"none", archive::CompressionMethod::none}, {"deflate", archive::CompressionMethod::deflate}};
+const Choices<archive::TextEncoding> encodings = {{"utf-8", archive::TextEncoding::utf8},
+                                                  {"cp437", archive::TextEncoding::codePage437}};
+
+/// All commands, and the values that a command line fills in.
+class Grammar {
+public:
+    Grammar();
+
+    [[nodiscard]] std::variant<Request, Answer> parse(const std::vector<std::string> &arguments);
+
+private:
+    void declareDuplicate();
+    void declareList(CLI::App &parent);
+    void declareExtract(CLI::App &parent);
+    void declareCreate(CLI::App &parent);
+    void declareAdd(CLI::App &parent);
+    void declareCat(CLI::App &parent);
+    void declareTest(CLI::App &parent);
+    void declareFeedback(CommandGrammar &command);
+    void declareQuiet(CommandGrammar &command);
+
+    template <class Chosen>
+    void choose(CommandGrammar &command, const Chosen &options) {
+        command.app().callback([this, &options] { request_.options = options; });
+    }
+
+    [[nodiscard]] const CLI::App &chosen(std::string &path) const;
+    [[nodiscard]] std::string describe(const CLI::ParseError &error) const;
+
+    CLI::App app_{"Makes second copies of iOS application packages, and works with ZIP archives.",
+                  "vellomir-cli"};
+    Request request_;
+    DuplicateOptions duplicate_;
+    ListOptions list_;
+    ExtractOptions extract_;
+    CreateOptions create_;
+    AddOptions add_;
+    CatOptions cat_;
+    TestOptions test_;
+};
+
+/// The library's help without its remarks on the number of commands.
+class HelpFormatter : public CLI::Formatter {
+public:
+    HelpFormatter() {
+        column_width(30);
+        label("SUBCOMMAND", "COMMAND");
+        label("Positionals", "Operands");
+    }
+    std::string make_description(const CLI::App *app) const override {
+        return app->get_description() + "\n\n";
+    }
+};
+
+Grammar::Grammar() {
+    app_.formatter(std::make_shared<HelpFormatter>());
+    app_.set_help_flag("-h,--help", "print this help");
+    app_.set_version_flag("--version", "vellomir-cli " VELLOMIR_VERSION, "print the version");
+    app_.require_subcommand(1);
+    declareDuplicate();
+    CLI::App &archive = *app_.add_subcommand("archive", "work with a ZIP archive");
+    archive.require_subcommand(1)->group("Commands");
+    declareList(archive);
+    declareExtract(archive);
+    declareCreate(archive);
+    declareAdd(archive);
+    declareCat(archive);
+    declareTest(archive);
+}
+
+void Grammar::declareDuplicate() {
+    CommandGrammar command(app_, "duplicate", "make a second copy of an application package");
+    command.operand("PACKAGE", duplicate_.package, "the package (.ipa); it stays as it is");
+    command
+        .text("--number", "TEXT", duplicate_.number,
+              "what the copy's identifier and names end in, required;\n\"\" changes none of them")
+        .required();
+    CLI::Option &icon =
+        command.fileName("--icon", "PICTURE", duplicate_.icon, "the copy's icon, used as it is");
+    command.flag("--zoom", duplicate_.zoom, "crop the picture to its centred square first")
+        .needs(&icon);
+    command.fileName("--output", "PATH", duplicate_.output,
+                     "a folder, or the copy's file name; the current\nfolder if left out");
+    command.flag("--force", duplicate_.force, "replace the result if it exists");
+    command.flag("--json", duplicate_.json,
+                 "print one object instead of the log: log, errorMessage,\nresult (a path or null)");
+    declareFeedback(command);
+    choose(command, duplicate_);
+}
+
+void Grammar::declareList(CLI::App &parent) {
+    CommandGrammar command(parent, "list", "print what an archive's directory says of its entries");
+    command.operand("ARCHIVE", list_.archive, "the archive");
+    command.choice("--encoding", list_.encoding, encodings,
+                   "how all names are stored (else each entry says it)");
+    command.flag("--json", list_.json, "print one object");
+    declareQuiet(command);
+    choose(command, list_);
+}
+
+void Grammar::declareExtract(CLI::App &parent) {
+    CommandGrammar command(parent, "extract",
+                           "unpack an archive into a folder; nothing is overwritten, and nothing\n"
+                           "lands outside the folder");
+    command.operand("ARCHIVE", extract_.archive, "the archive");
+    command.operand("DESTINATION", extract_.destination, "the folder, made if it is missing");
+    command.choice("--encoding", extract_.encoding, encodings,
+                   "how all names are stored (else each entry says it)");
+    command.flag("--skip-crc32", extract_.skipCRC32, "do not check the data against its checksums");
+    declareFeedback(command);
+    choose(command, extract_);
+}
+
+void Grammar::declareCreate(CLI::App &parent) {
+    CommandGrammar command(parent, "create", "pack a file or a folder into a new archive");
+    command.operand("ARCHIVE", create_.archive, "the archive, which must not exist");
+    command.operand("SOURCE", create_.source, "the file, or the folder with all that is in it");
+    command.flag("--keep-parent", create_.keepParent, "let the paths begin with the folder's name");
+    command.choice("--method", create_.method, methods, "how files are stored (none)");
+    declareFeedback(command);
+    choose(command, create_);
+}
+
+void Grammar::declareAdd(CLI::App &parent) {
+    CommandGrammar command(parent, "add",
+                           "add files, links and folders to an archive, which is made if it is\n"
+                           "missing");
+    command.operand("ARCHIVE", add_.archive, "the archive; as it was if anything fails");
+    command.operands("PATH", add_.paths,
+                     "stored under its own text, exactly the items given:\n"
+                     "a folder comes without what is in it");
+    command.fileName("--relative-to", "FOLDER", add_.relativeTo,
+                     "where the paths start; the current folder if left out");
+    command.choice("--method", add_.method, methods, "how files are stored (none)");
+    declareFeedback(command);
+    command.app().callback([this] {
+        std::set<std::string> seen;
+        for (const std::string &path : add_.paths) {
+            const std::string objection = objectionToPath(path);
+            if (!objection.empty())
+                CommandGrammar::reject("\"" + path + "\"", objection);
+            if (!seen.insert(path).second)
+                CommandGrammar::reject("\"" + path + "\"", "the path is given twice");
+        }
+        request_.options = add_;
+    });
+}
+
+void Grammar::declareCat(CLI::App &parent) {
+    CommandGrammar command(parent, "cat", "print an entry's data");
+    command.operand("ARCHIVE", cat_.archive, "the archive");
+    command.operand("ENTRY", cat_.entry, "the exact path, as the list shows it");
+    choose(command, cat_);
+}
+
+void Grammar::declareTest(CLI::App &parent) {
+    CommandGrammar command(parent, "test",
+                           "read every entry, check checksums, sizes and records, and name every\n"
+                           "entry that differs");
+    command.operand("ARCHIVE", test_.archive, "the archive");
+    command.flag("--json", test_.json, "print one object");
+    declareFeedback(command);
+    choose(command, test_);
+}
+
+void Grammar::declareFeedback(CommandGrammar &command) {
+    command.choice("--progress", request_.feedback.progress, progressModes,
+                   "draw a bar on standard error (auto: if it is a terminal)");
+    declareQuiet(command);
+}
+
+void Grammar::declareQuiet(CommandGrammar &command) {
+    command.flag("--quiet", request_.feedback.quiet, "say nothing but errors");
+}
+
+/// The command that the line got to, and how it is reached.
+const CLI::App &Grammar::chosen(std::string &path) const {
+    const CLI::App *command = &app_;
+    path = command->get_name();
+    while (!command->get_subcommands().empty()) {
+        command = command->get_subcommands().front();
+        path += " " + command->get_name();
+    }
+    return *command;
+}
+
+std::string Grammar::describe(const CLI::ParseError &error) const {
+    std::string path;
+    const CLI::App &command = chosen(path);
+    std::string why = unshielded(error.what());
+    if (why == "A subcommand is required") {
+        const auto rest = command.remaining();
+        why = rest.empty() ? "a command is missing" : "\"" + rest.front() + "\" is no command";
+    }
+    return "wrong command line: " + why + " (" + path + " --help tells more)";
+}
+
+std::variant<Request, Answer> Grammar::parse(const std::vector<std::string> &arguments) {
+    std::vector<std::string> reversed = shielded(arguments);
+    std::reverse(reversed.begin(), reversed.end());
+    try {
+        app_.parse(std::move(reversed));
+        return request_;
+    } catch (const CLI::CallForHelp &) {
+        return Answer{app_.help()};
+    } catch (const CLI::CallForVersion &version) {
+        return Answer{std::string(version.what()) + "\n"};
+    } catch (const CLI::ParseError &error) {
+        throw UsageError(describe(error));
+    }
+}
+
+} // namespace
+
+std::variant<Request, Answer> parse(const std::vector<std::string> &arguments) {
+    return Grammar().parse(arguments);
+}
+
+} // namespace cli

@@ -1,0 +1,78 @@
+#pragma once
+
+#include "archive/Compression.h"
+#include "archive/TextEncoding.h"
+
+#include <optional>
+#include <string>
+#include <variant>
+#include <vector>
+
+/// The commands, each as one validated value. File names are the user's own text, never empty.
+namespace cli {
+
+enum class ProgressMode { automatic, always, never };
+
+/// What goes to standard error while a command runs.
+struct Feedback {
+    ProgressMode progress = ProgressMode::automatic;
+    bool quiet = false; ///< nothing but errors
+};
+
+struct DuplicateOptions {
+    std::string package;
+    std::string number; ///< any text, also none
+    std::optional<std::string> icon;
+    bool zoom = false; ///< only with an icon
+    std::string output = "."; ///< a folder, or the name of the result
+    bool force = false;
+    bool json = false;
+};
+
+struct ListOptions {
+    std::string archive;
+    std::optional<archive::TextEncoding> encoding;
+    bool json = false;
+};
+
+struct ExtractOptions {
+    std::string archive;
+    std::string destination;
+    std::optional<archive::TextEncoding> encoding;
+    bool skipCRC32 = false;
+};
+
+struct CreateOptions {
+    std::string archive;
+    std::string source;
+    bool keepParent = false;
+    archive::CompressionMethod method = archive::CompressionMethod::none;
+};
+
+struct AddOptions {
+    std::string archive;
+    std::vector<std::string> paths; ///< each one that an unpacker takes; no two are the same
+    std::string relativeTo = ".";
+    archive::CompressionMethod method = archive::CompressionMethod::none;
+};
+
+struct CatOptions {
+    std::string archive;
+    std::string entry;
+};
+
+struct TestOptions {
+    std::string archive;
+    bool json = false;
+};
+
+using Options = std::variant<DuplicateOptions, ListOptions, ExtractOptions, CreateOptions,
+                             AddOptions, CatOptions, TestOptions>;
+
+/// What a command line asks for.
+struct Request {
+    Options options;
+    Feedback feedback;
+};
+
+} // namespace cli

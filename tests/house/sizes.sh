@@ -1,0 +1,12 @@
+#!/usr/bin/env bash
+# No source grows beyond what one can hold in mind.
+limit=500
+source "$(dirname "$0")/files.sh"
+trackedFiles '*.cpp' '*.h' '*.py' '*.sh' run test
+long=$(wc -l -- "${files[@]}" | awk -v limit=$limit '$2 != "total" && $1 > limit')
+if [[ -n $long ]]; then
+    echo "Longer than $limit lines:"
+    echo "$long"
+    exit 1
+fi
+echo "${#files[@]} files"

@@ -14,9 +14,11 @@
 
 namespace archive {
 
+class ArchiveUnpacker;
 class DestinationFolder;
 class DirectoryWindow;
 class EntryAppender;
+struct EndRecords;
 
 /// One open ZIP file: a sequence of entries, lookup by path, extraction and adding. It shares one
 /// stream and its position among all of these, so one thread at a time.
@@ -65,6 +67,7 @@ public:
 
     /// What opening produces.
     struct BackingConfiguration {
+        std::unique_ptr<char[]> streamBuffer; ///< the stream's, which must not outlive it
         FilePointer file;
         EndOfCentralDirectoryRecord endOfCentralDirectoryRecord;
         std::optional<ZIP64EndOfCentralDirectory> zip64EndOfCentralDirectory;
@@ -89,6 +92,10 @@ public:
     /// with what is wrong, in words.
     [[nodiscard]] static std::unique_ptr<Archive>
     open(const URL &url, AccessMode accessMode,
+         std::optional<TextEncoding> preferredEncoding = std::nullopt);
+
+    [[nodiscard]] static std::unique_ptr<Archive>
+    open(Data data, AccessMode accessMode,
          std::optional<TextEncoding> preferredEncoding = std::nullopt);
 
     /// An archive over a stream that is open already, which it owns from now on. With `create` the
@@ -142,6 +149,7 @@ public:
     private:
         friend class Archive;
         explicit EntryIterator(const Archive &archive);
+        std::optional<CentralDirectoryStructure> readDirectoryRecord();
         std::optional<Entry> stop(End end);
 
         const Archive *archive_;
@@ -282,7 +290,7 @@ public:
     [[nodiscard]] static ProgressPointer makeProgressForAddingItem(const URL &at);
 
 private:
-    friend class FileManager;
+    friend class ArchiveUnpacker;
     friend class EntryAppender;
 
     Archive(URL url, AccessMode accessMode, std::optional<TextEncoding> preferredEncoding,
@@ -290,8 +298,9 @@ private:
 
     static BackingConfiguration makeBackingConfiguration(const URL &url, AccessMode mode);
     static BackingConfiguration makeBackingConfiguration(Data data, AccessMode mode);
-    static BackingConfiguration makeBackingConfiguration(FilePointer stream, const URL &url,
-                                                         AccessMode mode);
+    static BackingConfiguration makeBackingConfiguration(FilePointer stream, AccessMode mode);
+    [[nodiscard]] EndRecords endRecords() const;
+    void truncate(std::uint64_t size);
 
     CRC32 readUncompressed(const Entry &entry, const Consumer &consumer,
                            const ExtractOptions &options) const;

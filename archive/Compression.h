@@ -25,8 +25,8 @@ makeCompressionMethod(std::uint16_t rawValue) {
 }
 
 /// Takes the count of bytes delivered so far and a size, returns the next bytes of the source: as
-/// many as asked for, fewer only at the end. What it returns must stay valid until its next call.
-/// May throw.
+/// many as asked for, fewer only at the end; any beyond are ignored. A size of 0 asks whether that
+/// was all. What it returns must stay valid until its next call. May throw.
 using Provider = std::function<std::span<const std::byte>(std::int64_t position, std::size_t size)>;
 
 /// Takes a chunk, which is valid only during the call. May throw.

@@ -15,6 +15,8 @@ public:
 
     [[nodiscard]] const Data &data() const { return data_; }
     void setData(Data data) { data_ = std::move(data); }
+    /// Cuts the end off, or pads with zero bytes; the position stays.
+    void resize(std::size_t size) { data_.resize(size); }
 
     /// A stream in the given stdio mode, to be closed with fclose; null if there is no memory for
     /// it.

@@ -38,6 +38,8 @@ double Progress::fractionCompleted() const {
 
 void Progress::addChild(const std::shared_ptr<Progress> &child, std::int64_t pendingUnitCount) {
     child->parent_ = shared_from_this();
+    if (pendingUnitCount <= 0)
+        return; // counts nothing here, now or later
     const std::lock_guard lock(childrenLock_);
     children_.push_back({child, child.get(), pendingUnitCount});
 }

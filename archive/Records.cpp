@@ -257,12 +257,12 @@ std::uint64_t CentralDirectoryStructure::effectiveRelativeOffsetOfLocalHeader() 
 }
 
 Fields CentralDirectoryStructure::validFields() const {
-    Fields fields = validSizes(*this);
+    Fields expected = validSizes(*this);
     if (relativeOffsetOfLocalHeader == maxUInt32)
-        fields.push_back(Field::relativeOffsetOfLocalHeader);
+        expected.push_back(Field::relativeOffsetOfLocalHeader);
     if (diskNumberStart == maxUInt16)
-        fields.push_back(Field::diskNumberStart);
-    return fields;
+        expected.push_back(Field::diskNumberStart);
+    return expected;
 }
 
 template <std::unsigned_integral SizeField>

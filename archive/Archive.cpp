@@ -1,0 +1,232 @@
+#include "archive/Archive.h"
+
+#include "archive/EndRecords.h"
+#include "archive/FileDescriptor.h"
+
+#include <cerrno>
+#include <fcntl.h>
+#include <sys/stat.h>
+
+namespace archive {
+namespace {
+
+using ArchiveError = Archive::ArchiveError;
+
+Error unreadable(std::string detail) {
+    return Error(ArchiveError::unreadableArchive, {.detail = std::move(detail)});
+}
+
+/// An archive is a regular file: a folder has no bytes, and a pipe no end to look from.
+FileDescriptor openExisting(const std::string &path, int flags) {
+    FileDescriptor file(::open(path.c_str(), flags | O_CLOEXEC | O_NONBLOCK));
+    if (!file.isOpen())
+        throw Error(ArchiveError::unreadableArchive,
+                    {.detail = "The archive cannot be opened", .systemError = errno});
+    struct stat status {};
+    if (::fstat(file.get(), &status) == 0 && !S_ISREG(status.st_mode))
+        throw unreadable(S_ISDIR(status.st_mode) ? "This is a folder, not an archive"
+                                                 : "This is not a regular file");
+    return file;
+}
+
+FileDescriptor createNew(const std::string &path) {
+    FileDescriptor file(::open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
+    if (!file.isOpen())
+        throw Error(ArchiveError::unwritableArchive,
+                    {.detail = "The archive cannot be created", .systemError = errno});
+    return file;
+}
+
+Archive::FilePointer stream(FileDescriptor descriptor, const char *mode) {
+    Archive::FilePointer file(::fdopen(descriptor.get(), mode));
+    if (!file)
+        throw Error(Data::DataError::unreadableFile, {.systemError = errno});
+    static_cast<void>(descriptor.release()); // the stream's own from here on
+    return file;
+}
+
+void writeEmptyArchive(std::FILE *file) {
+    Data::write(EndOfCentralDirectoryRecord().data(), file);
+    if (std::fflush(file) != 0)
+        throw Error(Data::DataError::unwritableFile, {.systemError = errno});
+}
+
+/// What a stream without an end record is, as far as its first bytes tell.
+Error explainMissingRecord(std::FILE *file) {
+    std::rewind(file);
+    const Data start = Data::readChunk(sizeof(localFileHeaderStructSignature), file);
+    if (start.empty())
+        return unreadable("The archive is empty: it has no bytes at all");
+    if (start.size() == sizeof(localFileHeaderStructSignature) &&
+        scanValue<std::uint32_t>(start, 0) == localFileHeaderStructSignature)
+        return unreadable("The archive is cut short: its end record is missing. Was the download "
+                          "complete?");
+    return unreadable("This is not a ZIP archive: it has no end record");
+}
+
+Archive::BackingConfiguration scanned(Archive::BackingConfiguration configuration) {
+    EndRecordsScan scan = scanForEndRecords(configuration.file.get());
+    switch (scan.failure) {
+    case EndRecordsScan::Failure::missing:
+        throw explainMissingRecord(configuration.file.get());
+    case EndRecordsScan::Failure::damaged:
+        throw unreadable("The archive's end record is damaged: its comment runs past the end");
+    case EndRecordsScan::Failure::none:
+        break;
+    }
+    configuration.endOfCentralDirectoryRecord = std::move(scan.records.record);
+    configuration.zip64EndOfCentralDirectory = std::move(scan.records.zip64);
+    return configuration;
+}
+
+/// Errors of opening have one code an access mode, and the words of what went wrong below.
+[[noreturn]] void rethrowAsOpeningError(const Error &error, const URL &url,
+                                        Archive::AccessMode mode) {
+    const bool isCreating = mode == Archive::AccessMode::create;
+    const auto code =
+        isCreating ? ArchiveError::unwritableArchive : ArchiveError::unreadableArchive;
+    const std::string text = error.what();
+    throw Error(
+        code,
+        {.path = url.isFileURL() ? url.path() : std::string(), .detail = text, .systemError = 0});
+}
+
+} // namespace
+
+Archive::BackingConfiguration Archive::makeBackingConfiguration(FilePointer stream,
+                                                                AccessMode mode) {
+    BackingConfiguration configuration;
+    // A null buffer would leave the C library's own size, whatever size is asked for.
+    configuration.streamBuffer = std::make_unique<char[]>(defaultPOSIXBufferSize);
+    std::setvbuf(stream.get(), configuration.streamBuffer.get(), _IOFBF, defaultPOSIXBufferSize);
+    configuration.file = std::move(stream);
+    if (mode == AccessMode::create)
+        writeEmptyArchive(configuration.file.get());
+    configuration = scanned(std::move(configuration));
+    std::rewind(configuration.file.get());
+    return configuration;
+}
+
+Archive::BackingConfiguration Archive::makeBackingConfiguration(const URL &url, AccessMode mode) {
+    const std::string path = url.path();
+    switch (mode) {
+    case AccessMode::read:
+        return makeBackingConfiguration(stream(openExisting(path, O_RDONLY), "rb"), mode);
+    case AccessMode::update:
+        return makeBackingConfiguration(stream(openExisting(path, O_RDWR), "rb+"), mode);
+    case AccessMode::create:
+        break;
+    }
+    FilePointer file = stream(createNew(path), "rb+");
+    try {
+        return makeBackingConfiguration(std::move(file), mode);
+    } catch (const Error &) {
+        ::unlink(path.c_str()); // made just now, and no archive
+        throw;
+    }
+}
+
+Archive::BackingConfiguration Archive::makeBackingConfiguration(Data data, AccessMode mode) {
+    const bool isCreating = mode == AccessMode::create;
+    auto memoryFile = MemoryFile::make(isCreating ? Data() : std::move(data));
+    FilePointer file(memoryFile->open(mode == AccessMode::read ? "rb" : "rb+"));
+    if (!file)
+        throw Error(Data::DataError::unreadableFile, {.systemError = errno});
+    BackingConfiguration configuration = makeBackingConfiguration(std::move(file), mode);
+    configuration.memoryFile = std::move(memoryFile);
+    return configuration;
+}
+
+std::unique_ptr<Archive> Archive::open(const URL &url, AccessMode accessMode,
+                                       std::optional<TextEncoding> preferredEncoding) {
+    try {
+        return std::unique_ptr<Archive>(new Archive(url, accessMode, preferredEncoding,
+                                                    makeBackingConfiguration(url, accessMode)));
+    } catch (const Error &error) {
+        rethrowAsOpeningError(error, url, accessMode);
+    }
+}
+
+std::unique_ptr<Archive> Archive::open(FilePointer stream, const URL &url, AccessMode accessMode,
+                                       std::optional<TextEncoding> preferredEncoding) {
+    try {
+        return std::unique_ptr<Archive>(
+            new Archive(url, accessMode, preferredEncoding,
+                        makeBackingConfiguration(std::move(stream), accessMode)));
+    } catch (const Error &error) {
+        rethrowAsOpeningError(error, url, accessMode);
+    }
+}
+
+std::unique_ptr<Archive> Archive::open(Data data, AccessMode accessMode,
+                                       std::optional<TextEncoding> preferredEncoding) {
+    const URL url{std::string(memoryURLScheme), "/"};
+    try {
+        return std::unique_ptr<Archive>(
+            new Archive(url, accessMode, preferredEncoding,
+                        makeBackingConfiguration(std::move(data), accessMode)));
+    } catch (const Error &error) {
+        rethrowAsOpeningError(error, url, accessMode);
+    }
+}
+
+std::unique_ptr<Archive> Archive::make(const URL &url, AccessMode accessMode,
+                                       std::optional<TextEncoding> preferredEncoding) {
+    try {
+        return open(url, accessMode, preferredEncoding);
+    } catch (const Error &) {
+        return nullptr;
+    }
+}
+
+std::unique_ptr<Archive> Archive::make(Data data, AccessMode accessMode,
+                                       std::optional<TextEncoding> preferredEncoding) {
+    try {
+        return open(std::move(data), accessMode, preferredEncoding);
+    } catch (const Error &) {
+        return nullptr;
+    }
+}
+
+Archive::Archive(URL url, AccessMode accessMode, std::optional<TextEncoding> preferredEncoding,
+                 BackingConfiguration configuration)
+    : url_(std::move(url)), accessMode_(accessMode), preferredEncoding_(preferredEncoding),
+      streamBuffer_(std::move(configuration.streamBuffer)),
+      memoryFile_(std::move(configuration.memoryFile)), archiveFile_(std::move(configuration.file)),
+      endOfCentralDirectoryRecord_(std::move(configuration.endOfCentralDirectoryRecord)),
+      zip64EndOfCentralDirectory_(std::move(configuration.zip64EndOfCentralDirectory)) {}
+
+Archive::~Archive() = default;
+
+std::optional<Data> Archive::data() const {
+    return memoryFile_ ? std::optional(memoryFile_->data()) : std::nullopt;
+}
+
+EndRecords Archive::endRecords() const {
+    return {endOfCentralDirectoryRecord_, zip64EndOfCentralDirectory_};
+}
+
+std::uint64_t Archive::totalNumberOfEntriesInCentralDirectory() const {
+    return endRecords().numberOfEntries();
+}
+
+std::uint64_t Archive::sizeOfCentralDirectory() const {
+    return endRecords().sizeOfCentralDirectory();
+}
+
+std::uint64_t Archive::offsetToStartOfCentralDirectory() const {
+    return endRecords().offsetToStartOfCentralDirectory();
+}
+
+void Archive::truncate(std::uint64_t size) {
+    std::fflush(archiveFile_.get());
+    if (memoryFile_) {
+        memoryFile_->resize(size);
+        return;
+    }
+    const int descriptor = ::fileno(archiveFile_.get());
+    if (descriptor >= 0 && ::ftruncate(descriptor, static_cast<off_t>(size)) != 0)
+        throw Error(Data::DataError::unwritableFile, {.systemError = errno});
+}
+
+} // namespace archive

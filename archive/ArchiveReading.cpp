@@ -1,0 +1,180 @@
+#include "archive/Archive.h"
+
+#include "archive/DestinationFolder.h"
+#include "archive/FileManager.h"
+
+#include <algorithm>
+#include <limits>
+#include <memory>
+
+namespace archive {
+namespace {
+
+using ArchiveError = Archive::ArchiveError;
+using EntryType = Entry::EntryType;
+
+/// More than any system takes for the target of a link.
+constexpr std::uint32_t maxSymbolicLinkSize = 1U << 16U;
+
+std::int64_t signedSize(std::uint64_t size) {
+    if (size > static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max()))
+        throw Error(ArchiveError::invalidEntrySize);
+    return static_cast<std::int64_t>(size);
+}
+
+void requirePositive(std::int64_t bufferSize) {
+    if (bufferSize <= 0)
+        throw Error(ArchiveError::invalidBufferSize);
+}
+
+void complete(const Archive::ProgressPointer &progress) {
+    if (progress)
+        progress->setCompletedUnitCount(progress->totalUnitCount());
+}
+
+/// The next bytes of the stream, wherever it stands; `size` of them are expected in all.
+class StreamProvider {
+public:
+    StreamProvider(std::FILE *file, std::int64_t size, std::int64_t bufferSize)
+        : file_(file), capacity_(static_cast<std::size_t>(std::min(size, bufferSize))),
+          buffer_(new std::byte[capacity_]) {}
+
+    std::span<const std::byte> operator()(std::int64_t /*position*/, std::size_t size) {
+        const auto chunk =
+            Data::readChunk(std::span(buffer_.get(), std::min(size, capacity_)), file_);
+        if (size > 0 && chunk.empty())
+            throw Error(Data::DataError::unreadableFile,
+                        {.detail = "The archive ends in the middle of the data"});
+        return chunk;
+    }
+
+private:
+    std::FILE *file_;
+    std::size_t capacity_;
+    std::unique_ptr<std::byte[]> buffer_;
+};
+
+/// Counts what the consumer takes, and stops before the next chunk when cancelled.
+Consumer counting(const Consumer &consumer, const Archive::ProgressPointer &progress) {
+    if (!progress)
+        return consumer;
+    return [&](std::span<const std::byte> chunk) {
+        if (progress->isCancelled())
+            throw Error(ArchiveError::cancelledOperation);
+        consumer(chunk);
+        progress->addCompletedUnitCount(static_cast<std::int64_t>(chunk.size()));
+    };
+}
+
+std::string linkTarget(const Data &data) {
+    const std::string_view text = data.text();
+    if (!isValidUTF8(text) || text.find('\0') != std::string_view::npos)
+        throw Error(ArchiveError::invalidEntryPath,
+                    {.detail = "The target of the link is not valid UTF-8 text"});
+    return std::string(text);
+}
+
+} // namespace
+
+CRC32 Archive::extract(const Entry &entry, const Consumer &consumer,
+                       const ExtractOptions &options) const {
+    requirePositive(options.bufferSize);
+    const std::uint64_t offset = entry.dataOffset();
+    if (offset > static_cast<std::uint64_t>(std::numeric_limits<off_t>::max()))
+        throw Error(ArchiveError::invalidLocalHeaderDataOffset);
+    if (::fseeko(archiveFile_.get(), static_cast<off_t>(offset), SEEK_SET) != 0)
+        throw Error(Data::DataError::unreadableFile, {.systemError = errno});
+    if (options.progress)
+        options.progress->setTotalUnitCount(totalUnitCountForReading(entry));
+    switch (entry.type()) {
+    case EntryType::directory:
+        consumer({});
+        break;
+    case EntryType::symlink:
+        return readSymbolicLink(entry, consumer, options);
+    case EntryType::file: {
+        const auto method = makeCompressionMethod(entry.localFileHeader().compressionMethod);
+        if (!method)
+            throw Error(ArchiveError::invalidCompressionMethod);
+        return *method == CompressionMethod::none ? readUncompressed(entry, consumer, options)
+                                                  : readCompressed(entry, consumer, options);
+    }
+    }
+    complete(options.progress);
+    return 0;
+}
+
+CRC32 Archive::readUncompressed(const Entry &entry, const Consumer &consumer,
+                                const ExtractOptions &options) const {
+    const std::int64_t size =
+        signedSize(entry.centralDirectoryStructure().effectiveUncompressedSize());
+    StreamProvider provider(archiveFile_.get(), size, options.bufferSize);
+    return Data::consumePart(size, options.bufferSize, options.skipCRC32, std::ref(provider),
+                             counting(consumer, options.progress));
+}
+
+CRC32 Archive::readCompressed(const Entry &entry, const Consumer &consumer,
+                              const ExtractOptions &options) const {
+    const std::int64_t size =
+        signedSize(entry.centralDirectoryStructure().effectiveCompressedSize());
+    StreamProvider provider(archiveFile_.get(), size, options.bufferSize);
+    return Data::decompress(size, options.bufferSize, options.skipCRC32, std::ref(provider),
+                            counting(consumer, options.progress));
+}
+
+CRC32 Archive::readSymbolicLink(const Entry &entry, const Consumer &consumer,
+                                const ExtractOptions &options) const {
+    const std::uint32_t size = entry.localFileHeader().compressedSize;
+    if (size > maxSymbolicLinkSize)
+        throw Error(ArchiveError::invalidEntrySize, {.detail = "The link is too long"});
+    const Data target = Data::readChunk(size, archiveFile_.get());
+    const CRC32 checksum = target.crc32(0);
+    consumer(target);
+    complete(options.progress);
+    return checksum;
+}
+
+CRC32 Archive::extract(const Entry &entry, const URL &to, const ExtractOptions &options) const {
+    requirePositive(options.bufferSize);
+    DestinationFolder folder(to.deletingLastPathComponent());
+    const std::string name = to.lastPathComponent();
+    const CRC32 checksum = extract(entry, name, folder, options);
+    if (entry.type() == EntryType::directory)
+        folder.applyToDirectory(name, entry.fileAttributes());
+    return checksum;
+}
+
+/// Leaves the attributes of a folder to the caller: they may forbid what is still to come into it.
+CRC32 Archive::extract(const Entry &entry, const std::string &name, DestinationFolder &folder,
+                       const ExtractOptions &options) const {
+    switch (entry.type()) {
+    case EntryType::file: {
+        DestinationFile file = folder.createFile(name);
+        const CRC32 checksum = extract(
+            entry, [&](std::span<const std::byte> chunk) { file.write(chunk); }, options);
+        file.finish(entry.fileAttributes());
+        return checksum;
+    }
+    case EntryType::directory:
+        return extract(
+            entry, [&](std::span<const std::byte>) { folder.createDirectory(name); }, options);
+    case EntryType::symlink:
+        break;
+    }
+    const auto createLink = [&](std::span<const std::byte> target) {
+        folder.createSymbolicLink(name, linkTarget(Data(target)),
+                                  entry.fileAttributes().modificationDate);
+    };
+    return extract(entry, createLink, options);
+}
+
+std::int64_t Archive::totalUnitCountForReading(const Entry &entry) {
+    return entry.type() == EntryType::directory ? defaultDirectoryUnitCount
+                                                : signedSize(entry.uncompressedSize());
+}
+
+Archive::ProgressPointer Archive::makeProgressForReading(const Entry &entry) {
+    return Progress::make(totalUnitCountForReading(entry));
+}
+
+} // namespace archive

@@ -1,0 +1,32 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <memory>
+#include <span>
+
+namespace archive {
+
+/// A view on a part of a stream that moves forward in large pieces, so that the records of a
+/// directory cost a few reads in all. Others may move the stream's position in between.
+class DirectoryWindow {
+public:
+    /// `expectedSize` bytes are likely to be asked for in all; more are possible.
+    DirectoryWindow(std::FILE *file, std::uint64_t expectedSize);
+
+    /// Up to `size` bytes from the absolute offset, fewer at the end of the stream; valid until the
+    /// next call. Throws `DataError::unreadableFile`.
+    [[nodiscard]] std::span<const std::byte> bytes(std::uint64_t offset, std::size_t size);
+
+private:
+    void read(std::uint64_t offset, std::size_t size);
+
+    std::FILE *file_;
+    std::size_t capacity_;
+    std::unique_ptr<std::byte[]> buffer_;
+    std::span<const std::byte> window_;
+    std::uint64_t start_ = 0;
+};
+
+} // namespace archive

@@ -1,0 +1,47 @@
+#pragma once
+
+#include "archive/Archive.h"
+
+#include <cstdint>
+#include <cstdio>
+#include <optional>
+
+namespace archive {
+
+/// What stands behind the central directory: the ZIP64 records where they are needed, then the
+/// plain one.
+struct EndRecords {
+    EndOfCentralDirectoryRecord record;
+    std::optional<ZIP64EndOfCentralDirectory> zip64;
+
+    [[nodiscard]] std::uint64_t numberOfEntries() const;
+    [[nodiscard]] std::uint64_t sizeOfCentralDirectory() const;
+    [[nodiscard]] std::uint64_t offsetToStartOfCentralDirectory() const;
+
+    /// The bytes as they stand in a file.
+    [[nodiscard]] Data data() const;
+
+    /// The records after one entry was added or removed. Offsets are from the start of the archive.
+    /// Throws `invalidCentralDirectorySize` or `invalidCentralDirectoryEntryCount` on overflow.
+    [[nodiscard]] EndRecords after(Archive::ModifyOperation operation,
+                                   const CentralDirectoryStructure &centralDirectoryStructure,
+                                   std::uint64_t startOfCentralDirectory,
+                                   std::uint64_t startOfEndOfCentralDirectory) const;
+};
+
+/// The records at the end of the stream, or why there are none.
+struct EndRecordsScan {
+    enum class Failure { none, missing, damaged };
+
+    Failure failure = Failure::none;
+    EndRecords records;
+    /// Where the plain record starts, from the start of the stream.
+    std::uint64_t offset = 0;
+};
+
+/// Looks for the plain record from the end of the stream backwards, to its start if need be. The
+/// first signature counts, also one inside a comment. The ZIP64 record is looked for directly
+/// before its locator. Moves the stream's position; throws `DataError::unreadableFile`.
+[[nodiscard]] EndRecordsScan scanForEndRecords(std::FILE *file);
+
+} // namespace archive

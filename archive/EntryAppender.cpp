@@ -1,0 +1,281 @@
+#include "archive/EntryAppender.h"
+
+#include "archive/FileManager.h"
+
+#include <algorithm>
+#include <limits>
+
+namespace archive {
+namespace {
+
+using ArchiveError = Archive::ArchiveError;
+using EntryType = Entry::EntryType;
+using Field = ZIP64ExtendedInformation::Field;
+
+void complete(const Archive::ProgressPointer &progress) {
+    if (progress)
+        progress->setCompletedUnitCount(progress->totalUnitCount());
+}
+
+void throwIfCancelled(const Archive::ProgressPointer &progress) {
+    if (progress && progress->isCancelled())
+        throw Error(ArchiveError::cancelledOperation);
+}
+
+/// The existing directory. It is rewritten behind the new entry, so it must be whole.
+Data readDirectory(std::FILE *file, const EndRecords &records) {
+    const std::uint64_t offset = records.offsetToStartOfCentralDirectory();
+    const std::uint64_t size = records.sizeOfCentralDirectory();
+    if (offset > static_cast<std::uint64_t>(std::numeric_limits<off_t>::max()) ||
+        ::fseeko(file, static_cast<off_t>(offset), SEEK_SET) != 0)
+        throw Error(ArchiveError::invalidCentralDirectoryOffset);
+    Data directory = Data::readChunk(size, file);
+    if (directory.size() != size)
+        throw Error(ArchiveError::invalidCentralDirectorySize);
+    return directory;
+}
+
+Archive &writable(Archive &archive) {
+    if (archive.accessMode() == Archive::AccessMode::read)
+        throw Error(ArchiveError::unwritableArchive, {.detail = "The archive is open for reading"});
+    return archive;
+}
+
+} // namespace
+
+EntryAppender::EntryAppender(Archive &archive)
+    : archive_(writable(archive)),
+      writer_(archive.archiveFile_.get(), archive.offsetToStartOfCentralDirectory()),
+      directory_(readDirectory(archive.archiveFile_.get(), archive.endRecords())) {}
+
+EntryAppender::~EntryAppender() {
+    try {
+        if (!isFinished_)
+            finish();
+    } catch (const Error &) { // the error that led here is on its way already
+    }
+}
+
+void EntryAppender::add(const std::string &path, EntryType type, std::int64_t uncompressedSize,
+                        Date modificationDate, std::optional<std::uint16_t> permissions,
+                        const Provider &provider, const Archive::AddOptions &options) {
+    if (options.bufferSize <= 0)
+        throw Error(ArchiveError::invalidBufferSize);
+    if (uncompressedSize < 0)
+        throw Error(ArchiveError::invalidEntrySize);
+    const std::uint64_t localFileHeaderStart = writer_.position();
+    if (options.progress)
+        options.progress->setTotalUnitCount(type == EntryType::directory ? defaultDirectoryUnitCount
+                                                                         : uncompressedSize);
+    const std::uint16_t defaultPermissions =
+        type == EntryType::directory ? defaultDirectoryPermissions : defaultFilePermissions;
+    try {
+        writeWholeEntry(path, type, uncompressedSize, modificationDate.fileModificationDateTime(),
+                        permissions.value_or(defaultPermissions), provider, options);
+    } catch (const Error &error) {
+        isFinished_ = true;
+        if (error.code() == ArchiveError::cancelledOperation)
+            rollback(localFileHeaderStart);
+        else
+            leaveAsWritten(localFileHeaderStart);
+        throw;
+    } catch (...) { // of the provider
+        isFinished_ = true;
+        leaveAsWritten(localFileHeaderStart);
+        throw;
+    }
+}
+
+void EntryAppender::finish() {
+    isFinished_ = true;
+    if (!isDirectoryWritten_) {
+        writer_.write(directory_);
+        writer_.write(archive_.endRecords().data());
+    }
+    writer_.flush();
+}
+
+void EntryAppender::writeWholeEntry(const std::string &path, EntryType type,
+                                    std::int64_t uncompressedSize,
+                                    Date::DateTime modificationDateTime, std::uint16_t permissions,
+                                    const Provider &provider, const Archive::AddOptions &options) {
+    const std::uint64_t start = writer_.position();
+    const auto size = static_cast<std::uint64_t>(uncompressedSize);
+    const CompressionMethod method =
+        type == EntryType::file ? options.compressionMethod : CompressionMethod::none;
+    const Data firstHeader =
+        makeLocalFileHeader(path, method, {size, 0}, 0, modificationDateTime).data();
+    writer_.write(firstHeader);
+    const auto [written, checksum] = writeEntry(uncompressedSize, type, options, provider);
+    const LocalFileHeader header = makeLocalFileHeader(
+        path, method, {size, static_cast<std::uint64_t>(written)}, checksum, modificationDateTime);
+    // Data that grew to 4 GiB on its way in would need a longer header, over its own first bytes.
+    if (header.data().size() != firstHeader.size())
+        throw Error(ArchiveError::invalidEntrySize,
+                    {.detail = "The data is 4 GiB or more only after compression"});
+    writer_.patch(start, header.data());
+    updateEndRecords(writeCentralDirectoryStructure(
+        header, start, FileManager::externalFileAttributesForEntry(type, permissions)));
+}
+
+LocalFileHeader EntryAppender::makeLocalFileHeader(const std::string &path,
+                                                   CompressionMethod compressionMethod, Sizes size,
+                                                   CRC32 checksum,
+                                                   Date::DateTime modificationDateTime) {
+    if (!isValidUTF8(path) || path.size() > maxUInt16)
+        throw Error(ArchiveError::invalidEntryPath);
+    const bool needsZIP64 =
+        size.uncompressed >= maxUncompressedSize || size.compressed >= maxCompressedSize;
+    const auto version = needsZIP64 ? Archive::Version::v45 : Archive::Version::v20;
+    LocalFileHeader header;
+    header.versionNeededToExtract = static_cast<std::uint16_t>(version);
+    header.generalPurposeBitFlag = utf8PathFlag;
+    header.compressionMethod = static_cast<std::uint16_t>(compressionMethod);
+    header.lastModFileTime = modificationDateTime.time;
+    header.lastModFileDate = modificationDateTime.date;
+    header.crc32 = checksum;
+    header.fileNameData = Data(path);
+    header.fileNameLength = static_cast<std::uint16_t>(path.size());
+    header.compressedSize = needsZIP64 ? maxUInt32 : static_cast<std::uint32_t>(size.compressed);
+    header.uncompressedSize =
+        needsZIP64 ? maxUInt32 : static_cast<std::uint32_t>(size.uncompressed);
+    if (needsZIP64) {
+        ZIP64ExtendedInformation field;
+        field.dataSize = 2 * sizeof(std::uint64_t);
+        field.uncompressedSize = size.uncompressed;
+        field.compressedSize = size.compressed;
+        header.extraFieldData = field.data();
+        header.extraFieldLength = static_cast<std::uint16_t>(header.extraFieldData.size());
+    }
+    return header;
+}
+
+EntryAppender::Written EntryAppender::writeEntry(std::int64_t uncompressedSize, EntryType type,
+                                                 const Archive::AddOptions &options,
+                                                 const Provider &provider) {
+    switch (type) {
+    case EntryType::file:
+        return options.compressionMethod == CompressionMethod::deflate
+                   ? writeCompressed(uncompressedSize, options, provider)
+                   : writeUncompressed(uncompressedSize, options, provider);
+    case EntryType::directory: {
+        static_cast<void>(provider(0, 0));
+        complete(options.progress);
+        return {0, 0};
+    }
+    case EntryType::symlink:
+        break;
+    }
+    const Written written = writeSymbolicLink(uncompressedSize, provider);
+    complete(options.progress);
+    return written;
+}
+
+EntryAppender::Written EntryAppender::writeUncompressed(std::int64_t size,
+                                                        const Archive::AddOptions &options,
+                                                        const Provider &provider) {
+    std::int64_t written = 0;
+    CRC32 checksum = 0;
+    for (std::int64_t position = 0; position < size;) {
+        throwIfCancelled(options.progress);
+        const std::int64_t readSize = std::min(options.bufferSize, size - position);
+        const auto chunk = provider(position, static_cast<std::size_t>(readSize));
+        checksum = Data::crc32(chunk, checksum);
+        writer_.write(chunk);
+        written += static_cast<std::int64_t>(chunk.size());
+        // By what was asked for, not by what came: a short chunk is the last one.
+        position += readSize;
+        if (options.progress)
+            options.progress->setCompletedUnitCount(written);
+    }
+    return {written, checksum};
+}
+
+EntryAppender::Written EntryAppender::writeCompressed(std::int64_t size,
+                                                      const Archive::AddOptions &options,
+                                                      const Provider &provider) {
+    std::int64_t written = 0;
+    const Provider source = [&](std::int64_t position, std::size_t chunkSize) {
+        throwIfCancelled(options.progress);
+        const auto chunk = provider(position, chunkSize);
+        if (options.progress)
+            options.progress->addCompletedUnitCount(static_cast<std::int64_t>(chunk.size()));
+        return chunk;
+    };
+    const Consumer sink = [&](std::span<const std::byte> chunk) {
+        writer_.write(chunk);
+        written += static_cast<std::int64_t>(chunk.size());
+    };
+    const CRC32 checksum = Data::compress(size, options.bufferSize, source, sink);
+    return {written, checksum};
+}
+
+EntryAppender::Written EntryAppender::writeSymbolicLink(std::int64_t size,
+                                                        const Provider &provider) {
+    const auto target = provider(0, static_cast<std::size_t>(size));
+    writer_.write(target);
+    return {static_cast<std::int64_t>(target.size()), Data::crc32(target, 0)};
+}
+
+CentralDirectoryStructure
+EntryAppender::writeCentralDirectoryStructure(const LocalFileHeader &localFileHeader,
+                                              std::uint64_t relativeOffset,
+                                              std::uint32_t externalFileAttributes) {
+    ZIP64ExtendedInformation field;
+    if (const auto sizes = ZIP64ExtendedInformation::scanForZIP64Field(
+            localFileHeader.extraFieldData, localFileHeader.validFields())) {
+        field.uncompressedSize = sizes->uncompressedSize;
+        field.compressedSize = sizes->compressedSize;
+        field.dataSize = 2 * sizeof(std::uint64_t);
+    }
+    auto offset = static_cast<std::uint32_t>(relativeOffset);
+    if (relativeOffset >= maxOffsetOfLocalFileHeader) {
+        offset = maxUInt32;
+        field.relativeOffsetOfLocalHeader = relativeOffset;
+        field.dataSize = static_cast<std::uint16_t>(field.dataSize + sizeof(std::uint64_t));
+    }
+    const auto structure =
+        CentralDirectoryStructure::from(localFileHeader, externalFileAttributes, offset,
+                                        field.dataSize > 0 ? std::optional(field) : std::nullopt);
+    directory_.append(structure.data());
+    isDirectoryWritten_ = false;
+    return structure;
+}
+
+void EntryAppender::updateEndRecords(const CentralDirectoryStructure &centralDirectoryStructure) {
+    const std::uint64_t start = writer_.position();
+    EndRecords records = archive_.endRecords().after(
+        Archive::ModifyOperation::add, centralDirectoryStructure, start, start + directory_.size());
+    archive_.endOfCentralDirectoryRecord_ = std::move(records.record);
+    archive_.zip64EndOfCentralDirectory_ = std::move(records.zip64);
+}
+
+/// The directory is written twice: the first copy is the one that the end records point at.
+void EntryAppender::rollback(std::uint64_t localFileHeaderStart) {
+    writer_.goBack(localFileHeaderStart);
+    writer_.flush();
+    archive_.truncate(localFileHeaderStart);
+    writer_.write(directory_);
+    writer_.write(directory_);
+    writer_.write(archive_.endRecords().data());
+    writer_.flush();
+}
+
+/// What is written of the entry stands over the beginning of the directory; where the directory was
+/// never written, its rest must still come behind it.
+void EntryAppender::leaveAsWritten(std::uint64_t localFileHeaderStart) {
+    try {
+        Data behind;
+        if (!isDirectoryWritten_) {
+            behind = directory_;
+            behind.append(archive_.endRecords().data());
+        }
+        const auto written = static_cast<std::size_t>(writer_.position() - localFileHeaderStart);
+        if (written < behind.size())
+            writer_.write(behind.bytes().subspan(written));
+        writer_.flush();
+    } catch (const Error &) { // the first error is the one to tell
+    }
+}
+
+} // namespace archive

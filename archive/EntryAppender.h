@@ -1,0 +1,77 @@
+#pragma once
+
+#include "archive/Archive.h"
+#include "archive/EndRecords.h"
+#include "archive/StreamWriter.h"
+
+#include <string>
+#include <utility>
+
+namespace archive {
+
+/// Adds entries behind the last one of an archive. The directory and the end records are written
+/// once, by `finish`; after a cancellation or a failure they are put where they would stand if
+/// every entry had been added and finished by itself, so that the bytes are the same either way:
+///
+///     | entries … | directory | end records |                          finished
+///     | entries … | directory | directory | end records |              cancelled in an entry
+///     | entries … | part of an entry | rest of the directory and end records |   failed in one
+///
+/// One appender an archive at a time, and nothing else done with the archive meanwhile.
+class EntryAppender {
+public:
+    /// Throws `unwritableArchive` for an archive opened for reading, and
+    /// `invalidCentralDirectoryOffset` or `invalidCentralDirectorySize` for one whose directory is
+    /// not where it should be; nothing is written then.
+    explicit EntryAppender(Archive &archive);
+    /// Finishes what is not finished, as far as that is possible.
+    ~EntryAppender();
+    EntryAppender(const EntryAppender &) = delete;
+    EntryAppender &operator=(const EntryAppender &) = delete;
+
+    /// After an error this is the end: no further entry can be added.
+    void add(const std::string &path, Entry::EntryType type, std::int64_t uncompressedSize,
+             Date modificationDate, std::optional<std::uint16_t> permissions,
+             const Provider &provider, const Archive::AddOptions &options);
+    void finish();
+
+private:
+    struct Sizes {
+        std::uint64_t uncompressed;
+        std::uint64_t compressed;
+    };
+    /// Bytes written, and the checksum of the plain ones.
+    using Written = std::pair<std::int64_t, CRC32>;
+
+    void writeWholeEntry(const std::string &path, Entry::EntryType type,
+                         std::int64_t uncompressedSize, Date::DateTime modificationDateTime,
+                         std::uint16_t permissions, const Provider &provider,
+                         const Archive::AddOptions &options);
+    [[nodiscard]] static LocalFileHeader makeLocalFileHeader(const std::string &path,
+                                                             CompressionMethod compressionMethod,
+                                                             Sizes size, CRC32 checksum,
+                                                             Date::DateTime modificationDateTime);
+    Written writeEntry(std::int64_t uncompressedSize, Entry::EntryType type,
+                       const Archive::AddOptions &options, const Provider &provider);
+    Written writeUncompressed(std::int64_t size, const Archive::AddOptions &options,
+                              const Provider &provider);
+    Written writeCompressed(std::int64_t size, const Archive::AddOptions &options,
+                            const Provider &provider);
+    Written writeSymbolicLink(std::int64_t size, const Provider &provider);
+    CentralDirectoryStructure writeCentralDirectoryStructure(const LocalFileHeader &localFileHeader,
+                                                             std::uint64_t relativeOffset,
+                                                             std::uint32_t externalFileAttributes);
+    void updateEndRecords(const CentralDirectoryStructure &centralDirectoryStructure);
+    void rollback(std::uint64_t localFileHeaderStart);
+    void leaveAsWritten(std::uint64_t localFileHeaderStart);
+
+    Archive &archive_;
+    StreamWriter writer_;
+    /// All records of the directory, the new ones included.
+    Data directory_;
+    /// Whether the directory in the file, where it stands, is the current one.
+    bool isDirectoryWritten_ = true;
+    bool isFinished_ = false;
+};
+
+} // namespace archive

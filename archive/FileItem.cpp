@@ -1,0 +1,124 @@
+#include "archive/FileItem.h"
+
+#include "archive/FileDescriptor.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <fcntl.h>
+#include <memory>
+
+namespace archive {
+namespace {
+
+/// Reads a file from its beginning to the size it had when it was looked at.
+class FileProvider {
+public:
+    FileProvider(const std::string &path, std::int64_t size, std::int64_t bufferSize)
+        : path_(path), descriptor_(open(path)),
+          capacity_(static_cast<std::size_t>(std::clamp<std::int64_t>(size, 0, bufferSize))),
+          buffer_(new std::byte[capacity_]) {}
+
+    std::span<const std::byte> operator()(std::int64_t /*position*/, std::size_t size) {
+        const auto chunk = std::span(buffer_.get(), std::min(size, capacity_));
+        for (std::size_t filled = 0; filled < chunk.size();) {
+            const ssize_t count =
+                ::read(descriptor_.get(), chunk.data() + filled, chunk.size() - filled);
+            if (count == 0)
+                throw Error(Data::DataError::unreadableFile,
+                            {.path = path_, .detail = "The file became shorter while it was read"});
+            if (count > 0)
+                filled += static_cast<std::size_t>(count);
+            else if (errno != EINTR)
+                throw Error(Data::DataError::unreadableFile, {.path = path_, .systemError = errno});
+        }
+        return chunk;
+    }
+
+private:
+    static FileDescriptor open(const std::string &path) {
+        FileDescriptor descriptor(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW));
+        if (descriptor.isOpen())
+            return descriptor;
+        if (errno == EACCES || errno == EPERM)
+            throw readError(path, errno);
+        throw Error(FileError::fileNoSuchFile, {.path = path, .systemError = errno});
+    }
+
+    const std::string &path_;
+    FileDescriptor descriptor_;
+    std::size_t capacity_;
+    std::unique_ptr<std::byte[]> buffer_;
+};
+
+std::string readLink(const std::string &path) {
+    std::string target(256, '\0');
+    for (;;) {
+        const ssize_t length = ::readlink(path.c_str(), target.data(), target.size());
+        if (length < 0)
+            throw readError(path, errno);
+        const bool isWhole = static_cast<std::size_t>(length) < target.size();
+        target.resize(isWhole ? static_cast<std::size_t>(length) : target.size() * 2);
+        if (isWhole)
+            return target;
+    }
+}
+
+std::span<const std::byte> nothing(std::int64_t /*position*/, std::size_t /*size*/) {
+    return {};
+}
+
+} // namespace
+
+FileItem::FileItem(const URL &url) : path_(url.path()) {
+    if (!url.isFileURL() || ::lstat(path_.c_str(), &status_) != 0)
+        throw Error(FileError::fileReadNoSuchFile,
+                    {.path = path_, .systemError = errno == ENOENT ? 0 : errno});
+}
+
+Date FileItem::modificationDate() const {
+    return {static_cast<double>(status_.st_mtim.tv_sec) +
+            static_cast<double>(status_.st_mtim.tv_nsec) / 1e9};
+}
+
+std::int64_t FileItem::size() const {
+    if (status_.st_size < 0)
+        throw Error(FileError::fileReadTooLarge, {.path = path_});
+    return status_.st_size;
+}
+
+void FileItem::add(EntryAppender &appender, std::string path,
+                   const Archive::AddOptions &options) const {
+    switch (type()) {
+    case Entry::EntryType::file:
+        return addFile(appender, path, options);
+    case Entry::EntryType::symlink:
+        return addSymbolicLink(appender, path, options);
+    case Entry::EntryType::directory:
+        break;
+    }
+    if (::faccessat(AT_FDCWD, path_.c_str(), R_OK, AT_EACCESS) != 0)
+        throw Error(FileError::fileReadNoPermission, {.path = path_});
+    if (!path.ends_with('/'))
+        path += '/';
+    appender.add(path, type(), 0, modificationDate(), permissions(), nothing, options);
+}
+
+void FileItem::addFile(EntryAppender &appender, const std::string &path,
+                       const Archive::AddOptions &options) const {
+    if (!S_ISREG(status_.st_mode))
+        throw Error(FileError::fileReadUnknown,
+                    {.path = path_, .detail = "The item is no file, no folder and no link"});
+    FileProvider provider(path_, size(), options.bufferSize);
+    appender.add(path, type(), size(), modificationDate(), permissions(), std::ref(provider),
+                 options);
+}
+
+void FileItem::addSymbolicLink(EntryAppender &appender, const std::string &path,
+                               const Archive::AddOptions &options) const {
+    const Data target{std::string_view(readLink(path_))};
+    const auto provider = [&](std::int64_t, std::size_t) { return target.bytes(); };
+    appender.add(path, type(), static_cast<std::int64_t>(target.size()), modificationDate(),
+                 permissions(), provider, options);
+}
+
+} // namespace archive

@@ -1,0 +1,15 @@
+#pragma once
+
+#include "archive/URL.h"
+
+#include <string>
+#include <vector>
+
+namespace archive {
+
+/// The paths of all items below a folder, relative to it: a folder before its content, otherwise in
+/// the order of the file system. Links are listed, not followed. Throws a `FileError` with the path
+/// of a folder that cannot be read.
+[[nodiscard]] std::vector<std::string> subpaths(const URL &folder);
+
+} // namespace archive

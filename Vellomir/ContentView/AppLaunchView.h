@@ -1,0 +1,81 @@
+#pragma once
+
+#include "Vellomir/Platform/LogMessages.h"
+#include "Vellomir/Platform/Picture.h"
+#include "Vellomir/Platform/Property.h"
+#include "Vellomir/Platform/SandboxFiles.h"
+#include "Vellomir/Platform/Services.h"
+#include "archive/URL.h"
+
+#include <optional>
+#include <string>
+
+namespace vellomir {
+
+class JobCounter;
+
+/// The main screen without its looks: all state, and the job that makes the second copy of a
+/// package.
+///
+/// The steps of the job do not throw: they return nothing when they fail, and say so in
+/// `logMessages`. The reasons that the log keeps to itself go to the console.
+class AppLaunchView {
+public:
+    explicit AppLaunchView(Services services);
+    /// Waits for the jobs that run. Completion steps that have not run by then never will.
+    ~AppLaunchView();
+    AppLaunchView(const AppLaunchView &) = delete;
+    AppLaunchView &operator=(const AppLaunchView &) = delete;
+
+    Property<std::optional<archive::URL>> selectedFileURL;
+    Property<std::optional<archive::URL>> modifiedFileURL; ///< kept when a later job fails
+    Property<bool> showShareSheet;
+    Property<std::string> duplicationNumber;
+    Property<bool> showImagePicker;
+    Property<bool> showImageCropper;
+    Property<std::optional<Picture>> selectedImage;
+    Property<bool> isLoading;
+    Property<bool> isProcessing;
+    Property<std::string> errorMessage;
+    LogMessages logMessages;
+    Property<bool> showInfoSheet;
+
+    // --- Actions: main thread, return at once -------------------------------------------------
+
+    /// Takes the picked file. Nothing is read yet.
+    void filePicked(const archive::URL &url);
+    void pickIconAction();
+    void removeImageAction();
+    /// Starts a job in the background; any number may run at once. Its completion step follows on
+    /// the main queue.
+    void doItAction();
+    /// Empties the Documents folder and then the log; before another file is picked.
+    void clearDocuments();
+    void hideKeyboard() const;
+
+    // --- The job: synchronous, on the calling thread ------------------------------------------
+
+    void processIPAFile();
+    /// Copies the package into Documents and unpacks it there; returns the folder.
+    std::optional<archive::URL> unzipIPA(const archive::URL &url);
+    /// Writes the icon files into the bundle below the folder; returns the bundle's path.
+    std::optional<std::string> updateAppIcon(const archive::URL &url, const Picture &newIcon);
+    /// Renames the bundle below the folder; returns its new display name.
+    std::optional<std::string> updateInfoPlist(const archive::URL &url);
+    /// Packs the folder's Payload; returns the new package.
+    std::optional<archive::URL> zipUpdatedIPA(const archive::URL &url,
+                                              const std::string &updatedAppName);
+    void clearTemporaryFiles();
+
+private:
+    void completeJob();
+    void fail(const std::string &message);
+    void report(const std::string &what, const archive::Error &error) const;
+
+    Services services_;
+    SandboxFiles files_;
+    Observation imageObservation_;
+    std::shared_ptr<JobCounter> jobs_;
+};
+
+} // namespace vellomir

@@ -1,0 +1,89 @@
+#pragma once
+
+#include "archive/Data.h"
+#include "archive/Error.h"
+#include "archive/URL.h"
+
+#include <cstddef>
+#include <memory>
+
+namespace vellomir {
+
+/// How a stored bitmap must be turned for display. The values are EXIF's: the side of the scene
+/// that the first row and the first column of the bitmap show.
+enum class Orientation {
+    up = 1,
+    upMirrored = 2,
+    down = 3,
+    downMirrored = 4,
+    leftMirrored = 5,
+    right = 6, ///< by 90 degrees clockwise
+    rightMirrored = 7,
+    left = 8, ///< by 90 degrees counter-clockwise
+};
+
+/// Rows of pixels, top down, each pixel red, green, blue and alpha; alpha is not multiplied into
+/// the colours. 8 bits a channel, or 16 in the machine's byte order.
+struct Bitmap {
+    int width = 0;
+    int height = 0;
+    bool isDeep = false;   ///< 16 bits a channel
+    bool hasAlpha = false; ///< else the fourth channel says nothing
+    std::size_t bytesPerRow = 0;
+    std::shared_ptr<const std::byte> pixels; ///< shared by all copies, never written
+
+    [[nodiscard]] std::size_t bytesPerPixel() const { return isDeep ? 8 : 4; }
+
+    friend bool operator==(const Bitmap &, const Bitmap &) = default;
+};
+
+enum class PictureError {
+    unreadablePicture = 1, ///< the bytes are no picture of a known kind, or damaged
+    unwritablePicture,     ///< the picture cannot be encoded
+    missingLibrary,        ///< what reads and writes pictures is not installed
+};
+
+[[nodiscard]] std::error_code make_error_code(PictureError error);
+
+/// A picture: stored pixels, how many of them make a point, and how they must be turned. A value;
+/// copies share the pixels, and any thread may use them. Two pictures are equal if they share them.
+class Picture {
+public:
+    /// A picture without a bitmap.
+    Picture() = default;
+    explicit Picture(Bitmap bitmap, double scale = 1, Orientation orientation = Orientation::up)
+        : bitmap_(std::move(bitmap)), scale_(scale), orientation_(orientation) {}
+
+    /// PNG, JPEG, GIF, BMP, ICO; WebP, TIFF and others where the system can. The content decides,
+    /// not the name. Of several pictures in a file, the first. The pixels are as stored, the
+    /// orientation as tagged. Throws `PictureError` or a `FileError`, with the path.
+    [[nodiscard]] static Picture read(const archive::URL &url);
+    /// The same from memory. `name` stands for the path in errors.
+    [[nodiscard]] static Picture decode(std::span<const std::byte> bytes, const std::string &name);
+
+    [[nodiscard]] bool hasBitmap() const { return bitmap_.pixels != nullptr; }
+    [[nodiscard]] const Bitmap &bitmap() const { return bitmap_; }
+    [[nodiscard]] double scale() const { return scale_; }
+    [[nodiscard]] Orientation orientation() const { return orientation_; }
+
+    /// A PNG of the picture turned upright, with the pixels and the alpha that it has, and nothing
+    /// else: no colour profile, no text, no resolution. Throws `PictureError::unwritablePicture`.
+    [[nodiscard]] archive::Data pngData() const;
+
+    friend bool operator==(const Picture &, const Picture &) = default;
+
+private:
+    Bitmap bitmap_;
+    double scale_ = 1;
+    Orientation orientation_ = Orientation::up;
+};
+
+/// The centred square of the stored pixels, with the picture's scale and orientation. Where an odd
+/// number of pixels is over, the square starts before the half pixel, so that it stays a square and
+/// no pixel is made up. A picture without a bitmap ends the program.
+[[nodiscard]] Picture cropImageToSquare(const Picture &image);
+
+} // namespace vellomir
+
+template <>
+struct std::is_error_code_enum<vellomir::PictureError> : std::true_type {};

@@ -1,0 +1,55 @@
+#pragma once
+
+#include "archive/Data.h"
+#include "archive/Error.h"
+
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+namespace vellomir {
+
+enum class PropertyListError {
+    unreadablePropertyList = 1, ///< the bytes are no property list, or damaged
+    unsupportedValue,           ///< a value that could not be kept as it is
+    unwritablePropertyList,     ///< a value that the XML format has no words for
+};
+
+[[nodiscard]] std::error_code make_error_code(PropertyListError error);
+
+/// A property list whose top level is a dictionary. Whatever is not changed here keeps its type,
+/// its value and its place.
+class PropertyList {
+public:
+    /// Reads the XML, the binary and the old text format, in UTF-8 or, if text, UTF-16. What could
+    /// not be kept exactly is refused, never changed. Throws `PropertyListError` with what is wrong
+    /// and where.
+    [[nodiscard]] static PropertyList parse(std::span<const std::byte> bytes);
+
+    /// Nothing if the key is missing or its value is no text.
+    [[nodiscard]] std::optional<std::string> text(const std::string &key) const;
+    /// A new key goes to the end; an existing one keeps its place.
+    void setText(const std::string &key, const std::string &text);
+    void setTexts(const std::string &key, const std::vector<std::string> &texts);
+    void remove(const std::string &key);
+
+    /// XML, version 1.0, UTF-8. Throws `PropertyListError::unwritablePropertyList`.
+    [[nodiscard]] archive::Data xmlData() const;
+
+private:
+    struct Free {
+        void operator()(void *node) const;
+    };
+    using Node = std::unique_ptr<void, Free>;
+
+    explicit PropertyList(Node root) : root_(std::move(root)) {}
+
+    Node root_;
+};
+
+} // namespace vellomir
+
+template <>
+struct std::is_error_code_enum<vellomir::PropertyListError> : std::true_type {};

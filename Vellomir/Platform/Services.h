@@ -1,0 +1,29 @@
+#pragma once
+
+#include "Vellomir/Platform/Queue.h"
+#include "Vellomir/Platform/Sandbox.h"
+#include "archive/Progress.h"
+
+#include <memory>
+#include <string_view>
+
+namespace vellomir {
+
+/// Takes diagnostic lines, without the line's end, from any thread.
+using Console = std::function<void(std::string_view line)>;
+
+/// Writes whole lines to the standard output.
+void printToStandardOutput(std::string_view line);
+
+/// What the main screen and its job get from their surroundings.
+struct Services {
+    Sandbox sandbox;
+    Queue mainQueue;       ///< runs tasks on the main thread, one after another, in order
+    Queue backgroundQueue; ///< runs tasks side by side, at low priority
+    Console console = printToStandardOutput;
+    Task hideKeyboard = [] {}; ///< ends text editing, wherever it is; called on the main thread
+    /// Counts, and cancels, copying, unpacking and packing. Null: neither.
+    std::shared_ptr<archive::Progress> progress = nullptr;
+};
+
+} // namespace vellomir

@@ -1,0 +1,160 @@
+// Packing a folder writes the directory once; adding its items one by one writes it every time. Both
+// must leave the same bytes behind, whatever happens on the way.
+
+#include "archive/EntryAppender.h"
+#include "archive/FileManager.h"
+#include "archive/ItemListing.h"
+#include "tests/support/Random.h"
+#include "tests/support/TemporaryFolder.h"
+
+#include <gmock/gmock.h>
+#include <array>
+#include <limits>
+#include <sys/stat.h>
+
+using archive::Archive;
+using archive::CompressionMethod;
+using archive::Error;
+using archive::FileManager;
+using archive::Progress;
+using AccessMode = Archive::AccessMode;
+namespace fs = std::filesystem;
+
+namespace {
+
+class Packing : public testing::TestWithParam<CompressionMethod> {
+protected:
+    void SetUp() override {
+        for (int index = 0; index < 30; ++index)
+            test::writeFile(folder_ / ("in/d" + std::to_string(index % 4) + "/file" +
+                                       std::to_string(index)),
+                            test::randomText(static_cast<std::size_t>(index * index * 100)));
+        fs::create_symlink("d0/file0", folder_ / "in/link");
+        fs::create_directory(folder_ / "in/empty");
+    }
+
+    /// As the engine packs it. The progress is cancelled, or the item fails, by the caller's means.
+    std::string packed(const std::shared_ptr<Progress> &progress) {
+        fs::remove(folder_ / "packed.zip");
+        try {
+            FileManager().zipItem(folder_.url("in"), folder_.url("packed.zip"), false, GetParam(),
+                                  progress);
+        } catch (const Error &error) {
+            error_ = error.name();
+        }
+        return test::readFile(folder_ / "packed.zip");
+    }
+
+    /// As adding item by item leaves it; cancelled when so many units are complete.
+    std::string addedOneByOne(std::int64_t cancelAt) {
+        fs::remove(folder_ / "added.zip");
+        const auto archive = Archive::open(folder_.url("added.zip"), AccessMode::create);
+        const auto total = Progress::make(1);
+        total->setObserver(cancellingAt(cancelAt));
+        std::string caught;
+        for (const std::string &path : archive::subpaths(folder_.url("in"))) {
+            const auto progress =
+                Archive::makeProgressForAddingItem(folder_.url("in").appendingPathComponent(path));
+            total->addChild(progress, progress->totalUnitCount());
+            try {
+                archive->addEntry(path, folder_.url("in"),
+                                  {.compressionMethod = GetParam(), .progress = progress});
+            } catch (const Error &error) {
+                caught = error.name();
+                break;
+            }
+        }
+        EXPECT_EQ(caught, error_);
+        return test::readFile(folder_ / "added.zip");
+    }
+
+    /// Cancels when the finished items count so much: in the middle of the next one with data.
+    static Progress::Observer cancellingAt(std::int64_t units) {
+        return [units](const Progress &progress) {
+            if (progress.completedUnitCount() >= units)
+                const_cast<Progress &>(progress).cancel();
+        };
+    }
+
+    test::TemporaryFolder folder_;
+    std::string error_;
+};
+
+constexpr std::int64_t never = std::numeric_limits<std::int64_t>::max();
+
+INSTANTIATE_TEST_SUITE_P(Methods, Packing,
+                         testing::Values(CompressionMethod::none, CompressionMethod::deflate),
+                         [](const auto &each) {
+                             return each.param == CompressionMethod::none ? "Stored" : "Deflated";
+                         });
+
+TEST_P(Packing, FinishedBytesAreTheSame) {
+    const std::string bytes = packed(nullptr);
+    EXPECT_EQ(error_, "");
+    EXPECT_TRUE(bytes == addedOneByOne(never));
+}
+
+TEST_P(Packing, CancelledBytesAreTheSame) {
+    for (const std::int64_t units : {1, 2, 5000, 100000, 400000, 700000}) {
+        error_.clear();
+        const auto progress = Progress::make();
+        progress->setObserver(cancellingAt(units));
+        const std::string bytes = packed(progress);
+        EXPECT_EQ(error_, "ArchiveError.cancelledOperation") << units;
+        EXPECT_TRUE(bytes == addedOneByOne(units)) << units;
+        EXPECT_TRUE(Archive::make(folder_.url("packed.zip"), AccessMode::read)) << units;
+    }
+}
+
+TEST_P(Packing, FailedBytesAreTheSame) {
+    // No file, and so refused; the listing puts it somewhere among the others.
+    ASSERT_EQ(::mkfifo((folder_ / "in/d1/pipe").c_str(), 0600), 0);
+    const std::string bytes = packed(nullptr);
+    EXPECT_EQ(error_, "FileError.fileReadUnknown");
+    EXPECT_TRUE(bytes == addedOneByOne(never));
+}
+
+/// An entry that fails after some of its data, behind others in the same appender, or behind others
+/// that were added one by one.
+TEST_P(Packing, BytesOfAnEntryThatFailsHalfwayAreTheSame) {
+    using archive::Entry;
+    const std::string text = test::randomText(60000);
+    const auto failingAt = [&](std::int64_t limit) {
+        return [&text, limit](std::int64_t position, std::size_t size) {
+            if (position >= limit)
+                throw Error(archive::FileError::fileReadUnknown);
+            return std::as_bytes(std::span(text)).subspan(static_cast<std::size_t>(position), size);
+        };
+    };
+    for (const std::int64_t limit : {0, 100, 1000, 20000, 50000}) {
+        const auto add = [&](archive::EntryAppender &appender, int index) {
+            const bool isLast = index == 60;
+            appender.add("entry" + std::to_string(index), Entry::EntryType::file,
+                         isLast ? 60000 : 40, {0}, std::nullopt,
+                         failingAt(isLast ? limit : never),
+                         {.compressionMethod = GetParam(), .bufferSize = 500});
+        };
+        std::array<std::string, 2> contents;
+        for (const std::size_t way : {0U, 1U}) {
+            fs::remove(folder_ / "a.zip");
+            const auto archive = Archive::open(folder_.url("a.zip"), AccessMode::create);
+            std::optional<archive::EntryAppender> appender;
+            for (int index = 0; index < 60; ++index) {
+                if (!appender)
+                    appender.emplace(*archive);
+                add(*appender, index);
+                if (way == 1)
+                    appender.reset(); // finishes
+            }
+            if (!appender)
+                appender.emplace(*archive);
+            EXPECT_THROW(add(*appender, 60), Error);
+            appender.reset();
+            contents.at(way) = test::readFile(folder_ / "a.zip");
+        }
+        EXPECT_TRUE(contents[0] == contents[1]) << "failed at " << limit;
+        EXPECT_GT(contents[0].size(), 60U * 70U);
+    }
+}
+
+} // namespace

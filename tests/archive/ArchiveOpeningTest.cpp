@@ -19,7 +19,9 @@ namespace {
 
 const std::string emptyArchive = test::rawArchive({});
 
-Data bytes(const std::string &text) { return Data(std::string_view(text)); }
+Data bytes(const std::string &text) {
+    return Data(std::string_view(text));
+}
 
 std::vector<std::string> paths(const Archive &archive) {
     std::vector<std::string> found;
@@ -227,8 +229,7 @@ std::string withZIP64(const std::string &content, std::uint64_t count, std::size
     zip64.record.offsetToStartOfCentralDirectory = plain->offsetToStartOfCentralDirectory;
     zip64.locator.relativeOffsetOfZIP64EOCDRecord = end;
     return content.substr(0, end) + std::string(zip64.record.data().text()) +
-           std::string(gap, '\0') + std::string(zip64.locator.data().text()) +
-           content.substr(end);
+           std::string(gap, '\0') + std::string(zip64.locator.data().text()) + content.substr(end);
 }
 
 TEST_P(Opening, ZIP64TotalsWinWithoutSentinels) {

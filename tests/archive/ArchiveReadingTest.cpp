@@ -20,9 +20,13 @@ using testing::ElementsAre;
 
 namespace {
 
-Data bytes(const std::string &text) { return Data(std::string_view(text)); }
+Data bytes(const std::string &text) {
+    return Data(std::string_view(text));
+}
 
-CRC32 checksum(const std::string &text) { return bytes(text).crc32(0); }
+CRC32 checksum(const std::string &text) {
+    return bytes(text).crc32(0);
+}
 
 std::error_code errorOf(const std::function<void()> &action) {
     try {
@@ -58,12 +62,12 @@ TEST(ToAConsumer, ABufferSizeOfNothingIsRefusedBeforeAnythingIsRead) {
     for (const std::int64_t size : {std::int64_t{0}, std::int64_t{-1}}) {
         EXPECT_EQ(errorOf([&] { single.extract({.bufferSize = size}); }),
                   ArchiveError::invalidBufferSize);
-        EXPECT_EQ(errorOf([&] {
-                      static_cast<void>(single.archive->extract(
-                          single.entry, archive::URL::file("/nowhere/at/all"),
-                          {.bufferSize = size}));
-                  }),
-                  ArchiveError::invalidBufferSize);
+        EXPECT_EQ(
+            errorOf([&] {
+                static_cast<void>(single.archive->extract(
+                    single.entry, archive::URL::file("/nowhere/at/all"), {.bufferSize = size}));
+            }),
+            ArchiveError::invalidBufferSize);
     }
     EXPECT_TRUE(single.chunks.empty());
 }
@@ -143,9 +147,8 @@ TEST(ToAConsumer, TheLocalHeadersMethodDecides) {
 }
 
 TEST(ToAConsumer, CancellingStopsBeforeTheNextChunk) {
-    for (const auto &raw :
-         {test::rawDeflated("a", test::randomText(40000)),
-          test::RawEntry{"a", test::randomText(40000)}}) {
+    for (const auto &raw : {test::rawDeflated("a", test::randomText(40000)),
+                            test::RawEntry{"a", test::randomText(40000)}}) {
         Single single(raw);
         const auto progress = Progress::make();
         progress->setObserver([](const Progress &each) {
@@ -265,7 +268,9 @@ TEST_F(ToAURL, NothingIsWrittenThroughALink) {
     std::filesystem::create_symlink("nowhere", folder_ / "dangling");
     std::filesystem::create_directory_symlink(".", folder_ / "folderlink");
     for (const auto &name : {"link", "dangling"})
-        EXPECT_EQ(errorOf([&] { extract({"a", "content"}, name); }),
+        EXPECT_EQ(errorOf([&] {
+                      extract({"a", "content"}, name);
+                  }),
                   FileError::fileWriteFileExists);
     EXPECT_EQ(errorOf([&] { extract(test::rawDirectory("d/"), "folderlink"); }),
               FileError::fileWriteFileExists);

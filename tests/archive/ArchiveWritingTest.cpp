@@ -26,7 +26,9 @@ namespace {
 
 constexpr Date date{1735737958}; // words 0x5A21 and 0x6B3D
 
-Data bytes(const std::string &text) { return Data(std::string_view(text)); }
+Data bytes(const std::string &text) {
+    return Data(std::string_view(text));
+}
 
 std::error_code errorOf(const std::function<void()> &action) {
     try {
@@ -109,7 +111,9 @@ TEST_P(Adding, TheFirstEntryStandsAtTheBeginning) {
 
 TEST_P(Adding, OneByOneGrowsTheDirectory) {
     test::RawEntry link = test::rawLink("c", "target");
-    std::vector<test::RawEntry> expected = {{"a", "1"}, test::rawDirectory("b/"), link,
+    std::vector<test::RawEntry> expected = {{"a", "1"},
+                                            test::rawDirectory("b/"),
+                                            link,
                                             test::rawDeflated("d", std::string(50000, 'd'))};
     for (auto &entry : expected)
         entry.versionMadeBy = 789;
@@ -118,8 +122,7 @@ TEST_P(Adding, OneByOneGrowsTheDirectory) {
                        providing(""));
     archive_->addEntry("c", EntryType::symlink, std::int64_t{6}, date, std::uint16_t{0777},
                        providing("target"), {.compressionMethod = CompressionMethod::deflate});
-    add(*archive_, "d", std::string(50000, 'd'),
-        {.compressionMethod = CompressionMethod::deflate});
+    add(*archive_, "d", std::string(50000, 'd'), {.compressionMethod = CompressionMethod::deflate});
     EXPECT_EQ(content(), test::rawArchive(expected));
     reopen(AccessMode::update);
     add(*archive_, "e", "5");
@@ -190,8 +193,8 @@ TEST_P(Adding, TheProvidersPositionsOnlyGrow) {
         return std::as_bytes(std::span(text)).subspan(static_cast<std::size_t>(position), size);
     };
     archive_->addEntry("a", EntryType::file, std::int64_t{40000}, date, std::nullopt, provider);
-    EXPECT_THAT(asked, ElementsAre(std::pair(0, 16384), std::pair(16384, 16384),
-                                   std::pair(32768, 7232)));
+    EXPECT_THAT(asked,
+                ElementsAre(std::pair(0, 16384), std::pair(16384, 16384), std::pair(32768, 7232)));
 }
 
 /// Adds an entry of 100,000 bytes that is cancelled after its first chunk.
@@ -243,9 +246,9 @@ TEST_P(Adding, AnotherErrorLeavesWhatWasWritten) {
     const auto fail = [](std::int64_t, std::size_t) -> std::span<const std::byte> {
         throw std::runtime_error("mine");
     };
-    EXPECT_THROW(archive_->addEntry("b", EntryType::file, std::int64_t{10}, date, std::nullopt,
-                                    fail),
-                 std::runtime_error);
+    EXPECT_THROW(
+        archive_->addEntry("b", EntryType::file, std::int64_t{10}, date, std::nullopt, fail),
+        std::runtime_error);
     const std::string after = content();
     EXPECT_EQ(after.size(), before.size());
     EXPECT_EQ(after.substr(0, start), before.substr(0, start));

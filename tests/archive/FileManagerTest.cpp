@@ -4,8 +4,8 @@
 #include "tests/support/Referee.h"
 #include "tests/support/TemporaryFolder.h"
 
-#include <gmock/gmock.h>
 #include <fcntl.h>
+#include <gmock/gmock.h>
 #include <sys/stat.h>
 
 using archive::Archive;
@@ -255,7 +255,8 @@ TEST_F(Zipping, AFolderWithoutAndWithItsOwnName) {
     manager_.zipItem(folder_.url("Payload"), folder_.url("a.zip"), false);
     EXPECT_THAT(zippedPaths("a.zip"), ElementsAre("App.app/", "App.app/Info.plist"));
     manager_.zipItem(folder_.url("Payload"), folder_.url("b.zip"), true);
-    EXPECT_THAT(zippedPaths("b.zip"), ElementsAre("Payload/App.app/", "Payload/App.app/Info.plist"));
+    EXPECT_THAT(zippedPaths("b.zip"),
+                ElementsAre("Payload/App.app/", "Payload/App.app/Info.plist"));
 }
 
 TEST_F(Zipping, ASingleFileIsOneEntryEitherWay) {
@@ -273,16 +274,16 @@ TEST_F(Zipping, ASingleFileIsOneEntryEitherWay) {
 TEST_F(Zipping, AnExistingDestinationIsLeftAlone) {
     test::writeFile(folder_ / "a.txt", "content");
     test::writeFile(folder_ / "a.zip", "precious");
-    const Error error = errorOf(
-        [&] { manager_.zipItem(folder_.url("a.txt"), folder_.url("a.zip"), false); });
+    const Error error =
+        errorOf([&] { manager_.zipItem(folder_.url("a.txt"), folder_.url("a.zip"), false); });
     EXPECT_EQ(error.code(), FileError::fileWriteFileExists);
     EXPECT_EQ(error.path(), folder_ / "a.zip");
     EXPECT_EQ(test::readFile(folder_ / "a.zip"), "precious");
 }
 
 TEST_F(Zipping, AMissingSourceIsNamedAndNothingIsMade) {
-    const Error error = errorOf(
-        [&] { manager_.zipItem(folder_.url("no"), folder_.url("a.zip"), false); });
+    const Error error =
+        errorOf([&] { manager_.zipItem(folder_.url("no"), folder_.url("a.zip"), false); });
     EXPECT_EQ(error.code(), FileError::fileReadNoSuchFile);
     EXPECT_EQ(error.path(), folder_ / "no");
     EXPECT_FALSE(fs::exists(folder_ / "a.zip"));
@@ -329,13 +330,16 @@ TEST_F(Zipping, OthersReadWhatWePack) {
         manager_.zipItem(folder_.url("in"), folder_.url("a.zip"), true, method);
         const std::string path = (folder_ / "a.zip").string();
         for (const std::vector<std::string> &command :
-             {std::vector<std::string>{"unzip", "-t", path}, {"7z", "t", path},
-              {"bsdtar", "-tf", path}, {"python3", "-m", "zipfile", "-t", path}}) {
+             {std::vector<std::string>{"unzip", "-t", path},
+              {"7z", "t", path},
+              {"bsdtar", "-tf", path},
+              {"python3", "-m", "zipfile", "-t", path}}) {
             const auto verdict = test::run(command);
             EXPECT_EQ(verdict.exitCode, 0) << command.front() << ": " << verdict.output;
         }
         fs::remove_all(folder_ / "theirs");
-        ASSERT_EQ(test::run({"unzip", "-q", path, "-d", (folder_ / "theirs").string()}).exitCode, 0);
+        ASSERT_EQ(test::run({"unzip", "-q", path, "-d", (folder_ / "theirs").string()}).exitCode,
+                  0);
         EXPECT_EQ(test::run({"diff", "-r", "--no-dereference", (folder_ / "in").string(),
                              (folder_ / "theirs/in").string()})
                       .exitCode,
@@ -387,10 +391,9 @@ TEST_F(Zipping, AnItemThatIsNoFileIsNamed) {
 
 TEST_F(Zipping, ANameThatIsNoTextIsRefused) {
     test::writeFile(folder_ / "in/\xFF", "1");
-    EXPECT_EQ(errorOf([&] {
-                  manager_.zipItem(folder_.url("in"), folder_.url("a.zip"), false);
-              }).code(),
-              ArchiveError::invalidEntryPath);
+    EXPECT_EQ(
+        errorOf([&] { manager_.zipItem(folder_.url("in"), folder_.url("a.zip"), false); }).code(),
+        ArchiveError::invalidEntryPath);
 }
 
 using Items = FileManagerTest;
@@ -446,10 +449,9 @@ TEST_F(Items, GetTheirParents) {
     EXPECT_TRUE(fs::is_directory(folder_ / "x/y"));
     EXPECT_FALSE(fs::exists(folder_ / "x/y/z"));
     test::writeFile(folder_ / "file", "");
-    EXPECT_NE(errorOf([&] {
-                  manager_.createParentDirectoryStructure(folder_.url("file/y/z"));
-              }).code(),
-              std::error_code());
+    EXPECT_NE(
+        errorOf([&] { manager_.createParentDirectoryStructure(folder_.url("file/y/z")); }).code(),
+        std::error_code());
 }
 
 TEST(Permissions, ComeFromUnixHostsOnly) {

@@ -1,5 +1,5 @@
-// Packing a folder writes the directory once; adding its items one by one writes it every time. Both
-// must leave the same bytes behind, whatever happens on the way.
+// Packing a folder writes the directory once; adding its items one by one writes it every time.
+// Both must leave the same bytes behind, whatever happens on the way.
 
 #include "archive/EntryAppender.h"
 #include "archive/FileManager.h"
@@ -7,8 +7,8 @@
 #include "tests/support/Random.h"
 #include "tests/support/TemporaryFolder.h"
 
-#include <gmock/gmock.h>
 #include <array>
+#include <gmock/gmock.h>
 #include <limits>
 #include <sys/stat.h>
 
@@ -26,9 +26,9 @@ class Packing : public testing::TestWithParam<CompressionMethod> {
 protected:
     void SetUp() override {
         for (int index = 0; index < 30; ++index)
-            test::writeFile(folder_ / ("in/d" + std::to_string(index % 4) + "/file" +
-                                       std::to_string(index)),
-                            test::randomText(static_cast<std::size_t>(index * index * 100)));
+            test::writeFile(
+                folder_ / ("in/d" + std::to_string(index % 4) + "/file" + std::to_string(index)),
+                test::randomText(static_cast<std::size_t>(index * index * 100)));
         fs::create_symlink("d0/file0", folder_ / "in/link");
         fs::create_directory(folder_ / "in/empty");
     }
@@ -130,8 +130,7 @@ TEST_P(Packing, BytesOfAnEntryThatFailsHalfwayAreTheSame) {
         const auto add = [&](archive::EntryAppender &appender, int index) {
             const bool isLast = index == 60;
             appender.add("entry" + std::to_string(index), Entry::EntryType::file,
-                         isLast ? 60000 : 40, {0}, std::nullopt,
-                         failingAt(isLast ? limit : never),
+                         isLast ? 60000 : 40, {0}, std::nullopt, failingAt(isLast ? limit : never),
                          {.compressionMethod = GetParam(), .bufferSize = 500});
         };
         std::array<std::string, 2> contents;

@@ -8,7 +8,9 @@ namespace {
 
 using archive::Data;
 
-Data bytes(const std::string &text) { return Data(std::string_view(text)); }
+Data bytes(const std::string &text) {
+    return Data(std::string_view(text));
+}
 
 archive::LocalFileHeader localFileHeader(const RawEntry &entry) {
     archive::LocalFileHeader header;
@@ -27,8 +29,7 @@ archive::LocalFileHeader localFileHeader(const RawEntry &entry) {
 
 archive::CentralDirectoryStructure directoryRecord(const RawEntry &entry, std::size_t offset) {
     auto record = archive::CentralDirectoryStructure::from(
-        localFileHeader(entry), entry.attributes, static_cast<std::uint32_t>(offset),
-        std::nullopt);
+        localFileHeader(entry), entry.attributes, static_cast<std::uint32_t>(offset), std::nullopt);
     record.versionMadeBy = entry.versionMadeBy;
     record.compressionMethod = entry.directoryMethod;
     return record;

@@ -14,11 +14,11 @@ inline constexpr std::uint16_t madeByMSDOS = 0x0014;
 /// An entry as a stranger may have written it: every field may lie.
 struct RawEntry {
     std::string name;
-    std::string data;                   ///< as it is stored
+    std::string data; ///< as it is stored
     std::uint32_t attributes = 0100644U << 16U;
     std::uint16_t versionMadeBy = madeByUnix;
     std::uint16_t flags = archive::utf8PathFlag;
-    std::uint16_t method = 0;           ///< in the local header, and the directory unless that differs
+    std::uint16_t method = 0; ///< in the local header, and the directory unless that differs
     std::uint16_t directoryMethod = method;
     std::uint32_t uncompressedSize = static_cast<std::uint32_t>(data.size());
     std::uint32_t checksum = archive::Data(std::string_view(data)).crc32(0);

@@ -50,6 +50,20 @@ std::string name(Content content) {
     return "zeros";
 }
 
+archive::Data deflated(const archive::Data &plain, std::int64_t bufferSize) {
+    Source source(plain);
+    Sink sink;
+    archive::Data::compress(source.size(), bufferSize, source.provider(), sink.consumer());
+    return sink.data();
+}
+
+archive::Data inflated(const archive::Data &stream, std::int64_t bufferSize) {
+    Source source(stream);
+    Sink sink;
+    archive::Data::decompress(source.size(), bufferSize, false, source.provider(), sink.consumer());
+    return sink.data();
+}
+
 archive::Provider Source::provider() {
     return [this](std::int64_t position, std::size_t size) {
         calls_.emplace_back(position, size);

@@ -14,6 +14,10 @@ enum class Content { zeros, text, random };
 [[nodiscard]] archive::Data makeContent(Content content, std::size_t size);
 [[nodiscard]] std::string name(Content content);
 
+/// Through the codec and back, in chunks of `bufferSize`.
+[[nodiscard]] archive::Data deflated(const archive::Data &plain, std::int64_t bufferSize = 16384);
+[[nodiscard]] archive::Data inflated(const archive::Data &stream, std::int64_t bufferSize = 16384);
+
 /// Hands out the bytes, and keeps what it was asked for. Must outlive its provider.
 class Source {
 public:

@@ -14,7 +14,8 @@ namespace {
 std::string makeFolder() {
     const fs::path memory = "/dev/shm";
     const bool hasMemory = ::access(memory.c_str(), W_OK | X_OK) == 0;
-    std::string name = ((hasMemory ? memory : fs::temp_directory_path()) / "vellomir-XXXXXX").string();
+    std::string name =
+        ((hasMemory ? memory : fs::temp_directory_path()) / "vellomir-XXXXXX").string();
     if (::mkdtemp(name.data()) == nullptr)
         throw std::runtime_error("cannot make " + name);
     return name;

@@ -89,8 +89,9 @@ private:
     template <class Take>
     CLI::Option &option(const std::string &name, const std::string &placeholder,
                         const std::string &help, Take take) {
-        const std::function<void(const std::string &)> function =
-            [take](const std::string &value) { take(unshielded(value)); };
+        const std::function<void(const std::string &)> function = [take](const std::string &value) {
+            take(unshielded(value));
+        };
         return *app_.add_option_function(name, function, help)
                     ->option_text(placeholder)
                     ->type_name(placeholder);

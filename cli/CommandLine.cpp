@@ -41,6 +41,8 @@ private:
         command.app().callback([this, &options] { request_.options = options; });
     }
 
+    void checkAdditions() const;
+
     [[nodiscard]] const CLI::App &chosen(std::string &path) const;
     [[nodiscard]] std::string describe(const CLI::ParseError &error) const;
 
@@ -99,8 +101,9 @@ void Grammar::declareDuplicate() {
     command.fileName("--output", "PATH", duplicate_.output,
                      "a folder, or the copy's file name; the current\nfolder if left out");
     command.flag("--force", duplicate_.force, "replace the result if it exists");
-    command.flag("--json", duplicate_.json,
-                 "print one object instead of the log: log, errorMessage,\nresult (a path or null)");
+    command.flag(
+        "--json", duplicate_.json,
+        "print one object instead of the log: log, errorMessage,\nresult (a path or null)");
     declareFeedback(command);
     choose(command, duplicate_);
 }
@@ -151,16 +154,20 @@ void Grammar::declareAdd(CLI::App &parent) {
     command.choice("--method", add_.method, methods, "how files are stored (none)");
     declareFeedback(command);
     command.app().callback([this] {
-        std::set<std::string> seen;
-        for (const std::string &path : add_.paths) {
-            const std::string objection = objectionToPath(path);
-            if (!objection.empty())
-                CommandGrammar::reject("\"" + path + "\"", objection);
-            if (!seen.insert(path).second)
-                CommandGrammar::reject("\"" + path + "\"", "the path is given twice");
-        }
+        checkAdditions();
         request_.options = add_;
     });
+}
+
+void Grammar::checkAdditions() const {
+    std::set<std::string> seen;
+    for (const std::string &path : add_.paths) {
+        const std::string objection = objectionToPath(path);
+        if (!objection.empty())
+            CommandGrammar::reject("\"" + path + "\"", objection);
+        if (!seen.insert(path).second)
+            CommandGrammar::reject("\"" + path + "\"", "the path is given twice");
+    }
 }
 
 void Grammar::declareCat(CLI::App &parent) {
@@ -180,7 +187,10 @@ void Grammar::declareTest(CLI::App &parent) {
     choose(command, test_);
 }
 
+/// For a command that may take a while.
 void Grammar::declareFeedback(CommandGrammar &command) {
+    command.app().preparse_callback(
+        [this](std::size_t) { request_.feedback.progress = ProgressMode::automatic; });
     command.choice("--progress", request_.feedback.progress, progressModes,
                    "draw a bar on standard error (auto: if it is a terminal)");
     declareQuiet(command);

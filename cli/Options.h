@@ -15,7 +15,7 @@ enum class ProgressMode { automatic, always, never };
 
 /// What goes to standard error while a command runs.
 struct Feedback {
-    ProgressMode progress = ProgressMode::automatic;
+    ProgressMode progress = ProgressMode::never;
     bool quiet = false; ///< nothing but errors
 };
 
@@ -23,7 +23,7 @@ struct DuplicateOptions {
     std::string package;
     std::string number; ///< any text, also none
     std::optional<std::string> icon;
-    bool zoom = false; ///< only with an icon
+    bool zoom = false;        ///< only with an icon
     std::string output = "."; ///< a folder, or the name of the result
     bool force = false;
     bool json = false;

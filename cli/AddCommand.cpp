@@ -1,0 +1,128 @@
+#include "cli/Commands.h"
+#include "cli/ErrorText.h"
+#include "cli/FileCopy.h"
+#include "cli/Interruption.h"
+#include "cli/PendingFile.h"
+#include "cli/Reach.h"
+
+#include "archive/EntryAppender.h"
+#include "archive/FileItem.h"
+#include "archive/FileManager.h"
+#include "archive/UnitCount.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <set>
+#include <unistd.h>
+
+namespace cli {
+namespace {
+
+using archive::Archive;
+using archive::FileItem;
+using archive::URL;
+
+/// One path of the command line and what lies there.
+struct Addition {
+    std::string path;
+    FileItem item;
+};
+
+/// As the entry will be called: the engine ends a folder's path in "/".
+std::string entryPath(const std::string &path, const FileItem &item) {
+    const bool isFolder = item.type() == archive::Entry::EntryType::directory;
+    return isFolder && !path.ends_with('/') ? path + '/' : path;
+}
+
+std::vector<Addition> findAdditions(const AddOptions &options) {
+    const URL base = URL::folder(options.relativeTo);
+    std::vector<Addition> additions;
+    for (const std::string &path : options.paths) {
+        const FileItem item(base.appendingPathComponent(path));
+        additions.push_back({entryPath(path, item), item});
+    }
+    return additions;
+}
+
+/// An unpacker would fail at the second entry of one path.
+void requireNewPaths(const Archive &archive, const std::vector<Addition> &additions) {
+    std::set<std::string> paths;
+    for (const archive::Entry &entry : archive)
+        paths.insert(archive.path(entry));
+    for (const Addition &addition : additions)
+        if (!paths.insert(addition.path).second)
+            throw archive::Error(archive::FileError::fileWriteFileExists,
+                                 {.entry = addition.path,
+                                  .detail = "The archive holds an entry of this path already"});
+}
+
+void add(Archive &archive, const AddOptions &options, Session &session) {
+    const std::vector<Addition> additions = findAdditions(options);
+    requireNewPaths(archive, additions);
+    archive::UnitCount total;
+    for (const Addition &addition : additions)
+        total += addition.item.unitCount();
+    session.progress()->setTotalUnitCount(total.value());
+
+    archive::EntryAppender appender(archive);
+    for (const Addition &addition : additions) {
+        Interruption::throwIfInterrupted();
+        const auto part =
+            archive::childProgress(session.progress(), [&] { return addition.item.unitCount(); });
+        try {
+            addition.item.add(appender, addition.path,
+                              {.compressionMethod = options.method, .progress = part});
+        } catch (const archive::Error &error) {
+            throw error.about(addition.path);
+        }
+    }
+    appender.finish();
+}
+
+/// The file itself where the name is that of a link, so that the link stays one.
+std::string resolved(const std::string &path) {
+    const std::unique_ptr<char, void (*)(void *)> target(::realpath(path.c_str(), nullptr),
+                                                         std::free);
+    return target ? target.get() : path;
+}
+
+/// Writes the new state of the archive to the pending file.
+void write(const PendingFile &pending, bool isNew, const AddOptions &options, Session &session) {
+    const auto archive =
+        Archive::open(URL::file(pending.path()),
+                      isNew ? Archive::AccessMode::create : Archive::AccessMode::update);
+    if (const auto warning = shortfall(findReach(*archive)))
+        session.warn(options.archive + ": " + *warning);
+    add(*archive, options, session);
+}
+
+/// Replacing a file needs no permission to write it; the user may mean it to stay as it is.
+void requireWritable(const std::string &path) {
+    if (::access(path.c_str(), W_OK) != 0)
+        throw archive::writeError(path, errno);
+}
+
+} // namespace
+
+/// On a copy, which takes the archive's place when all is well.
+void run(const AddOptions &options, Session &session) {
+    const URL archiveURL = URL::file(options.archive);
+    const bool isNew = !archive::FileManager().itemExists(archiveURL);
+    const std::string target = isNew ? archiveURL.path() : resolved(archiveURL.path());
+    PendingFile pending(target);
+    try {
+        if (!isNew) {
+            requireWritable(target);
+            copyFile(target, pending.path());
+        }
+        write(pending, isNew, options, session);
+        if (!isNew)
+            copyAttributes(target, pending.path());
+        Interruption::throwIfInterrupted();
+        pending.place(isNew ? Existing::refuse : Existing::replace);
+    } catch (const archive::Error &error) {
+        throw Failure(purpose(options) + ": " + pending.underFinalName(describe(error)));
+    }
+}
+
+} // namespace cli

@@ -1,0 +1,51 @@
+#pragma once
+
+#include "cli/Json.h"
+#include "cli/OccupiedRanges.h"
+#include "cli/RecordComparison.h"
+
+#include "archive/Archive.h"
+#include "archive/DirectoryWindow.h"
+#include "archive/EndRecords.h"
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+
+namespace cli {
+
+/// Looks at every entry of an archive, also at those that a reader would not reach: its records,
+/// the place it takes, and its data. Memory stays flat whatever the number of entries and their
+/// size.
+class ArchiveTest {
+public:
+    using Report = std::function<void(const Problem &)>;
+
+    /// Opens the archive. Throws what `archive::Archive::open` throws.
+    ArchiveTest(const archive::URL &url, Report report, archive::Progress &progress);
+
+    /// Returns the number of entries looked at. Throws `Interrupted`, and what `report` throws.
+    std::uint64_t run();
+
+private:
+    [[nodiscard]] std::optional<archive::CentralDirectoryStructure> nextRecord();
+    void testEndRecords();
+    void testEndOfDirectory(std::uint64_t count);
+    void testEntry(const archive::CentralDirectoryStructure &central);
+    void testPlace(const EntryRecords &records);
+    [[nodiscard]] EntryRecords readRecords(const archive::CentralDirectoryStructure &central,
+                                           archive::LocalFileHeader local);
+    void report(const std::string &problem) const { report_({entry_, problem}); }
+
+    Report report_;
+    archive::Progress &progress_;
+    archive::Archive::FilePointer file_;
+    archive::EndRecordsScan end_;
+    std::optional<archive::DirectoryWindow> window_;
+    std::uint64_t position_ = 0;
+    std::string entry_; ///< the one that is being looked at
+    OccupiedRanges ranges_;
+};
+
+} // namespace cli

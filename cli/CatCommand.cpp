@@ -1,0 +1,33 @@
+#include "cli/Commands.h"
+#include "cli/EntryText.h"
+#include "cli/ErrorText.h"
+#include "cli/Reach.h"
+
+namespace cli {
+namespace {
+
+using archive::Archive;
+
+[[noreturn]] void failToFind(const CatOptions &options, const Archive &archive) {
+    const auto unreached = shortfall(findReach(archive));
+    throw Failure(purpose(options) + ": there is no entry of this path" +
+                  (unreached ? "; " + *unreached : ""));
+}
+
+} // namespace
+
+void run(const CatOptions &options, Session &session) {
+    const auto archive =
+        Archive::open(archive::URL::file(options.archive), Archive::AccessMode::read);
+    const auto entry = (*archive)[options.entry];
+    if (!entry)
+        failToFind(options, *archive);
+    const auto print = [&](std::span<const std::byte> chunk) { session.out().bytes(chunk); };
+    const archive::CRC32 checksum =
+        archive->extract(*entry, print, {.progress = session.progress()});
+    session.out().flush();
+    if (checksum != entry->checksum())
+        throw archive::Error(Archive::ArchiveError::invalidCRC32);
+}
+
+} // namespace cli

@@ -1,0 +1,46 @@
+#include "cli/Commands.h"
+
+#include "cli/ErrorText.h"
+#include "cli/Interruption.h"
+
+namespace cli {
+namespace {
+
+struct Purpose {
+    std::string operator()(const DuplicateOptions &options) const {
+        return "duplicate " + options.package;
+    }
+    std::string operator()(const ListOptions &options) const { return "list " + options.archive; }
+    std::string operator()(const ExtractOptions &options) const {
+        return "extract " + options.archive;
+    }
+    std::string operator()(const CreateOptions &options) const {
+        return "create " + options.archive;
+    }
+    std::string operator()(const AddOptions &options) const { return "add to " + options.archive; }
+    std::string operator()(const CatOptions &options) const {
+        return "print " + options.entry + " of " + options.archive;
+    }
+    std::string operator()(const TestOptions &options) const { return "test " + options.archive; }
+};
+
+} // namespace
+
+std::string purpose(const Options &options) {
+    return "cannot " + std::visit(Purpose(), options);
+}
+
+void run(const Request &request, Session &session) try {
+    std::visit([&](const auto &options) { run(options, session); }, request.options);
+    session.out().flush();
+} catch (const std::exception &error) {
+    session.bar().finish();
+    // Whatever failed after a signal, failed because of it.
+    if (Interruption::signal() != 0)
+        throw Interrupted();
+    if (dynamic_cast<const Failure *>(&error) != nullptr)
+        throw;
+    throw Failure(purpose(request.options) + ": " + describe(error));
+}
+
+} // namespace cli

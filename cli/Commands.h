@@ -1,0 +1,26 @@
+#pragma once
+
+#include "cli/Options.h"
+#include "cli/Session.h"
+
+#include <string>
+
+/// The commands. Each throws when it fails, with nothing changed that was there before and nothing
+/// temporary left behind: `archive::Error`, `Failure` with the whole text, or `Interrupted`.
+namespace cli {
+
+void run(const DuplicateOptions &options, Session &session);
+void run(const ListOptions &options, Session &session);
+void run(const ExtractOptions &options, Session &session);
+void run(const CreateOptions &options, Session &session);
+void run(const AddOptions &options, Session &session);
+void run(const CatOptions &options, Session &session);
+void run(const TestOptions &options, Session &session);
+
+/// What could not be done if it fails: "cannot list a.zip".
+[[nodiscard]] std::string purpose(const Options &options);
+
+/// Runs the one that is asked for; throws `Failure` and `Interrupted` only.
+void run(const Request &request, Session &session);
+
+} // namespace cli

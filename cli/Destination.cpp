@@ -1,0 +1,41 @@
+#include "cli/Destination.h"
+
+#include "cli/PendingFile.h"
+
+#include "archive/Error.h"
+
+#include <cerrno>
+#include <sys/stat.h>
+
+namespace cli {
+namespace {
+
+bool isFolder(const std::string &path) {
+    struct stat status {};
+    return ::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+}
+
+bool exists(const std::string &path) {
+    struct stat status {};
+    return ::lstat(path.c_str(), &status) == 0;
+}
+
+} // namespace
+
+Destination Destination::find(const std::string &output, bool mayReplace) {
+    if (isFolder(output))
+        return {output, std::nullopt};
+    const std::string folder = output.ends_with('/') ? output : folderOf(output);
+    if (!isFolder(folder))
+        throw archive::Error(archive::FileError::fileReadNoSuchFile,
+                             {.path = folder, .detail = "There is no such folder"});
+    if (!mayReplace && exists(output))
+        throw archive::writeError(output, EEXIST);
+    return {folder, output.substr(output.rfind('/') + 1)};
+}
+
+std::string Destination::path(const std::string &ownName) const {
+    return (folder.ends_with('/') ? folder : folder + '/') + name.value_or(ownName);
+}
+
+} // namespace cli

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+namespace cli {
+
+/// Where a result is to go: a folder that exists, and the result's name where it is known already.
+struct Destination {
+    std::string folder;
+    std::optional<std::string> name;
+
+    /// `output` is a folder, or the name of a file. Throws `FileError::fileReadNoSuchFile` if there
+    /// is no such folder, and `fileWriteFileExists` if the name is taken and may not be replaced.
+    [[nodiscard]] static Destination find(const std::string &output, bool mayReplace);
+
+    /// The path of a result that would be called `ownName`.
+    [[nodiscard]] std::string path(const std::string &ownName) const;
+};
+
+} // namespace cli

@@ -1,0 +1,75 @@
+#include "cli/Json.h"
+
+#include "cli/EntryText.h"
+
+#include <nlohmann/json.hpp>
+
+namespace cli {
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+std::string text(const Json &json) {
+    return json.dump(-1, ' ', false, Json::error_handler_t::replace);
+}
+
+/// An object whose last member is an empty list, up to where its elements come.
+std::string openEnded(const Json &json) {
+    std::string head = text(json);
+    head.resize(head.size() - std::string_view("]}").size());
+    return head;
+}
+
+} // namespace
+
+std::string jobJson(const std::vector<std::string> &log, const std::string &errorMessage,
+                    const std::optional<std::string> &result) {
+    Json json;
+    json["log"] = log;
+    json["errorMessage"] = errorMessage;
+    json["result"] = result ? Json(*result) : Json(nullptr);
+    return text(json);
+}
+
+std::string listHeadJson(const std::string &name, bool isZIP64) {
+    Json json;
+    json["archive"] = name;
+    json["zip64"] = isZIP64;
+    json["entries"] = Json::array();
+    return openEnded(json);
+}
+
+std::string entryJson(const archive::Entry &entry, const std::string &path) {
+    const archive::FileAttributes attributes = entry.fileAttributes();
+    const auto &record = entry.centralDirectoryStructure();
+    Json json;
+    json["path"] = path;
+    json["type"] = typeName(entry.type());
+    json["method"] = record.compressionMethod;
+    json["compressedSize"] = entry.compressedSize();
+    json["uncompressedSize"] = entry.uncompressedSize();
+    json["checksum"] = checksumText(entry.checksum());
+    json["modified"] = dateText(attributes.modificationDate, 'T') + "Z";
+    json["permissions"] = octalText(attributes.posixPermissions);
+    json["dataOffset"] = entry.dataOffset();
+    json["localSize"] = entry.localSize();
+    json["zip64"] = record.isZIP64();
+    return text(json);
+}
+
+std::string testHeadJson(const std::string &name, bool isGood) {
+    Json json;
+    json["archive"] = name;
+    json["ok"] = isGood;
+    json["problems"] = Json::array();
+    return openEnded(json);
+}
+
+std::string problemJson(const Problem &problem) {
+    Json json;
+    json["entry"] = problem.entry;
+    json["problem"] = problem.problem;
+    return text(json);
+}
+
+} // namespace cli

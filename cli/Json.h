@@ -1,0 +1,36 @@
+#pragma once
+
+#include "archive/Archive.h"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+/// The objects that `--json` prints, as texts. Bytes that are not UTF-8 become U+FFFD, so that the
+/// result is valid JSON whatever the names hold.
+namespace cli {
+
+/// `{"log":["…"],"errorMessage":"…","result":"path or null"}`
+[[nodiscard]] std::string jobJson(const std::vector<std::string> &log,
+                                  const std::string &errorMessage,
+                                  const std::optional<std::string> &result);
+
+/// `{"archive":"…","zip64":false,"entries":[`: what comes before the entries of a list.
+[[nodiscard]] std::string listHeadJson(const std::string &name, bool isZIP64);
+/// One entry of a list.
+[[nodiscard]] std::string entryJson(const archive::Entry &entry, const std::string &path);
+
+/// What is wrong with an entry; an empty path stands for the archive as a whole.
+struct Problem {
+    std::string entry;
+    std::string problem;
+
+    friend bool operator==(const Problem &, const Problem &) = default;
+};
+
+/// `{"archive":"…","ok":true,"problems":[`: what comes before the problems of a test.
+[[nodiscard]] std::string testHeadJson(const std::string &name, bool isGood);
+/// `{"entry":"…","problem":"…"}`
+[[nodiscard]] std::string problemJson(const Problem &problem);
+
+} // namespace cli

@@ -1,0 +1,99 @@
+#include "cli/PendingFile.h"
+
+#include "archive/Error.h"
+
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <fcntl.h>
+#include <sys/random.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <utility>
+
+namespace cli {
+namespace {
+
+/// The same in two steps, for file systems that cannot do it in one: the new name fails if it is
+/// taken, and stands for the whole file at once.
+int linkAndUnlink(const std::string &from, const std::string &to) {
+    if (::link(from.c_str(), to.c_str()) != 0)
+        return errno;
+    ::unlink(from.c_str());
+    return 0;
+}
+
+int renameToNewName(const std::string &from, const std::string &to) {
+    if (::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0)
+        return 0;
+    return errno == EINVAL || errno == ENOSYS ? linkAndUnlink(from, to) : errno;
+}
+
+/// Bytes that are still in memory when the machine stops must not have replaced others.
+int store(const std::string &path) {
+    const int file = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    const int error = file < 0 || ::fdatasync(file) != 0 ? errno : 0;
+    if (file >= 0)
+        ::close(file);
+    return error;
+}
+
+int replace(const std::string &from, const std::string &to) {
+    const int error = store(from);
+    return error != 0 || ::rename(from.c_str(), to.c_str()) == 0 ? error : errno;
+}
+
+} // namespace
+
+void putInPlace(const std::string &from, const std::string &to, Existing existing) {
+    const int error = existing == Existing::replace ? replace(from, to) : renameToNewName(from, to);
+    if (error != 0)
+        throw archive::writeError(to, error);
+}
+
+std::string unusedName(const std::string &folder) {
+    std::array<unsigned char, 8> random{};
+    struct stat status {};
+    std::string name;
+    do {
+        static_cast<void>(::getrandom(random.data(), random.size(), 0));
+        name = folder + "/.vellomir-";
+        for (const unsigned value : random)
+            name += {"0123456789abcdef"[value >> 4U], "0123456789abcdef"[value & 15U]};
+    } while (::lstat(name.c_str(), &status) == 0);
+    return name;
+}
+
+std::string folderOf(const std::string &path) {
+    const std::size_t slash = path.rfind('/');
+    if (slash == std::string::npos)
+        return ".";
+    return slash == 0 ? "/" : path.substr(0, slash);
+}
+
+PendingFile::PendingFile(std::string destination) : destination_(std::move(destination)) {
+    const std::string folder = folderOf(destination_);
+    struct stat status {};
+    if (::stat(folder.c_str(), &status) != 0)
+        throw archive::readError(folder, errno);
+    if (!S_ISDIR(status.st_mode))
+        throw archive::readError(folder, ENOTDIR);
+    path_ = unusedName(folder);
+}
+
+PendingFile::~PendingFile() {
+    if (!path_.empty())
+        ::unlink(path_.c_str());
+}
+
+void PendingFile::place(Existing existing) {
+    putInPlace(path_, destination_, existing);
+    path_.clear();
+}
+
+std::string PendingFile::underFinalName(std::string text) const {
+    const std::size_t found = path_.empty() ? std::string::npos : text.find(path_);
+    return found == std::string::npos ? text : text.replace(found, path_.size(), destination_);
+}
+
+} // namespace cli

@@ -1,0 +1,110 @@
+#include "cli/ProgressBar.h"
+
+#include "cli/ResultStream.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <string_view>
+#include <sys/ioctl.h>
+
+namespace cli {
+namespace {
+
+constexpr auto interval = std::chrono::milliseconds(100);
+
+std::string_view environment(const char *name) {
+    const char *value = std::getenv(name);
+    return value == nullptr ? std::string_view() : value;
+}
+
+bool isSmartTerminal(int file) {
+    const std::string_view kind = environment("TERM");
+    return ::isatty(file) == 1 && !kind.empty() && kind != "dumb";
+}
+
+bool isShown(const Feedback &feedback, int file) {
+    if (feedback.quiet || feedback.progress == ProgressMode::never)
+        return false;
+    return feedback.progress == ProgressMode::always || ::isatty(file) == 1;
+}
+
+} // namespace
+
+std::string barText(double fraction, std::size_t columns) {
+    const auto percent = static_cast<int>(std::floor(std::clamp(fraction, 0.0, 1.0) * 100));
+    std::string number = std::to_string(percent) + " %";
+    number.insert(0, 5 - std::min<std::size_t>(5, number.size()), ' ');
+    constexpr std::size_t widest = 50;
+    constexpr std::size_t around = 8; // brackets, a blank, the number
+    if (columns < around + 4)
+        return number;
+    const std::size_t width = std::min(widest, columns - around);
+    const std::size_t filled = width * static_cast<std::size_t>(percent) / 100;
+    std::string bar(filled, '=');
+    bar.resize(width, ' ');
+    if (filled < width)
+        bar[filled] = '>';
+    return "[" + bar + "] " + number;
+}
+
+ProgressBar::ProgressBar(const Feedback &feedback, int file)
+    : file_(file), isTerminal_(isSmartTerminal(file)), isShown_(cli::isShown(feedback, file)),
+      hasColour_(isTerminal_ && environment("NO_COLOR").empty()) {}
+
+void ProgressBar::watch(archive::Progress &progress) {
+    if (isShown_)
+        progress.setObserver([this](const archive::Progress &changed) { update(changed); });
+}
+
+void ProgressBar::update(const archive::Progress &progress) {
+    const auto now = std::chrono::steady_clock::now();
+    const std::lock_guard guard(lock_);
+    const bool isDone = progress.completedUnitCount() >= progress.totalUnitCount();
+    if (now < nextDrawing_ && !isDone)
+        return;
+    nextDrawing_ = now + interval;
+    fraction_ = progress.fractionCompleted();
+    draw(barText(fraction_, columns()));
+}
+
+void ProgressBar::draw(const std::string &text) {
+    if (text == drawn_)
+        return;
+    const std::string shown = hasColour_ ? "\x1b[33m" + text + "\x1b[0m" : text;
+    // A bar that cannot be drawn is no reason to stop.
+    static_cast<void>(writeFully(file_, "\r" + shown));
+    drawn_ = text;
+}
+
+void ProgressBar::hide() {
+    const std::lock_guard guard(lock_);
+    erase();
+}
+
+void ProgressBar::erase() {
+    if (drawn_.empty())
+        return;
+    const std::string blank = "\r" + std::string(drawn_.size(), ' ') + "\r";
+    static_cast<void>(writeFully(file_, isTerminal_ ? "\r\x1b[K" : blank));
+    drawn_.clear();
+}
+
+void ProgressBar::finish() {
+    const std::lock_guard guard(lock_);
+    if (isTerminal_) {
+        erase();
+    } else if (!drawn_.empty()) {
+        static_cast<void>(writeFully(file_, "\n"));
+        drawn_.clear();
+    }
+}
+
+std::size_t ProgressBar::columns() const {
+    winsize size{};
+    if (::ioctl(file_, TIOCGWINSZ, &size) != 0 || size.ws_col == 0)
+        return 80;
+    return size.ws_col - 1U; // writing into the last column may start a new line
+}
+
+} // namespace cli

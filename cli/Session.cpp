@@ -1,0 +1,22 @@
+#include "cli/Session.h"
+
+#include "cli/ErrorText.h"
+
+#include <utility>
+
+namespace cli {
+
+Session::Session(const Feedback &feedback, std::shared_ptr<archive::Progress> progress)
+    : isQuiet_(feedback.quiet), progress_(std::move(progress)), bar_(feedback) {
+    bar_.watch(*progress_);
+}
+
+void Session::warn(const std::string &text) {
+    if (isQuiet_)
+        return;
+    bar_.hide();
+    // Nobody is left to tell that standard error is closed.
+    static_cast<void>(writeFully(STDERR_FILENO, errorLine("warning: " + text)));
+}
+
+} // namespace cli

@@ -1,0 +1,35 @@
+#pragma once
+
+#include "cli/Options.h"
+#include "cli/ProgressBar.h"
+#include "cli/ResultStream.h"
+
+#include "archive/Progress.h"
+
+#include <memory>
+#include <string>
+
+namespace cli {
+
+/// What a command talks to while it runs.
+class Session {
+public:
+    Session(const Feedback &feedback, std::shared_ptr<archive::Progress> progress);
+
+    [[nodiscard]] ResultStream &out() { return out_; }
+    [[nodiscard]] ProgressBar &bar() { return bar_; }
+    /// The whole command's; cancelled when the user interrupts it. The bar shows it.
+    [[nodiscard]] const std::shared_ptr<archive::Progress> &progress() const { return progress_; }
+    [[nodiscard]] bool isQuiet() const { return isQuiet_; }
+
+    /// One line on standard error, unless the user wants none.
+    void warn(const std::string &text);
+
+private:
+    bool isQuiet_;
+    std::shared_ptr<archive::Progress> progress_;
+    ResultStream out_;
+    ProgressBar bar_;
+};
+
+} // namespace cli

@@ -1,0 +1,66 @@
+#include "cli/ArchiveTest.h"
+#include "cli/Commands.h"
+#include "cli/EntryText.h"
+#include "cli/ErrorText.h"
+
+namespace cli {
+namespace {
+
+using archive::Archive;
+
+/// Prints problems as they are found.
+class ProblemPrinter {
+public:
+    ProblemPrinter(const TestOptions &options, Session &session)
+        : options_(options), session_(session) {}
+
+    void print(const Problem &problem) {
+        session_.bar().hide();
+        ResultStream &out = session_.out();
+        if (options_.json)
+            out.text((count_ == 0 ? testHeadJson(options_.archive, false) : ",\n") +
+                     problemJson(problem));
+        else
+            out.line((problem.entry.empty() ? options_.archive : problem.entry) + ": " +
+                     problem.problem);
+        ++count_;
+    }
+
+    void finish(std::uint64_t entries) {
+        ResultStream &out = session_.out();
+        if (options_.json)
+            out.text((count_ == 0 ? testHeadJson(options_.archive, true) : "") + "]}\n");
+        else if (count_ == 0 && !session_.isQuiet())
+            out.line(options_.archive + ": " + countText(entries, "entry") + ", no problems");
+        out.flush();
+    }
+
+    [[nodiscard]] std::uint64_t count() const { return count_; }
+
+private:
+    const TestOptions &options_;
+    Session &session_;
+    std::uint64_t count_ = 0;
+};
+
+} // namespace
+
+void run(const TestOptions &options, Session &session) {
+    ProblemPrinter printer(options, session);
+    const auto print = [&](const Problem &problem) { printer.print(problem); };
+    try {
+        ArchiveTest test(archive::URL::file(options.archive), print, *session.progress());
+        printer.finish(test.run());
+    } catch (const archive::Error &error) {
+        // What is no archive at all is a result too, for whoever reads the object.
+        if (!options.json || error.code() != Archive::ArchiveError::unreadableArchive)
+            throw;
+        printer.print({"", error.what()});
+        printer.finish(0);
+    }
+    if (printer.count() != 0)
+        throw Failure("the test of " + options.archive +
+                      " failed: " + countText(printer.count(), "problem"));
+}
+
+} // namespace cli

@@ -42,7 +42,8 @@ public:
 [[nodiscard]] std::unique_ptr<Codec> makeZlibCodec(Codec::Operation operation);
 
 #ifdef VELLOMIR_ISAL
-/// ISA-L, which only inflates here.
+/// ISA-L, which only inflates here. Unlike zlib it accepts a stream whose codes are incomplete, as
+/// long as the data keeps to what they define.
 [[nodiscard]] std::unique_ptr<Codec> makeIsalInflater();
 #endif
 

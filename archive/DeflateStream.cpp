@@ -24,16 +24,16 @@ std::unique_ptr<Codec> newCodec(Codec::Operation operation) {
 
 class WorkBuffer {
 public:
-    [[nodiscard]] std::size_t capacity() const { return capacity_; }
+    [[nodiscard]] std::size_t capacity() const { return bytes_ ? capacity_ : 0; }
 
     std::span<std::byte> bytes(std::int64_t bufferSize) {
         if (bufferSize < 1)
             throw Error(Data::CompressionError::invalidStream,
                         {.detail = "The buffer size must be greater than 0"});
         const auto size = static_cast<std::size_t>(bufferSize);
-        if (size > capacity_) {
+        if (size > capacity()) {
             bytes_.reset(new (std::nothrow) std::byte[size]);
-            capacity_ = bytes_ ? size : 0;
+            capacity_ = size;
         }
         if (!bytes_)
             failForMemory();

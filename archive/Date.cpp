@@ -10,8 +10,9 @@
 namespace archive {
 namespace {
 
-constexpr int firstYear = 1980;
-constexpr int lastYear = 2099;
+// 1980 and 2099, as `tm_year` counts them. Adding 1900 to that could leave int.
+constexpr int firstYear = 80;
+constexpr int lastYear = 199;
 
 /// The calendar's fields in UTC; nothing if the year does not fit.
 std::optional<std::tm> breakDown(double timeIntervalSince1970) {
@@ -38,7 +39,7 @@ Date Date::fromDateTime(DateTime dateTime) {
     fields.tm_hour = static_cast<int>((time >> 11U) & 31U);
     fields.tm_mday = static_cast<int>(date & 31U);
     fields.tm_mon = static_cast<int>((date >> 5U) & 15U) - 1;
-    fields.tm_year = static_cast<int>(date >> 9U) + firstYear - 1900;
+    fields.tm_year = static_cast<int>(date >> 9U) + firstYear;
     return {static_cast<double>(::timegm(&fields))};
 }
 
@@ -46,7 +47,7 @@ std::uint16_t Date::fileModificationDate() const {
     const auto fields = breakDown(timeIntervalSince1970);
     if (!fields)
         return 0;
-    const int year = std::clamp(fields->tm_year + 1900, firstYear, lastYear);
+    const int year = std::clamp(fields->tm_year, firstYear, lastYear);
     return static_cast<std::uint16_t>(fields->tm_mday + (fields->tm_mon + 1) * 32 +
                                       (year - firstYear) * 512);
 }

@@ -2,9 +2,19 @@
 
 #include "archive/FileManager.h"
 
+#include <limits>
 #include <sys/stat.h>
 
 namespace archive {
+namespace {
+
+/// A sum that stays at the greatest value instead of beginning again at 0.
+std::uint64_t saturatedSum(std::uint64_t left, std::uint64_t right) {
+    constexpr std::uint64_t greatest = std::numeric_limits<std::uint64_t>::max();
+    return left > greatest - right ? greatest : left + right;
+}
+
+} // namespace
 
 Entry::EntryType Entry::entryType(std::uint32_t mode) {
     switch (mode & S_IFMT) {
@@ -110,10 +120,11 @@ std::uint64_t Entry::dataOffset() const {
 std::uint64_t Entry::localSize() const {
     std::uint64_t size = LocalFileHeader::size + std::uint64_t{localFileHeader_.fileNameLength} +
                          localFileHeader_.extraFieldLength;
-    size += isCompressed() ? compressedSize() : uncompressedSize();
     if (centralDirectoryStructure_.isZIP64())
-        return size + (zip64DataDescriptor_ ? ZIP64DataDescriptor::size : 0);
-    return size + (dataDescriptor_ ? DataDescriptor::size : 0);
+        size += zip64DataDescriptor_ ? ZIP64DataDescriptor::size : 0;
+    else
+        size += dataDescriptor_ ? DataDescriptor::size : 0;
+    return saturatedSum(size, isCompressed() ? compressedSize() : uncompressedSize());
 }
 
 FileAttributes Entry::fileAttributes() const {

@@ -7,6 +7,10 @@
 #include <optional>
 #include <string>
 
+#ifdef unix // a macro of compilers in GNU mode, and the name of a host below
+#undef unix
+#endif
+
 namespace archive {
 
 /// What extraction applies to an item on disk.
@@ -58,7 +62,7 @@ public:
     [[nodiscard]] std::uint64_t uncompressedSize() const;
     /// Where the stored bytes begin, from the start of the archive.
     [[nodiscard]] std::uint64_t dataOffset() const;
-    /// Bytes in the data area: header, data and descriptor.
+    /// Bytes in the data area: header, data and descriptor; the greatest value if they are more.
     [[nodiscard]] std::uint64_t localSize() const;
     [[nodiscard]] FileAttributes fileAttributes() const;
 

@@ -58,7 +58,7 @@ bool scanTails(Record &record, const AdditionalDataProvider &provider) {
     std::span<const std::byte> bytes;
     try {
         bytes = provider(total);
-    } catch (const std::exception &) {
+    } catch (...) { // whatever it throws, this is no record
         return false;
     }
     if (bytes.size() != total)

@@ -88,6 +88,34 @@ Data withoutZIP64Field(std::span<const std::byte> extraFieldData) {
     return others;
 }
 
+void appendMember(Data &data, const ZIP64ExtendedInformation &information, Field field) {
+    switch (field) {
+    case Field::uncompressedSize:
+        return data.appendValue(information.uncompressedSize);
+    case Field::compressedSize:
+        return data.appendValue(information.compressedSize);
+    case Field::relativeOffsetOfLocalHeader:
+        return data.appendValue(information.relativeOffsetOfLocalHeader);
+    case Field::diskNumberStart:
+        return data.appendValue(information.diskNumberStart);
+    }
+}
+
+/// The ZIP64 field with exactly these members, for readers ignore one that holds more or less than
+/// the sentinels announce. No bytes without members.
+Data zip64FieldData(const ZIP64ExtendedInformation &information, const Fields &announced) {
+    Data members;
+    for (const Field field : announced)
+        appendMember(members, information, field);
+    Data data;
+    if (members.empty())
+        return data;
+    data.appendValue(information.headerID);
+    data.appendValue(static_cast<std::uint16_t>(members.size()));
+    data.append(members);
+    return data;
+}
+
 } // namespace
 
 std::optional<ZIP64ExtendedInformation>
@@ -135,6 +163,7 @@ ZIP64ExtendedInformation::from(const ZIP64ExtendedInformation &zip64ExtendedInfo
                                std::uint64_t offset) {
     ZIP64ExtendedInformation copy = zip64ExtendedInformation;
     copy.relativeOffsetOfLocalHeader = offset;
+    copy.dataSize = static_cast<std::uint16_t>(copy.data().size() - headerSize);
     return copy;
 }
 
@@ -218,11 +247,11 @@ CentralDirectoryStructure CentralDirectoryStructure::from(
     CentralDirectoryStructure record = centralDirectoryStructure;
     record.relativeOffsetOfLocalHeader = relativeOffset;
     if (zip64ExtendedInformation) {
-        record.extraFields = {*zip64ExtendedInformation};
-        Data extraFieldData = zip64ExtendedInformation->data();
+        Data extraFieldData = zip64FieldData(*zip64ExtendedInformation, record.validFields());
         extraFieldData.append(withoutZIP64Field(record.extraFieldData));
         record.extraFieldData = std::move(extraFieldData);
         record.extraFieldLength = static_cast<std::uint16_t>(record.extraFieldData.size());
+        record.extraFields = scanExtraFields(record);
     }
     return record;
 }

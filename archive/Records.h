@@ -63,7 +63,7 @@ struct ZIP64ExtendedInformation {
     [[nodiscard]] static std::optional<ZIP64ExtendedInformation>
     scanForZIP64Field(std::span<const std::byte> extraFieldData, const Fields &fields);
 
-    /// A copy with another offset, for an entry that moved.
+    /// A copy with another offset, for an entry that moved; its `dataSize` is that of `data()`.
     [[nodiscard]] static ZIP64ExtendedInformation
     from(const ZIP64ExtendedInformation &zip64ExtendedInformation, std::uint64_t offset);
 
@@ -181,7 +181,7 @@ struct CentralDirectoryStructure {
          std::uint32_t relativeOffset, const std::optional<ZIP64ExtendedInformation> &extraField);
 
     /// The record of an entry that moved: another offset and, where given, a new ZIP64 field in the
-    /// place of the old one.
+    /// place of the old one, with the members that the sentinels announce.
     [[nodiscard]] static CentralDirectoryStructure
     from(const CentralDirectoryStructure &centralDirectoryStructure,
          const std::optional<ZIP64ExtendedInformation> &zip64ExtendedInformation,

@@ -1,8 +1,10 @@
 #pragma once
 
+#include "Vellomir/ContentView/JobProgress.h"
 #include "Vellomir/Platform/LogMessages.h"
 #include "Vellomir/Platform/Picture.h"
 #include "Vellomir/Platform/Property.h"
+#include "Vellomir/Platform/PropertyList.h"
 #include "Vellomir/Platform/SandboxFiles.h"
 #include "Vellomir/Platform/Services.h"
 #include "archive/URL.h"
@@ -70,12 +72,28 @@ public:
 private:
     void completeJob();
     void fail(const std::string &message);
-    void report(const std::string &what, const archive::Error &error) const;
+    [[nodiscard]] archive::URL documentsFolder() const;
+
+    [[nodiscard]] std::optional<archive::URL> findBundle(const archive::URL &url) const;
+    [[nodiscard]] std::optional<archive::Data> encodeIcon(const Picture &newIcon);
+    [[nodiscard]] bool writeIcons(const archive::URL &bundle, const archive::Data &png);
+
+    [[nodiscard]] std::optional<archive::URL> findInfoPlist(const archive::URL &url) const;
+    [[nodiscard]] std::optional<PropertyList> readInfoPlist(const archive::URL &file) const;
+    [[nodiscard]] std::string renameBundle(PropertyList &propertyList);
+    void writeInfoPlist(const PropertyList &propertyList, const archive::URL &file);
+
+    void stagePayload(const archive::URL &url, const archive::URL &staging);
+    [[nodiscard]] archive::URL packagePlace(const archive::URL &output,
+                                            const archive::URL &staging) const;
+    void removeOldPackage(const archive::URL &place) const;
 
     Services services_;
     SandboxFiles files_;
+    JobProgress progress_;
     Observation imageObservation_;
     std::shared_ptr<JobCounter> jobs_;
+    std::shared_ptr<const bool> isAlive_ = std::make_shared<const bool>(true);
 };
 
 } // namespace vellomir

@@ -23,6 +23,9 @@ enum class PropertyListError {
 /// its value and its place.
 class PropertyList {
 public:
+    /// Bytes. No bundle has a property list of this size, and memory is finite.
+    static constexpr std::size_t maximumSize = 16 << 20;
+
     /// Reads the XML, the binary and the old text format, in UTF-8 or, if text, UTF-16. What could
     /// not be kept exactly is refused, never changed. Throws `PropertyListError` with what is wrong
     /// and where.

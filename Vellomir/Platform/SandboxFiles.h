@@ -25,8 +25,10 @@ public:
     /// The root must exist, and its path hold no links.
     explicit SandboxFiles(const archive::URL &root);
 
-    /// Links are followed; one that dangles, or leads out, does not exist.
-    [[nodiscard]] bool exists(const archive::URL &url) const;
+    /// Throws if nothing is there, or only a link that dangles or leads out.
+    void requireItem(const archive::URL &url) const;
+    /// The same place without links in the folders of its path. The item need not exist.
+    [[nodiscard]] archive::URL withoutLinks(const archive::URL &url) const;
     /// A whole file. More than `limit` bytes: `FileError::fileReadTooLarge`.
     [[nodiscard]] archive::Data read(const archive::URL &url, std::size_t limit) const;
     /// Replaces the content of a file, which is made when missing, in place.
@@ -34,8 +36,9 @@ public:
 
     /// The folder and all missing ones above it; an existing folder is welcome.
     void createFolder(const archive::URL &url) const;
-    /// Copies a regular file from anywhere to a new one inside, which is removed again if that
-    /// fails. Throws `ArchiveError::cancelledOperation` when the progress is cancelled.
+    /// Copies a regular file from anywhere to a new one inside, in the place of whatever is there.
+    /// What was copied is removed again if that fails. Throws `ArchiveError::cancelledOperation`
+    /// when the progress is cancelled.
     void copyIn(const archive::URL &from, const archive::URL &to,
                 const ProgressPointer &progress) const;
     /// Moves an item; nothing is overwritten. A link moves itself.
@@ -43,9 +46,11 @@ public:
     /// Removes an item with everything in it, folders without write permission too. A link goes
     /// itself, not what it leads to.
     void remove(const archive::URL &url) const;
+    /// The same, content with finding nothing there.
+    void removeIfThere(const archive::URL &url) const;
 
     /// The direct children, in the order of the file system.
-    [[nodiscard]] std::vector<std::string> children(const archive::URL &folder) const;
+    [[nodiscard]] std::vector<archive::URL> children(const archive::URL &folder) const;
     /// The first item below the folder that passes the test, a folder before its content, otherwise
     /// in the order of the file system. Links are reported and not entered; what cannot be read is
     /// skipped.

@@ -1,0 +1,72 @@
+#include "Vellomir/ContentView/AppLaunchView.h"
+
+#include "Vellomir/ContentView/JobCounter.h"
+
+namespace vellomir {
+
+AppLaunchView::AppLaunchView(Services services)
+    : selectedFileURL(services.mainQueue), modifiedFileURL(services.mainQueue),
+      showShareSheet(services.mainQueue), duplicationNumber(services.mainQueue),
+      showImagePicker(services.mainQueue), showImageCropper(services.mainQueue),
+      selectedImage(services.mainQueue), isLoading(services.mainQueue),
+      isProcessing(services.mainQueue), errorMessage(services.mainQueue),
+      logMessages(services.mainQueue), showInfoSheet(services.mainQueue),
+      services_(std::move(services)), files_(services_.sandbox.root()),
+      progress_(services_.progress), jobs_(std::make_shared<JobCounter>()) {
+    imageObservation_ = selectedImage.observe([this](const std::optional<Picture> &image) {
+        if (image)
+            showImageCropper.set(true);
+    });
+}
+
+AppLaunchView::~AppLaunchView() {
+    jobs_->waitForAll();
+}
+
+void AppLaunchView::filePicked(const archive::URL &url) {
+    services_.console("Selected file URL: " + url.absoluteString());
+    selectedFileURL.set(url);
+    logMessages.append("File selected: " + url.lastPathComponent());
+}
+
+void AppLaunchView::pickIconAction() {
+    showImagePicker.set(true);
+}
+
+void AppLaunchView::removeImageAction() {
+    selectedImage.set(std::nullopt);
+}
+
+void AppLaunchView::hideKeyboard() const {
+    services_.hideKeyboard();
+}
+
+void AppLaunchView::doItAction() {
+    hideKeyboard();
+    isLoading.set(true);
+    isProcessing.set(true);
+    services_.backgroundQueue([this, job = jobs_->startJob()] {
+        processIPAFile();
+        // Whoever runs the main queue may be done with this object by then.
+        services_.mainQueue([this, alive = std::weak_ptr(isAlive_)] {
+            if (!alive.expired())
+                completeJob();
+        });
+    });
+}
+
+void AppLaunchView::completeJob() {
+    isLoading.set(false);
+    isProcessing.set(false);
+    duplicationNumber.set({});
+    selectedImage.set(std::nullopt);
+    hideKeyboard();
+    const auto result = modifiedFileURL.get();
+    if (!result)
+        return;
+    showShareSheet.set(true);
+    modifiedFileURL.set(result);
+    selectedFileURL.set(std::nullopt);
+}
+
+} // namespace vellomir

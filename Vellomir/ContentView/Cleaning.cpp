@@ -1,0 +1,41 @@
+// AppLaunchView: emptying the sandbox's folders.
+
+#include "Vellomir/ContentView/AppLaunchView.h"
+#include "Vellomir/ContentView/Diagnostics.h"
+
+#include <cstdlib>
+
+namespace vellomir {
+
+/// A sandbox is never without one; a program that made it so is broken.
+archive::URL AppLaunchView::documentsFolder() const {
+    const auto folder = services_.sandbox.documentsFolder();
+    if (folder)
+        return *folder;
+    services_.console("Fatal error: the sandbox has no folder for documents");
+    std::abort();
+}
+
+void AppLaunchView::clearDocuments() {
+    const archive::URL folder = documentsFolder();
+    try {
+        for (const archive::URL &child : files_.children(folder))
+            files_.remove(child);
+        logMessages.replace({});
+    } catch (const std::exception &error) {
+        services_.console("Error clearing Documents folder: " + rawText(error));
+    }
+}
+
+void AppLaunchView::clearTemporaryFiles() {
+    try {
+        for (const archive::URL &child : files_.children(services_.sandbox.temporaryFolder()))
+            files_.remove(child);
+        logMessages.append("Temporary files cleared");
+    } catch (const std::exception &error) {
+        logMessages.append(std::string("Error clearing temporary files: ") + error.what());
+        services_.console(rawText(error));
+    }
+}
+
+} // namespace vellomir

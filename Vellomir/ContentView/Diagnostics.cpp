@@ -1,0 +1,12 @@
+#include "Vellomir/ContentView/Diagnostics.h"
+
+#include "archive/Error.h"
+
+namespace vellomir {
+
+std::string rawText(const std::exception &error) {
+    const auto *known = dynamic_cast<const archive::Error *>(&error);
+    return (known == nullptr ? std::string() : known->name() + ": ") + error.what();
+}
+
+} // namespace vellomir

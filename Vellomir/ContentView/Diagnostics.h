@@ -1,0 +1,11 @@
+#pragma once
+
+#include <exception>
+#include <string>
+
+namespace vellomir {
+
+/// The error for the console: its name in the source, where it has one, and its description.
+[[nodiscard]] std::string rawText(const std::exception &error);
+
+} // namespace vellomir

@@ -1,0 +1,136 @@
+#include "Vellomir/Platform/FolderTree.h"
+
+#include "archive/Error.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <dirent.h>
+#include <fcntl.h>
+#include <memory>
+#include <sys/stat.h>
+
+namespace vellomir {
+namespace {
+
+using archive::FileDescriptor;
+
+constexpr int listFlags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
+
+struct CloseDirectory {
+    void operator()(DIR *directory) const { ::closedir(directory); }
+};
+
+bool isFolder(int parent, const dirent &entry) {
+    if (entry.d_type != DT_UNKNOWN)
+        return entry.d_type == DT_DIR;
+    struct stat status {};
+    return ::fstatat(parent, entry.d_name, &status, AT_SYMLINK_NOFOLLOW) == 0 &&
+           S_ISDIR(status.st_mode);
+}
+
+const dirent *nextEntry(DIR *directory, const std::string &path) {
+    errno = 0;
+    const dirent *entry = ::readdir(directory);
+    if (entry == nullptr && errno != 0)
+        throw archive::readError(path, errno);
+    return entry;
+}
+
+/// If this fails, opening will say so.
+void grantAccess(int parent, const std::string &name) {
+    const FileDescriptor item(
+        ::openat(parent, name.c_str(), O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    struct stat status {};
+    if (item.isOpen() && ::fstat(item.get(), &status) == 0 && (status.st_mode & S_IRWXU) != S_IRWXU)
+        changeMode(item, status.st_mode | S_IRWXU);
+}
+
+bool isDots(std::string_view name) {
+    return name == "." || name == "..";
+}
+
+} // namespace
+
+std::vector<FolderItem> folderItems(int folder, const std::string &path) {
+    FileDescriptor own(::openat(folder, ".", listFlags));
+    const std::unique_ptr<DIR, CloseDirectory> directory(own.isOpen() ? ::fdopendir(own.get())
+                                                                      : nullptr);
+    if (!directory)
+        throw archive::readError(path, errno);
+    static_cast<void>(own.release()); // belongs to the directory stream now
+
+    std::vector<FolderItem> items;
+    while (const dirent *entry = nextEntry(directory.get(), path))
+        if (!isDots(entry->d_name))
+            items.push_back({entry->d_name, isFolder(folder, *entry)});
+    return items;
+}
+
+FileDescriptor openFolder(int parent, const std::string &name, const std::string &path,
+                          FolderAccess access) {
+    if (access == FolderAccess::remove)
+        grantAccess(parent, name);
+    FileDescriptor folder(::openat(parent, name.c_str(), listFlags));
+    if (!folder.isOpen())
+        throw archive::readError(path, errno);
+    return folder;
+}
+
+bool changeMode(const FileDescriptor &item, mode_t mode) {
+    const std::string path = "/proc/self/fd/" + std::to_string(item.get());
+    return ::chmod(path.c_str(), mode & 07777U) == 0;
+}
+
+FolderTree::FolderTree(FileDescriptor folder, std::string path, FolderAccess access)
+    : folder_(std::move(folder)), path_(std::move(path)), access_(access) {
+    levels_.push_back(level(folder_, path_));
+}
+
+FolderTree::Event FolderTree::next() {
+    std::vector<FolderItem> &pending = levels_.back().pending;
+    if (pending.empty())
+        return leave();
+    FolderItem item = std::move(pending.back());
+    pending.pop_back();
+    return {Step::foundItem, std::move(item)};
+}
+
+void FolderTree::enter(const std::string &name) {
+    FileDescriptor next = openFolder(folder(), name, path(name), access_);
+    // The way back must be open too.
+    if (::faccessat(next.get(), "..", F_OK, 0) != 0)
+        throw archive::readError(path(name), errno);
+    levels_.push_back(level(next, path(name)));
+    folder_ = std::move(next);
+    path_.append("/").append(name);
+}
+
+FolderTree::Event FolderTree::leave() {
+    if (levels_.size() == 1)
+        return {};
+    FileDescriptor parent(::openat(folder(), "..", listFlags));
+    levels_.pop_back();
+    if (!parent.isOpen() || identity(parent, path_) != levels_.back().identity)
+        throw archive::Error(archive::FileError::fileReadUnknown,
+                             {.path = path_, .detail = "The folder was moved meanwhile"});
+    folder_ = std::move(parent);
+    const std::size_t slash = path_.rfind('/');
+    Event event{Step::leftFolder, {path_.substr(slash + 1), true}};
+    path_.erase(slash);
+    return event;
+}
+
+FolderTree::Level FolderTree::level(const FileDescriptor &folder, const std::string &path) {
+    std::vector<FolderItem> items = folderItems(folder.get(), path);
+    std::reverse(items.begin(), items.end());
+    return {std::move(items), identity(folder, path)};
+}
+
+FolderTree::Identity FolderTree::identity(const FileDescriptor &folder, const std::string &path) {
+    struct stat status {};
+    if (::fstat(folder.get(), &status) != 0)
+        throw archive::readError(path, errno);
+    return {status.st_dev, status.st_ino};
+}
+
+} // namespace vellomir

@@ -1,0 +1,80 @@
+#pragma once
+
+#include "archive/FileDescriptor.h"
+
+#include <functional>
+#include <string>
+#include <string_view>
+#include <sys/types.h>
+#include <vector>
+
+namespace vellomir {
+
+/// An item as its folder lists it.
+struct FolderItem {
+    std::string name;
+    bool isFolder = false; ///< itself; a link to one is none
+};
+
+/// The items of an open folder, in the order of the file system. `path` stands in errors, which are
+/// `FileError`s.
+[[nodiscard]] std::vector<FolderItem> folderItems(int folder, const std::string &path);
+
+/// What a folder is opened for: to list it, or to remove what it holds, for which missing rights
+/// are granted to oneself if the folder is one's own.
+enum class FolderAccess { list, remove };
+
+/// Opens a folder that is no link. `path` stands in errors, which are `FileError`s.
+[[nodiscard]] archive::FileDescriptor openFolder(int parent, const std::string &name,
+                                                 const std::string &path, FolderAccess access);
+
+/// Also of an item opened with O_PATH, which the system knows no call for. False if that failed.
+bool changeMode(const archive::FileDescriptor &item, mode_t mode);
+
+/// Walks a tree from a folder downwards without following links, holding one descriptor whatever
+/// the depth. Errors are `FileError`s with the path.
+class FolderTree {
+public:
+    FolderTree(archive::FileDescriptor folder, std::string path, FolderAccess access);
+
+    enum class Step {
+        foundItem,  ///< an item of the current folder; if it is a folder, `enter` may follow
+        leftFolder, ///< all items of this one were found; the current folder is the one above
+        end,
+    };
+    struct Event {
+        Step step = Step::end;
+        FolderItem item;
+    };
+    [[nodiscard]] Event next();
+    /// Goes on with the items of a folder that was just found. If this throws, the walk goes on
+    /// beside it.
+    void enter(const std::string &name);
+
+    /// The current folder.
+    [[nodiscard]] int folder() const { return folder_.get(); }
+    [[nodiscard]] std::string path(const std::string &name) const { return path_ + '/' + name; }
+
+private:
+    struct Identity {
+        dev_t device;
+        ino_t number;
+        friend bool operator==(const Identity &, const Identity &) = default;
+    };
+    struct Level {
+        std::vector<FolderItem> pending; ///< the next one last
+        Identity identity;
+    };
+    [[nodiscard]] static Level level(const archive::FileDescriptor &folder,
+                                     const std::string &path);
+    [[nodiscard]] static Identity identity(const archive::FileDescriptor &folder,
+                                           const std::string &path);
+    [[nodiscard]] Event leave();
+
+    archive::FileDescriptor folder_;
+    std::string path_;
+    FolderAccess access_;
+    std::vector<Level> levels_; ///< from the top to the current folder
+};
+
+} // namespace vellomir

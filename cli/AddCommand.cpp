@@ -35,7 +35,7 @@ std::string entryPath(const std::string &path, const FileItem &item) {
 }
 
 std::vector<Addition> findAdditions(const AddOptions &options) {
-    const URL base = URL::folder(options.relativeTo);
+    const URL base = URL::folder(options.relativeTo == "." ? "" : options.relativeTo);
     std::vector<Addition> additions;
     for (const std::string &path : options.paths) {
         const FileItem item(base.appendingPathComponent(path));

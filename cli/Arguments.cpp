@@ -46,6 +46,11 @@ std::string unshielded(std::string_view argument) {
     return std::string(argument);
 }
 
+std::string withoutMarks(std::string text) {
+    std::erase(text, mark);
+    return text;
+}
+
 std::string objectionToPath(std::string_view path) {
     if (path.empty())
         return "a path may not be empty";

@@ -13,8 +13,10 @@ namespace cli {
 /// would end the command with the first of several operands.
 [[nodiscard]] std::vector<std::string> shielded(const std::vector<std::string> &arguments);
 
-/// The text without the mark.
+/// The argument without the mark.
 [[nodiscard]] std::string unshielded(std::string_view argument);
+/// What the library says, without the marks of the arguments that it quotes.
+[[nodiscard]] std::string withoutMarks(std::string text);
 
 /// Why an unpacker would refuse an entry of this path, or put it elsewhere; "" if it would not.
 [[nodiscard]] std::string objectionToPath(std::string_view path);

@@ -214,10 +214,11 @@ const CLI::App &Grammar::chosen(std::string &path) const {
 std::string Grammar::describe(const CLI::ParseError &error) const {
     std::string path;
     const CLI::App &command = chosen(path);
-    std::string why = unshielded(error.what());
+    std::string why = withoutMarks(error.what());
     if (why == "A subcommand is required") {
         const auto rest = command.remaining();
-        why = rest.empty() ? "a command is missing" : "\"" + rest.front() + "\" is no command";
+        why = rest.empty() ? "a command is missing"
+                           : "\"" + unshielded(rest.front()) + "\" is no command";
     }
     return "wrong command line: " + why + " (" + path + " --help tells more)";
 }

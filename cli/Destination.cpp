@@ -35,7 +35,9 @@ Destination Destination::find(const std::string &output, bool mayReplace) {
 }
 
 std::string Destination::path(const std::string &ownName) const {
-    return (folder.ends_with('/') ? folder : folder + '/') + name.value_or(ownName);
+    const bool isHere = folder == ".";
+    const std::string start = isHere ? "" : folder.ends_with('/') ? folder : folder + '/';
+    return start + name.value_or(ownName);
 }
 
 } // namespace cli

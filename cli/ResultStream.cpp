@@ -23,12 +23,12 @@ void waitUntilWritable(int file) {
 
 ResultStream::ResultStream(int file) : file_(file), isTerminal_(::isatty(file) == 1) {}
 
-void ResultStream::line(std::string_view content) {
+void ResultStream::line(std::string_view text) {
     if (isTerminal_)
-        text(archive::printable(content));
+        this->text(archive::printable(text));
     else
-        text(content);
-    text("\n");
+        this->text(text);
+    this->text("\n");
 }
 
 void ResultStream::text(std::string_view text) {

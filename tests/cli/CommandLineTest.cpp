@@ -1,0 +1,170 @@
+#include "cli/CommandLine.h"
+
+#include <gmock/gmock.h>
+
+using namespace cli;
+using testing::AllOf;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::Not;
+using testing::StartsWith;
+
+namespace {
+
+using Arguments = std::vector<std::string>;
+
+Request request(const Arguments &arguments) {
+    return std::get<Request>(parse(arguments));
+}
+
+template <class Options>
+Options options(const Arguments &arguments) {
+    return std::get<Options>(request(arguments).options);
+}
+
+std::string error(const Arguments &arguments) {
+    try {
+        static_cast<void>(parse(arguments));
+    } catch (const UsageError &failure) {
+        return failure.what();
+    }
+    return "no error";
+}
+
+TEST(CommandLine, DuplicateTakesEverything) {
+    const auto chosen =
+        options<DuplicateOptions>({"duplicate", "a.ipa", "--number", "2", "--icon", "i.png",
+                                   "--zoom", "--output", "out", "--force", "--json"});
+    EXPECT_EQ(chosen.package, "a.ipa");
+    EXPECT_EQ(chosen.number, "2");
+    EXPECT_EQ(chosen.icon, "i.png");
+    EXPECT_EQ(chosen.output, "out");
+    EXPECT_TRUE(chosen.zoom && chosen.force && chosen.json);
+}
+
+TEST(CommandLine, DuplicateHasDefaults) {
+    const auto chosen = options<DuplicateOptions>({"duplicate", "--number", "2", "a.ipa"});
+    EXPECT_EQ(chosen.icon, std::nullopt);
+    EXPECT_EQ(chosen.output, ".");
+    EXPECT_FALSE(chosen.zoom || chosen.force || chosen.json);
+}
+
+TEST(CommandLine, TheNumberMayBeAnyText) {
+    for (const std::string number :
+         {"", "-copy", "--json", "--", "[1,2]", "-2", "ü\n", "a=b", " "}) {
+        EXPECT_EQ(options<DuplicateOptions>({"duplicate", "a", "--number", number}).number, number);
+        EXPECT_EQ(options<DuplicateOptions>({"duplicate", "a", "--number=" + number}).number,
+                  number);
+    }
+}
+
+TEST(CommandLine, OnlyWhatTakesAWhileHasABar) {
+    EXPECT_EQ(request({"archive", "extract", "a", "b"}).feedback.progress, ProgressMode::automatic);
+    EXPECT_EQ(request({"duplicate", "a", "--number", "1"}).feedback.progress,
+              ProgressMode::automatic);
+    EXPECT_EQ(request({"archive", "list", "a"}).feedback.progress, ProgressMode::never);
+    EXPECT_EQ(request({"archive", "cat", "a", "b"}).feedback.progress, ProgressMode::never);
+    const auto chosen =
+        request({"archive", "create", "a", "b", "--progress", "always", "--quiet"}).feedback;
+    EXPECT_EQ(chosen.progress, ProgressMode::always);
+    EXPECT_TRUE(chosen.quiet);
+}
+
+TEST(CommandLine, TheArchiveCommandsTakeTheirOptions) {
+    const auto list =
+        options<ListOptions>({"archive", "list", "a", "--encoding", "cp437", "--json"});
+    EXPECT_EQ(list.encoding, archive::TextEncoding::codePage437);
+    EXPECT_TRUE(list.json);
+
+    const auto extract = options<ExtractOptions>(
+        {"archive", "extract", "a", "d", "--skip-crc32", "--encoding", "utf-8"});
+    EXPECT_EQ(extract.destination, "d");
+    EXPECT_EQ(extract.encoding, archive::TextEncoding::utf8);
+    EXPECT_TRUE(extract.skipCRC32);
+
+    const auto create = options<CreateOptions>(
+        {"archive", "create", "a", "s", "--keep-parent", "--method", "deflate"});
+    EXPECT_EQ(create.method, archive::CompressionMethod::deflate);
+    EXPECT_TRUE(create.keepParent);
+
+    EXPECT_EQ(options<CatOptions>({"archive", "cat", "a", "e"}).entry, "e");
+    EXPECT_TRUE(options<TestOptions>({"archive", "test", "a", "--json"}).json);
+}
+
+TEST(CommandLine, AddTakesPathsOfAnyLook) {
+    const auto add = options<AddOptions>(
+        {"archive", "add", "a", "[x,y]", "--relative-to", "f", "b", "--", "-c", "--json"});
+    EXPECT_EQ(add.relativeTo, "f");
+    EXPECT_EQ(add.method, archive::CompressionMethod::none);
+    EXPECT_THAT(add.paths, ElementsAre("[x,y]", "b", "-c", "--json"));
+}
+
+TEST(CommandLine, FilesMayBeCalledLikeCommands) {
+    EXPECT_EQ(options<ListOptions>({"archive", "list", "list"}).archive, "list");
+    EXPECT_EQ(options<DuplicateOptions>({"duplicate", "archive", "--number", "1"}).package,
+              "archive");
+}
+
+TEST(CommandLine, WhatIsWrongIsSaidInOneLineWithTheWayToTheHelp) {
+    EXPECT_EQ(error({}),
+              "wrong command line: a command is missing (vellomir-cli --help tells more)");
+    EXPECT_EQ(error({"bogus"}),
+              "wrong command line: \"bogus\" is no command (vellomir-cli --help tells more)");
+    EXPECT_EQ(error({"archive", "bogus"}), "wrong command line: \"bogus\" is no command "
+                                           "(vellomir-cli archive --help tells more)");
+    EXPECT_EQ(error({"archive", "list"}), "wrong command line: ARCHIVE is required "
+                                          "(vellomir-cli archive list --help tells more)");
+}
+
+TEST(CommandLine, WrongCommandLinesAreRefused) {
+    const std::vector<std::pair<Arguments, std::string>> cases = {
+        {{"duplicate", "a"}, "--number is required"},
+        {{"duplicate", "--number", "1"}, "PACKAGE is required"},
+        {{"duplicate", "", "--number", "1"}, "may not be empty"},
+        {{"duplicate", "a", "--number", "1", "--zoom"}, "--zoom requires --icon"},
+        {{"duplicate", "a", "--number", "1", "--icon", ""}, "may not be empty"},
+        {{"duplicate", "a", "--number", "1", "--output="}, "may not be empty"},
+        {{"duplicate", "a", "--number", "1", "--icon"}, "PICTURE"},
+        {{"duplicate", "a", "--number", "1", "--number", "2"}, "--number"},
+        {{"duplicate", "a", "b", "--number", "1"}, "not expected: b"},
+        {{"archive", "list", "a", "--bogus"}, "not expected: --bogus"},
+        {{"archive", "list", "[a]", "[b]"}, "not expected: [b]"},
+        {{"archive", "list", "a", "--encoding", "latin1"}, "\"latin1\" is none of utf-8|cp437"},
+        {{"archive", "create", "a", "b", "--method", "lzma"}, "\"lzma\" is none of none|deflate"},
+        {{"archive", "create", "a", "b", "--progress", "on"}, "none of auto|always|never"},
+        {{"archive", "add", "a"}, "PATH"},
+        {{"archive", "add", "a", "../b"}, "\"../b\""},
+        {{"archive", "add", "a", "/b"}, "absolute"},
+        {{"archive", "add", "a", "b", "b"}, "given twice"},
+    };
+    for (const auto &[arguments, expected] : cases)
+        EXPECT_THAT(error(arguments), AllOf(StartsWith("wrong command line: "), HasSubstr(expected),
+                                            Not(HasSubstr("\x1f"))));
+}
+
+TEST(CommandLine, EveryCommandHasHelp) {
+    const std::vector<Arguments> commands = {
+        {},
+        {"duplicate"},
+        {"archive"},
+        {"archive", "list"},
+        {"archive", "extract"},
+        {"archive", "create"},
+        {"archive", "add"},
+        {"archive", "cat"},
+        {"archive", "test"},
+    };
+    for (Arguments command : commands) {
+        std::string usage = "Usage: vellomir-cli";
+        for (const std::string &word : command)
+            usage += " " + word;
+        command.emplace_back("--help");
+        EXPECT_THAT(std::get<Answer>(parse(command)).text, HasSubstr(usage + " "));
+    }
+}
+
+TEST(CommandLine, TheVersionIsOneLine) {
+    EXPECT_EQ(std::get<Answer>(parse({"--version"})).text, "vellomir-cli 2.0\n");
+}
+
+} // namespace

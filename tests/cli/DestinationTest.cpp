@@ -1,0 +1,67 @@
+#include "cli/Destination.h"
+
+#include "archive/Error.h"
+#include "tests/support/TemporaryFolder.h"
+
+#include <functional>
+#include <gtest/gtest.h>
+
+namespace fs = std::filesystem;
+using archive::FileError;
+using cli::Destination;
+
+namespace {
+
+std::error_code codeOf(const std::string &output, bool mayReplace = false) {
+    try {
+        static_cast<void>(Destination::find(output, mayReplace));
+    } catch (const archive::Error &error) {
+        return error.code();
+    }
+    return {};
+}
+
+TEST(Destination, AFolderLeavesTheNameToTheResult) {
+    const test::TemporaryFolder folder;
+    for (const std::string end : {"", "/"}) {
+        const auto found = Destination::find(folder.path().string() + end, false);
+        EXPECT_EQ(found.name, std::nullopt);
+        EXPECT_EQ(found.path("x.ipa"), (folder / "x.ipa").string());
+    }
+    EXPECT_EQ(Destination::find(".", false).path("x.ipa"), "x.ipa");
+}
+
+TEST(Destination, ALinkToAFolderIsAFolder) {
+    const test::TemporaryFolder folder;
+    fs::create_directory(folder / "real");
+    fs::create_symlink("real", folder / "link");
+    EXPECT_EQ(Destination::find((folder / "link").string(), false).name, std::nullopt);
+}
+
+TEST(Destination, AnythingElseIsTheName) {
+    const test::TemporaryFolder folder;
+    const auto found = Destination::find((folder / "my.ipa").string(), false);
+    EXPECT_EQ(found.folder, folder.path().string());
+    EXPECT_EQ(found.path("x.ipa"), (folder / "my.ipa").string());
+    EXPECT_EQ(Destination::find("my.ipa", false).path("x.ipa"), "my.ipa");
+}
+
+TEST(Destination, TheFolderMustExist) {
+    const test::TemporaryFolder folder;
+    test::writeFile(folder / "file", "");
+    EXPECT_EQ(codeOf((folder / "missing/my.ipa").string()), FileError::fileReadNoSuchFile);
+    EXPECT_EQ(codeOf((folder / "missing/").string()), FileError::fileReadNoSuchFile);
+    EXPECT_EQ(codeOf((folder / "file/").string()), FileError::fileReadNoSuchFile);
+    EXPECT_EQ(codeOf((folder / "file/my.ipa").string()), FileError::fileReadNoSuchFile);
+}
+
+TEST(Destination, ATakenNameIsRefusedUnlessItMayBeReplaced) {
+    const test::TemporaryFolder folder;
+    test::writeFile(folder / "my.ipa", "");
+    fs::create_symlink("nowhere", folder / "dangling");
+    EXPECT_EQ(codeOf((folder / "my.ipa").string()), FileError::fileWriteFileExists);
+    EXPECT_EQ(codeOf((folder / "dangling").string()), FileError::fileWriteFileExists);
+    EXPECT_EQ(codeOf((folder / "my.ipa").string(), true), std::error_code());
+}
+
+} // namespace

@@ -1,0 +1,81 @@
+#include "cli/EntryText.h"
+
+#include "tests/support/RawArchive.h"
+
+#include <gtest/gtest.h>
+
+using archive::Archive;
+using archive::Data;
+using archive::Entry;
+using EntryType = Entry::EntryType;
+
+namespace {
+
+std::vector<std::string> listing(const std::vector<test::RawEntry> &entries) {
+    const auto opened = Archive::open(Data(test::rawArchive(entries)), Archive::AccessMode::read);
+    std::vector<std::string> lines;
+    for (const Entry &entry : *opened)
+        lines.push_back(cli::listingLine(entry, entry.path()));
+    return lines;
+}
+
+TEST(EntryText, ModesAreWrittenAsListingsWriteThem) {
+    EXPECT_EQ(cli::modeText(EntryType::file, 0644), "-rw-r--r--");
+    EXPECT_EQ(cli::modeText(EntryType::directory, 0755), "drwxr-xr-x");
+    EXPECT_EQ(cli::modeText(EntryType::symlink, 0777), "lrwxrwxrwx");
+    EXPECT_EQ(cli::modeText(EntryType::file, 0), "----------");
+    EXPECT_EQ(cli::modeText(EntryType::file, 04755), "-rwsr-xr-x");
+    EXPECT_EQ(cli::modeText(EntryType::file, 07000), "---S--S--T");
+    EXPECT_EQ(cli::modeText(EntryType::directory, 01777), "drwxrwxrwt");
+}
+
+TEST(EntryText, NumbersHaveTheirUsualForms) {
+    EXPECT_EQ(cli::octalText(0644), "0644");
+    EXPECT_EQ(cli::octalText(0), "0000");
+    EXPECT_EQ(cli::octalText(04755), "4755");
+    EXPECT_EQ(cli::checksumText(0xcbf43926), "cbf43926");
+    EXPECT_EQ(cli::checksumText(0xf), "0000000f");
+    EXPECT_EQ(cli::countText(1, "byte"), "1 byte");
+    EXPECT_EQ(cli::countText(0, "entry"), "0 entries");
+    EXPECT_EQ(cli::countText(2, "problem"), "2 problems");
+}
+
+TEST(EntryText, DatesAreInUTC) {
+    const archive::Date date = archive::Date::fromDateTime({0x5A21, 0x6B3D});
+    EXPECT_EQ(cli::dateText(date), "2025-01-01 13:25:58");
+    EXPECT_EQ(cli::dateText(date, 'T'), "2025-01-01T13:25:58");
+}
+
+TEST(EntryText, MethodsHaveNames) {
+    EXPECT_EQ(cli::methodName(0), "none");
+    EXPECT_EQ(cli::methodName(8), "deflate");
+    EXPECT_EQ(cli::methodName(12), "method 12");
+    EXPECT_EQ(cli::methodName(0xFFFF), "method 65535");
+}
+
+TEST(EntryText, TypesHaveNames) {
+    EXPECT_EQ(cli::typeName(EntryType::file), "file");
+    EXPECT_EQ(cli::typeName(EntryType::directory), "directory");
+    EXPECT_EQ(cli::typeName(EntryType::symlink), "symlink");
+}
+
+TEST(EntryText, AListingHasColumns) {
+    const auto lines = listing({test::rawDirectory("d/"),
+                                {.name = "d/f", .data = "hello"},
+                                test::rawLink("l", "d/f"),
+                                test::rawDeflated("z", "zzzzzzzz")});
+    ASSERT_EQ(lines.size(), 4U);
+    EXPECT_EQ(lines[0].substr(0, 32), "drwxr-xr-x            0 none    ");
+    EXPECT_EQ(lines[1].substr(0, 32), "-rw-r--r--            5 none    ");
+    EXPECT_EQ(lines[2].substr(0, 1), "l");
+    EXPECT_EQ(lines[3].substr(0, 32), "-rw-r--r--            8 deflate ");
+    for (const std::string &line : lines)
+        EXPECT_EQ(line.find_first_not_of("0123456789-: ", 32), 52U) << line;
+    EXPECT_EQ(lines[1].substr(52), "d/f");
+}
+
+TEST(EntryText, ANameThatIsNoTextIsShownByItsBytes) {
+    EXPECT_EQ(listing({{.name = "a\xff", .data = ""}}).at(0).substr(52), "a\\xff");
+}
+
+} // namespace

@@ -1,0 +1,74 @@
+#include "cli/FileCopy.h"
+
+#include "archive/Error.h"
+#include "tests/support/TemporaryFolder.h"
+
+#include <functional>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+namespace {
+
+std::error_code codeOf(const std::function<void()> &action) {
+    try {
+        action();
+    } catch (const archive::Error &error) {
+        return error.code();
+    }
+    return {};
+}
+
+TEST(FileCopy, CopiesBytesForTheUserOnly) {
+    const test::TemporaryFolder folder;
+    std::string content(20'000'001, 'a');
+    content[17'000'000] = 'b';
+    test::writeFile(folder / "from", content);
+    cli::copyFile((folder / "from").string(), (folder / "to").string());
+    EXPECT_TRUE(test::readFile(folder / "to") == content);
+    struct stat status {};
+    ASSERT_EQ(::stat((folder / "to").c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 07777U, 0600U);
+}
+
+TEST(FileCopy, CopiesAnEmptyFileAndOneWithoutASize) {
+    const test::TemporaryFolder folder;
+    test::writeFile(folder / "from", "");
+    cli::copyFile((folder / "from").string(), (folder / "to").string());
+    EXPECT_EQ(test::readFile(folder / "to"), "");
+    cli::copyFile("/proc/self/status", (folder / "status").string());
+    EXPECT_NE(test::readFile(folder / "status"), "");
+}
+
+TEST(FileCopy, CopiesPermissions) {
+    const test::TemporaryFolder folder;
+    test::writeFile(folder / "from", "");
+    test::writeFile(folder / "to", "");
+    ::chmod((folder / "from").c_str(), 0751);
+    cli::copyAttributes((folder / "from").string(), (folder / "to").string());
+    struct stat status {};
+    ASSERT_EQ(::stat((folder / "to").c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 07777U, 0751U);
+}
+
+TEST(FileCopy, OverwritesNothing) {
+    const test::TemporaryFolder folder;
+    test::writeFile(folder / "from", "new");
+    test::writeFile(folder / "to", "old");
+    EXPECT_EQ(codeOf([&] { cli::copyFile((folder / "from").string(), (folder / "to").string()); }),
+              archive::FileError::fileWriteFileExists);
+    EXPECT_EQ(test::readFile(folder / "to"), "old");
+}
+
+TEST(FileCopy, TakesRegularFilesOnly) {
+    const test::TemporaryFolder folder;
+    ASSERT_EQ(::mkfifo((folder / "pipe").c_str(), 0600), 0);
+    const auto copy = [&](const std::string &from) {
+        return codeOf([&] { cli::copyFile(from, (folder / "to").string()); });
+    };
+    EXPECT_EQ(copy((folder / "pipe").string()), archive::FileError::fileReadUnknown);
+    EXPECT_EQ(copy(folder.path().string()), archive::FileError::fileReadUnknown);
+    EXPECT_EQ(copy((folder / "missing").string()), archive::FileError::fileReadNoSuchFile);
+    EXPECT_FALSE(std::filesystem::exists(folder / "to"));
+}
+
+} // namespace

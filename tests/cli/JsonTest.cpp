@@ -1,0 +1,55 @@
+#include "cli/Json.h"
+
+#include "tests/support/RawArchive.h"
+#include "tests/support/Referee.h"
+#include "tests/support/TemporaryFolder.h"
+
+#include <gtest/gtest.h>
+
+using archive::Archive;
+using archive::Data;
+
+namespace {
+
+/// What another reader makes of it: members in order, one a line, as Python prints them.
+std::string readByPython(const std::string &json) {
+    const test::TemporaryFolder folder;
+    test::writeFile(folder / "json", json);
+    const std::string script = "import json, sys\n"
+                               "value = json.load(open(sys.argv[1], 'rb'))\n"
+                               "print(*(f'{k}={v!a}' for k, v in value.items()), sep='\\n')";
+    return test::run({"python3", "-c", script, (folder / "json").string()}).output;
+}
+
+TEST(Json, AJobHasItsLogItsMessageAndItsResult) {
+    EXPECT_EQ(cli::jobJson({"Unzipping IPA...", "a \"b\""}, "", "/tmp/x.ipa"),
+              R"({"log":["Unzipping IPA...","a \"b\""],"errorMessage":"","result":"/tmp/x.ipa"})");
+    EXPECT_EQ(cli::jobJson({}, "Error", std::nullopt),
+              R"({"log":[],"errorMessage":"Error","result":null})");
+}
+
+TEST(Json, AnEntryHasItsMembersInOrder) {
+    const auto opened = Archive::open(Data(test::rawArchive({{.name = "a", .data = "123456789"}})),
+                                      Archive::AccessMode::read);
+    const std::string json = cli::entryJson(*opened->begin(), "a");
+    EXPECT_EQ(readByPython(json).substr(0, readByPython(json).find("modified")),
+              "path='a'\ntype='file'\nmethod=0\ncompressedSize=9\nuncompressedSize=9\n"
+              "checksum='cbf43926'\n");
+    EXPECT_NE(json.find(R"("permissions":"0644","dataOffset":31,"localSize":40,"zip64":false})"),
+              std::string::npos)
+        << json;
+}
+
+TEST(Json, NamesOfAnyBytesGiveValidText) {
+    EXPECT_EQ(readByPython(cli::jobJson({"a\xff\n\x1b"}, "\xed\xa0\x80", "\"\\")),
+              "log=['a\\ufffd\\n\\x1b']\nerrorMessage='\\ufffd\\ufffd\\ufffd'\nresult='\"\\\\'\n");
+}
+
+TEST(Json, HeadsAreContinuedByTheirElements) {
+    EXPECT_EQ(readByPython(cli::listHeadJson("a.zip", true) + "]}"),
+              "archive='a.zip'\nzip64=True\nentries=[]\n");
+    EXPECT_EQ(cli::testHeadJson("a", false) + cli::problemJson({"e", "p"}) + "]}",
+              R"({"archive":"a","ok":false,"problems":[{"entry":"e","problem":"p"}]})");
+}
+
+} // namespace

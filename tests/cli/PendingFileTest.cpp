@@ -1,0 +1,94 @@
+#include "cli/PendingFile.h"
+
+#include "archive/Error.h"
+#include "tests/support/TemporaryFolder.h"
+
+#include <gtest/gtest.h>
+
+namespace fs = std::filesystem;
+using cli::Existing;
+using cli::PendingFile;
+
+namespace {
+
+std::error_code codeOf(const std::function<void()> &action) {
+    try {
+        action();
+    } catch (const archive::Error &error) {
+        return error.code();
+    }
+    return {};
+}
+
+long count(const fs::path &folder) {
+    return std::distance(fs::directory_iterator(folder), fs::directory_iterator());
+}
+
+TEST(PendingFile, IsHiddenBesideItsDestinationAndGoesIfItIsNotPlaced) {
+    const test::TemporaryFolder folder;
+    {
+        const PendingFile pending((folder / "result").string());
+        EXPECT_EQ(fs::path(pending.path()).parent_path(), folder.path());
+        EXPECT_TRUE(fs::path(pending.path()).filename().string().starts_with(".vellomir-"));
+        test::writeFile(pending.path(), "x");
+    }
+    EXPECT_EQ(count(folder.path()), 0);
+}
+
+TEST(PendingFile, AppearsUnderItsNameWhenItIsPlaced) {
+    const test::TemporaryFolder folder;
+    {
+        PendingFile pending((folder / "result").string());
+        test::writeFile(pending.path(), "x");
+        pending.place(Existing::refuse);
+    }
+    EXPECT_EQ(test::readFile(folder / "result"), "x");
+    EXPECT_EQ(count(folder.path()), 1);
+}
+
+TEST(PendingFile, ReplacesOnlyWhenItMay) {
+    const test::TemporaryFolder folder;
+    test::writeFile(folder / "result", "old");
+    PendingFile pending((folder / "result").string());
+    test::writeFile(pending.path(), "new");
+    EXPECT_EQ(codeOf([&] { pending.place(Existing::refuse); }),
+              archive::FileError::fileWriteFileExists);
+    EXPECT_EQ(test::readFile(folder / "result"), "old");
+    pending.place(Existing::replace);
+    EXPECT_EQ(test::readFile(folder / "result"), "new");
+}
+
+TEST(PendingFile, ADanglingLinkIsInTheWayToo) {
+    const test::TemporaryFolder folder;
+    fs::create_symlink("nowhere", folder / "result");
+    PendingFile pending((folder / "result").string());
+    test::writeFile(pending.path(), "new");
+    EXPECT_EQ(codeOf([&] { pending.place(Existing::refuse); }),
+              archive::FileError::fileWriteFileExists);
+    EXPECT_TRUE(fs::is_symlink(folder / "result"));
+}
+
+TEST(PendingFile, TheFolderMustExist) {
+    const test::TemporaryFolder folder;
+    test::writeFile(folder / "file", "");
+    for (const char *path : {"missing/result", "file/result"})
+        EXPECT_EQ(codeOf([&] { const PendingFile pending((folder / path).string()); }),
+                  archive::FileError::fileReadNoSuchFile);
+}
+
+TEST(PendingFile, TextsSpeakOfTheFinalName) {
+    const test::TemporaryFolder folder;
+    const std::string name = (folder / "result").string();
+    const PendingFile pending(name);
+    EXPECT_EQ(pending.underFinalName("No room: " + pending.path() + "!"), "No room: " + name + "!");
+    EXPECT_EQ(pending.underFinalName("Nothing"), "Nothing");
+}
+
+TEST(PendingFile, FoldersOfPaths) {
+    EXPECT_EQ(cli::folderOf("a"), ".");
+    EXPECT_EQ(cli::folderOf("a/b"), "a");
+    EXPECT_EQ(cli::folderOf("/a"), "/");
+    EXPECT_EQ(cli::folderOf("/a/b/c"), "/a/b");
+}
+
+} // namespace

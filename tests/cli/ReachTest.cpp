@@ -1,0 +1,62 @@
+#include "cli/Reach.h"
+
+#include "tests/support/RawArchive.h"
+#include "tests/support/TemporaryFolder.h"
+
+#include <gtest/gtest.h>
+
+using archive::Archive;
+using End = Archive::EntryIterator::End;
+
+namespace {
+
+const std::vector<test::RawEntry> three = {
+    {.name = "a", .data = "1"}, {.name = "b", .data = "2"}, {.name = "c", .data = "3"}};
+
+std::string warning(const std::string &bytes) {
+    const test::TemporaryFolder folder;
+    test::writeFile(folder / "a.zip", bytes);
+    const auto opened = Archive::open(folder.url("a.zip"), Archive::AccessMode::read);
+    return cli::shortfall(cli::findReach(*opened)).value_or("");
+}
+
+TEST(Reach, AWholeArchiveIsNoReasonToWarn) {
+    EXPECT_EQ(warning(test::rawArchive(three)), "");
+    EXPECT_EQ(warning(test::rawArchive({})), "");
+}
+
+TEST(Reach, AnEncryptedEntryIsTheEnd) {
+    auto entries = three;
+    entries[1].flags |= archive::encryptedFlag;
+    EXPECT_EQ(warning(test::rawArchive(entries)),
+              "the directory promises 3 entries, 1 could be reached: entry 2 is encrypted");
+}
+
+TEST(Reach, ADamagedRecordIsTheEnd) {
+    std::string bytes = test::rawArchive(three);
+    const std::size_t third = bytes.rfind(std::string("PK\1\2"));
+    bytes[third] = 'X';
+    EXPECT_EQ(warning(bytes), "the directory promises 3 entries, 2 could be reached: the "
+                              "directory's record 3 is damaged");
+}
+
+TEST(Reach, AMissingLocalHeaderIsTheEnd) {
+    std::string bytes = test::rawArchive(three);
+    bytes[0] = 'X';
+    EXPECT_EQ(warning(bytes), "the directory promises 3 entries, 0 could be reached: there is no "
+                              "local header where the directory's record 1 says");
+}
+
+TEST(Reach, SomethingInFrontIsTold) {
+    EXPECT_EQ(warning("#!/bin/sh\n" + test::rawArchive(three)),
+              "the directory promises 3 entries, 0 could be reached: something stands in front of "
+              "the archive in its file (10 bytes)");
+}
+
+TEST(Reach, MissingBytesAreTold) {
+    EXPECT_EQ(warning(test::rawArchive(three).substr(10)),
+              "the directory promises 3 entries, 0 could be reached: the directory does not fit in "
+              "front of the end record");
+}
+
+} // namespace

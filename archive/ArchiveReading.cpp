@@ -79,11 +79,8 @@ std::string linkTarget(const Data &data) {
 CRC32 Archive::extract(const Entry &entry, const Consumer &consumer,
                        const ExtractOptions &options) const {
     requirePositive(options.bufferSize);
-    const std::uint64_t offset = entry.dataOffset();
-    if (offset > static_cast<std::uint64_t>(std::numeric_limits<off_t>::max()))
+    if (!Data::seek(archiveFile_.get(), entry.dataOffset()))
         throw Error(ArchiveError::invalidLocalHeaderDataOffset);
-    if (::fseeko(archiveFile_.get(), static_cast<off_t>(offset), SEEK_SET) != 0)
-        throw Error(Data::DataError::unreadableFile, {.systemError = errno});
     if (options.progress)
         options.progress->setTotalUnitCount(totalUnitCountForReading(entry));
     switch (entry.type()) {

@@ -75,6 +75,10 @@ public:
 
     // --- Records and chunks of a stdio stream -------------------------------------------------
 
+    /// Moves a stream that is being read to the absolute offset; false if the offset does not fit a
+    /// file offset or the stream cannot go there.
+    [[nodiscard]] static bool seek(std::FILE *file, std::uint64_t offset);
+
     /// Seeks to the absolute offset and parses a record there; its tail is read from the position
     /// behind it. Nothing if the offset does not fit a file offset, the read is short or the bytes
     /// are no such record.
@@ -126,8 +130,6 @@ public:
                              const Provider &provider, const Consumer &consumer);
 
 private:
-    [[nodiscard]] static bool seek(std::FILE *file, std::uint64_t offset);
-
     std::vector<std::byte> bytes_;
 };
 

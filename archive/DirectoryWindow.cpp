@@ -27,8 +27,7 @@ void DirectoryWindow::read(std::uint64_t offset, std::size_t size) {
     }
     start_ = offset;
     window_ = {};
-    if (offset > static_cast<std::uint64_t>(std::numeric_limits<off_t>::max()) ||
-        ::fseeko(file_, static_cast<off_t>(offset), SEEK_SET) != 0)
+    if (!Data::seek(file_, offset))
         return;
     window_ = Data::readChunk(std::span(buffer_.get(), capacity_), file_);
 }

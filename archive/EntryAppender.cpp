@@ -26,8 +26,7 @@ void throwIfCancelled(const Archive::ProgressPointer &progress) {
 Data readDirectory(std::FILE *file, const EndRecords &records) {
     const std::uint64_t offset = records.offsetToStartOfCentralDirectory();
     const std::uint64_t size = records.sizeOfCentralDirectory();
-    if (offset > static_cast<std::uint64_t>(std::numeric_limits<off_t>::max()) ||
-        ::fseeko(file, static_cast<off_t>(offset), SEEK_SET) != 0)
+    if (!Data::seek(file, offset))
         throw Error(ArchiveError::invalidCentralDirectoryOffset);
     Data directory = Data::readChunk(size, file);
     if (directory.size() != size)

@@ -2,6 +2,7 @@
 #include "cli/Destination.h"
 #include "cli/ErrorText.h"
 #include "cli/Interruption.h"
+#include "cli/JobReport.h"
 #include "cli/JobRun.h"
 #include "cli/Json.h"
 #include "cli/PendingFile.h"
@@ -75,6 +76,8 @@ void run(const DuplicateOptions &options, Session &session) {
     }
     if (outcome.failure)
         throw Failure(purpose(options) + ": " + *outcome.failure);
+    for (const std::string &complaint : complaintsIn(job.log()))
+        session.complain(options.package + ": " + job.underUsersNames(complaint));
 }
 
 } // namespace cli

@@ -1,11 +1,11 @@
 #include "cli/JobRun.h"
 
+#include "cli/JobReport.h"
+
 #include "archive/URL.h"
 
 namespace cli {
 namespace {
-
-constexpr std::string_view generalFailure = "Error while processing the IPA file";
 
 /// Every occurrence.
 void replace(std::string &text, const std::string &old, const std::string &with) {
@@ -63,12 +63,10 @@ void JobRun::note(std::string_view line) {
 }
 
 std::string JobRun::reason() const {
-    std::string text = std::string(generalFailure);
-    for (const std::string &line : log())
-        if (line != generalFailure)
-            text = line;
-    if (!console_.empty())
-        text = console_.back();
+    return underUsersNames(reasonOf(log(), console_));
+}
+
+std::string JobRun::underUsersNames(std::string text) const {
     const std::string name = archive::URL::file(package_).lastPathComponent();
     replace(text, folder_ + "/Documents/" + name, package_);
     replace(text, folder_ + "/", "");

@@ -6,7 +6,6 @@
 #include "Vellomir/ContentView/AppLaunchView.h"
 
 #include <exception>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
@@ -25,8 +24,10 @@ public:
     [[nodiscard]] std::optional<archive::URL> result() const { return view_.modifiedFileURL.get(); }
     [[nodiscard]] std::vector<std::string> log() const { return view_.logMessages.get(); }
     [[nodiscard]] std::string errorMessage() const { return view_.errorMessage.get(); }
-    /// Why there is no result, with the user's own name of the package.
+    /// Why there is no result, in one line.
     [[nodiscard]] std::string reason() const;
+    /// A text of the job with the user's own name of the package, and no names of the sandbox.
+    [[nodiscard]] std::string underUsersNames(std::string text) const;
 
 private:
     [[nodiscard]] vellomir::Services services(const std::string &folder);

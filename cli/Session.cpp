@@ -12,8 +12,11 @@ Session::Session(const Feedback &feedback, std::shared_ptr<archive::Progress> pr
 }
 
 void Session::warn(const std::string &text) {
-    if (isQuiet_)
-        return;
+    if (!isQuiet_)
+        complain(text);
+}
+
+void Session::complain(const std::string &text) {
     bar_.hide();
     // Nobody is left to tell that standard error is closed.
     static_cast<void>(writeFully(STDERR_FILENO, errorLine("warning: " + text)));

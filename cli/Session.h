@@ -22,8 +22,10 @@ public:
     [[nodiscard]] const std::shared_ptr<archive::Progress> &progress() const { return progress_; }
     [[nodiscard]] bool isQuiet() const { return isQuiet_; }
 
-    /// One line on standard error, unless the user wants none.
+    /// One line on standard error, unless the user wants nothing but errors.
     void warn(const std::string &text);
+    /// The same for what went wrong, though not so far that the command failed.
+    void complain(const std::string &text);
 
 private:
     bool isQuiet_;

@@ -1,40 +1,17 @@
 #include "archive/Error.h"
 
 #include "archive/Archive.h"
+#include "archive/ErrorCategory.h"
 #include "archive/TextEncoding.h"
 
 #include <array>
 #include <cerrno>
-#include <span>
 #include <utility>
 
 namespace archive {
 namespace {
 
-/// One error enumeration: for each of its values, from 1 on, the name in the source and the
-/// sentence for people.
-class Category final : public std::error_category {
-public:
-    struct Line {
-        const char *name;
-        const char *sentence;
-    };
-
-    constexpr Category(const char *name, std::span<const Line> lines)
-        : name_(name), lines_(lines) {}
-
-    [[nodiscard]] const char *name() const noexcept override { return name_; }
-    [[nodiscard]] std::string message(int value) const override { return line(value).sentence; }
-    [[nodiscard]] const Line &line(int value) const {
-        static constexpr Line unknown = {"unknown", "An unknown error"};
-        const auto index = static_cast<std::size_t>(value) - 1;
-        return index < lines_.size() ? lines_[index] : unknown;
-    }
-
-private:
-    const char *name_;
-    std::span<const Line> lines_;
-};
+using Category = ErrorCategory;
 
 constexpr std::array archiveErrors = {
     Category::Line{"unreadableArchive", "The archive cannot be read"},

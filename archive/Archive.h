@@ -289,6 +289,28 @@ public:
     [[nodiscard]] static std::int64_t totalUnitCountForAddingItem(const URL &at);
     [[nodiscard]] static ProgressPointer makeProgressForAddingItem(const URL &at);
 
+    // --- Removing -----------------------------------------------------------------------------
+
+    struct RemoveOptions {
+        std::int64_t bufferSize = defaultReadChunkSize; ///< bytes of a chunk
+        ProgressPointer progress;                       ///< counts the bytes that are kept
+    };
+
+    /// Rebuilds the archive without the entry, in a temporary one that then takes its place in one
+    /// step: a file keeps its permissions and owner, a link to it stays a link. After any failure,
+    /// a cancellation included, the archive and this object are as they were. Entries and iterators
+    /// from before are of the old archive.
+    ///
+    /// Throws `unwritableArchive` for an archive opened for reading or where no temporary one can
+    /// be made, `unreadableArchive` if it holds entries that cannot be reached and would be lost,
+    /// `invalidEntryPath` if it does not hold this one, and what reading and writing throw.
+    void remove(const Entry &entry, const RemoveOptions &options);
+    void remove(const Entry &entry) { remove(entry, RemoveOptions{}); }
+
+    /// The bytes that are copied when the entry is removed.
+    [[nodiscard]] std::int64_t totalUnitCountForRemoving(const Entry &entry) const;
+    [[nodiscard]] ProgressPointer makeProgressForRemoving(const Entry &entry) const;
+
 private:
     friend class ArchiveUnpacker;
     friend class EntryAppender;
@@ -301,6 +323,13 @@ private:
     static BackingConfiguration makeBackingConfiguration(FilePointer stream, AccessMode mode);
     [[nodiscard]] EndRecords endRecords() const;
     void truncate(std::uint64_t size);
+
+    struct Replacement;
+    void copyAllBut(const Entry &removed, Archive &target, const RemoveOptions &options) const;
+    static void requireAllButRemoved(const EntryIterator &entries, std::uint64_t count);
+    void makeTemp(Replacement &replacement) const;
+    void replaceCurrent(const Archive &with);
+    void adopt(BackingConfiguration configuration);
 
     CRC32 readUncompressed(const Entry &entry, const Consumer &consumer,
                            const ExtractOptions &options) const;

@@ -134,21 +134,28 @@ Data EndRecords::data() const {
     return data;
 }
 
-EndRecords EndRecords::after(Archive::ModifyOperation operation,
-                             const CentralDirectoryStructure &centralDirectoryStructure,
-                             std::uint64_t startOfCentralDirectory,
-                             std::uint64_t startOfEndOfCentralDirectory) const {
-    const auto [count, size] = totalsAfter(*this, operation, centralDirectoryStructure.totalSize());
-    const std::uint16_t countField = orSentinel(count, maxTotalNumberOfEntries);
+EndRecords EndRecords::with(std::uint64_t numberOfEntries, std::uint64_t sizeOfCentralDirectory,
+                            std::uint64_t startOfCentralDirectory) const {
+    const std::uint16_t countField = orSentinel(numberOfEntries, maxTotalNumberOfEntries);
     EndRecords updated;
     updated.record = EndOfCentralDirectoryRecord::from(
-        record, countField, countField, orSentinel(size, maxSizeOfCentralDirectory),
+        record, countField, countField,
+        orSentinel(sizeOfCentralDirectory, maxSizeOfCentralDirectory),
         orSentinel(startOfCentralDirectory, maxOffsetOfCentralDirectory));
-    if (count >= maxTotalNumberOfEntries || size >= maxSizeOfCentralDirectory ||
+    if (numberOfEntries >= maxTotalNumberOfEntries ||
+        sizeOfCentralDirectory >= maxSizeOfCentralDirectory ||
         startOfCentralDirectory >= maxOffsetOfCentralDirectory)
-        updated.zip64 = makeZIP64EOCD(zip64, count, size, startOfCentralDirectory,
-                                      startOfEndOfCentralDirectory);
+        updated.zip64 =
+            makeZIP64EOCD(zip64, numberOfEntries, sizeOfCentralDirectory, startOfCentralDirectory,
+                          startOfCentralDirectory + sizeOfCentralDirectory);
     return updated;
+}
+
+EndRecords EndRecords::after(Archive::ModifyOperation operation,
+                             const CentralDirectoryStructure &centralDirectoryStructure,
+                             std::uint64_t startOfCentralDirectory) const {
+    const auto [count, size] = totalsAfter(*this, operation, centralDirectoryStructure.totalSize());
+    return with(count, size, startOfCentralDirectory);
 }
 
 EndRecordsScan scanForEndRecords(std::FILE *file) {

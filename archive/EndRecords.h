@@ -21,12 +21,17 @@ struct EndRecords {
     /// The bytes as they stand in a file.
     [[nodiscard]] Data data() const;
 
-    /// The records after one entry was added or removed. Offsets are from the start of the archive.
-    /// Throws `invalidCentralDirectorySize` or `invalidCentralDirectoryEntryCount` on overflow.
+    /// The records of a directory that was written anew; the end records follow it directly.
+    /// Offsets are from the start of the archive.
+    [[nodiscard]] EndRecords with(std::uint64_t numberOfEntries,
+                                  std::uint64_t sizeOfCentralDirectory,
+                                  std::uint64_t startOfCentralDirectory) const;
+
+    /// The same after one record was added to the directory or removed from it. Throws
+    /// `invalidCentralDirectorySize` or `invalidCentralDirectoryEntryCount` on overflow.
     [[nodiscard]] EndRecords after(Archive::ModifyOperation operation,
                                    const CentralDirectoryStructure &centralDirectoryStructure,
-                                   std::uint64_t startOfCentralDirectory,
-                                   std::uint64_t startOfEndOfCentralDirectory) const;
+                                   std::uint64_t startOfCentralDirectory) const;
 };
 
 /// The records at the end of the stream, or why there are none.

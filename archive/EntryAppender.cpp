@@ -242,9 +242,8 @@ EntryAppender::writeCentralDirectoryStructure(const LocalFileHeader &localFileHe
 }
 
 void EntryAppender::updateEndRecords(const CentralDirectoryStructure &centralDirectoryStructure) {
-    const std::uint64_t start = writer_.position();
-    EndRecords records = archive_.endRecords().after(
-        Archive::ModifyOperation::add, centralDirectoryStructure, start, start + directory_.size());
+    EndRecords records = archive_.endRecords().after(Archive::ModifyOperation::add,
+                                                     centralDirectoryStructure, writer_.position());
     archive_.endOfCentralDirectoryRecord_ = std::move(records.record);
     archive_.zip64EndOfCentralDirectory_ = std::move(records.zip64);
 }

@@ -1,0 +1,187 @@
+#include "archive/Archive.h"
+
+#include "archive/EndRecords.h"
+#include "archive/StreamWriter.h"
+#include "archive/TemporaryReplacementDirectory.h"
+
+#include <algorithm>
+#include <array>
+#include <limits>
+#include <memory>
+#include <random>
+
+namespace archive {
+namespace {
+
+using ArchiveError = Archive::ArchiveError;
+
+std::string globallyUniqueString() {
+    std::random_device source;
+    std::array<char, 33> text{};
+    static_cast<void>(std::snprintf(text.data(), text.size(), "%08x%08x%08x%08x", source(),
+                                    source(), source(), source()));
+    return text.data();
+}
+
+/// The record of an entry that now starts at another offset.
+CentralDirectoryStructure
+updateOffsetInCentralDirectory(const CentralDirectoryStructure &centralDirectoryStructure,
+                               std::uint64_t updatedOffset) {
+    const bool fits = updatedOffset < maxOffsetOfLocalFileHeader;
+    auto field = centralDirectoryStructure.zip64ExtendedInformation();
+    if (field || !fits)
+        field = ZIP64ExtendedInformation::from(field.value_or(ZIP64ExtendedInformation()),
+                                               updatedOffset);
+    return CentralDirectoryStructure::from(centralDirectoryStructure, field,
+                                           fits ? static_cast<std::uint32_t>(updatedOffset)
+                                                : maxUInt32);
+}
+
+/// Copies the header, the data and the descriptor of one entry after the other.
+class EntryCopier {
+public:
+    EntryCopier(std::FILE *from, StreamWriter &to, std::int64_t bufferSize,
+                Archive::ProgressPointer progress)
+        : from_(from), to_(to),
+          buffer_(std::make_unique<std::byte[]>(static_cast<std::size_t>(bufferSize))),
+          bufferSize_(static_cast<std::uint64_t>(bufferSize)), progress_(std::move(progress)) {}
+
+    void copy(const Entry &entry) {
+        std::uint64_t rest = entry.localSize();
+        if (rest > static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max()))
+            throw Error(ArchiveError::invalidLocalHeaderSize);
+        if (!Data::seek(from_,
+                        entry.centralDirectoryStructure().effectiveRelativeOffsetOfLocalHeader()))
+            throw Error(ArchiveError::invalidLocalHeaderDataOffset);
+        while (rest > 0) {
+            const auto size = static_cast<std::size_t>(std::min(rest, bufferSize_));
+            const auto chunk = Data::readChunk(std::span(buffer_.get(), size), from_);
+            if (chunk.size() != size)
+                throw Error(Data::DataError::unreadableFile,
+                            {.detail = "The archive ends in the middle of the data"});
+            write(chunk);
+            rest -= size;
+        }
+    }
+
+private:
+    void write(std::span<const std::byte> chunk) {
+        if (progress_ && progress_->isCancelled())
+            throw Error(ArchiveError::cancelledOperation);
+        to_.write(chunk);
+        if (progress_)
+            progress_->addCompletedUnitCount(static_cast<std::int64_t>(chunk.size()));
+    }
+
+    std::FILE *from_;
+    StreamWriter &to_;
+    std::unique_ptr<std::byte[]> buffer_;
+    std::uint64_t bufferSize_;
+    Archive::ProgressPointer progress_;
+};
+
+} // namespace
+
+/// An archive that will take the place of another one, and the folder it lives in until then.
+struct Archive::Replacement {
+    std::optional<TemporaryReplacementDirectory> folder; ///< none for an archive in memory
+    std::unique_ptr<Archive> archive;
+};
+
+void Archive::remove(const Entry &entry, const RemoveOptions &options) {
+    if (accessMode_ == AccessMode::read)
+        throw Error(ArchiveError::unwritableArchive, {.detail = "The archive is open for reading"});
+    if (options.bufferSize <= 0)
+        throw Error(ArchiveError::invalidBufferSize);
+    Replacement replacement;
+    makeTemp(replacement);
+    if (options.progress)
+        options.progress->setTotalUnitCount(totalUnitCountForRemoving(entry));
+    try {
+        copyAllBut(entry, *replacement.archive, options);
+    } catch (const Error &error) {
+        throw error.about(path(entry));
+    }
+    replaceCurrent(*replacement.archive);
+}
+
+void Archive::copyAllBut(const Entry &removed, Archive &target,
+                         const RemoveOptions &options) const {
+    StreamWriter writer(target.archiveFile_.get(), 0);
+    EntryCopier copier(archiveFile_.get(), writer, options.bufferSize, options.progress);
+    Data directory;
+    std::uint64_t count = 0;
+    auto entries = makeIterator();
+    while (const auto entry = entries.next()) {
+        if (*entry == removed)
+            continue;
+        directory.append(
+            updateOffsetInCentralDirectory(entry->centralDirectoryStructure(), writer.position())
+                .data());
+        copier.copy(*entry);
+        ++count;
+    }
+    requireAllButRemoved(entries, count);
+    const EndRecords records = endRecords().with(count, directory.size(), writer.position());
+    writer.write(directory);
+    writer.write(records.data());
+    writer.flush();
+}
+
+/// What cannot be reached would be lost, and what is not there cannot be removed.
+void Archive::requireAllButRemoved(const EntryIterator &entries, std::uint64_t count) {
+    if (entries.end() != EntryIterator::End::complete)
+        throw Error(
+            ArchiveError::unreadableArchive,
+            {.detail = "The archive holds entries that cannot be read, which would be lost"});
+    if (count == entries.index())
+        throw Error(ArchiveError::invalidEntryPath, {.detail = "The archive holds no such entry"});
+}
+
+void Archive::makeTemp(Replacement &replacement) const {
+    if (isMemory()) {
+        replacement.archive = open(Data(), AccessMode::create, preferredEncoding_);
+        return;
+    }
+    replacement.folder.emplace(url_);
+    replacement.archive =
+        open(replacement.folder->url().appendingPathComponent(globallyUniqueString()),
+             AccessMode::create, preferredEncoding_);
+}
+
+/// The current stream stays open until the new archive is in place, so that a failure leaves this
+/// object as it was, on the old file.
+void Archive::replaceCurrent(const Archive &with) {
+    if (isMemory()) {
+        auto data = with.data();
+        if (!data)
+            throw Error(ArchiveError::unwritableArchive);
+        adopt(makeBackingConfiguration(std::move(*data), AccessMode::update));
+        return;
+    }
+    replaceItem(url_, with.url_);
+    try {
+        adopt(makeBackingConfiguration(url_, AccessMode::update));
+    } catch (const Error &error) {
+        throw Error(ArchiveError::unreadableArchive, {.path = url_.path(), .detail = error.what()});
+    }
+}
+
+void Archive::adopt(BackingConfiguration configuration) {
+    archiveFile_ = std::move(configuration.file); // the old stream goes before its buffer
+    streamBuffer_ = std::move(configuration.streamBuffer);
+    memoryFile_ = std::move(configuration.memoryFile);
+    endOfCentralDirectoryRecord_ = std::move(configuration.endOfCentralDirectoryRecord);
+    zip64EndOfCentralDirectory_ = std::move(configuration.zip64EndOfCentralDirectory);
+}
+
+std::int64_t Archive::totalUnitCountForRemoving(const Entry &entry) const {
+    const std::uint64_t start = offsetToStartOfCentralDirectory();
+    return static_cast<std::int64_t>(start - std::min(start, entry.localSize()));
+}
+
+Archive::ProgressPointer Archive::makeProgressForRemoving(const Entry &entry) const {
+    return Progress::make(totalUnitCountForRemoving(entry));
+}
+
+} // namespace archive

@@ -1,0 +1,132 @@
+// A disk that becomes full at every byte in turn: an operation then fails or has written
+// everything, and never says done when it is not.
+
+#include "archive/Archive.h"
+#include "archive/FileManager.h"
+#include "tests/support/Random.h"
+#include "tests/support/TemporaryFolder.h"
+
+#include <cerrno>
+#include <csignal>
+#include <gmock/gmock.h>
+#include <sys/resource.h>
+
+using archive::Archive;
+using archive::CompressionMethod;
+using archive::Data;
+using archive::Entry;
+using archive::Error;
+using archive::FileManager;
+using AccessMode = Archive::AccessMode;
+
+namespace {
+
+/// The largest file that this process may write, until the object goes.
+class FileSizeLimit {
+public:
+    explicit FileSizeLimit(rlim_t size) {
+        ::getrlimit(RLIMIT_FSIZE, &before_);
+        handler_ = std::signal(SIGXFSZ, SIG_IGN);
+        set(size);
+    }
+    ~FileSizeLimit() {
+        set(before_.rlim_cur);
+        std::signal(SIGXFSZ, handler_);
+    }
+    FileSizeLimit(const FileSizeLimit &) = delete;
+    FileSizeLimit &operator=(const FileSizeLimit &) = delete;
+
+private:
+    void set(rlim_t size) const {
+        const rlimit limit{size, before_.rlim_max};
+        ::setrlimit(RLIMIT_FSIZE, &limit);
+    }
+
+    rlimit before_{};
+    void (*handler_)(int) = SIG_DFL;
+};
+
+/// The error of an action under the limit; nothing if it went through.
+std::optional<Error> errorUnder(rlim_t limit, const std::function<void()> &action) {
+    const FileSizeLimit limited(limit);
+    try {
+        action();
+    } catch (const Error &error) {
+        return error;
+    }
+    return std::nullopt;
+}
+
+class FullDisk : public testing::Test {
+protected:
+    void SetUp() override {
+        test::writeFile(folder_ / "in/a", test::randomText(300));
+        test::writeFile(folder_ / "in/b", std::string(900, 'b'));
+    }
+
+    test::TemporaryFolder folder_;
+};
+
+TEST_F(FullDisk, PackingFailsUnlessEverythingIsWritten) {
+    FileManager().zipItem(folder_.url("in"), folder_.url("whole.zip"), false);
+    const std::string whole = test::readFile(folder_ / "whole.zip");
+    for (rlim_t limit = 0; limit <= whole.size(); limit += limit < 40 ? 1 : 13) {
+        std::filesystem::remove(folder_ / "a.zip");
+        const auto error = errorUnder(
+            limit, [&] { FileManager().zipItem(folder_.url("in"), folder_.url("a.zip"), false); });
+        ASSERT_TRUE(error) << "nothing was said at " << limit << " of " << whole.size();
+        ASSERT_THAT(error->what(), testing::HasSubstr("File too large")) << limit;
+    }
+    std::filesystem::remove(folder_ / "a.zip");
+    EXPECT_FALSE(errorUnder(whole.size() + 1, [&] {
+        FileManager().zipItem(folder_.url("in"), folder_.url("a.zip"), false);
+    }));
+    EXPECT_EQ(test::readFile(folder_ / "a.zip"), whole);
+}
+
+TEST_F(FullDisk, CreatingLeavesNoHalfArchive) {
+    const auto error = errorUnder(
+        10, [&] { static_cast<void>(Archive::open(folder_.url("a.zip"), AccessMode::create)); });
+    ASSERT_TRUE(error);
+    EXPECT_EQ(error->code(), Archive::ArchiveError::unwritableArchive);
+    EXPECT_FALSE(std::filesystem::exists(folder_ / "a.zip"));
+}
+
+TEST_F(FullDisk, UnpackingNamesTheFileThatDidNotFit) {
+    FileManager().zipItem(folder_.url("in"), folder_.url("a.zip"), false,
+                          CompressionMethod::deflate);
+    const auto error =
+        errorUnder(500, [&] { FileManager().unzipItem(folder_.url("a.zip"), folder_.url("out")); });
+    ASSERT_TRUE(error);
+    EXPECT_EQ(error->code(), Data::DataError::unwritableFile);
+    EXPECT_EQ(error->path(), folder_ / "out/b");
+    EXPECT_EQ(error->entry(), "b");
+    EXPECT_EQ(error->systemError(), EFBIG);
+}
+
+TEST_F(FullDisk, RemovingKeepsTheOldArchive) {
+    FileManager().zipItem(folder_.url("in"), folder_.url("a.zip"), false);
+    const std::string before = test::readFile(folder_ / "a.zip");
+    const auto archive = Archive::open(folder_.url("a.zip"), AccessMode::update);
+    for (rlim_t limit = 0; limit < 1000; limit += 50) {
+        const auto error = errorUnder(limit, [&] { archive->remove(*(*archive)["a"]); });
+        ASSERT_TRUE(error) << limit;
+        ASSERT_EQ(test::readFile(folder_ / "a.zip"), before);
+        ASSERT_EQ(std::distance(std::filesystem::directory_iterator(folder_.path()), {}), 2);
+    }
+    archive->remove(*(*archive)["a"]);
+    EXPECT_FALSE((*archive)["a"]);
+    EXPECT_TRUE((*archive)["b"]);
+}
+
+TEST_F(FullDisk, AddingFailsUnlessEverythingIsWritten) {
+    for (rlim_t limit = 22; limit < 1100; limit += 7) {
+        std::filesystem::remove(folder_ / "a.zip");
+        const auto archive = Archive::open(folder_.url("a.zip"), AccessMode::create);
+        const auto error = errorUnder(limit, [&] { archive->addEntry("b", folder_.url("in")); });
+        const bool isWhole = std::filesystem::file_size(folder_ / "a.zip") == 900 + 31 + 47 + 22;
+        ASSERT_EQ(error.has_value(), !isWhole) << limit;
+    }
+}
+
+} // namespace

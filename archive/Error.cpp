@@ -49,7 +49,7 @@ constexpr std::array fileErrors = {
     Category::Line{"fileNoSuchFile", "The file cannot be opened"},
     Category::Line{"fileReadNoSuchFile", "There is no such file"},
     Category::Line{"fileReadNoPermission", "The file may not be read"},
-    Category::Line{"fileReadInvalidFileName", "The name leads out of the folder"},
+    Category::Line{"fileReadInvalidFileName", "The name is not one that can be read"},
     Category::Line{"fileReadTooLarge", "The file has an impossible size"},
     Category::Line{"fileReadUnknown", "The file cannot be read"},
     Category::Line{"fileWriteFileExists", "The file exists already"},

@@ -2,53 +2,63 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <new>
+#include <optional>
 #include <string>
 
 namespace archive {
+namespace {
+
+/// What a stream's cookie points to.
+using Owner = std::shared_ptr<MemoryFile>;
+
+} // namespace
 
 std::shared_ptr<MemoryFile> MemoryFile::make(Data data) {
     return std::shared_ptr<MemoryFile>(new MemoryFile(std::move(data)));
 }
 
-/// The stream's cookie is an owner of the memory file, given up when the stream is closed.
-struct MemoryFile::Stub {
-    using Owner = std::shared_ptr<MemoryFile>;
+MemoryFile &MemoryFile::fileFromCookie(void *cookie) {
+    return **static_cast<Owner *>(cookie);
+}
 
-    static MemoryFile &fileFromCookie(void *cookie) { return **static_cast<Owner *>(cookie); }
+ssize_t MemoryFile::readStub(void *cookie, char *buffer, std::size_t size) {
+    const std::span<char> chunk(buffer, size);
+    return static_cast<ssize_t>(fileFromCookie(cookie).readData(std::as_writable_bytes(chunk)));
+}
 
-    static ssize_t read(void *cookie, char *buffer, std::size_t size) {
-        const std::span<char> chunk(buffer, size);
-        return static_cast<ssize_t>(fileFromCookie(cookie).readData(std::as_writable_bytes(chunk)));
-    }
-
-    static ssize_t write(void *cookie, const char *buffer, std::size_t size) {
-        const std::span<const char> chunk(buffer, size);
-        try {
-            return static_cast<ssize_t>(fileFromCookie(cookie).writeData(std::as_bytes(chunk)));
-        } catch (const std::exception &) { // the buffer cannot grow so far
-            errno = ENOSPC;
-            return 0;
-        }
-    }
-
-    static int seek(void *cookie, off64_t *offset, int whence) {
-        *offset = fileFromCookie(cookie).seek(*offset, whence);
-        return *offset < 0 ? -1 : 0;
-    }
-
-    static int close(void *cookie) {
-        delete static_cast<Owner *>(cookie);
+ssize_t MemoryFile::writeStub(void *cookie, const char *buffer, std::size_t size) {
+    MemoryFile &file = fileFromCookie(cookie);
+    if (file.offset_ < 0) {
+        errno = EINVAL;
         return 0;
     }
-};
+    try {
+        return static_cast<ssize_t>(file.writeData(std::as_bytes(std::span(buffer, size))));
+    } catch (const std::exception &) { // the buffer cannot grow so far
+        errno = ENOSPC;
+        return 0;
+    }
+}
+
+int MemoryFile::seekStub(void *cookie, off64_t *offset, int whence) {
+    *offset = fileFromCookie(cookie).seek(*offset, whence);
+    if (*offset >= 0)
+        return 0;
+    errno = EINVAL;
+    return -1;
+}
+
+int MemoryFile::closeStub(void *cookie) {
+    delete static_cast<Owner *>(cookie);
+    return 0;
+}
 
 std::FILE *MemoryFile::open(std::string_view mode) {
     const bool isWritable = !mode.empty() && (mode.front() != 'r' || mode.back() == '+');
     const bool isAppending = !mode.empty() && mode.front() == 'a';
-    auto owner = std::make_unique<Stub::Owner>(shared_from_this());
-    const cookie_io_functions_t stubs{&Stub::read, isWritable ? &Stub::write : nullptr, &Stub::seek,
-                                      &Stub::close};
+    auto owner = std::make_unique<Owner>(shared_from_this());
+    const cookie_io_functions_t stubs{&readStub, isWritable ? &writeStub : nullptr, &seekStub,
+                                      &closeStub};
     // The C library checks reading and writing by the mode as well, so it gets the plainest one
     // that allows what this stream can do.
     std::FILE *file = ::fopencookie(owner.get(), isWritable ? "r+" : "r", stubs);
@@ -72,7 +82,7 @@ std::size_t MemoryFile::readData(std::span<std::byte> buffer) {
 }
 
 std::size_t MemoryFile::writeData(std::span<const std::byte> buffer) {
-    const auto offset = static_cast<std::size_t>(std::max<std::int64_t>(offset_, 0));
+    const auto offset = static_cast<std::size_t>(offset_);
     const bool runsPastEnd = offset + buffer.size() > data_.size();
     if (offset > data_.size() || (offset < data_.size() && runsPastEnd))
         data_.resize(offset); // zero bytes up to here, or the tail that is written anew
@@ -85,19 +95,20 @@ std::size_t MemoryFile::writeData(std::span<const std::byte> buffer) {
 }
 
 std::int64_t MemoryFile::seek(std::int64_t offset, int whence) {
-    switch (whence) {
-    case SEEK_SET:
-        offset_ = offset;
-        break;
-    case SEEK_CUR:
-        offset_ += offset;
-        break;
-    case SEEK_END:
-        offset_ = static_cast<std::int64_t>(data_.size()) + offset;
-        break;
-    default:
+    const auto start = [&]() -> std::optional<std::int64_t> {
+        switch (whence) {
+        case SEEK_SET:
+            return 0;
+        case SEEK_CUR:
+            return offset_;
+        case SEEK_END:
+            return static_cast<std::int64_t>(data_.size());
+        default:
+            return std::nullopt;
+        }
+    }();
+    if (!start || __builtin_add_overflow(*start, offset, &offset_))
         offset_ = -1;
-    }
     return offset_;
 }
 

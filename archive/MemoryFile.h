@@ -4,6 +4,7 @@
 
 #include <cstdio>
 #include <memory>
+#include <sys/types.h>
 
 namespace archive {
 
@@ -22,13 +23,26 @@ public:
     /// it.
     [[nodiscard]] std::FILE *open(std::string_view mode);
 
-private:
-    struct Stub;
+    // --- The streams' callbacks ---------------------------------------------------------------
+    // A cookie is an owner of the memory file: a `std::shared_ptr<MemoryFile>` made by `new`. As
+    // the C library asks, what fails sets errno.
 
+    /// Bytes copied from the position on, by which it moves; 0 at the end.
+    static ssize_t readStub(void *cookie, char *buffer, std::size_t size);
+    /// Bytes taken: all, or none if there is no memory for them or the position is negative.
+    static ssize_t writeStub(void *cookie, const char *buffer, std::size_t size);
+    /// Sets the position, and stores it in `offset`, also where it is negative, which fails. From
+    /// an unknown whence it is −1.
+    static int seekStub(void *cookie, off64_t *offset, int whence);
+    /// Gives up the ownership.
+    static int closeStub(void *cookie);
+
+private:
     explicit MemoryFile(Data data) : data_(std::move(data)) {}
     std::size_t readData(std::span<std::byte> buffer);
     std::size_t writeData(std::span<const std::byte> buffer);
     std::int64_t seek(std::int64_t offset, int whence);
+    static MemoryFile &fileFromCookie(void *cookie);
 
     Data data_;
     std::int64_t offset_ = 0;

@@ -27,8 +27,8 @@ double Progress::fractionCompleted() const {
     const auto total = static_cast<double>(totalUnitCount());
     if (total <= 0)
         return 0;
-    auto completed = static_cast<double>(completedUnitCount());
     const std::lock_guard lock(childrenLock_);
+    auto completed = static_cast<double>(completedUnitCount());
     for (const Child &child : children_)
         if (const auto progress = child.progress.lock())
             completed +=
@@ -41,7 +41,7 @@ void Progress::addChild(const std::shared_ptr<Progress> &child, std::int64_t pen
     if (pendingUnitCount <= 0)
         return; // counts nothing here, now or later
     const std::lock_guard lock(childrenLock_);
-    children_.push_back({child, child.get(), pendingUnitCount});
+    children_.push_back({child, pendingUnitCount});
 }
 
 bool Progress::isCancelled() const {
@@ -60,17 +60,18 @@ void Progress::changed() {
 }
 
 void Progress::finishChild(const Progress *child) {
-    std::int64_t finished = 0;
     {
         const std::lock_guard lock(childrenLock_);
-        const auto found = std::find_if(children_.begin(), children_.end(),
-                                        [=](const Child &each) { return each.identity == child; });
-        if (found == children_.end())
-            return;
-        finished = found->pendingUnitCount;
-        children_.erase(found);
+        const auto found = std::find_if(children_.begin(), children_.end(), [=](const Child &each) {
+            return each.progress.lock().get() == child;
+        });
+        if (found != children_.end()) {
+            // In one step for those who watch, or the fraction would go back for a moment.
+            completed_ += found->pendingUnitCount;
+            children_.erase(found);
+        }
     }
-    addCompletedUnitCount(finished);
+    changed();
 }
 
 } // namespace archive

@@ -31,7 +31,8 @@ public:
     /// From 0 to 1, with the share of the children that are on their way; 0 while the total is 0.
     [[nodiscard]] double fractionCompleted() const;
 
-    /// The child's work counts `pendingUnitCount` here when it is finished, once.
+    /// The child's work counts `pendingUnitCount` here when it is finished, once. Before any other
+    /// thread knows the child.
     void addChild(const std::shared_ptr<Progress> &child, std::int64_t pendingUnitCount);
 
     /// Stops the operation at its next chunk, and those of all children.
@@ -48,7 +49,6 @@ private:
 
     struct Child {
         std::weak_ptr<Progress> progress;
-        const Progress *identity = nullptr;
         std::int64_t pendingUnitCount = 0;
     };
 

@@ -1,5 +1,7 @@
 #include "archive/URL.h"
 
+#include "archive/Error.h"
+
 #include <algorithm>
 #include <filesystem>
 #include <vector>
@@ -11,8 +13,14 @@ std::string absolute(std::string_view path) {
     if (path.starts_with('/'))
         return std::string(path);
     std::error_code error;
-    const auto folder = std::filesystem::current_path(error);
-    return (error ? std::string() : folder.string()) + '/' + std::string(path);
+    std::string folder = std::filesystem::current_path(error).string();
+    if (error)
+        throw Error(FileError::fileReadNoSuchFile, {.path = std::string(path),
+                                                    .detail = "There is no current folder",
+                                                    .systemError = error.value()});
+    if (!folder.ends_with('/'))
+        folder += '/';
+    return folder.append(path);
 }
 
 std::string_view withoutTrailingSlashes(std::string_view path) {
@@ -101,9 +109,10 @@ URL URL::deletingLastPathComponent() const {
 URL URL::deletingPathExtension() const {
     const std::string name = lastPathComponent();
     const std::size_t dot = extensionDot(name);
-    return dot == std::string::npos
-               ? *this
-               : deletingLastPathComponent().appendingPathComponent(name.substr(0, dot));
+    if (dot == std::string::npos)
+        return *this;
+    return deletingLastPathComponent().appendingPathComponent(
+        name.substr(0, dot).append(hasDirectoryPath() ? "/" : ""));
 }
 
 URL URL::appendingPathExtension(std::string_view pathExtension) const {

@@ -14,7 +14,8 @@ class URL {
 public:
     URL() = default;
     URL(std::string scheme, std::string path);
-    /// A relative path is taken from the current folder.
+    /// A relative path is taken from the current folder; throws `fileReadNoSuchFile` if that is
+    /// gone.
     [[nodiscard]] static URL file(std::string_view path);
     [[nodiscard]] static URL folder(std::string_view path);
 
@@ -34,7 +35,7 @@ public:
     /// component is taken as relative. Nothing is resolved.
     [[nodiscard]] URL appendingPathComponent(std::string_view component) const;
     [[nodiscard]] URL deletingLastPathComponent() const;
-    /// Only the last extension goes; ".hidden" and "name." have none.
+    /// Only the last extension goes; ".hidden" and "name." have none. A folder stays one.
     [[nodiscard]] URL deletingPathExtension() const;
     [[nodiscard]] URL appendingPathExtension(std::string_view pathExtension) const;
     /// "." and "..", and empty components, resolved by the text.

@@ -40,7 +40,7 @@ struct Bitmap {
 enum class PictureError {
     unreadablePicture = 1, ///< the bytes are no picture of a known kind, or damaged
     unwritablePicture,     ///< the picture cannot be encoded
-    missingLibrary,        ///< what reads and writes pictures is not installed
+    missingCodec,          ///< what reads and writes pictures is not installed
 };
 
 [[nodiscard]] std::error_code make_error_code(PictureError error);

@@ -12,9 +12,8 @@
 namespace vellomir {
 
 enum class PropertyListError {
-    unreadablePropertyList = 1, ///< the bytes are no property list, or damaged
-    unsupportedValue,           ///< a value that could not be kept as it is
-    unwritablePropertyList,     ///< a value that the XML format has no words for
+    unreadablePropertyList = 1, ///< no property list, damaged, or with a value that cannot be kept
+    unwritablePropertyList,     ///< with a text that XML cannot hold
 };
 
 [[nodiscard]] std::error_code make_error_code(PropertyListError error);
@@ -49,7 +48,12 @@ private:
 
     explicit PropertyList(Node root) : root_(std::move(root)) {}
 
+    void set(const std::string &key, Node value);
+    [[nodiscard]] Node makeText(const std::string &text);
+
     Node root_;
+    /// A text with a zero character, which the tree cannot hold, was set.
+    bool isIncomplete_ = false;
 };
 
 } // namespace vellomir

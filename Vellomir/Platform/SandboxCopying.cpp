@@ -2,11 +2,11 @@
 
 #include "Vellomir/Platform/SandboxFiles.h"
 #include "Vellomir/Platform/SandboxPath.h"
+#include "Vellomir/Platform/WholeFile.h"
 #include "archive/Archive.h"
 #include "archive/Error.h"
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <fcntl.h>
 #include <linux/fs.h>
@@ -46,18 +46,11 @@ public:
     }
 
 private:
-    /// A pipe that nobody writes must not keep us waiting.
     FileDescriptor openSource() {
-        FileDescriptor source(
-            ::open(fromPath_.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
-        struct stat status {};
-        if (!source.isOpen() || ::fstat(source.get(), &status) != 0)
-            throw archive::readError(fromPath_, errno);
-        if (!S_ISREG(status.st_mode))
-            throw Error(archive::FileError::fileReadUnknown,
-                        {.path = fromPath_, .detail = "This is no file"});
+        FileDescriptor source(::open(fromPath_.c_str(), wholeFileFlags));
+        const std::uint64_t size = regularFileSize(source, fromPath_);
         if (progress_ != nullptr)
-            progress_->setTotalUnitCount(status.st_size);
+            progress_->setTotalUnitCount(static_cast<std::int64_t>(size));
         return source;
     }
 

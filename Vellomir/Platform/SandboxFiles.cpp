@@ -2,6 +2,7 @@
 
 #include "Vellomir/Platform/FolderTree.h"
 #include "Vellomir/Platform/SandboxPath.h"
+#include "Vellomir/Platform/WholeFile.h"
 #include "archive/Error.h"
 
 #include <algorithm>
@@ -16,41 +17,10 @@ using archive::FileDescriptor;
 using archive::URL;
 using FinalLink = SandboxPath::FinalLink;
 
-/// A pipe that nobody writes must not keep us waiting, and a link that has just come must not lead
-/// us away.
-constexpr int fileFlags = O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
+/// A link that has just come must not lead us away.
+constexpr int writeFlags =
+    O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
 constexpr mode_t newFileMode = 0644;
-constexpr std::size_t readChunkSize = 65536;
-
-std::uint64_t sizeOfFile(int file, const std::string &path) {
-    struct stat status {};
-    if (::fstat(file, &status) != 0)
-        throw archive::readError(path, errno);
-    if (!S_ISREG(status.st_mode))
-        throw archive::Error(archive::FileError::fileReadUnknown,
-                             {.path = path, .detail = "This is no file"});
-    return static_cast<std::uint64_t>(status.st_size);
-}
-
-/// Up to the end, however large the file was said to be.
-archive::Data readAll(int file, std::uint64_t expectedSize, std::size_t limit,
-                      const std::string &path) {
-    std::vector<std::byte> bytes;
-    std::size_t size = 0;
-    while (size <= limit) {
-        bytes.resize(std::max<std::size_t>(expectedSize + 1, size + readChunkSize));
-        const ssize_t count = ::read(file, bytes.data() + size, bytes.size() - size);
-        if (count < 0 && errno == EINTR)
-            continue;
-        if (count < 0)
-            throw archive::readError(path, errno);
-        size += static_cast<std::size_t>(count);
-        bytes.resize(size);
-        if (count == 0)
-            return archive::Data(std::move(bytes));
-    }
-    throw archive::Error(archive::FileError::fileReadTooLarge, {.path = path});
-}
 
 void writeAll(int file, std::span<const std::byte> bytes, const std::string &path) {
     while (!bytes.empty()) {
@@ -78,19 +48,13 @@ URL SandboxFiles::withoutLinks(const URL &url) const {
 archive::Data SandboxFiles::read(const URL &url, std::size_t limit) const {
     const SandboxPlace place = SandboxPath(root_, url).resolve(FinalLink::follow);
     const FileDescriptor file(
-        ::openat(place.folder.get(), place.name.c_str(), O_RDONLY | fileFlags));
-    if (!file.isOpen())
-        throw archive::readError(url.path(), errno);
-    const std::uint64_t size = sizeOfFile(file.get(), url.path());
-    if (size > limit)
-        throw archive::Error(archive::FileError::fileReadTooLarge, {.path = url.path()});
-    return readAll(file.get(), size, limit, url.path());
+        ::openat(place.folder.get(), place.name.c_str(), wholeFileFlags | O_NOFOLLOW));
+    return readWholeFile(file, url.path(), limit);
 }
 
 void SandboxFiles::write(const URL &url, std::span<const std::byte> content) const {
     const SandboxPlace place = SandboxPath(root_, url).resolve(FinalLink::follow);
-    FileDescriptor file(::openat(place.folder.get(), place.name.c_str(),
-                                 O_WRONLY | O_CREAT | O_TRUNC | fileFlags, newFileMode));
+    FileDescriptor file(::openat(place.folder.get(), place.name.c_str(), writeFlags, newFileMode));
     if (!file.isOpen())
         throw archive::writeError(url.path(), errno);
     writeAll(file.get(), content, url.path());

@@ -1,0 +1,53 @@
+#include "Vellomir/Platform/Picture.h"
+
+#include "Vellomir/Platform/PictureCodec.h"
+#include "Vellomir/Platform/PictureGeometry.h"
+#include "Vellomir/Platform/WholeFile.h"
+#include "archive/ErrorCategory.h"
+
+#include <array>
+
+namespace vellomir {
+namespace {
+
+constexpr std::array errors = {
+    archive::ErrorCategory::Line{"unreadablePicture", "The picture cannot be read"},
+    archive::ErrorCategory::Line{"unwritablePicture", "The picture cannot be written"},
+    archive::ErrorCategory::Line{"missingCodec", "The library for pictures is missing"},
+};
+constinit const archive::ErrorCategory category("PictureError", errors);
+
+/// No picture file is larger, and memory is finite.
+constexpr std::size_t maximumFileSize = std::size_t{2} << 30U;
+
+} // namespace
+
+std::error_code make_error_code(PictureError error) {
+    return {static_cast<int>(error), category};
+}
+
+Picture Picture::read(const archive::URL &url) {
+    const std::string path = url.path();
+    const archive::FileDescriptor file(::open(path.c_str(), wholeFileFlags));
+    return decode(readWholeFile(file, path, maximumFileSize), path);
+}
+
+Picture Picture::decode(std::span<const std::byte> bytes, const std::string &name) {
+    PictureCodec::Decoded decoded = pictureCodec().decode(bytes);
+    if (!decoded.bitmap.pixels)
+        throw archive::Error(PictureError::unreadablePicture,
+                             {.path = name, .detail = std::move(decoded.error)});
+    return Picture(std::move(decoded.bitmap), 1, decoded.orientation);
+}
+
+archive::Data Picture::pngData() const {
+    if (!hasBitmap())
+        throw archive::Error(PictureError::unwritablePicture,
+                             {.detail = "A picture without a bitmap cannot be written"});
+    PictureCodec::Encoded encoded = pictureCodec().encode(upright(bitmap_, orientation_));
+    if (!encoded.error.empty())
+        throw archive::Error(PictureError::unwritablePicture, {.detail = std::move(encoded.error)});
+    return archive::Data(std::move(encoded.png));
+}
+
+} // namespace vellomir

@@ -1,0 +1,41 @@
+#include "Vellomir/Platform/WholeFile.h"
+
+#include "archive/Error.h"
+
+#include <cerrno>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <vector>
+
+namespace vellomir {
+
+std::uint64_t regularFileSize(const archive::FileDescriptor &file, const std::string &path) {
+    struct stat status {};
+    if (!file.isOpen() || ::fstat(file.get(), &status) != 0)
+        throw archive::readError(path, errno);
+    if (!S_ISREG(status.st_mode))
+        throw archive::Error(archive::FileError::fileReadUnknown,
+                             {.path = path, .detail = "This is no file"});
+    return static_cast<std::uint64_t>(status.st_size);
+}
+
+archive::Data readWholeFile(const archive::FileDescriptor &file, const std::string &path,
+                            std::size_t limit) {
+    const std::uint64_t size = regularFileSize(file, path);
+    if (size > limit)
+        throw archive::Error(archive::FileError::fileReadTooLarge, {.path = path});
+    std::vector<std::byte> bytes(static_cast<std::size_t>(size));
+    std::size_t done = 0;
+    while (done < bytes.size()) {
+        const ssize_t count = ::read(file.get(), bytes.data() + done, bytes.size() - done);
+        if (count < 0 && errno != EINTR)
+            throw archive::readError(path, errno);
+        if (count == 0)
+            break; // cut meanwhile
+        done += count < 0 ? 0 : static_cast<std::size_t>(count);
+    }
+    bytes.resize(done);
+    return archive::Data(std::move(bytes));
+}
+
+} // namespace vellomir

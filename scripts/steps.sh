@@ -3,7 +3,7 @@
 
 passed=0
 failed=0
-logs=$root/build/logs
+logs=${root:?}/build/logs
 jobs=$(nproc)
 summary=()
 

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # The shell behind ./run and ./test: sums what the runners say, and lets no silence pass.
 set -uo pipefail
-cd "$(dirname "$(readlink -f "$0")")/../.."
+cd "$(dirname "$(readlink -f "$0")")/../.." || exit
 # shellcheck source=scripts/common.sh
 source scripts/common.sh
 # shellcheck source=scripts/steps.sh

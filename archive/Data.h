@@ -65,7 +65,8 @@ public:
     template <std::unsigned_integral Value>
     void appendValue(Value value) {
         for (std::size_t index = 0; index < sizeof(Value); ++index)
-            bytes_.push_back(static_cast<std::byte>((value >> (8U * index)) & 0xFFU));
+            bytes_.push_back(
+                static_cast<std::byte>(static_cast<std::uint8_t>(value >> (8U * index))));
     }
     /// Grows with zero bytes or cuts the end off.
     void resize(std::size_t size) { bytes_.resize(size); }

@@ -16,7 +16,7 @@ public:
     enum class Status {
         ok,    ///< goes on
         end,   ///< the stream is complete, and all of its output delivered
-        error, ///< the stream is damaged
+        error, ///< the stream is damaged, and nothing of this call is to be used
     };
 
     Codec() = default;

@@ -33,11 +33,10 @@ public:
         state_.avail_in = static_cast<std::uint32_t>(input.size());
         state_.next_out = reinterpret_cast<std::uint8_t *>(output.data());
         state_.avail_out = static_cast<std::uint32_t>(output.size());
-        const int result = ::isal_inflate(&state_);
+        if (::isal_inflate(&state_) < 0)
+            return Status::error; // and the counts are not to be trusted
         source = source.subspan(input.size() - state_.avail_in);
         destination = destination.subspan(output.size() - state_.avail_out);
-        if (result < 0)
-            return Status::error;
         return state_.block_state == ISAL_BLOCK_FINISH ? Status::end : Status::ok;
     }
 

@@ -25,7 +25,7 @@ std::string makeFolder() {
 void makeWritable(const fs::path &folder) {
     ::chmod(folder.c_str(), 0700);
     for (const auto &item : fs::directory_iterator(folder))
-        if (item.is_directory() && !item.is_symlink())
+        if (!item.is_symlink() && item.is_directory()) // a link may lead in circles
             makeWritable(item.path());
 }
 

@@ -72,6 +72,6 @@ configure() {
 build() {
     local preset=$1 targets=("${@:2}")
     ((${#targets[@]} == 0)) || targets=(--target "${targets[@]}")
-    cmake --build "$root/build/$preset" "${targets[@]}" 2>&1 | sed '/^ninja: no work to do/d' >&2
+    cmake --build "$root/build/$preset" "${targets[@]}" 2>&1 | sed -E '/^(ninja: no work to do|\[0\/[0-9]+\] Re-checking globbed)/d' >&2
     return "${PIPESTATUS[0]}"
 }

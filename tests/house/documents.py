@@ -7,6 +7,7 @@ looks like the root of the tree, and must print what the block shows: "..." alon
 lines, within a line for any text. A command must succeed unless the block shows an error of
 vellomir-cli. A command without shown output must only succeed.
 """
+import json
 import os
 import re
 import subprocess
@@ -65,10 +66,18 @@ def knowsCommand(text):
     while words and re.fullmatch(r"[a-z]+", words[0]):
         commands.append(words.pop(0))
     call = [str(BUILD / "bin/vellomir-cli"), *commands, "--help"]
-    return subprocess.run(call, capture_output=True).returncode == 0
+    ran = subprocess.run(call, capture_output=True, text=True)
+    return ran.returncode == 0 and " ".join(["Usage: vellomir-cli", *commands]) in ran.stdout
+
+
+def hasPreset(name):
+    presets = json.loads((ROOT / "CMakePresets.json").read_text())["configurePresets"]
+    return any(preset["name"] == name for preset in presets)
 
 
 def spanProblem(text, tree):
+    if text.startswith("cmake --preset "):
+        return None if hasPreset(text.split()[2]) else "no such preset"
     if text.startswith(("vellomir-cli ", "./run ")):
         return None if knowsCommand(text) else "no such command"
     if tree.hasPath(text):

@@ -22,14 +22,15 @@ void throwIfCancelled(const Archive::ProgressPointer &progress) {
         throw Error(ArchiveError::cancelledOperation);
 }
 
-/// The existing directory. It is rewritten behind the new entry, so it must be whole.
+/// The existing directory. It is rewritten behind the new entry, so it must be whole, and within the
+/// file: the end records stand behind it.
 Data readDirectory(std::FILE *file, const EndRecords &records) {
     const std::uint64_t offset = records.offsetToStartOfCentralDirectory();
     const std::uint64_t size = records.sizeOfCentralDirectory();
     if (!Data::seek(file, offset))
         throw Error(ArchiveError::invalidCentralDirectoryOffset);
     Data directory = Data::readChunk(size, file);
-    if (directory.size() != size)
+    if (directory.size() != size || std::fgetc(file) == EOF)
         throw Error(ArchiveError::invalidCentralDirectorySize);
     return directory;
 }

@@ -297,6 +297,14 @@ TEST_P(Adding, ToADirectoryThatIsNotThereIsRefused) {
     }
 }
 
+TEST_P(Adding, BehindTheEndOfTheFileIsRefused) {
+    std::string damaged = content(); // without entries: the directory has no bytes that could lack
+    damaged.replace(damaged.size() - 6, 4, std::string("\xF0\xFF\xFF\x7F"));
+    const auto archive = Archive::open(bytes(damaged), AccessMode::update);
+    EXPECT_EQ(errorOf([&] { add(*archive, "b", "2"); }), ArchiveError::invalidCentralDirectorySize);
+    EXPECT_EQ(archive->data()->text(), damaged);
+}
+
 class AddingItems : public Adding {};
 
 INSTANTIATE_TEST_SUITE_P(FileAndMemory, AddingItems, testing::Bool(),

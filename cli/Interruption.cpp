@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <csignal>
+#include <unistd.h>
 #include <utility>
 
 namespace cli {
@@ -18,6 +19,12 @@ extern "C" void handleSignal(int signal) {
     firstSignal.compare_exchange_strong(none, signal);
     if (archive::Progress *progress = watched)
         progress->cancel();
+    ::alarm(1);
+}
+
+/// Who began to wait for a reader just behind the first signal notices at this one, or the next.
+extern "C" void handleAlarm(int /*signal*/) {
+    ::alarm(1);
 }
 
 void setAction(int signal, void (*handler)(int)) {
@@ -36,6 +43,7 @@ Interruption::Interruption(std::shared_ptr<archive::Progress> progress)
     watched = progress_.get();
     for (const int signal : {SIGINT, SIGTERM, SIGHUP})
         setAction(signal, handleSignal);
+    setAction(SIGALRM, handleAlarm);
     for (const int signal : {SIGPIPE, SIGXFSZ})
         setAction(signal, SIG_IGN);
 }

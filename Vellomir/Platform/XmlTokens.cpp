@@ -147,7 +147,8 @@ void XmlTokens::appendEntity(std::string &text) {
 /// "#65" or "#x41".
 void XmlTokens::appendReference(std::string &text, std::string_view reference) const {
     const bool isHexadecimal = reference.starts_with("#x");
-    const std::string_view digits = reference.substr(isHexadecimal ? 2 : 1);
+    const std::size_t start = std::min<std::size_t>(reference.size(), isHexadecimal ? 2 : 1);
+    const std::string_view digits = reference.substr(start);
     const char *const end = digits.data() + digits.size();
     unsigned code = 0;
     const auto result = std::from_chars(digits.data(), end, code, isHexadecimal ? 16 : 10);

@@ -25,7 +25,9 @@ using Bytes = std::span<const std::byte>;
 
 constexpr std::string_view magic = "bplist00";
 constexpr std::size_t trailerSize = 32;
-constexpr std::size_t maximumXmlSize = 256 << 20;
+// What shared values may grow to when each use is told.
+constexpr std::size_t maximumXmlSize = 64 << 20;
+constexpr std::size_t maximumValues = 1'000'000;
 
 std::uint64_t number(Bytes bytes) {
     std::uint64_t value = 0;
@@ -133,7 +135,7 @@ private:
     void append(std::uint64_t index, std::size_t depth) {
         if (depth > maximumPropertyListDepth)
             refuse("its values are nested too deeply, or in themselves");
-        if (xml_.size() > maximumXmlSize)
+        if (++valueCount_ > maximumValues || xml_.size() > maximumXmlSize)
             refuse("its shared values would grow beyond all measure");
         const Object object = table_.object(index);
         if (object.type == arrayType)
@@ -262,6 +264,7 @@ private:
 
     ObjectTable table_;
     std::string xml_;
+    std::size_t valueCount_ = 0;
 };
 
 } // namespace

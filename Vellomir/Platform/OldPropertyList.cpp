@@ -29,7 +29,10 @@ public:
     explicit OldReader(std::string_view text) : text_(text) {}
 
     std::string run() {
-        if (peek() == '{')
+        const char first = peek();
+        if (first == '\0')
+            throw error("it is empty");
+        if (first == '{')
             appendValue(0);
         else
             appendPairs('\0', 0);
@@ -191,9 +194,9 @@ private:
 
     /// "U" and four digits.
     char16_t readUnit() {
-        const std::string_view digits = text_.substr(position_ + 1, 4);
+        const unsigned unit = number(text_.substr(position_ + 1, 4), 4, 16);
         position_ += 5;
-        return static_cast<char16_t>(number(digits, 4, 16));
+        return static_cast<char16_t>(unit);
     }
 
     void appendEscape(std::string &text) {

@@ -86,11 +86,25 @@ std::string resolved(const std::string &path) {
     return target ? target.get() : path;
 }
 
+/// New entries go where the directory begins. If that is not where it should be, they would take
+/// the place of others.
+void requireGoodDirectory(const Archive &archive) {
+    const Reach reach = findReach(archive);
+    const bool isDamaged = reach.end == Archive::EntryIterator::End::damagedRecord;
+    if (isDamaged || findDisplacement(archive) != 0)
+        throw archive::Error(Archive::ArchiveError::unreadableArchive,
+                             {.path = archive.url().path(),
+                              .detail = "Nothing can be added: " +
+                                        shortfall(reach).value_or("the directory is not where the "
+                                                                  "end record says")});
+}
+
 /// Writes the new state of the archive to the pending file.
 void write(const PendingFile &pending, bool isNew, const AddOptions &options, Session &session) {
     const auto archive =
         Archive::open(URL::file(pending.path()),
                       isNew ? Archive::AccessMode::create : Archive::AccessMode::update);
+    requireGoodDirectory(*archive);
     if (const auto warning = shortfall(findReach(*archive)))
         session.warn(options.archive + ": " + *warning);
     add(*archive, options, session);

@@ -2,9 +2,6 @@
 
 #include "cli/PendingFile.h"
 
-#include "archive/Error.h"
-
-#include <cerrno>
 #include <sys/stat.h>
 
 namespace cli {
@@ -30,8 +27,14 @@ Destination Destination::find(const std::string &output, bool mayReplace) {
         throw archive::Error(archive::FileError::fileReadNoSuchFile,
                              {.path = folder, .detail = "There is no such folder"});
     if (!mayReplace && exists(output))
-        throw archive::writeError(output, EEXIST);
+        throw existsAlready(output);
     return {folder, output.substr(output.rfind('/') + 1)};
+}
+
+archive::Error existsAlready(const std::string &path) {
+    return archive::Error(
+        archive::FileError::fileWriteFileExists,
+        {.path = path, .detail = "The file exists already, and only --force replaces it"});
 }
 
 std::string Destination::path(const std::string &ownName) const {

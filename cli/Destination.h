@@ -1,5 +1,7 @@
 #pragma once
 
+#include "archive/Error.h"
+
 #include <optional>
 #include <string>
 
@@ -17,5 +19,8 @@ struct Destination {
     /// The path of a result that would be called `ownName`.
     [[nodiscard]] std::string path(const std::string &ownName) const;
 };
+
+/// `FileError::fileWriteFileExists` with the way out.
+[[nodiscard]] archive::Error existsAlready(const std::string &path);
 
 } // namespace cli

@@ -5,6 +5,7 @@
 #include "cli/JobReport.h"
 #include "cli/JobRun.h"
 #include "cli/Json.h"
+#include "cli/MutedErrors.h"
 #include "cli/PendingFile.h"
 #include "cli/PrivateFolder.h"
 #include "cli/Reach.h"
@@ -18,6 +19,7 @@ using archive::URL;
 std::optional<vellomir::Picture> readIcon(const DuplicateOptions &options) {
     if (!options.icon)
         return std::nullopt;
+    const MutedErrors muted;
     const auto picture = vellomir::Picture::read(URL::file(*options.icon));
     return options.zoom ? vellomir::cropImageToSquare(picture) : picture;
 }
@@ -53,7 +55,9 @@ Outcome finish(const JobRun &job, const Destination &destination, const Duplicat
         const std::string path = deliver(job, destination, options);
         return {path, "Zipped IPA file: " + URL::file(path).absoluteString(), std::nullopt};
     } catch (const archive::Error &error) {
-        return {std::nullopt, error.what(), describe(error)};
+        const bool isTaken = error.code() == archive::FileError::fileWriteFileExists;
+        const archive::Error shown = isTaken ? existsAlready(error.path()) : error;
+        return {std::nullopt, shown.what(), describe(shown)};
     }
 }
 

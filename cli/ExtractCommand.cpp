@@ -10,8 +10,12 @@ void run(const ExtractOptions &options, Session &session) {
     const auto archive = archive::Archive::open(archiveURL, archive::Archive::AccessMode::read);
     if (const auto warning = shortfall(findReach(*archive)))
         session.warn(options.archive + ": " + *warning);
-    archive::FileManager().unzipItem(archiveURL, archive::URL::folder(options.destination),
-                                     options.skipCRC32, session.progress(), options.encoding);
+    const auto destination = archive::URL::folder(options.destination);
+    const archive::FileManager files;
+    files.unzipItem(archiveURL, destination, options.skipCRC32, session.progress(),
+                    options.encoding);
+    // An archive without entries has made no folder on the way.
+    files.createParentDirectoryStructure(destination.appendingPathComponent("entry"));
 }
 
 } // namespace cli

@@ -3,6 +3,7 @@
 #include <atomic>
 #include <csignal>
 #include <unistd.h>
+#include <unistd.h>
 #include <utility>
 
 namespace cli {
@@ -41,6 +42,7 @@ void setAction(int signal, void (*handler)(int)) {
 Interruption::Interruption(std::shared_ptr<archive::Progress> progress)
     : progress_(std::move(progress)) {
     watched = progress_.get();
+    setAction(SIGALRM, handleAlarm);
     for (const int signal : {SIGINT, SIGTERM, SIGHUP})
         setAction(signal, handleSignal);
     setAction(SIGALRM, handleAlarm);

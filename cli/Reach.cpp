@@ -30,15 +30,6 @@ std::string reason(const Reach &reach) {
     return "the directory is shorter than that";
 }
 
-/// 0 if the file cannot be read.
-std::int64_t findDisplacement(const archive::Archive &archive) {
-    const archive::Archive::FilePointer file(std::fopen(archive.url().path().c_str(), "rbe"));
-    if (!file)
-        return 0;
-    const archive::EndRecordsScan scan = archive::scanForEndRecords(file.get());
-    return scan.failure == archive::EndRecordsScan::Failure::none ? displacementOf(scan) : 0;
-}
-
 } // namespace
 
 Reach findReach(const archive::Archive &archive) {
@@ -63,6 +54,14 @@ std::int64_t displacementOf(const archive::EndRecordsScan &scan) {
     const std::uint64_t expectedEnd =
         scan.records.offsetToStartOfCentralDirectory() + scan.records.sizeOfCentralDirectory();
     return static_cast<std::int64_t>(scan.offset - zip64Size - expectedEnd);
+}
+
+std::int64_t findDisplacement(const archive::Archive &archive) {
+    const archive::Archive::FilePointer file(std::fopen(archive.url().path().c_str(), "rbe"));
+    if (!file)
+        return 0;
+    const archive::EndRecordsScan scan = archive::scanForEndRecords(file.get());
+    return scan.failure == archive::EndRecordsScan::Failure::none ? displacementOf(scan) : 0;
 }
 
 std::optional<std::string> shortfall(const Reach &reach) {

@@ -28,6 +28,9 @@ struct Reach {
 /// the end record gives for it. Negative if bytes are missing.
 [[nodiscard]] std::int64_t displacementOf(const archive::EndRecordsScan &scan);
 
+/// The same of the archive's file; 0 if that cannot be read.
+[[nodiscard]] std::int64_t findDisplacement(const archive::Archive &archive);
+
 /// What to warn of; nothing if every entry was reached. "the directory promises 3 entries, 1 could
 /// be reached: entry 2 is encrypted"
 [[nodiscard]] std::optional<std::string> shortfall(const Reach &reach);

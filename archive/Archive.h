@@ -20,8 +20,8 @@ class DirectoryWindow;
 class EntryAppender;
 struct EndRecords;
 
-/// One open ZIP file: a sequence of entries, lookup by path, extraction and adding. It shares one
-/// stream and its position among all of these, so one thread at a time.
+/// One open ZIP file: a sequence of entries, lookup by path, extraction, adding and removing. It
+/// shares one stream and its position among all of these, so one thread at a time.
 class Archive {
 public:
     using EndOfCentralDirectoryRecord = archive::EndOfCentralDirectoryRecord;
@@ -37,6 +37,7 @@ public:
 
     /// Needed to extract (APPNOTE.TXT, section 4.4.3): a plain entry, a ZIP64 entry.
     enum class Version : std::uint16_t { v20 = 20, v45 = 45 };
+    /// Nothing for a version that the engine never writes.
     [[nodiscard]] static constexpr std::optional<Version> version(std::uint16_t rawValue) {
         return rawValue == 20   ? std::optional(Version::v20)
                : rawValue == 45 ? std::optional(Version::v45)
@@ -60,6 +61,7 @@ public:
         missingEndOfCentralDirectoryRecord,
     };
 
+    /// Closes a stream; what that reports is lost, so flush where it matters.
     struct CloseFile {
         void operator()(std::FILE *file) const { std::fclose(file); }
     };
@@ -74,7 +76,8 @@ public:
         std::shared_ptr<MemoryFile> memoryFile; ///< only for archives in memory
     };
 
-    // --- Opening ------------------------------------------------------------------------------
+    /// @name Opening
+    /// @{
 
     /// Opens, or with `create` makes, the archive at a file URL. Nothing if that cannot be done,
     /// or, with `create`, if something is there already. `preferredEncoding` decodes the paths of
@@ -108,28 +111,43 @@ public:
     Archive &operator=(const Archive &) = delete;
     ~Archive();
 
+    /// @}
+    /// @name What it was opened with, and as what
+    /// @{
+
+    /// The file; for an archive in memory a URL of the scheme "memory".
     [[nodiscard]] const URL &url() const { return url_; }
+    /// As it was opened; one made by `create` stays writable.
     [[nodiscard]] AccessMode accessMode() const { return accessMode_; }
+    /// The encoding of all paths, or nothing where each entry says its own.
     [[nodiscard]] std::optional<TextEncoding> preferredEncoding() const {
         return preferredEncoding_;
     }
+    /// The record at the end of the file, as of the last change.
     [[nodiscard]] const EndOfCentralDirectoryRecord &endOfCentralDirectoryRecord() const {
         return endOfCentralDirectoryRecord_;
     }
+    /// The ZIP64 records before it, or nothing if the archive does without.
     [[nodiscard]] const std::optional<ZIP64EndOfCentralDirectory> &
     zip64EndOfCentralDirectory() const {
         return zip64EndOfCentralDirectory_;
     }
+    /// Whether the archive lives in memory, and `data()` has its bytes.
     [[nodiscard]] bool isMemory() const { return url_.scheme() == memoryURLScheme; }
     /// The bytes of an archive in memory; nothing for a file.
     [[nodiscard]] std::optional<Data> data() const;
 
-    /// By the ZIP64 record where there is one, whatever the plain record says.
+    /// By the ZIP64 record where there is one, whatever the plain record says; so are the other
+    /// two.
     [[nodiscard]] std::uint64_t totalNumberOfEntriesInCentralDirectory() const;
+    /// Bytes.
     [[nodiscard]] std::uint64_t sizeOfCentralDirectory() const;
+    /// Bytes from the start of the archive.
     [[nodiscard]] std::uint64_t offsetToStartOfCentralDirectory() const;
 
-    // --- Entries ------------------------------------------------------------------------------
+    /// @}
+    /// @name Entries
+    /// @{
 
     /// Walks the central directory. It ends early, without an error, at a record that cannot be
     /// read and at an encrypted entry; `end()` tells. Valid until the archive changes or goes.
@@ -137,11 +155,14 @@ public:
     public:
         enum class End { notYet, complete, damagedRecord, damagedLocalHeader, encryptedEntry };
 
+        /// Nothing at the end, from then on.
         [[nodiscard]] std::optional<Entry> next();
+        /// Why nothing follows; `notYet` until `next` has returned nothing.
         [[nodiscard]] End end() const { return end_; }
         /// Records read so far, the encrypted one included.
         [[nodiscard]] std::uint64_t index() const { return index_; }
 
+        /// What is left behind may only be assigned to.
         EntryIterator(EntryIterator &&) noexcept;
         EntryIterator &operator=(EntryIterator &&) noexcept;
         ~EntryIterator();
@@ -159,9 +180,10 @@ public:
         std::uint64_t index_ = 0;
         End end_ = End::notYet;
     };
+    /// An iterator before the first entry. It refers to this archive and moves its stream.
     [[nodiscard]] EntryIterator makeIterator() const;
 
-    /// For range-based for.
+    /// For range-based for. It ends where an `EntryIterator` ends, and does not tell why.
     class Iterator {
     public:
         using iterator_category = std::input_iterator_tag;
@@ -185,7 +207,9 @@ public:
         EntryIterator entries_;
         std::optional<Entry> entry_;
     };
+    /// At the first entry, which has been read; another `begin` starts again.
     [[nodiscard]] Iterator begin() const;
+    /// What an iterator without an entry equals.
     [[nodiscard]] static std::default_sentinel_t end() { return std::default_sentinel; }
 
     /// The first entry, in the directory's order, with exactly this path.
@@ -196,18 +220,25 @@ public:
         return entry.path(preferredEncoding_);
     }
 
-    // --- Extraction ---------------------------------------------------------------------------
-    // All of these return the CRC-32 of the data, 0 when skipped, and leave it to the caller to
-    // compare it with the entry's checksum. Progress counts plain bytes.
+    /// @}
+    /// @name Extraction
+    /// All of these return the CRC-32 of the data, 0 when skipped, and leave it to the caller to
+    /// compare it with the entry's checksum. Progress counts plain bytes.
+    ///
+    /// They throw `invalidBufferSize`, `invalidCompressionMethod`, `invalidLocalHeaderDataOffset`,
+    /// `invalidEntrySize`, `cancelledOperation`, `DataError::unreadableFile` and
+    /// `CompressionError`, and what the consumer throws.
+    /// @{
 
+    /// How to extract.
     struct ExtractOptions {
         std::int64_t bufferSize = defaultReadChunkSize; ///< bytes of a chunk
         bool skipCRC32 = false;
-        ProgressPointer progress;
+        ProgressPointer progress = nullptr;
     };
 
-    /// Hands the data to the consumer in chunks; a directory is one empty chunk, a link one chunk
-    /// with its target.
+    /// Hands the data to the consumer in chunks, on this thread; a directory is one empty chunk, a
+    /// link one chunk with its target.
     CRC32 extract(const Entry &entry, const Consumer &consumer,
                   const ExtractOptions &options) const;
     CRC32 extract(const Entry &entry, const Consumer &consumer) const {
@@ -216,23 +247,34 @@ public:
 
     /// Makes a file, a folder or a link at the URL, and its missing parent folders. Nothing is
     /// overwritten, and nothing is written through a link at the URL itself; an existing folder is
-    /// welcome. What is written before a failure stays.
+    /// welcome. What is written before a failure stays. Throws a `FileError` with the path, too.
     CRC32 extract(const Entry &entry, const URL &to, const ExtractOptions &options) const;
     CRC32 extract(const Entry &entry, const URL &to) const {
         return extract(entry, to, ExtractOptions{});
     }
 
+    /// Units of progress: 1 for a directory, the plain bytes otherwise. Throws `invalidEntrySize`
+    /// if they are more than a file can have.
     [[nodiscard]] static std::int64_t totalUnitCountForReading(const Entry &entry);
+    /// A progress of so many units, to be given to `extract`.
     [[nodiscard]] static ProgressPointer makeProgressForReading(const Entry &entry);
 
-    // --- Adding -------------------------------------------------------------------------------
-    // Each addition is complete, rolled back (cancelled: the entries are as before) or, after
-    // another error, left as far as it was written, in which case the archive may not open again.
+    /// @}
+    /// @name Adding
+    /// Each addition is complete, rolled back (cancelled: the entries are as before) or, after
+    /// another error, left as far as it was written, in which case the archive may not open again.
+    ///
+    /// They throw `unwritableArchive` for an archive opened for reading, `invalidEntryPath` (not
+    /// UTF-8, or above 65,535 bytes), `invalidBufferSize`, `invalidEntrySize`, the errors of the
+    /// directory's place and size, `cancelledOperation`, `DataError::unwritableFile` and
+    /// `CompressionError`.
+    /// @{
 
+    /// How to add.
     struct AddOptions {
         CompressionMethod compressionMethod = CompressionMethod::none; ///< for files only
         std::int64_t bufferSize = defaultWriteChunkSize;               ///< bytes of a chunk
-        ProgressPointer progress;
+        ProgressPointer progress = nullptr;
     };
 
     /// The item on disk that an entry is made of.
@@ -247,13 +289,15 @@ public:
     }
 
     /// Adds the item at the URL: its kind, size, date and permissions are read from the disk. A
-    /// folder is added without its content, a link with its target's text.
+    /// folder is added without its content, a link with its target's text. Throws
+    /// `fileReadNoSuchFile`, `fileReadNoPermission` or `fileNoSuchFile` with the path, too.
     void addEntry(const std::string &with, const FileURL &fileURL, const AddOptions &options);
     void addEntry(const std::string &with, const FileURL &fileURL) {
         addEntry(with, fileURL, AddOptions{});
     }
 
-    /// Adds what the provider yields. Without permissions the defaults of the type are written.
+    /// Adds what the provider yields, asked on this thread. Without permissions the defaults of the
+    /// type are written. What the provider throws passes through.
     void addEntry(const std::string &with, Entry::EntryType type, std::int64_t uncompressedSize,
                   Date modificationDate, std::optional<std::uint16_t> permissions,
                   const Provider &provider, const AddOptions &options);
@@ -264,7 +308,7 @@ public:
                  AddOptions{});
     }
 
-    // The older forms, with sizes of 32 bits.
+    /// The older forms, with sizes of 32 bits.
     template <std::same_as<std::uint32_t> Size>
     void addEntry(const std::string &with, const URL &relativeTo,
                   CompressionMethod compressionMethod, Size bufferSize,
@@ -286,14 +330,20 @@ public:
                  provider, AddOptions{compressionMethod, bufferSize, progress});
     }
 
+    /// Units of progress for adding the item on disk: 1 for a folder, its bytes otherwise, −1 if
+    /// they cannot be told.
     [[nodiscard]] static std::int64_t totalUnitCountForAddingItem(const URL &at);
+    /// A progress of so many units, to be given to `addEntry`.
     [[nodiscard]] static ProgressPointer makeProgressForAddingItem(const URL &at);
 
-    // --- Removing -----------------------------------------------------------------------------
+    /// @}
+    /// @name Removing
+    /// @{
 
+    /// How to remove.
     struct RemoveOptions {
         std::int64_t bufferSize = defaultReadChunkSize; ///< bytes of a chunk
-        ProgressPointer progress;                       ///< counts the bytes that are kept
+        ProgressPointer progress = nullptr;             ///< counts the bytes that are kept
     };
 
     /// Rebuilds the archive without the entry, in a temporary one that then takes its place in one
@@ -309,7 +359,10 @@ public:
 
     /// The bytes that are copied when the entry is removed.
     [[nodiscard]] std::int64_t totalUnitCountForRemoving(const Entry &entry) const;
+    /// A progress of so many units, to be given to `remove`.
     [[nodiscard]] ProgressPointer makeProgressForRemoving(const Entry &entry) const;
+
+    /// @}
 
 private:
     friend class ArchiveUnpacker;
@@ -350,6 +403,7 @@ private:
     std::optional<ZIP64EndOfCentralDirectory> zip64EndOfCentralDirectory_;
 };
 
+/// Lets the code of an `Error` be compared with the enumeration.
 [[nodiscard]] std::error_code make_error_code(Archive::ArchiveError error);
 
 } // namespace archive

@@ -22,6 +22,7 @@ using CRC32 = std::uint32_t;
 /// stay valid until the next call. May throw.
 using AdditionalDataProvider = std::function<std::span<const std::byte>(std::size_t)>;
 
+/// A record that parses itself from its fixed bytes and a provider of the rest.
 template <class Record>
 concept DataSerializable = requires(std::span<const std::byte> bytes,
                                     const AdditionalDataProvider &provider, const Record &record) {
@@ -47,12 +48,16 @@ public:
     enum class CompressionError { invalidStream = 1, corruptedData };
 
     Data() = default;
+    /// Takes the bytes over; from a view it copies them.
     explicit Data(std::vector<std::byte> bytes) : bytes_(std::move(bytes)) {}
     explicit Data(std::span<const std::byte> bytes) : bytes_(bytes.begin(), bytes.end()) {}
     explicit Data(std::string_view text) : Data(std::as_bytes(std::span(text))) {}
 
+    /// Bytes.
     [[nodiscard]] std::size_t size() const { return bytes_.size(); }
+    /// Whether there is no byte.
     [[nodiscard]] bool empty() const { return bytes_.empty(); }
+    /// A view; valid until the size changes or the object goes.
     [[nodiscard]] std::span<const std::byte> bytes() const { return bytes_; }
     [[nodiscard]] std::span<std::byte> bytes() { return bytes_; }
     /// The same bytes as text, whatever their encoding; valid as long as the bytes are.
@@ -60,6 +65,7 @@ public:
     // A Data stands wherever a view of its bytes is asked for.
     operator std::span<const std::byte>() const { return bytes_; } // NOLINT(*explicit*)
 
+    /// The bytes must not be a view of this object's own.
     void append(std::span<const std::byte> bytes);
     /// Appends an integer as little-endian bytes.
     template <std::unsigned_integral Value>
@@ -70,11 +76,14 @@ public:
     }
     /// Grows with zero bytes or cuts the end off.
     void resize(std::size_t size) { bytes_.resize(size); }
+    /// Makes room for so many bytes in all; the size stays.
     void reserve(std::size_t size) { bytes_.reserve(size); }
 
     friend bool operator==(const Data &, const Data &) = default;
 
-    // --- Records and chunks of a stdio stream -------------------------------------------------
+    /// @name Records and chunks of a stdio stream
+    /// One thread at a time for each stream.
+    /// @{
 
     /// Moves a stream that is being read to the absolute offset; false if the offset does not fit a
     /// file offset or the stream cannot go there.
@@ -101,7 +110,9 @@ public:
     static std::uint64_t writeLargeChunk(std::span<const std::byte> chunk, std::uint64_t size,
                                          std::int64_t bufferSize, std::FILE *file);
 
-    // --- Checksums ----------------------------------------------------------------------------
+    /// @}
+    /// @name Checksums
+    /// @{
 
     /// Continues `checksum` over the bytes, by zlib.
     [[nodiscard]] static CRC32 crc32(std::span<const std::byte> bytes, CRC32 checksum);
@@ -112,9 +123,11 @@ public:
         return builtInCRC32(bytes_, checksum);
     }
 
-    // --- Streams of chunks --------------------------------------------------------------------
-    // Memory is one work buffer and one source chunk, whatever the size. Errors of the provider and
-    // of the consumer pass through unchanged. Each of the three may run on any thread.
+    /// @}
+    /// @name Streams of chunks
+    /// Memory is one work buffer and one source chunk, whatever the size. Errors of the provider
+    /// and of the consumer pass through unchanged. Each of the three may run on any thread.
+    /// @{
 
     /// Deflates `size` bytes of the provider into the consumer; returns the CRC-32 of the plain
     /// bytes. Throws `CompressionError`.
@@ -130,10 +143,13 @@ public:
     static CRC32 consumePart(std::int64_t size, std::int64_t chunkSize, bool skipCRC32,
                              const Provider &provider, const Consumer &consumer);
 
+    /// @}
+
 private:
     std::vector<std::byte> bytes_;
 };
 
+/// Lets the code of an `Error` be compared with the enumeration.
 [[nodiscard]] std::error_code make_error_code(Data::DataError error);
 [[nodiscard]] std::error_code make_error_code(Data::CompressionError error);
 

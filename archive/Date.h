@@ -18,9 +18,11 @@ struct Date {
     /// Fields out of range are normalised by the calendar: month 0 is the December before.
     [[nodiscard]] static Date fromDateTime(DateTime dateTime);
 
-    /// Years are clamped to 1980..2099; odd seconds are lost. The date must be finite.
+    /// The date word. Years are clamped to 1980..2099. The date must be finite, here and below.
     [[nodiscard]] std::uint16_t fileModificationDate() const;
+    /// The time word. Odd seconds are lost.
     [[nodiscard]] std::uint16_t fileModificationTime() const;
+    /// Both words.
     [[nodiscard]] DateTime fileModificationDateTime() const;
 
     friend bool operator==(const Date &, const Date &) = default;

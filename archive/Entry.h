@@ -54,25 +54,37 @@ public:
     /// With the encoding where one is given.
     [[nodiscard]] std::string path(std::optional<TextEncoding> preferredEncoding) const;
 
+    /// By the mode word of hosts that write one, else by the path's "/" and the DOS attributes.
     [[nodiscard]] EntryType type() const;
     /// By the local header's method, which is the one that extraction goes by.
     [[nodiscard]] bool isCompressed() const { return localFileHeader_.compressionMethod != 0; }
+    /// What the archive promises; by the data descriptor where the entry uses one, and 0 if that
+    /// cannot be read.
     [[nodiscard]] CRC32 checksum() const;
+    /// Bytes in the archive; by the data descriptor where there is one.
     [[nodiscard]] std::uint64_t compressedSize() const;
+    /// Bytes of the data; by the data descriptor where there is one. The archive's word, not to be
+    /// relied on for memory.
     [[nodiscard]] std::uint64_t uncompressedSize() const;
     /// Where the stored bytes begin, from the start of the archive.
     [[nodiscard]] std::uint64_t dataOffset() const;
     /// Bytes in the data area: header, data and descriptor; the greatest value if they are more.
     [[nodiscard]] std::uint64_t localSize() const;
+    /// What extraction applies; the defaults where the entry says nothing.
     [[nodiscard]] FileAttributes fileAttributes() const;
 
+    /// The record in the archive's directory.
     [[nodiscard]] const CentralDirectoryStructure &centralDirectoryStructure() const {
         return centralDirectoryStructure_;
     }
+    /// The record before the data.
     [[nodiscard]] const LocalFileHeader &localFileHeader() const { return localFileHeader_; }
+    /// The record behind the data: nothing if the entry does without, or if its sizes are 64 bits
+    /// wide.
     [[nodiscard]] const std::optional<DataDescriptor> &dataDescriptor() const {
         return dataDescriptor_;
     }
+    /// The same with sizes of 64 bits, for ZIP64 entries only.
     [[nodiscard]] const std::optional<ZIP64DataDescriptor> &zip64DataDescriptor() const {
         return zip64DataDescriptor_;
     }
@@ -89,6 +101,7 @@ private:
     std::optional<ZIP64DataDescriptor> zip64DataDescriptor_;
 };
 
+/// Lets the code of an `Error` be compared with the enumeration.
 [[nodiscard]] std::error_code make_error_code(Entry::EntryError error);
 
 } // namespace archive

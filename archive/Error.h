@@ -19,6 +19,7 @@ enum class FileError {
     fileWriteUnknown,        ///< cannot be written, for a reason of the system's
 };
 
+/// Lets the code of an `Error` be compared with the enumeration.
 [[nodiscard]] std::error_code make_error_code(FileError error);
 
 /// What an error is about; every part may be empty.
@@ -33,11 +34,16 @@ struct ErrorContext {
 /// `what()` is one line for people: what, which file or entry, why.
 class Error : public std::system_error {
 public:
+    /// Any of the error enumerations is a code.
     explicit Error(std::error_code code, ErrorContext context = {});
 
+    /// One line in UTF-8, without control characters of the names; valid as long as the error.
     [[nodiscard]] const char *what() const noexcept override { return description_.c_str(); }
+    /// The file it is about; "" if it is about none.
     [[nodiscard]] const std::string &path() const { return context_.path; }
+    /// The path of the entry it is about; "" if it is about none.
     [[nodiscard]] const std::string &entry() const { return context_.entry; }
+    /// errno; 0 if the system did not complain.
     [[nodiscard]] int systemError() const { return context_.systemError; }
     /// The code as it is written in the source: "ArchiveError.unreadableArchive".
     [[nodiscard]] std::string name() const;
@@ -50,8 +56,9 @@ private:
     std::string description_;
 };
 
-/// The file error that errno stands for when an item was being read, or written.
+/// The file error that errno stands for when an item was being read.
 [[nodiscard]] Error readError(std::string path, int systemError);
+/// The file error that errno stands for when an item was being written.
 [[nodiscard]] Error writeError(std::string path, int systemError);
 
 } // namespace archive

@@ -38,26 +38,35 @@ public:
 
     /// Links are not followed: a dangling one exists.
     [[nodiscard]] bool itemExists(const URL &at) const;
+    /// Links are not followed. What is neither a folder nor a link counts as a file. Throws
+    /// `fileReadNoSuchFile`.
     [[nodiscard]] Entry::EntryType typeForItem(const URL &at) const;
+    /// Makes the missing folders above the item. Throws a `FileError` with the path of the lowest.
     void createParentDirectoryStructure(const URL &url) const;
 
     /// What extraction applies to the item of an entry.
     [[nodiscard]] static FileAttributes attributes(const Entry &entry);
+    /// The permission bits of an entry, or the type's defaults if it has none or its host writes
+    /// none.
     [[nodiscard]] static std::uint16_t permissions(std::uint32_t externalFileAttributes,
                                                    Entry::OSType osType,
                                                    Entry::EntryType entryType);
+    /// The field of a directory's record: the POSIX mode word in its upper half.
     [[nodiscard]] static std::uint32_t externalFileAttributesForEntry(Entry::EntryType type,
                                                                       std::uint16_t permissions);
 
     /// The whole mode word, type included; 0 if there is no such item.
     [[nodiscard]] std::uint16_t permissionsForItem(const URL &at) const;
+    /// Links are not followed. Throws `fileReadNoSuchFile`.
     [[nodiscard]] Date fileModificationDateTimeForItem(const URL &at) const;
-    /// Bytes; of a link, the length of its text.
+    /// Bytes; of a link, the length of its text. Throws `fileReadNoSuchFile` and
+    /// `fileReadTooLarge`.
     [[nodiscard]] std::int64_t fileSizeForItem(const URL &at) const;
 
     /// Units of progress for adding the item: 1 for a folder, its bytes otherwise, −1 if they
     /// cannot be told.
     [[nodiscard]] std::int64_t totalUnitCountForAddingItem(const URL &at) const;
+    /// A progress of so many units.
     [[nodiscard]] ProgressPointer makeProgressForAddingItem(const URL &at) const;
 };
 

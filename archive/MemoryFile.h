@@ -12,9 +12,12 @@ namespace archive {
 /// share one position. One thread at a time.
 class MemoryFile : public std::enable_shared_from_this<MemoryFile> {
 public:
+    /// One that holds these bytes.
     [[nodiscard]] static std::shared_ptr<MemoryFile> make(Data data = {});
 
+    /// The bytes, without what a stream has not flushed yet; valid until the next change.
     [[nodiscard]] const Data &data() const { return data_; }
+    /// Replaces the bytes; the position stays.
     void setData(Data data) { data_ = std::move(data); }
     /// Cuts the end off, or pads with zero bytes; the position stays.
     void resize(std::size_t size) { data_.resize(size); }
@@ -23,9 +26,10 @@ public:
     /// it.
     [[nodiscard]] std::FILE *open(std::string_view mode);
 
-    // --- The streams' callbacks ---------------------------------------------------------------
-    // A cookie is an owner of the memory file: a `std::shared_ptr<MemoryFile>` made by `new`. As
-    // the C library asks, what fails sets errno.
+    /// @name The streams' callbacks
+    /// A cookie is an owner of the memory file: a `std::shared_ptr<MemoryFile>` made by `new`. As
+    /// the C library asks, what fails sets errno.
+    /// @{
 
     /// Bytes copied from the position on, by which it moves; 0 at the end.
     static ssize_t readStub(void *cookie, char *buffer, std::size_t size);
@@ -36,6 +40,8 @@ public:
     static int seekStub(void *cookie, off64_t *offset, int whence);
     /// Gives up the ownership.
     static int closeStub(void *cookie);
+
+    /// @}
 
 private:
     explicit MemoryFile(Data data) : data_(std::move(data)) {}

@@ -18,14 +18,19 @@ public:
     /// Called on the working thread after each change of this object or of one below it.
     using Observer = std::function<void(const Progress &)>;
 
+    /// One that has this total, and nothing completed.
     [[nodiscard]] static std::shared_ptr<Progress> make(std::int64_t totalUnitCount = 0);
 
+    /// All units there are to be; bytes, for most operations. They set it when they begin.
     [[nodiscard]] std::int64_t totalUnitCount() const { return total_; }
+    /// Tells the observers.
     void setTotalUnitCount(std::int64_t count);
 
     /// The own units and the pending counts of the children that are finished.
     [[nodiscard]] std::int64_t completedUnitCount() const { return completed_; }
+    /// Tells the observers. At the total, the progress above counts this one as finished.
     void setCompletedUnitCount(std::int64_t count);
+    /// The same with what is completed in addition.
     void addCompletedUnitCount(std::int64_t count);
 
     /// From 0 to 1, with the share of the children that are on their way; 0 while the total is 0.
@@ -37,6 +42,7 @@ public:
 
     /// Stops the operation at its next chunk, and those of all children.
     void cancel() { cancelled_ = true; }
+    /// Whether this one, or one above it, was cancelled.
     [[nodiscard]] bool isCancelled() const;
 
     /// Set before the work begins.

@@ -2,6 +2,8 @@
 
 // The one template of Data that needs more room than its declaration; included by Data.h.
 
+#include "archive/Data.h"
+
 #include <array>
 
 namespace archive {

@@ -22,19 +22,23 @@ struct Tail {
     std::uint16_t Record::*length;
     Data Record::*bytes;
 };
+/// The record follows from the members.
 template <class Record>
 Tail(std::uint16_t Record::*, Data Record::*) -> Tail<Record>;
 
+/// Bytes of a field in a file.
 template <class Record, class Value>
 constexpr std::size_t width(Value Record::* /*field*/) {
     return sizeof(Value);
 }
 
+/// Bytes of all fixed fields.
 template <class... Field>
 constexpr std::size_t size(const std::tuple<Field...> &list) {
     return std::apply([](auto... field) { return (width(field) + ... + 0U); }, list);
 }
 
+/// Reads one field at the offset, and moves the offset behind it.
 template <class Record, class Value>
 void scan(Record &record, Value Record::*field, std::span<const std::byte> bytes,
           std::size_t &offset) {
@@ -80,6 +84,7 @@ Data serialize(const Record &record) {
     return data;
 }
 
+/// Appends the variable parts, one behind the other.
 template <class Record>
 void appendTails(Data &data, const Record &record) {
     std::apply([&](auto... tail) { (data.append(record.*tail.bytes), ...); }, Record::tails);

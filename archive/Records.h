@@ -111,8 +111,10 @@ struct LocalFileHeader {
                    layout::Tail{&Self::extraFieldLength, &Self::extraFieldData}};
     static constexpr std::size_t size = layout::size(fields);
 
+    /// Nothing if the bytes, `size` of them and what the provider adds, are no such record.
     [[nodiscard]] static std::optional<LocalFileHeader>
     make(std::span<const std::byte> data, const AdditionalDataProvider &additionalDataProvider);
+    /// The bytes as they stand in a file.
     [[nodiscard]] Data data() const;
 
     /// The members of a ZIP64 field that the sentinels announce.
@@ -170,8 +172,10 @@ struct CentralDirectoryStructure {
                    layout::Tail{&Self::fileCommentLength, &Self::fileCommentData}};
     static constexpr std::size_t size = layout::size(fields);
 
+    /// Nothing if the bytes, `size` of them and what the provider adds, are no such record.
     [[nodiscard]] static std::optional<CentralDirectoryStructure>
     make(std::span<const std::byte> data, const AdditionalDataProvider &additionalDataProvider);
+    /// The bytes as they stand in a file.
     [[nodiscard]] Data data() const;
 
     /// The record of an entry just written: what the local header says, the 32-bit offset, and the
@@ -187,13 +191,17 @@ struct CentralDirectoryStructure {
          const std::optional<ZIP64ExtendedInformation> &zip64ExtendedInformation,
          std::uint32_t relativeOffset);
 
+    /// By bit 0 of the flags.
     [[nodiscard]] bool isEncrypted() const { return (generalPurposeBitFlag & encryptedFlag) != 0; }
+    /// By bit 3 of the flags: checksum and sizes stand behind the data.
     [[nodiscard]] bool usesDataDescriptor() const {
         return (generalPurposeBitFlag & dataDescriptorFlag) != 0;
     }
+    /// By bit 11 of the flags.
     [[nodiscard]] bool usesUTF8PathEncoding() const {
         return (generalPurposeBitFlag & utf8PathFlag) != 0;
     }
+    /// The field among the extra fields, or nothing if there is none.
     [[nodiscard]] std::optional<ZIP64ExtendedInformation> zip64ExtendedInformation() const;
     /// Version 4.5 or later is needed, or the ZIP64 field is there: some writers declare less than
     /// they use.
@@ -201,7 +209,9 @@ struct CentralDirectoryStructure {
 
     /// The ZIP64 field's value where there is one above 0, else the 32-bit field.
     [[nodiscard]] std::uint64_t effectiveCompressedSize() const;
+    /// The same for the size of the plain data.
     [[nodiscard]] std::uint64_t effectiveUncompressedSize() const;
+    /// The same for the offset, from the start of the archive.
     [[nodiscard]] std::uint64_t effectiveRelativeOffsetOfLocalHeader() const;
 
     /// The members of a ZIP64 field that the sentinels announce.
@@ -279,8 +289,10 @@ struct EndOfCentralDirectoryRecord {
         std::tuple{layout::Tail{&Self::zipFileCommentLength, &Self::zipFileCommentData}};
     static constexpr std::size_t size = layout::size(fields);
 
+    /// Nothing if the bytes, `size` of them and what the provider adds, are no such record.
     [[nodiscard]] static std::optional<EndOfCentralDirectoryRecord>
     make(std::span<const std::byte> data, const AdditionalDataProvider &additionalDataProvider);
+    /// The bytes as they stand in a file.
     [[nodiscard]] Data data() const;
 
     /// A copy with other totals; disk numbers and comment stay.
@@ -325,6 +337,7 @@ struct ZIP64EndOfCentralDirectoryRecord {
     /// Nothing for a record that needs less than version 4.5.
     [[nodiscard]] static std::optional<ZIP64EndOfCentralDirectoryRecord>
     make(std::span<const std::byte> data, const AdditionalDataProvider &additionalDataProvider);
+    /// The bytes as they stand in a file.
     [[nodiscard]] Data data() const;
 
     /// A copy with other totals.
@@ -351,8 +364,10 @@ struct ZIP64EndOfCentralDirectoryLocator {
                    &Self::relativeOffsetOfZIP64EOCDRecord, &Self::totalNumberOfDisk};
     static constexpr std::size_t size = layout::size(fields);
 
+    /// Nothing if the bytes, `size` of them and what the provider adds, are no such record.
     [[nodiscard]] static std::optional<ZIP64EndOfCentralDirectoryLocator>
     make(std::span<const std::byte> data, const AdditionalDataProvider &additionalDataProvider);
+    /// The bytes as they stand in a file.
     [[nodiscard]] Data data() const;
 
     /// A copy with another record offset.
@@ -369,6 +384,7 @@ struct ZIP64EndOfCentralDirectory {
     ZIP64EndOfCentralDirectoryRecord record;
     ZIP64EndOfCentralDirectoryLocator locator;
 
+    /// The bytes as they stand in a file.
     [[nodiscard]] Data data() const;
 
     friend bool operator==(const ZIP64EndOfCentralDirectory &,

@@ -57,6 +57,14 @@ class WholeRoad(Case):
                 else:
                     package.writestr(zipInfo(name, mode, zipfile.ZIP_DEFLATED), path.read_bytes())
 
+    def packed(self):
+        """What the package holds, under the names that it gives: a name of UTF-8 bytes that is not
+        marked as such is one of code page 437."""
+        with zipfile.ZipFile(self.folder / "app.ipa") as package:
+            isMarked = any(info.flag_bits & 0x800 for info in package.infolist())
+        items = snapshot(self.folder / "src").items()
+        return {name if isMarked else name.encode().decode("cp437"): item for name, item in items}
+
     # --- Those that read ---------------------------------------------------------------------------
 
     def checkByReferees(self, name):
@@ -75,7 +83,7 @@ class WholeRoad(Case):
         self.assertEqual(out, lines(*successLog("2", icon)))
         self.checkByReferees("Notes2.ipa")
         subprocess.run(["unzip", "-q", "Notes2.ipa", "-d", "theirs"], cwd=self.folder, check=True)
-        before = snapshot(self.folder / "src")
+        before = self.packed()
         after = snapshot(self.folder / "theirs")
         kept = {name: item for name, item in after.items() if name not in CHANGED}
         self.assertEqual(kept, {name: item for name, item in before.items() if name not in CHANGED})

@@ -19,6 +19,7 @@ import zlib
 from pathlib import Path
 
 PROGRAM = os.environ["VELLOMIR_CLI"]
+os.environ["LC_ALL"] = "C.UTF-8" # for the referees, which else take names for ASCII
 NOBODY = 65534
 ICON_NAMES = ["icon.png", "icon@2x.png", "icon@3x.png", "AppIcon76x76@2x~ipad.png",
               "AppIcon60x60@2x.png"]

@@ -22,8 +22,8 @@ void throwIfCancelled(const Archive::ProgressPointer &progress) {
         throw Error(ArchiveError::cancelledOperation);
 }
 
-/// The existing directory. It is rewritten behind the new entry, so it must be whole, and within the
-/// file: the end records stand behind it.
+/// The existing directory. It is rewritten behind the new entry, so it must be whole, and within
+/// the file: the end records stand behind it.
 Data readDirectory(std::FILE *file, const EndRecords &records) {
     const std::uint64_t offset = records.offsetToStartOfCentralDirectory();
     const std::uint64_t size = records.sizeOfCentralDirectory();
@@ -234,7 +234,7 @@ EntryAppender::writeCentralDirectoryStructure(const LocalFileHeader &localFileHe
         field.relativeOffsetOfLocalHeader = relativeOffset;
         field.dataSize = static_cast<std::uint16_t>(field.dataSize + sizeof(std::uint64_t));
     }
-    const auto structure =
+    auto structure =
         CentralDirectoryStructure::from(localFileHeader, externalFileAttributes, offset,
                                         field.dataSize > 0 ? std::optional(field) : std::nullopt);
     directory_.append(structure.data());

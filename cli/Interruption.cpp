@@ -3,7 +3,6 @@
 #include <atomic>
 #include <csignal>
 #include <unistd.h>
-#include <unistd.h>
 #include <utility>
 
 namespace cli {

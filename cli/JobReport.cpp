@@ -42,7 +42,7 @@ std::string lastLine(const std::vector<std::string> &log) {
 } // namespace
 
 std::string reasonOf(const std::vector<std::string> &log, const std::vector<std::string> &console) {
-    const std::string line = lastLine(log);
+    std::string line = lastLine(log);
     if (console.empty())
         return line;
     const ConsoleLine last = ConsoleLine::parse(console.back());

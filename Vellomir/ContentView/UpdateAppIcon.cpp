@@ -20,7 +20,7 @@ std::optional<std::string> AppLaunchView::updateAppIcon(const archive::URL &url,
 }
 
 std::optional<archive::URL> AppLaunchView::findBundle(const archive::URL &url) const try {
-    const auto bundle = files_.findFirst(
+    auto bundle = files_.findFirst(
         url, [](const archive::URL &item) { return item.pathExtension() == "app"; });
     if (bundle)
         files_.requireItem(*bundle);

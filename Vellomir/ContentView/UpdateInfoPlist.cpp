@@ -22,7 +22,7 @@ std::optional<std::string> AppLaunchView::updateInfoPlist(const archive::URL &ur
 }
 
 std::optional<archive::URL> AppLaunchView::findInfoPlist(const archive::URL &url) const try {
-    const auto file = files_.findFirst(url, [](const archive::URL &item) {
+    auto file = files_.findFirst(url, [](const archive::URL &item) {
         return item.absoluteString().find(".app/Info.plist") != std::string::npos;
     });
     if (file)

@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <fcntl.h>
 #include <unistd.h>
+#include <utility>
 
 namespace vellomir {
 namespace {
@@ -33,7 +34,7 @@ void writeAll(int file, std::span<const std::byte> bytes, const std::string &pat
 
 } // namespace
 
-SandboxFiles::SandboxFiles(const URL &root) : root_(root) {}
+SandboxFiles::SandboxFiles(URL root) : root_(std::move(root)) {}
 
 void SandboxFiles::requireItem(const URL &url) const {
     const SandboxPlace place = SandboxPath(root_, url).resolve(FinalLink::follow);

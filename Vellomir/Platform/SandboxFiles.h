@@ -23,7 +23,7 @@ public:
     using ProgressPointer = std::shared_ptr<archive::Progress>;
 
     /// The root must exist, and its path hold no links.
-    explicit SandboxFiles(const archive::URL &root);
+    explicit SandboxFiles(archive::URL root);
 
     /// Throws if nothing is there, or only a link that dangles or leads out.
     void requireItem(const archive::URL &url) const;

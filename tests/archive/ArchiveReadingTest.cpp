@@ -202,8 +202,8 @@ TEST(ToAConsumer, OffsetsAndSizesBeyondFilesAreRefused) {
     EXPECT_EQ(errorOf([&] { single.archive->extract(*sized, ignore); }),
               ArchiveError::invalidEntrySize);
     huge = {.dataSize = 8, .relativeOffsetOfLocalHeader = 0xFFFFFFFFFFFFFF00};
-    structure = archive::CentralDirectoryStructure::from(
-        single.entry.centralDirectoryStructure(), huge, archive::maxUInt32);
+    structure = archive::CentralDirectoryStructure::from(single.entry.centralDirectoryStructure(),
+                                                         huge, archive::maxUInt32);
     const auto placed =
         Entry::make(structure, single.entry.localFileHeader(), std::nullopt, std::nullopt);
     EXPECT_EQ(errorOf([&] { single.archive->extract(*placed, ignore); }),

@@ -2,6 +2,7 @@
 
 #include "Vellomir/Platform/PictureCodec.h"
 #include "Vellomir/Platform/PictureGeometry.h"
+#include "Vellomir/Platform/PictureIntegrity.h"
 #include "Vellomir/Platform/WholeFile.h"
 #include "archive/ErrorCategory.h"
 
@@ -33,6 +34,9 @@ Picture Picture::read(const archive::URL &url) {
 }
 
 Picture Picture::decode(std::span<const std::byte> bytes, const std::string &name) {
+    if (isDamagedPicture(bytes))
+        throw archive::Error(PictureError::unreadablePicture,
+                             {.path = name, .detail = "The picture is damaged or cut short"});
     PictureCodec::Decoded decoded = pictureCodec().decode(bytes);
     if (!decoded.bitmap.pixels)
         throw archive::Error(PictureError::unreadablePicture,

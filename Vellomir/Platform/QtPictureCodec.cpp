@@ -11,7 +11,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cstring>
 
 namespace vellomir {
 namespace {
@@ -70,22 +69,6 @@ Bitmap bitmap(QImage image) {
             .pixels = std::shared_ptr<const std::byte>(owner, pixels)};
 }
 
-/// The decoder paints what is missing grey. The segments up to the first scan say how long they
-/// are; behind that, the marker of the end can't stand in the data.
-bool isCutJpeg(std::span<const std::byte> bytes) {
-    const auto value = [bytes](std::size_t index) {
-        return std::to_integer<unsigned>(bytes[index]);
-    };
-    constexpr unsigned startOfScan = 0xDA;
-    std::size_t position = 2;
-    while (position + 4 <= bytes.size() && value(position + 1) != startOfScan)
-        position += 2 + (value(position + 2) << 8U) + value(position + 3);
-    constexpr std::array end = {std::byte{0xFF}, std::byte{0xD9}};
-    return position >= bytes.size() ||
-           std::search(bytes.begin() + static_cast<std::ptrdiff_t>(position), bytes.end(),
-                       end.begin(), end.end()) == bytes.end();
-}
-
 PictureCodec::Decoded decode(std::span<const std::byte> bytes) {
     QByteArray content = QByteArray::fromRawData(reinterpret_cast<const char *>(bytes.data()),
                                                  static_cast<qsizetype>(bytes.size()));
@@ -101,8 +84,8 @@ PictureCodec::Decoded decode(std::span<const std::byte> bytes) {
     if (qint64{size.width()} * size.height() > maximumPixels)
         return failed("The picture has more than 256 million pixels");
     const QImage image = reader.read();
-    if (image.isNull() || (format == "jpeg" && isCutJpeg(bytes)))
-        return failed("The picture is damaged or cut short");
+    if (image.isNull())
+        return failed("The picture is damaged");
     return {
         .bitmap = bitmap(image), .orientation = orientation(reader.transformation()), .error = {}};
 }
@@ -112,8 +95,8 @@ PictureCodec::Encoded encode(const Bitmap &bitmap) {
                  static_cast<qsizetype>(bitmap.bytesPerRow),
                  format(bitmap.isDeep, bitmap.hasAlpha));
     image.setColorSpace({});
-    image.setDotsPerMeterX(0);
-    image.setDotsPerMeterY(0);
+    image.setDotsPerMeterX(-1); // not known; 0 would leave the screen's
+    image.setDotsPerMeterY(-1);
     QByteArray png;
     QBuffer buffer(&png);
     buffer.open(QIODevice::WriteOnly);

@@ -34,10 +34,13 @@ bool isWholePng(Bytes bytes) {
         if (size > bytes.size() - frame)
             return false;
         const Bytes named = bytes.subspan(4, size + 4);
-        const bool isNeeded = (std::to_integer<unsigned>(named.front()) & 0x20U) == 0;
+        const std::string_view name = text(named.first(4));
+        if (!std::all_of(name.begin(), name.end(), isLetter))
+            return false;
+        const bool isNeeded = name.front() <= 'Z';
         if (isNeeded && archive::Data::crc32(named, 0) != bigEndian(bytes.subspan(size + 8, 4)))
             return false;
-        if (text(named.first(4)) == "IEND")
+        if (name == "IEND")
             return true;
         bytes = bytes.subspan(size + frame);
     }

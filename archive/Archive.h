@@ -10,6 +10,7 @@
 #include <iterator>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string_view>
 
 namespace archive {
@@ -356,9 +357,13 @@ public:
     /// `invalidEntryPath` if it does not hold this one, and what reading and writing throw.
     void remove(const Entry &entry, const RemoveOptions &options);
     void remove(const Entry &entry) { remove(entry, RemoveOptions{}); }
+    /// The same for several entries at once: all of them go, or none.
+    void remove(std::span<const Entry> entries, const RemoveOptions &options);
 
     /// The bytes that are copied when the entry is removed.
-    [[nodiscard]] std::int64_t totalUnitCountForRemoving(const Entry &entry) const;
+    [[nodiscard]] std::int64_t totalUnitCountForRemoving(const Entry &entry) const {
+        return totalUnitCountForRemoving(std::span(&entry, 1));
+    }
     /// A progress of so many units, to be given to `remove`.
     [[nodiscard]] ProgressPointer makeProgressForRemoving(const Entry &entry) const;
 
@@ -378,8 +383,9 @@ private:
     void truncate(std::uint64_t size);
 
     struct Replacement;
-    void copyAllBut(const Entry &removed, Archive &target, const RemoveOptions &options) const;
-    static void requireAllButRemoved(const EntryIterator &entries, std::uint64_t count);
+    void copyAllBut(std::span<const Entry> removed, Archive &target,
+                    const RemoveOptions &options) const;
+    [[nodiscard]] std::int64_t totalUnitCountForRemoving(std::span<const Entry> entries) const;
     void makeTemp(Replacement &replacement) const;
     void replaceCurrent(const Archive &with);
     void adopt(BackingConfiguration configuration);

@@ -7,8 +7,10 @@
 #include <algorithm>
 #include <array>
 #include <limits>
+#include <map>
 #include <memory>
 #include <random>
+#include <set>
 
 namespace archive {
 namespace {
@@ -37,6 +39,43 @@ updateOffsetInCentralDirectory(const CentralDirectoryStructure &centralDirectory
                                                 : maxUInt32);
 }
 
+/// The entries to be left out, found by their place in the archive.
+class Removals {
+public:
+    explicit Removals(std::span<const Entry> entries) : entries_(entries) {
+        for (const Entry &entry : entries)
+            byOffset_.emplace(offset(entry), &entry);
+    }
+
+    /// Whether this is one of them.
+    bool take(const Entry &entry) {
+        const auto [begin, end] = byOffset_.equal_range(offset(entry));
+        const auto isEqual = [&](const auto &each) { return *each.second == entry; };
+        const auto found = std::find_if(begin, end, isEqual);
+        if (found == end)
+            return false;
+        taken_.insert(found->second);
+        return true;
+    }
+
+    /// What is not there cannot be removed.
+    void requireAllTaken() const {
+        for (const Entry &entry : entries_)
+            if (!taken_.contains(&entry))
+                throw Error(ArchiveError::invalidEntryPath,
+                            {.entry = entry.path(), .detail = "The archive holds no such entry"});
+    }
+
+private:
+    static std::uint64_t offset(const Entry &entry) {
+        return entry.centralDirectoryStructure().effectiveRelativeOffsetOfLocalHeader();
+    }
+
+    std::span<const Entry> entries_;
+    std::multimap<std::uint64_t, const Entry *> byOffset_;
+    std::set<const Entry *> taken_;
+};
+
 /// Copies the header, the data and the descriptor of one entry after the other.
 class EntryCopier {
 public:
@@ -46,7 +85,7 @@ public:
           buffer_(std::make_unique<std::byte[]>(static_cast<std::size_t>(bufferSize))),
           bufferSize_(static_cast<std::uint64_t>(bufferSize)), progress_(std::move(progress)) {}
 
-    void copy(const Entry &entry) {
+    void copy(const Entry &entry, const std::string &path) try {
         std::uint64_t rest = entry.localSize();
         if (rest > static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max()))
             throw Error(ArchiveError::invalidLocalHeaderSize);
@@ -62,6 +101,8 @@ public:
             write(chunk);
             rest -= size;
         }
+    } catch (const Error &error) {
+        throw error.about(path);
     }
 
 private:
@@ -89,6 +130,10 @@ struct Archive::Replacement {
 };
 
 void Archive::remove(const Entry &entry, const RemoveOptions &options) {
+    remove(std::span(&entry, 1), options);
+}
+
+void Archive::remove(std::span<const Entry> entries, const RemoveOptions &options) {
     if (accessMode_ == AccessMode::read)
         throw Error(ArchiveError::unwritableArchive, {.detail = "The archive is open for reading"});
     if (options.bufferSize <= 0)
@@ -96,46 +141,37 @@ void Archive::remove(const Entry &entry, const RemoveOptions &options) {
     Replacement replacement;
     makeTemp(replacement);
     if (options.progress)
-        options.progress->setTotalUnitCount(totalUnitCountForRemoving(entry));
-    try {
-        copyAllBut(entry, *replacement.archive, options);
-    } catch (const Error &error) {
-        throw error.about(path(entry));
-    }
+        options.progress->setTotalUnitCount(totalUnitCountForRemoving(entries));
+    copyAllBut(entries, *replacement.archive, options);
     replaceCurrent(*replacement.archive);
 }
 
-void Archive::copyAllBut(const Entry &removed, Archive &target,
+void Archive::copyAllBut(std::span<const Entry> removed, Archive &target,
                          const RemoveOptions &options) const {
     StreamWriter writer(target.archiveFile_.get(), 0);
     EntryCopier copier(archiveFile_.get(), writer, options.bufferSize, options.progress);
+    Removals removals(removed);
     Data directory;
     std::uint64_t count = 0;
     auto entries = makeIterator();
     while (const auto entry = entries.next()) {
-        if (*entry == removed)
+        if (removals.take(*entry))
             continue;
         directory.append(
             updateOffsetInCentralDirectory(entry->centralDirectoryStructure(), writer.position())
                 .data());
-        copier.copy(*entry);
+        copier.copy(*entry, path(*entry));
         ++count;
     }
-    requireAllButRemoved(entries, count);
-    const EndRecords records = endRecords().with(count, directory.size(), writer.position());
-    writer.write(directory);
-    writer.write(records.data());
-    writer.flush();
-}
-
-/// What cannot be reached would be lost, and what is not there cannot be removed.
-void Archive::requireAllButRemoved(const EntryIterator &entries, std::uint64_t count) {
     if (entries.end() != EntryIterator::End::complete)
         throw Error(
             ArchiveError::unreadableArchive,
             {.detail = "The archive holds entries that cannot be read, which would be lost"});
-    if (count == entries.index())
-        throw Error(ArchiveError::invalidEntryPath, {.detail = "The archive holds no such entry"});
+    removals.requireAllTaken();
+    const EndRecords records = endRecords().with(count, directory.size(), writer.position());
+    writer.write(directory);
+    writer.write(records.data());
+    writer.flush();
 }
 
 void Archive::makeTemp(Replacement &replacement) const {
@@ -175,9 +211,11 @@ void Archive::adopt(BackingConfiguration configuration) {
     zip64EndOfCentralDirectory_ = std::move(configuration.zip64EndOfCentralDirectory);
 }
 
-std::int64_t Archive::totalUnitCountForRemoving(const Entry &entry) const {
-    const std::uint64_t start = offsetToStartOfCentralDirectory();
-    return static_cast<std::int64_t>(start - std::min(start, entry.localSize()));
+std::int64_t Archive::totalUnitCountForRemoving(std::span<const Entry> entries) const {
+    std::uint64_t size = offsetToStartOfCentralDirectory();
+    for (const Entry &entry : entries)
+        size -= std::min(size, entry.localSize());
+    return static_cast<std::int64_t>(size);
 }
 
 Archive::ProgressPointer Archive::makeProgressForRemoving(const Entry &entry) const {

@@ -114,6 +114,16 @@ TEST_P(Removing, OfTwoEqualPathsOnlyThatEntryGoes) {
     EXPECT_EQ(content(), test::rawArchive({{"b", "other"}}));
 }
 
+TEST_P(Removing, SeveralAtOnceGoTogetherOrNotAtAll) {
+    open(test::rawArchive(three));
+    const std::vector<Entry> entries = {*(*archive_)["c"], *(*archive_)["a"]};
+    archive_->remove(entries, {});
+    EXPECT_EQ(content(), test::rawArchive({three[1]}));
+    const std::vector<Entry> others = {*(*archive_)["b"], entries[0]};
+    EXPECT_EQ(errorOf([&] { archive_->remove(others, {}); }), ArchiveError::invalidEntryPath);
+    EXPECT_EQ(content(), test::rawArchive({three[1]}));
+}
+
 TEST_P(Removing, TwoRecordsOfOneEntryGoTogether) {
     std::string content = test::rawArchive({{"a", "same"}, {"b", "other"}});
     const std::size_t directory = content.find("PK\1\2");

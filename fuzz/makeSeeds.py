@@ -1,0 +1,173 @@
+#!/usr/bin/env python3
+"""Writes the seeds of every fuzzer: FOLDER/TARGET/* and FOLDER/TARGET.list with their names.
+
+Made by Python's own modules, so that they show what other programs write.
+"""
+
+import io
+import os
+import plistlib
+import random
+import struct
+import sys
+import zipfile
+import zlib
+
+TEXT = b"The quick brown fox jumps over the lazy dog. " * 20
+
+
+def raw_deflate(plain, level=6, strategy=zlib.Z_DEFAULT_STRATEGY):
+    stream = zlib.compressobj(level, zlib.DEFLATED, -15, 8, strategy)
+    return stream.compress(plain) + stream.flush()
+
+
+def entry(name, content=b"", mode=0o100644, method=zipfile.ZIP_STORED):
+    info = zipfile.ZipInfo(name, (2021, 3, 4, 5, 6, 8))
+    info.external_attr = mode << 16
+    info.create_system = 3
+    info.compress_type = method
+    return info, content
+
+
+def archive(entries, comment=b"", force_zip64=False, as_stream=False):
+    file = io.BytesIO()
+    if as_stream:  # which cannot be sought, so sizes come behind the data
+        file.seekable = lambda: False
+    with zipfile.ZipFile(file, "w") as output:
+        output.comment = comment
+        for info, content in entries:
+            with output.open(info, "w", force_zip64=force_zip64) as item:
+                item.write(content)
+    return file.getvalue()
+
+
+def archives():
+    deflated = zipfile.ZIP_DEFLATED
+    package = [
+        entry("Payload/", mode=0o040755),
+        entry("Payload/Sample.app/", mode=0o040755),
+        entry("Payload/Sample.app/Info.plist", plistlib.dumps({"CFBundleName": "Sample"})),
+        entry("Payload/Sample.app/Sample", TEXT, 0o100755, deflated),
+        entry("Payload/Sample.app/empty", b"", 0o100600, deflated),
+        entry("Payload/Sample.app/link", b"Sample", 0o120777),
+    ]
+    yield "empty", archive([])
+    yield "stored", archive([entry("a", b"content")])
+    yield "deflated", archive([entry("a", TEXT, method=deflated)])
+    yield "package", archive(package)
+    yield "comment", archive(package[:1], b"comment with PK\5\6 in it")
+    yield "zip64", archive([entry("a", b"content")], force_zip64=True)
+    yield "descriptor", archive(package, as_stream=True)
+    yield "descriptor64", archive(package[:4], force_zip64=True, as_stream=True)
+    yield "prefix", b"#!/bin/sh\n" + archive([entry("a", b"content")])
+    yield "names", archive([entry(name) for name in ("ä", "a\\b", "a//b", "./a", "a/./b", " ", "x" * 300)])
+    yield "damaged", archive(package).replace(b"quick", b"quack").replace(b"Sample.app/link", b"Sample.app/\xff\xff\xff\xff")
+
+
+def escapes():
+    root = "/vellomir--root"
+    link = 0o120777
+    yield "parent", archive([entry("../outside/x", b"x"), entry("a", b"a")])
+    yield "inner-parent", archive([entry("a/../../outside/x", b"x")])
+    yield "overwrite", archive([entry("../outside/file", b"x")])
+    yield "absolute", archive([entry(root + "/outside/x", b"x")])
+    yield "link-and-file", archive([entry("l", b"../outside", link), entry("l/x", b"x")])
+    yield "absolute-link", archive([entry("l", (root + "/outside").encode(), link), entry("l/x", b"x")])
+    yield "link-to-file", archive([entry("l", b"../outside/file", link), entry("l", b"x")])
+    yield "link-twice", archive([entry("d/l", b"..", link), entry("d/l/l2", b"../outside", link), entry("d/l/l2/x/", mode=0o040700)])
+    yield "link-over-folder", archive([entry("d/", mode=0o040755), entry("d", b"../outside", link), entry("d/x", b"x")])
+    yield "folder-by-link", archive([entry("l", b"../outside", link), entry("l/", mode=0o040700)])
+    yield "dots", archive([entry(".."), entry("."), entry("/"), entry("a/.."), entry("a/../b", b"b")])
+    yield "modes", archive([entry("d/", mode=0o040000), entry("d/f", b"f", 0o100000), entry("s", b"s", 0o107777)])
+
+
+def records():
+    name = b"name"
+    zip64 = struct.pack("<HHQQ", 1, 16, 1 << 33, 1 << 32)
+    offset = struct.pack("<HHQ", 1, 8, 1 << 33)
+    other = struct.pack("<HH4s", 0x5455, 4, b"time")
+    full = 0xFFFFFFFF
+    for index, extra in enumerate((b"", zip64, other + zip64)):
+        size = full if extra else 7
+        yield f"local{index}", b"\0" + struct.pack("<IHHHHHIIIHH", 0x04034B50, 45, 2048, 8, 1, 2, 3, size, size, 4, len(extra)) + name + extra
+        yield f"central{index}", b"\1" + struct.pack("<IHHHHHHIIIHHHHHII", 0x02014B50, 789, 45, 2048, 8, 1, 2, 3, size, size, 4, len(extra), 3, 0, 0, 0, 5) + name + extra + b"com"
+        yield f"moved{index}", b"\10" + struct.pack("<IHHHHHHIIIHHHHHII", 0x02014B50, 789, 45, 2048, 8, 1, 2, 3, size, size, 4, len(extra), 0, 0, 0, 0, 5) + name + extra
+    yield "offset", b"\10" + struct.pack("<IHHHHHHIIIHHHHHII", 0x02014B50, 789, 45, 2048, 0, 1, 2, 3, 7, 7, 4, 12, 0, 0, 0, 0, full) + name + offset
+    yield "descriptor", b"\2" + struct.pack("<IIII", 0x08074B50, 1, 2, 3)
+    yield "bare-descriptor", b"\2" + struct.pack("<IIII", 1, 2, 3, 4)
+    yield "descriptor64", b"\3" + struct.pack("<IIQQ", 0x08074B50, 1, 2, 3)
+    yield "end", b"\4" + struct.pack("<IHHHHIIH", 0x06054B50, 0, 0, 1, 1, 46, 30, 2) + b"hi"
+    yield "end64", b"\5" + struct.pack("<IQHHIIQQQQ", 0x06064B50, 44, 789, 45, 0, 0, 1, 1, 46, 30)
+    yield "locator", b"\6" + struct.pack("<IIQI", 0x07064B50, 0, 76, 1)
+    yield "field", b"\7\3" + other + zip64
+    yield "field-offset", b"\7\4" + offset
+
+
+def streams():
+    noise = random.Random(4711).randbytes(2000)
+    plains = {"nothing": b"", "text": TEXT, "zeros": bytes(5000), "noise": noise, "twice": noise * 2}
+    for name, plain in plains.items():
+        for level in (0, 1, 6, 9):
+            yield f"{name}-{level}", b"\5" + raw_deflate(plain, level)
+        yield f"{name}-fixed", b"\1" + raw_deflate(plain, 6, zlib.Z_FIXED)
+        yield f"{name}-huffman", b"\2" + raw_deflate(plain, 6, zlib.Z_HUFFMAN_ONLY)
+    yield "bomb", b"\5" + raw_deflate(bytes(2 << 20))
+    yield "trailing", b"\3" + raw_deflate(TEXT) + b"trailing bytes"
+    yield "bad-distance", b"\5\3\2\0"
+    # After this one, an inflater claimed to have handed back more than it was given.
+    yield "miscounted", bytes.fromhex(
+        "030bc94855282ccd4cce56482aca2fcf5348cbca2fcf5348cbaf50c82acd2d2856c82f4b2d5228014ae72456"
+        "552aa4e4a7eb29848c2a1e553c32aada8a8a01747261696c696573"
+    )
+
+
+def property_lists():
+    content = {
+        "CFBundleIdentifier": "com.example.sample",
+        "CFBundleName": "Sämple & <more>",
+        "CFBundleIconFiles": ["icon.png", "icon@2x.png"],
+        "CFBundleIcons": {"CFBundlePrimaryIcon": {"CFBundleIconName": "AppIcon"}},
+        "Number": -1,
+        "Big": 1 << 63,
+        "Real": 1.5,
+        "Flag": True,
+        "Bytes": b"\0\1\2",
+    }
+    xml = plistlib.dumps(content)
+    yield "xml", xml
+    yield "binary", plistlib.dumps(content, fmt=plistlib.FMT_BINARY)
+    yield "utf16", xml.decode().replace("UTF-8", "UTF-16").encode("utf-16")
+    yield "bom", b"\xef\xbb\xbf" + xml
+    yield "old", b'{ CFBundleName = "S\\U00e4mple"; list = (1, "two", <00ff>); "a b" = { c = d; }; }'
+    yield "nothing", b"<plist version='1.0'><dict/></plist>"
+    yield "array", plistlib.dumps([1, 2])
+    yield "cut-escape", b'{ CFBundleName = "S\\U00'
+    yield "no-entity", b"<plist><dict><key>a</key><string>&;</string></dict></plist>"
+    yield "entities", b"<plist><dict><key>a&amp;b</key><string>&#x41;&lt;<![CDATA[<x>]]></string></dict></plist>"
+
+
+TARGETS = {
+    "Records": [records],
+    "Inflate": [streams],
+    "Archive": [archives],
+    "Extraction": [archives, escapes],
+    "PropertyList": [property_lists],
+}
+
+
+def main(folder):
+    for target, makers in TARGETS.items():
+        directory = os.path.join(folder, target)
+        os.makedirs(directory, exist_ok=True)
+        paths = []
+        for maker in makers:
+            for name, content in maker():
+                paths.append(os.path.join(directory, name))
+                with open(paths[-1], "wb") as file:
+                    file.write(content)
+        with open(os.path.join(folder, target + ".list"), "w") as file:
+            file.write(",".join(paths))
+
+
+if __name__ == "__main__":
+    main(sys.argv[1])

@@ -69,6 +69,19 @@ TEST(DirectoryWindowBytes, StayWhenOthersMoveTheStream) {
     }
 }
 
+TEST(DirectoryWindowBytes, GoOnWhereTheWindowEnds) {
+    constexpr std::uint64_t windowSize = 1024;
+    const std::string content = test::randomText(4096);
+    test::FailingStream stream(content);
+    for (std::uint64_t offset = 0; offset <= windowSize + 1; ++offset)
+        for (std::uint64_t end = windowSize - 2; end <= windowSize + 2; ++end) {
+            DirectoryWindow window(stream.file(), windowSize);
+            ASSERT_EQ(text(window.bytes(0, 1)), content.substr(0, 1));
+            const std::size_t size = end > offset ? end - offset : 0;
+            ASSERT_EQ(text(window.bytes(offset, size)), content.substr(offset, size));
+        }
+}
+
 TEST(DirectoryWindowBytes, OfMoreThanExpectedArePossible) {
     const std::string content = test::randomText(1000000);
     test::FailingStream stream(content);

@@ -113,6 +113,16 @@ TEST_F(ItemListing, KeepsNamesAsTheyAre) {
     EXPECT_EQ(sorted(list("folder \n")), sorted(names));
 }
 
+TEST_F(ItemListing, KeepsTheOrderOfTheFileSystem) {
+    for (int folder = 0; folder < 5; ++folder)
+        for (int file = 0; file < 20; ++file)
+            makeFile(std::to_string(folder * 7 % 5) + "/" + std::to_string(file * 13 % 20) + "/f");
+    std::vector<std::string> expected;
+    for (const auto &item : fs::recursive_directory_iterator(root_))
+        expected.push_back(item.path().lexically_relative(root_).string());
+    EXPECT_EQ(list(), expected);
+}
+
 TEST_F(ItemListing, FindsWhatFindFinds) {
     for (int folder = 0; folder < 30; ++folder)
         for (int file = 0; file < 50; ++file)

@@ -1,3 +1,4 @@
+#include "cli/ArchiveSource.h"
 #include "cli/Commands.h"
 #include "cli/ErrorText.h"
 #include "cli/FileCopy.h"
@@ -10,10 +11,7 @@
 #include "archive/FileManager.h"
 #include "archive/UnitCount.h"
 
-#include <cerrno>
-#include <cstdlib>
 #include <set>
-#include <unistd.h>
 
 namespace cli {
 namespace {
@@ -79,13 +77,6 @@ void add(Archive &archive, const AddOptions &options, Session &session) {
     appender.finish();
 }
 
-/// The file itself where the name is that of a link, so that the link stays one.
-std::string resolved(const std::string &path) {
-    const std::unique_ptr<char, void (*)(void *)> target(::realpath(path.c_str(), nullptr),
-                                                         std::free);
-    return target ? target.get() : path;
-}
-
 /// New entries go where the directory begins. If that is not where it should be, they would take
 /// the place of others.
 void requireGoodDirectory(const Archive &archive) {
@@ -99,37 +90,41 @@ void requireGoodDirectory(const Archive &archive) {
                                                                   "end record says")});
 }
 
-/// Writes the new state of the archive to the pending file.
-void write(const PendingFile &pending, bool isNew, const AddOptions &options, Session &session) {
-    const auto archive =
-        Archive::open(URL::file(pending.path()),
-                      isNew ? Archive::AccessMode::create : Archive::AccessMode::update);
-    requireGoodDirectory(*archive);
-    if (const auto warning = shortfall(findReach(*archive)))
+void addTo(Archive &archive, const AddOptions &options, Session &session) {
+    requireGoodDirectory(archive);
+    if (const auto warning = shortfall(findReach(archive)))
         session.warn(options.archive + ": " + *warning);
-    add(*archive, options, session);
+    add(archive, options, session);
 }
 
-/// Replacing a file needs no permission to write it; the user may mean it to stay as it is.
-void requireWritable(const std::string &path) {
-    if (::access(path.c_str(), W_OK) != 0)
-        throw archive::writeError(path, errno);
+void addInMemory(const std::string &target, const PendingFile &pending, bool isNew,
+                 const AddOptions &options, Session &session) {
+    const auto archive = loadArchive(target, isNew);
+    addTo(*archive, options, session);
+    storeArchive(*archive, pending.path());
+}
+
+/// On a copy, which shares the old entries' bytes where the file system can.
+void addInFile(const std::string &target, const PendingFile &pending, bool isNew,
+               const AddOptions &options, Session &session) {
+    if (!isNew)
+        copyFile(target, pending.path());
+    const auto mode = isNew ? Archive::AccessMode::create : Archive::AccessMode::update;
+    addTo(*Archive::open(URL::file(pending.path()), mode), options, session);
 }
 
 } // namespace
 
-/// On a copy, which takes the archive's place when all is well.
+/// The new archive takes the old one's place when all is well.
 void run(const AddOptions &options, Session &session) {
     const URL archiveURL = URL::file(options.archive);
     const bool isNew = !archive::FileManager().itemExists(archiveURL);
-    const std::string target = isNew ? archiveURL.path() : resolved(archiveURL.path());
+    const std::string target = isNew ? archiveURL.path() : resolvedPath(archiveURL.path());
     PendingFile pending(target);
     try {
-        if (!isNew) {
+        if (!isNew)
             requireWritable(target);
-            copyFile(target, pending.path());
-        }
-        write(pending, isNew, options, session);
+        (options.memory ? addInMemory : addInFile)(target, pending, isNew, options, session);
         if (!isNew)
             copyAttributes(target, pending.path());
         Interruption::throwIfInterrupted();

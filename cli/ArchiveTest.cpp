@@ -1,5 +1,6 @@
 #include "cli/ArchiveTest.h"
 
+#include "cli/ArchiveSource.h"
 #include "cli/DataCheck.h"
 #include "cli/EntryText.h"
 #include "cli/Interruption.h"
@@ -30,13 +31,10 @@ bool isFolder(const EntryRecords &records) {
     return entry && entry->type() == archive::Entry::EntryType::directory;
 }
 
-Archive::FilePointer openFile(const archive::URL &url) {
+Archive::FilePointer openFile(const std::string &path, bool inMemory) {
     // For its errors in words; the records are read here.
-    static_cast<void>(Archive::open(url, Archive::AccessMode::read));
-    Archive::FilePointer file(std::fopen(url.path().c_str(), "rbe"));
-    if (!file)
-        throw archive::readError(url.path(), errno);
-    return file;
+    static_cast<void>(Archive::open(archive::URL::file(path), Archive::AccessMode::read));
+    return openArchiveStream(path, inMemory);
 }
 
 /// Whether the plain end record says something else than the ZIP64 one; it may leave it all to
@@ -48,8 +46,9 @@ bool contradicts(Field plain, Field sentinel, std::uint64_t zip64) {
 
 } // namespace
 
-ArchiveTest::ArchiveTest(const archive::URL &url, Report report, archive::Progress &progress)
-    : report_(std::move(report)), progress_(progress), file_(openFile(url)),
+ArchiveTest::ArchiveTest(const std::string &path, bool inMemory, Report report,
+                         archive::Progress &progress)
+    : report_(std::move(report)), progress_(progress), file_(openFile(path, inMemory)),
       end_(archive::scanForEndRecords(file_.get())) {
     window_.emplace(file_.get(), end_.records.sizeOfCentralDirectory());
     position_ = end_.records.offsetToStartOfCentralDirectory();

@@ -22,8 +22,8 @@ class ArchiveTest {
 public:
     using Report = std::function<void(const Problem &)>;
 
-    /// Opens the archive. Throws what `archive::Archive::open` throws.
-    ArchiveTest(const archive::URL &url, Report report, archive::Progress &progress);
+    /// Opens the archive, or a copy of it in memory. Throws what `archive::Archive::open` throws.
+    ArchiveTest(const std::string &path, bool inMemory, Report report, archive::Progress &progress);
 
     /// Returns the number of entries looked at. Throws `Interrupted`, and what `report` throws.
     std::uint64_t run();

@@ -1,3 +1,4 @@
+#include "cli/ArchiveSource.h"
 #include "cli/Commands.h"
 #include "cli/EntryText.h"
 #include "cli/ErrorText.h"
@@ -17,8 +18,7 @@ using archive::Archive;
 } // namespace
 
 void run(const CatOptions &options, Session &session) {
-    const auto archive =
-        Archive::open(archive::URL::file(options.archive), Archive::AccessMode::read);
+    const auto archive = openArchive(options.archive, options.memory);
     const auto entry = (*archive)[options.entry];
     if (!entry)
         failToFind(options, *archive);

@@ -31,10 +31,12 @@ private:
     void declareExtract(CLI::App &parent);
     void declareCreate(CLI::App &parent);
     void declareAdd(CLI::App &parent);
+    void declareRemove(CLI::App &parent);
     void declareCat(CLI::App &parent);
     void declareTest(CLI::App &parent);
     void declareFeedback(CommandGrammar &command);
     void declareQuiet(CommandGrammar &command);
+    static void declareMemory(CommandGrammar &command, bool &memory);
 
     template <class Chosen>
     void choose(CommandGrammar &command, const Chosen &options) {
@@ -54,6 +56,7 @@ private:
     ExtractOptions extract_;
     CreateOptions create_;
     AddOptions add_;
+    RemoveOptions remove_;
     CatOptions cat_;
     TestOptions test_;
 };
@@ -83,6 +86,7 @@ Grammar::Grammar() {
     declareExtract(archive);
     declareCreate(archive);
     declareAdd(archive);
+    declareRemove(archive);
     declareCat(archive);
     declareTest(archive);
 }
@@ -114,6 +118,7 @@ void Grammar::declareList(CLI::App &parent) {
     command.choice("--encoding", list_.encoding, encodings,
                    "how all names are stored (else each entry says it)");
     command.flag("--json", list_.json, "print one object");
+    declareMemory(command, list_.memory);
     declareQuiet(command);
     choose(command, list_);
 }
@@ -152,6 +157,7 @@ void Grammar::declareAdd(CLI::App &parent) {
     command.fileName("--relative-to", "FOLDER", add_.relativeTo,
                      "where the paths start; the current folder if left out");
     command.choice("--method", add_.method, methods, "how files are stored (none)");
+    declareMemory(command, add_.memory);
     declareFeedback(command);
     command.app().callback([this] {
         checkAdditions();
@@ -170,10 +176,21 @@ void Grammar::checkAdditions() const {
     }
 }
 
+void Grammar::declareRemove(CLI::App &parent) {
+    CommandGrammar command(parent, "remove", "remove entries from an archive");
+    command.operand("ARCHIVE", remove_.archive, "the archive; as it was if anything fails");
+    command.operands("ENTRY", remove_.entries,
+                     "the exact path, as the list shows it; every entry\nof this path goes");
+    declareMemory(command, remove_.memory);
+    declareFeedback(command);
+    choose(command, remove_);
+}
+
 void Grammar::declareCat(CLI::App &parent) {
     CommandGrammar command(parent, "cat", "print an entry's data");
     command.operand("ARCHIVE", cat_.archive, "the archive");
     command.operand("ENTRY", cat_.entry, "the exact path, as the list shows it");
+    declareMemory(command, cat_.memory);
     choose(command, cat_);
 }
 
@@ -183,6 +200,7 @@ void Grammar::declareTest(CLI::App &parent) {
                            "entry that differs");
     command.operand("ARCHIVE", test_.archive, "the archive");
     command.flag("--json", test_.json, "print one object");
+    declareMemory(command, test_.memory);
     declareFeedback(command);
     choose(command, test_);
 }
@@ -194,6 +212,12 @@ void Grammar::declareFeedback(CommandGrammar &command) {
     command.choice("--progress", request_.feedback.progress, progressModes,
                    "draw a bar on standard error (auto: if it is a terminal)");
     declareQuiet(command);
+}
+
+void Grammar::declareMemory(CommandGrammar &command, bool &memory) {
+    command.flag("--memory", memory,
+                 "read the archive into memory and work on it there;\nif it changes, its file is "
+                 "replaced");
 }
 
 void Grammar::declareQuiet(CommandGrammar &command) {

@@ -18,6 +18,9 @@ struct Purpose {
         return "create " + options.archive;
     }
     std::string operator()(const AddOptions &options) const { return "add to " + options.archive; }
+    std::string operator()(const RemoveOptions &options) const {
+        return "remove from " + options.archive;
+    }
     std::string operator()(const CatOptions &options) const {
         return "print " + options.entry + " of " + options.archive;
     }

@@ -14,6 +14,7 @@ void run(const ListOptions &options, Session &session);
 void run(const ExtractOptions &options, Session &session);
 void run(const CreateOptions &options, Session &session);
 void run(const AddOptions &options, Session &session);
+void run(const RemoveOptions &options, Session &session);
 void run(const CatOptions &options, Session &session);
 void run(const TestOptions &options, Session &session);
 

@@ -1,3 +1,4 @@
+#include "cli/ArchiveSource.h"
 #include "cli/Commands.h"
 #include "cli/EntryText.h"
 #include "cli/Interruption.h"
@@ -45,8 +46,7 @@ private:
 } // namespace
 
 void run(const ListOptions &options, Session &session) {
-    const auto archive = archive::Archive::open(
-        archive::URL::file(options.archive), archive::Archive::AccessMode::read, options.encoding);
+    const auto archive = openArchive(options.archive, options.memory, options.encoding);
     const Reach reach = Listing(options, *archive, session.out()).print();
     session.out().flush();
     if (const auto warning = shortfall(reach))

@@ -33,6 +33,7 @@ struct ListOptions {
     std::string archive;
     std::optional<archive::TextEncoding> encoding;
     bool json = false;
+    bool memory = false; ///< the archive is read into memory and worked on there
 };
 
 struct ExtractOptions {
@@ -54,20 +55,29 @@ struct AddOptions {
     std::vector<std::string> paths; ///< each one that an unpacker takes; no two are the same
     std::string relativeTo = ".";
     archive::CompressionMethod method = archive::CompressionMethod::none;
+    bool memory = false;
+};
+
+struct RemoveOptions {
+    std::string archive;
+    std::vector<std::string> entries; ///< exact paths
+    bool memory = false;
 };
 
 struct CatOptions {
     std::string archive;
     std::string entry;
+    bool memory = false;
 };
 
 struct TestOptions {
     std::string archive;
     bool json = false;
+    bool memory = false;
 };
 
 using Options = std::variant<DuplicateOptions, ListOptions, ExtractOptions, CreateOptions,
-                             AddOptions, CatOptions, TestOptions>;
+                             AddOptions, RemoveOptions, CatOptions, TestOptions>;
 
 /// What a command line asks for.
 struct Request {

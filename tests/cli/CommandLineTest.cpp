@@ -89,6 +89,14 @@ TEST(CommandLine, TheArchiveCommandsTakeTheirOptions) {
 
     EXPECT_EQ(options<CatOptions>({"archive", "cat", "a", "e"}).entry, "e");
     EXPECT_TRUE(options<TestOptions>({"archive", "test", "a", "--json"}).json);
+
+    const auto remove = options<RemoveOptions>({"archive", "remove", "a", "x", "--memory", "y"});
+    EXPECT_THAT(remove.entries, ElementsAre("x", "y"));
+    EXPECT_TRUE(remove.memory);
+    EXPECT_TRUE(options<ListOptions>({"archive", "list", "a", "--memory"}).memory);
+    EXPECT_TRUE(options<CatOptions>({"archive", "cat", "--memory", "a", "e"}).memory);
+    EXPECT_TRUE(options<TestOptions>({"archive", "test", "a", "--memory"}).memory);
+    EXPECT_TRUE(options<AddOptions>({"archive", "add", "a", "x", "--memory"}).memory);
 }
 
 TEST(CommandLine, AddTakesPathsOfAnyLook) {

@@ -1,0 +1,70 @@
+#include "cli/ArchiveSource.h"
+
+#include "Vellomir/Platform/WholeFile.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <limits>
+#include <unistd.h>
+
+namespace cli {
+namespace {
+
+using archive::Archive;
+using archive::URL;
+
+archive::Data readBytes(const std::string &path) {
+    const archive::FileDescriptor file(::open(path.c_str(), vellomir::wholeFileFlags));
+    return vellomir::readWholeFile(file, path, std::numeric_limits<std::size_t>::max());
+}
+
+} // namespace
+
+std::unique_ptr<Archive> openArchive(const std::string &path, bool inMemory,
+                                     std::optional<archive::TextEncoding> encoding) {
+    // The file first, for its words on what is wrong with it.
+    auto archive = Archive::open(URL::file(path), Archive::AccessMode::read, encoding);
+    return inMemory ? Archive::open(readBytes(path), Archive::AccessMode::read, encoding)
+                    : std::move(archive);
+}
+
+Archive::FilePointer openArchiveStream(const std::string &path, bool inMemory) {
+    Archive::FilePointer file(inMemory ? archive::MemoryFile::make(readBytes(path))->open("rb")
+                                       : std::fopen(path.c_str(), "rbe"));
+    if (!file)
+        throw archive::readError(path, errno);
+    return file;
+}
+
+std::unique_ptr<Archive> loadArchive(const std::string &path, bool isNew) {
+    if (isNew)
+        return Archive::open(archive::Data(), Archive::AccessMode::create);
+    static_cast<void>(Archive::open(URL::file(path), Archive::AccessMode::read)); // for its words
+    return Archive::open(readBytes(path), Archive::AccessMode::update);
+}
+
+void storeArchive(const Archive &archive, const std::string &path) {
+    const Archive::FilePointer file(std::fopen(path.c_str(), "wbxe"));
+    if (!file)
+        throw archive::writeError(path, errno);
+    try {
+        archive::Data::write(archive.data().value(), file.get());
+        if (std::fflush(file.get()) != 0)
+            throw archive::writeError(path, errno);
+    } catch (const archive::Error &error) {
+        throw error.about({}, path);
+    }
+}
+
+std::string resolvedPath(const std::string &path) {
+    const std::unique_ptr<char, void (*)(void *)> target(::realpath(path.c_str(), nullptr),
+                                                         std::free);
+    return target ? target.get() : path;
+}
+
+void requireWritable(const std::string &path) {
+    if (::access(path.c_str(), W_OK) != 0)
+        throw archive::writeError(path, errno);
+}
+
+} // namespace cli

@@ -1,0 +1,34 @@
+#pragma once
+
+#include "archive/Archive.h"
+
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace cli {
+
+/// Opens the archive for reading, or a copy of its bytes in memory, which nobody else's changes
+/// reach. Throws what `archive::Archive::open` throws, with the path.
+[[nodiscard]] std::unique_ptr<archive::Archive>
+openArchive(const std::string &path, bool inMemory,
+            std::optional<archive::TextEncoding> encoding = std::nullopt);
+
+/// The same bytes as a stream; whether they are an archive's is left open.
+[[nodiscard]] archive::Archive::FilePointer openArchiveStream(const std::string &path,
+                                                              bool inMemory);
+
+/// The archive as bytes in memory, to be changed there; an empty one if `isNew`.
+[[nodiscard]] std::unique_ptr<archive::Archive> loadArchive(const std::string &path, bool isNew);
+
+/// Writes the bytes of an archive in memory to a new file. Throws `FileError`s with the path.
+void storeArchive(const archive::Archive &archive, const std::string &path);
+
+/// The file itself where the name is that of a link, so that the link stays one when the file is
+/// replaced.
+[[nodiscard]] std::string resolvedPath(const std::string &path);
+
+/// Replacing a file needs no permission to write it; the user may mean it to stay as it is.
+void requireWritable(const std::string &path);
+
+} // namespace cli

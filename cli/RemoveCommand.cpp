@@ -1,0 +1,64 @@
+#include "cli/ArchiveSource.h"
+#include "cli/Commands.h"
+#include "cli/ErrorText.h"
+#include "cli/FileCopy.h"
+#include "cli/Interruption.h"
+#include "cli/PendingFile.h"
+#include "cli/Reach.h"
+
+#include <set>
+
+namespace cli {
+namespace {
+
+using archive::Archive;
+using archive::Entry;
+
+/// All entries of these paths.
+std::vector<Entry> findEntries(const Archive &archive, const RemoveOptions &options) {
+    const std::set<std::string> wanted(options.entries.begin(), options.entries.end());
+    std::set<std::string> missing = wanted;
+    std::vector<Entry> found;
+    for (const Entry &entry : archive) {
+        const std::string path = archive.path(entry);
+        if (!wanted.contains(path))
+            continue;
+        missing.erase(path);
+        found.push_back(entry);
+    }
+    if (missing.empty())
+        return found;
+    const auto unreached = shortfall(findReach(archive));
+    throw Failure(purpose(options) + ": there is no entry " + *missing.begin() +
+                  (unreached ? "; " + *unreached : ""));
+}
+
+/// The file is replaced by the engine, in one step.
+void removeFromFile(const RemoveOptions &options, Session &session) {
+    const auto archive =
+        Archive::open(archive::URL::file(options.archive), Archive::AccessMode::update);
+    archive->remove(findEntries(*archive, options), {.progress = session.progress()});
+}
+
+void removeInMemory(const RemoveOptions &options, Session &session) {
+    const std::string target = resolvedPath(options.archive);
+    requireWritable(target);
+    const auto archive = loadArchive(target, false);
+    archive->remove(findEntries(*archive, options), {.progress = session.progress()});
+    PendingFile pending(target);
+    storeArchive(*archive, pending.path());
+    copyAttributes(target, pending.path());
+    Interruption::throwIfInterrupted();
+    pending.place(Existing::replace);
+}
+
+} // namespace
+
+void run(const RemoveOptions &options, Session &session) {
+    if (options.memory)
+        removeInMemory(options, session);
+    else
+        removeFromFile(options, session);
+}
+
+} // namespace cli

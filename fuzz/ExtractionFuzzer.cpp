@@ -1,6 +1,8 @@
 // Extraction to a folder: whatever the archive says, nothing outside the folder is made, changed or
-// removed; and what came out can be packed and unpacked again. Input: the archive's bytes, in which
-// "/vellomir--root" stands for the folder around everything.
+// removed, and no file in it is overwritten; what came out can be packed and unpacked again.
+//
+// Input: the archive's bytes, in which "/vellomir--root" stands for the folder around everything.
+// In the folder are a file "kept" and a link "o" that leads out.
 
 #include "archive/FileManager.h"
 #include "fuzz/Require.h"
@@ -147,9 +149,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     writeFile(root / "outside/file", "untouched");
     writeFile(root / "archive.zip", archiveBytes({text, size}, root));
     fs::create_directory(root / "unpacked");
+    fs::create_symlink("../outside", root / "unpacked/o");
+    writeFile(root / "unpacked/kept", "kept");
+    const std::string kept = describe(root / "unpacked/kept");
     const Snapshot before = surroundings(root);
     const bool isComplete = unpack(root / "archive.zip", root / "unpacked");
     require(surroundings(root) == before, "nothing outside the folder changes");
+    require(describe(root / "unpacked/kept") == kept, "no file is overwritten");
     if (isComplete)
         packAgain(root);
     return 0;

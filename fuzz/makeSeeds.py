@@ -74,6 +74,15 @@ def escapes():
     yield "link-and-file", archive([entry("l", b"../outside", link), entry("l/x", b"x")])
     yield "absolute-link", archive([entry("l", (root + "/outside").encode(), link), entry("l/x", b"x")])
     yield "link-to-file", archive([entry("l", b"../outside/file", link), entry("l", b"x")])
+    yield "link-by-link", archive([entry("l", b"../outside", link), entry("l/x", b"x", link)])
+    # "kept" is there and "o" leads outside from the start.
+    yield "old-file", archive([entry("kept", b"x")])
+    yield "old-file-folder", archive([entry("kept/", mode=0o040111), entry("kept/x", b"x")])
+    yield "old-link-file", archive([entry("o/x", b"x")])
+    yield "old-link-overwrite", archive([entry("o/file", b"x")])
+    yield "old-link-folder", archive([entry("o/d/", mode=0o040755)])
+    yield "old-link-link", archive([entry("o/l", b"x", link)])
+    yield "old-link-mode", archive([entry("o/", mode=0o040111)])
     yield "link-twice", archive([entry("d/l", b"..", link), entry("d/l/l2", b"../outside", link), entry("d/l/l2/x/", mode=0o040700)])
     yield "link-over-folder", archive([entry("d/", mode=0o040755), entry("d", b"../outside", link), entry("d/x", b"x")])
     yield "folder-by-link", archive([entry("l", b"../outside", link), entry("l/", mode=0o040700)])
@@ -101,6 +110,7 @@ def records():
     yield "locator", b"\6" + struct.pack("<IIQI", 0x07064B50, 0, 76, 1)
     yield "field", b"\7\3" + other + zip64
     yield "field-offset", b"\7\4" + offset
+    yield "field-all", b"\7\17" + struct.pack("<HHQQQI", 1, 28, 1, 1, 1, 1)
 
 
 def streams():

@@ -132,13 +132,13 @@ TEST_P(Adding, OneByOneGrowsTheDirectory) {
 }
 
 TEST_P(Adding, TheCommentStays) {
-    archive_ = GetParam() ? Archive::open(bytes(test::rawArchive({{"a", "1"}}, "kept")),
-                                          AccessMode::update)
-                          : nullptr;
-    if (!GetParam()) {
-        test::writeFile(folder_ / "a.zip", test::rawArchive({{"a", "1"}}, "kept"));
+    const std::string commented = test::rawArchive({{"a", "1"}}, "kept");
+    archive_.reset();
+    test::writeFile(folder_ / "a.zip", commented);
+    if (GetParam())
+        archive_ = Archive::open(bytes(commented), AccessMode::update);
+    else
         archive_ = Archive::open(folder_.url("a.zip"), AccessMode::update);
-    }
     add(*archive_, "b", "2");
     EXPECT_TRUE(content().ends_with("kept"));
     reopen(AccessMode::read);

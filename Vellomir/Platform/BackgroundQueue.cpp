@@ -26,8 +26,8 @@ BackgroundQueue::BackgroundQueue(unsigned threadCount) {
 }
 
 BackgroundQueue::~BackgroundQueue() {
-    std::deque<Task> dropped;
     {
+        std::deque<Task> dropped; // and gone before the others are waited for
         const std::lock_guard lock(mutex_);
         isStopping_ = true;
         dropped.swap(tasks_);

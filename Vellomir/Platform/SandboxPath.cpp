@@ -146,7 +146,9 @@ SandboxPlace SandboxPath::takePlace(std::string name) {
 }
 
 void SandboxPath::refuse() const {
-    throw archive::Error(archive::FileError::fileReadInvalidFileName, {.path = path_});
+    throw archive::Error(
+        archive::FileError::fileReadInvalidFileName,
+        {.path = path_, .detail = "The name leads out of the application's own folders"});
 }
 
 } // namespace vellomir

@@ -1,13 +1,12 @@
 #include "Vellomir/Platform/SandboxFiles.h"
 #include "Vellomir/Platform/Sandbox.h"
 #include "archive/Archive.h"
+#include "tests/Vellomir/FileSizeLimit.h"
 #include "tests/support/Random.h"
 #include "tests/support/TemporaryFolder.h"
 
-#include <csignal>
 #include <fcntl.h>
 #include <gmock/gmock.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -273,17 +272,10 @@ TEST_F(SandboxFilesTest, ACopyCountsAndStopsWhenItIsCancelled) {
 
 TEST_F(SandboxFilesTest, ACopyThatDoesNotFitIsRemovedAgain) {
     test::writeFile(outside("large"), std::string(1'000'000, 'x'));
-    const auto limitBefore = [] {
-        struct rlimit limit {};
-        ::getrlimit(RLIMIT_FSIZE, &limit);
-        return limit;
+    const auto code = [&] {
+        const test::FileSizeLimit limit(4096);
+        return errorOf([&] { files_.copyIn(URL::file(outside("large")), url("copy"), nullptr); });
     }();
-    ::signal(SIGXFSZ, SIG_IGN);
-    const struct rlimit small { 4096, limitBefore.rlim_max };
-    ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &small), 0);
-    const auto code =
-        errorOf([&] { files_.copyIn(URL::file(outside("large")), url("copy"), nullptr); });
-    ::setrlimit(RLIMIT_FSIZE, &limitBefore);
     if (!code)
         GTEST_SKIP() << "this file system copies without writing";
     EXPECT_EQ(code, FileError::fileWriteUnknown);

@@ -1,0 +1,282 @@
+// Packages that reach for what lies outside the sandbox, and names that lead there. Every test ends
+// with a look outside.
+
+#include "tests/Vellomir/JobFixture.h"
+#include "tests/support/Referee.h"
+
+using archive::URL;
+using test::Job;
+using test::Lines;
+using test::notesPackage;
+using test::plist;
+using test::rawArchive;
+using test::rawDirectory;
+using test::rawLink;
+using test::readFile;
+using test::writeFile;
+using testing::AllOf;
+using testing::Contains;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::Not;
+using testing::StartsWith;
+namespace fs = std::filesystem;
+
+namespace {
+
+class Walls : public testing::Test {
+protected:
+    Walls() {
+        writeFile(outside_ / "Info.plist", test::notesPlist());
+        writeFile(outside_ / "icon.png", "icon");
+        writeFile(job_.folder / "box/beside.txt", "beside");
+        before_ = everythingOutside();
+    }
+    ~Walls() override {
+        EXPECT_EQ(everythingOutside(), before_);
+        EXPECT_EQ(readFile(outside_ / "Info.plist"), test::notesPlist());
+        EXPECT_EQ(readFile(outside_ / "icon.png"), "icon");
+        EXPECT_EQ(readFile(job_.folder / "box/beside.txt"), "beside");
+    }
+
+    /// All paths but those in the two folders that the job may change.
+    [[nodiscard]] Lines everythingOutside() const {
+        Lines paths;
+        for (const auto &item : fs::recursive_directory_iterator(job_.folder.path())) {
+            const std::string path = item.path();
+            if (path.find("/box/Documents/") == path.npos && path.find("/box/tmp/") == path.npos &&
+                path.find("/picked") == path.npos)
+                paths.push_back(path);
+        }
+        std::sort(paths.begin(), paths.end());
+        return paths;
+    }
+
+    void run(const std::string &package, const std::string &name = "Notes.ipa") {
+        job_.pick(package, name);
+        job_.view.selectedImage.set(test::dot());
+        job_.view.duplicationNumber.set("2");
+        job_.doIt();
+    }
+
+    /// A job whose display name was made to be this.
+    void runWithName(const std::string &name) {
+        job_.pick(
+            notesPackage({}, plist("<key>CFBundleDisplayName</key><string>" + name + "</string>")));
+        job_.doIt();
+    }
+
+    static std::string notFound() { return "Info.plist not found in the unzipped folder"; }
+
+    Job job_;
+    fs::path outside_ = job_.folder / "outside";
+    Lines before_;
+};
+
+std::vector<test::RawEntry> bundle() {
+    return {rawDirectory("Payload/"), rawDirectory("Payload/Notes.app/")};
+}
+
+std::string packageOf(std::vector<test::RawEntry> entries,
+                      const std::vector<test::RawEntry> &more) {
+    entries.insert(entries.end(), more.begin(), more.end());
+    return rawArchive(entries);
+}
+
+// --- Links in the package ---------------------------------------------------------------------
+
+TEST_F(Walls, AnInfoPlistThatIsALinkOutIsNotFound) {
+    for (const std::string &target :
+         {(outside_ / "Info.plist").string(), std::string("../../../../../../outside/Info.plist"),
+          std::string("../../../../../../box/../outside/Info.plist")}) {
+        run(packageOf(bundle(), {rawLink("Payload/Notes.app/Info.plist", target)}));
+        EXPECT_THAT(job_.log(), Contains(notFound())) << target;
+        EXPECT_EQ(job_.view.errorMessage.get(), "Error while processing the IPA file");
+        EXPECT_THAT(job_.consoleText(), HasSubstr("FileError.fileReadInvalidFileName"));
+    }
+}
+
+TEST_F(Walls, AnInfoPlistThatIsALinkToNothingIsNotFound) {
+    run(packageOf(bundle(), {rawLink("Payload/Notes.app/Info.plist", "nothing")}));
+    EXPECT_THAT(job_.log(), Contains(notFound()));
+}
+
+TEST_F(Walls, AnInfoPlistThatIsALinkInsideIsFollowed) {
+    run(packageOf(bundle(),
+                  {rawLink("Payload/Notes.app/Info.plist", "Base/Base.plist"),
+                   {.name = "Payload/Notes.app/Base/Base.plist", .data = test::notesPlist()}}));
+    EXPECT_EQ(job_.log().back(), "Temporary files cleared");
+    ASSERT_EQ(test::run({"unzip", "-q", (job_.documents() / "Notes2.ipa").string(), "-d",
+                         job_.documents() / "out"})
+                  .exitCode,
+              0);
+    const fs::path app = job_.documents() / "out/Payload/Notes.app";
+    EXPECT_EQ(fs::read_symlink(app / "Info.plist"), "Base/Base.plist");
+    EXPECT_EQ(test::plistValue(app / "Base/Base.plist", "CFBundleName"), "'notes2'");
+}
+
+TEST_F(Walls, AnIconThatIsALinkOutIsNotWritten) {
+    run(notesPackage({rawLink("Payload/Notes.app/icon.png", outside_ / "icon.png")}));
+    EXPECT_THAT(job_.log(),
+                Contains(AllOf(StartsWith("Error while updating icon.png: "),
+                               HasSubstr("leads out of the application's own folders"))));
+    EXPECT_EQ(job_.log().back(), "Temporary files cleared") << "the job goes on";
+}
+
+TEST_F(Walls, AnIconThatIsALinkToANewFileOutsideIsNotWritten) {
+    run(notesPackage({rawLink("Payload/Notes.app/icon@2x.png", outside_ / "new.png")}));
+    EXPECT_THAT(job_.log(), Contains("icon.png updated"));
+    EXPECT_THAT(job_.log(), Contains(StartsWith("Error while updating icon@2x.png: ")));
+}
+
+TEST_F(Walls, AnAppThatIsALinkOutIsNotFound) {
+    run(rawArchive({rawDirectory("Payload/"), rawLink("Payload/Notes.app", outside_)}));
+    EXPECT_THAT(job_.log(), Contains("App directory not found in the unzipped folder"));
+    EXPECT_THAT(job_.log(), Contains(notFound()));
+}
+
+TEST_F(Walls, AnAppThatIsALinkInsideIsUsed) {
+    run(rawArchive({rawDirectory("Payload/"),
+                    {.name = "Payload/real/x", .data = "x"},
+                    rawLink("Payload/Notes.app", "real")}));
+    EXPECT_THAT(job_.log(), Contains("AppIcon60x60@2x.png updated"));
+    EXPECT_TRUE(fs::is_regular_file(job_.unzipped() / "Payload/real/icon.png"));
+}
+
+TEST_F(Walls, APayloadThatIsALinkOutIsNotEntered) {
+    fs::create_directory(outside_ / "Notes.app");
+    fs::copy(outside_ / "Info.plist", outside_ / "Notes.app/Info.plist");
+    before_ = everythingOutside();
+    run(rawArchive({rawLink("Payload", outside_)}));
+    EXPECT_THAT(job_.log(), Contains(notFound()));
+    EXPECT_EQ(readFile(outside_ / "Notes.app/Info.plist"), test::notesPlist());
+}
+
+TEST_F(Walls, LinksOutAreePackedAsLinksAndRemovedAsLinks) {
+    run(notesPackage({rawLink("Payload/Notes.app/data", outside_)}));
+    EXPECT_EQ(job_.log().back(), "Temporary files cleared");
+    EXPECT_FALSE(fs::exists(job_.documents() / "tempFolder"));
+    EXPECT_THAT(test::run({"unzip", "-Z1", (job_.documents() / "Notes2.ipa").string()}).output,
+                AllOf(HasSubstr("Payload/Notes.app/data\n"), Not(HasSubstr("data/"))));
+    job_.view.clearDocuments();
+    EXPECT_TRUE(fs::is_empty(job_.documents()));
+}
+
+TEST_F(Walls, EntriesThatClimbOutAreRefused) {
+    for (const char *name :
+         {"../evil.txt", "../../../../outside/evil.txt", "Payload/../../../evil.txt"}) {
+        run(notesPackage({{.name = name, .data = "evil"}}));
+        EXPECT_THAT(job_.log(),
+                    ElementsAre("Unzipping IPA...", StartsWith("Error unzipping IPA file: ")))
+            << name;
+    }
+}
+
+TEST_F(Walls, EntriesBehindALinkOutAreRefused) {
+    run(rawArchive({rawLink("Payload", outside_), {.name = "Payload/evil.txt", .data = "evil"}}));
+    EXPECT_THAT(job_.log().back(), Not(StartsWith("Temporary files")));
+}
+
+TEST_F(Walls, AbsoluteEntriesLandInside) {
+    run(notesPackage({{.name = "/Payload/absolute.txt", .data = "x"}}));
+    EXPECT_EQ(job_.log().back(), "Temporary files cleared");
+}
+
+// --- Names from the property list -------------------------------------------------------------
+
+TEST_F(Walls, AResultThatWouldLieOutsideDocumentsIsRefused) {
+    for (const char *name : {"../evil", "../../evil", "../tmp/evil", "../../outside/icon",
+                             "/../../evil", "Notes/../../evil", "..//evil"}) {
+        runWithName(name);
+        EXPECT_THAT(job_.log(), Contains(AllOf(StartsWith("Error while zipping updated app: "),
+                                               HasSubstr("name leads out of the "))))
+            << name;
+        EXPECT_EQ(job_.log().back(), "Error while processing the IPA file") << name;
+        EXPECT_TRUE(fs::is_empty(job_.temporary()));
+        job_.view.clearDocuments();
+    }
+}
+
+TEST_F(Walls, AResultThatWouldLieInTheStagingFolderIsRefused) {
+    for (const char *name : {"tempFolder/x", "tempFolder/Payload/x", "./tempFolder/x",
+                             "Notes/../tempFolder/x", "/tempFolder/x"}) {
+        runWithName(name);
+        EXPECT_THAT(job_.log(), Contains(AllOf(StartsWith("Error while zipping updated app: "),
+                                               HasSubstr("name leads out of the "))))
+            << name;
+        EXPECT_TRUE(fs::exists(job_.documents() / "tempFolder/Payload/Notes.app")) << name;
+        job_.view.clearDocuments();
+    }
+}
+
+TEST_F(Walls, AResultBehindALinkOutIsRefused) {
+    job_.pick(notesPackage(
+        {rawLink("way", outside_)},
+        plist("<key>CFBundleDisplayName</key><string>Notes/unzipped/way/evil</string>")));
+    job_.doIt();
+    EXPECT_THAT(job_.log(), Contains(AllOf(StartsWith("Error while zipping updated app: "),
+                                           HasSubstr("name leads out of the "))));
+}
+
+TEST_F(Walls, AnAbsoluteNameStaysInDocuments) {
+    runWithName("/Notes/x");
+    EXPECT_EQ(job_.view.modifiedFileURL.get(),
+              URL::file((job_.documents() / "Notes/x.ipa").string()));
+    EXPECT_TRUE(fs::exists(job_.documents() / "Notes/x.ipa"));
+}
+
+TEST_F(Walls, NamesThatOnlyLookDangerousAreFileNames) {
+    for (const char *name : {"..", "...", "~", "-rf", "tempFolder", "Notes", "con", "a\\b"}) {
+        runWithName(name);
+        EXPECT_EQ(job_.log().back(), "Temporary files cleared") << name;
+        EXPECT_TRUE(fs::is_regular_file(job_.documents() / (std::string(name) + ".ipa"))) << name;
+        job_.view.clearDocuments();
+    }
+}
+
+TEST_F(Walls, AVeryLongNameIsRefused) {
+    runWithName(std::string(300, 'x'));
+    EXPECT_THAT(job_.log(), Contains(StartsWith("Error while zipping updated app: ")));
+}
+
+// --- Names of the picked file -----------------------------------------------------------------
+
+TEST_F(Walls, APickThatIsNoFileIsRefusedWhateverItsName) {
+    writeFile(job_.documents() / "kept", "kept");
+    for (const char *path :
+         {"/", "/..", "/.", "outside/..", "outside/.", "outside", "box", "box/Documents/."}) {
+        job_.view.filePicked(URL("file", job_.folder.path().string() + "/" + path));
+        job_.doIt();
+        EXPECT_THAT(job_.log(),
+                    ElementsAre("Unzipping IPA...", StartsWith("Error unzipping IPA file: ")))
+            << path;
+    }
+    EXPECT_EQ(readFile(job_.documents() / "kept"), "kept");
+}
+
+TEST_F(Walls, AFileInDocumentsMayBePicked) {
+    writeFile(job_.documents() / "Notes.ipa", notesPackage());
+    job_.view.filePicked(URL::file((job_.documents() / "Notes.ipa").string()));
+    job_.doIt();
+    EXPECT_EQ(job_.log().back(), "Temporary files cleared");
+    EXPECT_EQ(job_.view.modifiedFileURL.get()->lastPathComponent(), "Notes.ipa");
+}
+
+TEST_F(Walls, APickNamedLikeTheStagingFolderIsUnpackedIntoIt) {
+    run(notesPackage(), "tempFolder.ipa");
+    EXPECT_EQ(job_.log().back(), "Temporary files cleared");
+    EXPECT_FALSE(fs::exists(job_.documents() / "tempFolder"));
+    EXPECT_THAT(test::run({"unzip", "-Z1", (job_.documents() / "Notes2.ipa").string()}).output,
+                HasSubstr("Payload/Notes.app/Info.plist"));
+}
+
+TEST_F(Walls, OddNamesAreFileNames) {
+    for (const char *name : {"...x.ipa", "a b.ipa", "a%2Fb.ipa", "a\nb.ipa", "-rf.ipa",
+                             "\xC3\xA9.ipa", "Notes.app.zip"}) {
+        run(notesPackage(), name);
+        EXPECT_EQ(job_.log().back(), "Temporary files cleared") << name;
+        EXPECT_TRUE(fs::exists(job_.documents() / name)) << name;
+    }
+}
+
+} // namespace

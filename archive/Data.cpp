@@ -20,6 +20,8 @@ constexpr std::size_t readStep = 65536;
 
 /// What could be read; fewer bytes than there is room for only at the end of the file.
 std::size_t read(std::span<std::byte> buffer, std::FILE *file) {
+    if (buffer.empty())
+        return 0;
     errno = 0;
     const std::size_t count = std::fread(buffer.data(), 1, buffer.size(), file);
     if (std::ferror(file) != 0)
@@ -75,6 +77,8 @@ std::span<const std::byte> Data::readChunk(std::span<std::byte> buffer, std::FIL
 }
 
 std::size_t Data::write(std::span<const std::byte> chunk, std::FILE *file) {
+    if (chunk.empty())
+        return 0; // a view of nothing points nowhere, which the C library does not take
     errno = 0;
     const std::size_t count = std::fwrite(chunk.data(), 1, chunk.size(), file);
     if (count < chunk.size() || std::ferror(file) != 0)

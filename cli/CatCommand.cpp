@@ -1,6 +1,5 @@
 #include "cli/ArchiveSource.h"
 #include "cli/Commands.h"
-#include "cli/EntryText.h"
 #include "cli/ErrorText.h"
 #include "cli/Reach.h"
 

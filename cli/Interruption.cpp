@@ -41,7 +41,6 @@ void setAction(int signal, void (*handler)(int)) {
 Interruption::Interruption(std::shared_ptr<archive::Progress> progress)
     : progress_(std::move(progress)) {
     watched = progress_.get();
-    setAction(SIGALRM, handleAlarm);
     for (const int signal : {SIGINT, SIGTERM, SIGHUP})
         setAction(signal, handleSignal);
     setAction(SIGALRM, handleAlarm);

@@ -1,0 +1,10 @@
+import QtQuick
+
+Text {
+    color: Style.white
+    textFormat: Text.PlainText
+    horizontalAlignment: Text.AlignHCenter
+    verticalAlignment: Text.AlignVCenter
+    elide: Text.ElideRight
+    Accessible.ignored: true // The button has the same name.
+}

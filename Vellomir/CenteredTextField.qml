@@ -1,0 +1,67 @@
+import QtQuick
+import QtQuick.Templates as T
+
+// A line of text, centred, typed with a number pad.
+T.TextField {
+    id: control
+
+    required property string placeholder
+    // Carries what is typed to whoever owns the text.
+    signal edited(text: string)
+
+    // Hears of every edit and every move of the caret.
+    component Coordinator: QtObject {
+        required property CenteredTextField parent
+
+        function textFieldDidChangeSelection(): void {
+            parent.edited(parent.text);
+        }
+    }
+
+    readonly property Coordinator coordinator: Coordinator {
+        parent: control
+    }
+
+    color: Style.white
+    font: Style.body
+    horizontalAlignment: TextInput.AlignHCenter
+    verticalAlignment: TextInput.AlignVCenter
+    inputMethodHints: Qt.ImhDigitsOnly
+    selectByMouse: true
+    selectionColor: Style.accent
+    selectedTextColor: Style.background
+    placeholderText: placeholder
+    placeholderTextColor: Style.grey
+
+    Accessible.role: Accessible.EditableText
+    Accessible.name: placeholder
+
+    onTextChanged: coordinator.textFieldDidChangeSelection()
+    onCursorPositionChanged: coordinator.textFieldDidChangeSelection()
+
+    background: Rectangle {
+        color: Style.field
+        radius: Style.radius
+
+        FocusRing {
+            isShown: control.activeFocus
+        }
+    }
+
+    NumberPad {
+        field: control
+    }
+
+    Text {
+        anchors.fill: parent
+        visible: control.text === "" && control.preeditText === ""
+        text: control.placeholder
+        color: control.placeholderTextColor
+        font: control.font
+        textFormat: Text.PlainText
+        horizontalAlignment: Text.AlignHCenter
+        verticalAlignment: Text.AlignVCenter
+        elide: Text.ElideRight
+        Accessible.ignored: true
+    }
+}

@@ -1,0 +1,174 @@
+import QtQuick
+import QtQuick.Layouts
+import ".."
+
+// The main screen. What it shows is the state; what it does are the state's actions.
+Rectangle {
+    id: screen
+
+    required property AppLaunchState launchState
+
+    readonly property bool sheetIsOpen: imageCropper.visible || shareSheet.visible || infoSheet.visible || alert.visible
+
+    color: Style.background
+
+    Component.onCompleted: launchState.onAppear()
+
+    TapHandler {
+        onTapped: screen.launchState.hideKeyboard()
+    }
+
+    Flickable {
+        id: page
+
+        anchors.fill: parent
+        contentHeight: Math.max(height, column.implicitHeight + 2 * Style.padding)
+        boundsBehavior: Flickable.StopAtBounds
+        interactive: contentHeight > height
+
+        ColumnLayout {
+            id: column
+
+            // What the log may take up: the rest, but never so little that it can't be read.
+            readonly property real others: upper.implicitHeight + footer.implicitHeight + 2 * spacing
+            readonly property real room: page.height - 2 * Style.padding - others
+
+            x: (page.width - width) / 2
+            y: Math.max(Style.padding, (page.height - implicitHeight) / 2)
+            width: Math.min(page.width - 2 * Style.padding, Style.widestColumn)
+            spacing: Style.spacing
+
+            ColumnLayout {
+                id: upper
+
+                spacing: Style.spacing
+
+                Item {
+                    Layout.fillWidth: true
+                    implicitHeight: title.implicitHeight
+
+                    InfoButton {
+                        objectName: "infoButton"
+                        anchors.right: parent.right
+                        anchors.rightMargin: Style.padding - margin
+                        anchors.verticalCenter: parent.verticalCenter
+                        anchors.verticalCenterOffset: 3
+                        onClicked: screen.launchState.showInfoSheet = true
+                    }
+
+                    Text {
+                        id: title
+
+                        anchors.centerIn: parent
+                        text: "Vellomir"
+                        color: Style.white
+                        font: Style.largeTitle
+                        textFormat: Text.PlainText
+                        Accessible.role: Accessible.Heading
+                        Accessible.name: text
+                    }
+                }
+
+                Text {
+                    Layout.alignment: Qt.AlignHCenter
+                    Layout.maximumWidth: column.width
+                    text: "Easily modify your IPA files"
+                    color: Style.grey
+                    font: Style.subheadline
+                    textFormat: Text.PlainText
+                    wrapMode: Text.WordWrap
+                    horizontalAlignment: Text.AlignHCenter
+                    Accessible.role: Accessible.StaticText
+                    Accessible.name: text
+                }
+
+                CustomButtonStyle {
+                    objectName: "selectButton"
+                    Layout.fillWidth: true
+                    text: "Select IPA File"
+                    enabled: !screen.launchState.isLoading
+                    onClicked: screen.launchState.selectFile()
+                }
+
+                // The picked file has a place here and shows nothing: its name is in the log.
+                Loader {
+                    active: screen.launchState.selectedFileURL.toString() !== ""
+                    visible: active
+                    sourceComponent: Item {}
+                }
+
+                ModifyAppInfoView {
+                    Layout.fillWidth: true
+                    duplicationNumber: screen.launchState.duplicationNumber
+                    selectedImage: screen.launchState.selectedImage
+                    isLoading: screen.launchState.isLoading
+                    onNumberEdited: text => screen.launchState.duplicationNumber = text
+                    onPickIconAction: screen.launchState.pickIconAction()
+                    onRemoveImageAction: screen.launchState.removeImageAction()
+                    onDoItAction: screen.launchState.doItAction()
+                    onHideKeyboard: screen.launchState.hideKeyboard()
+                }
+            }
+
+            LogPanel {
+                id: log
+
+                objectName: "logPanel"
+                Layout.fillWidth: true
+                Layout.preferredHeight: Math.min(mostHeight, Math.max(column.room, 120))
+                messages: screen.launchState.logMessages
+            }
+
+            Text {
+                id: footer
+
+                readonly property string heart: "❤️"
+
+                Layout.fillWidth: true
+                padding: Style.padding
+                text: "Made with <font color=\"" + Style.red + "\">" + heart + "</font> By Orsanta Team"
+                color: Style.grey
+                font: Style.footnote
+                textFormat: Text.StyledText
+                wrapMode: Text.WordWrap
+                horizontalAlignment: Text.AlignHCenter
+                Accessible.role: Accessible.StaticText
+                Accessible.name: "Made with ❤️ By Orsanta Team"
+            }
+        }
+    }
+
+    ScrollMark {
+        panel: page
+    }
+
+    FileDropArea {
+        anchors.fill: parent
+        enabled: !screen.sheetIsOpen && !screen.launchState.isLoading
+        onFilesDropped: urls => screen.launchState.openDocuments(urls)
+    }
+
+    ImageCropperView {
+        id: imageCropper
+
+        launchState: screen.launchState
+    }
+
+    ActivityView {
+        id: shareSheet
+
+        launchState: screen.launchState
+    }
+
+    InfoSheetView {
+        id: infoSheet
+
+        launchState: screen.launchState
+    }
+
+    AlertView {
+        id: alert
+
+        launchState: screen.launchState
+    }
+}

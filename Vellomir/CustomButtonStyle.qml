@@ -1,0 +1,17 @@
+import QtQuick
+
+// The look of the application's buttons: pressed, they shrink a little and spring back.
+PlainButton {
+    id: control
+
+    scale: spring.value
+
+    SpringValue {
+        id: spring
+
+        response: 0.55
+        dampingFraction: 0.825
+        isAnimated: !Motion.isReduced
+        target: control.down ? 0.95 : 1
+    }
+}

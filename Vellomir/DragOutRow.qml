@@ -1,0 +1,27 @@
+import QtQuick
+
+// A row that carries a file to wherever it is dragged.
+SheetRow {
+    id: row
+
+    required property url file
+    signal dropped(wasTaken: bool)
+
+    symbol: "hand.draw"
+    text: "Drag this to another window"
+    // It holds still while something else is dragged with it.
+    Drag.active: handler.active
+    Drag.dragType: Drag.Automatic
+    Drag.supportedActions: Qt.CopyAction
+    Drag.proposedAction: Qt.CopyAction
+    Drag.mimeData: {
+        "text/uri-list": row.file.toString() + "\r\n"
+    }
+    Drag.onDragFinished: action => row.dropped(action !== Qt.IgnoreAction)
+
+    DragHandler {
+        id: handler
+
+        target: null
+    }
+}

@@ -1,0 +1,28 @@
+import QtQuick
+import "ContentView"
+
+// The application's one window.
+Window {
+    id: window
+
+    required property AppLaunchState launchState
+
+    // The proportions of a phone, as far as the screen is high enough for them.
+    width: 390
+    height: Math.min(844, Screen.desktopAvailableHeight > 0 ? Screen.desktopAvailableHeight - 48 : 844)
+    minimumWidth: 320
+    minimumHeight: 400
+    color: Style.background
+    title: "Vellomir"
+
+    // Ends text editing, wherever it is.
+    function hideKeyboard(): void {
+        if (activeFocusItem instanceof CenteredTextField)
+            contentItem.forceActiveFocus();
+    }
+
+    AppLaunchView {
+        anchors.fill: parent
+        launchState: window.launchState
+    }
+}

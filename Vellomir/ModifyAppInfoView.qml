@@ -1,0 +1,105 @@
+import QtQuick
+import QtQuick.Layouts
+
+// The card with the duplication number, the icon and the button that starts the job.
+Rectangle {
+    id: form
+
+    required property string duplicationNumber
+    required property url selectedImage
+    required property bool isLoading
+
+    signal numberEdited(text: string)
+    signal pickIconAction
+    signal removeImageAction
+    signal doItAction
+    signal hideKeyboard
+
+    readonly property bool hasImage: selectedImage.toString() !== ""
+
+    implicitHeight: column.implicitHeight + 2 * Style.padding
+    color: Style.background
+    radius: Style.radius
+
+    TapHandler {
+        onTapped: form.hideKeyboard()
+    }
+
+    ColumnLayout {
+        id: column
+
+        anchors.fill: parent
+        anchors.margins: Style.padding
+        spacing: 20
+
+        Text {
+            Layout.alignment: Qt.AlignHCenter
+            Layout.maximumWidth: column.width
+            text: "Modify App's Information"
+            color: Style.white
+            font: Style.headline
+            textFormat: Text.PlainText
+            wrapMode: Text.WordWrap
+            horizontalAlignment: Text.AlignHCenter
+            Accessible.role: Accessible.Heading
+            Accessible.name: text
+        }
+
+        CenteredTextField {
+            objectName: "duplicationNumber"
+            Layout.fillWidth: true
+            Layout.preferredHeight: 22 + 2 * Style.padding
+            padding: Style.padding
+            text: form.duplicationNumber
+            placeholder: "Duplication Number"
+            onEdited: text => form.numberEdited(text)
+        }
+
+        CustomButtonStyle {
+            objectName: "iconButton"
+            Layout.fillWidth: true
+            text: form.hasImage ? "Remove selected image" : "Change icon"
+            backgroundColor: form.hasImage ? Style.red : Style.field
+            onClicked: form.hasImage ? form.removeImageAction() : form.pickIconAction()
+        }
+
+        CustomButtonStyle {
+            id: runButton
+
+            objectName: "runButton"
+            Layout.fillWidth: true
+            text: form.isLoading ? "Doing Magic..." : "Do it"
+            backgroundColor: form.isLoading ? Style.accent : Style.field
+            onClicked: form.doItAction()
+
+            contentItem: Item {
+                implicitWidth: row.implicitWidth
+                implicitHeight: row.implicitHeight
+
+                Row {
+                    id: row
+
+                    anchors.centerIn: parent
+
+                    Item {
+                        anchors.verticalCenter: parent.verticalCenter
+                        visible: form.isLoading
+                        width: spinner.width + 5
+                        height: spinner.height
+
+                        ActivityIndicator {
+                            id: spinner
+
+                            objectName: "spinner"
+                        }
+                    }
+
+                    ButtonLabel {
+                        text: runButton.text
+                        font: runButton.font
+                    }
+                }
+            }
+        }
+    }
+}

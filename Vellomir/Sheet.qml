@@ -1,0 +1,106 @@
+import QtQuick
+import QtQuick.Templates as T
+
+// A page that slides over the main screen from below. Escape, a press beside it and a swipe down
+// at its upper edge close it.
+T.Popup {
+    id: sheet
+
+    required property string title
+    // Opens and closes it. Who sets it hears of every closing by `dismissed`.
+    required property bool isShown
+    property color color: Style.background
+    property real naturalHeight: Infinity
+    signal dismissed
+
+    readonly property real edge: 28
+    readonly property real restingY: parent ? parent.height - height : 0
+    property real swipe: 0
+
+    parent: T.Overlay.overlay
+    modal: true
+    focus: true
+    closePolicy: T.Popup.CloseOnEscape | T.Popup.CloseOnPressOutside
+    width: parent ? Math.min(parent.width, Style.widestColumn) : 0
+    height: parent ? Math.min(naturalHeight, parent.height - 24) : 0
+    x: parent ? (parent.width - width) / 2 : 0
+    y: restingY + swipe
+    padding: 0
+    topPadding: edge
+
+    onIsShownChanged: isShown ? open() : close()
+    onAboutToHide: dismissed()
+    Component.onCompleted: {
+        if (isShown)
+            open();
+    }
+
+    enter: Transition {
+        NumberAnimation {
+            property: "y"
+            from: sheet.restingY + sheet.height
+            to: sheet.restingY
+            duration: Style.animation
+            easing.type: Easing.OutCubic
+        }
+    }
+    exit: Transition {
+        NumberAnimation {
+            property: "y"
+            to: sheet.restingY + sheet.height
+            duration: Style.animation
+            easing.type: Easing.InCubic
+        }
+    }
+
+    T.Overlay.modal: Rectangle {
+        color: Style.faded(Style.black, 0.6)
+
+        Behavior on opacity {
+            NumberAnimation {
+                duration: Style.animation
+            }
+        }
+    }
+
+    background: Rectangle {
+        color: sheet.color
+        radius: 2 * Style.radius
+        Accessible.role: Accessible.Dialog
+        Accessible.name: sheet.title
+
+        // The lower corners are where the window ends.
+        Rectangle {
+            y: parent.height - height
+            width: parent.width
+            height: parent.radius
+            color: parent.color
+        }
+
+        Rectangle {
+            anchors.horizontalCenter: parent.horizontalCenter
+            y: 10
+            width: 36
+            height: 5
+            radius: 2.5
+            color: Style.faded(Style.white, 0.3)
+        }
+
+        Item {
+            width: parent.width
+            height: sheet.edge
+
+            DragHandler {
+                target: null
+                yAxis.enabled: true
+                xAxis.enabled: false
+                onTranslationChanged: sheet.swipe = Math.max(0, activeTranslation.y)
+                onActiveChanged: {
+                    if (!active && sheet.swipe > 80)
+                        sheet.close();
+                    sheet.swipe = 0;
+                }
+            }
+        }
+    }
+}

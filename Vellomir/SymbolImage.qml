@@ -1,0 +1,13 @@
+import QtQuick
+
+// One of the drawn symbols, sharp at every scale.
+Image {
+    required property string symbol
+    required property real size
+
+    source: "Assets/" + symbol + ".svg"
+    width: size
+    height: size
+    sourceSize: Qt.size(size, size)
+    Accessible.ignored: true // What it stands beside has a name.
+}

@@ -1,0 +1,75 @@
+# The window: a library with all of it, so that the program and the tests are the same, and the
+# program itself.
+find_package(Qt6 6.4 REQUIRED COMPONENTS DBus Quick QuickControls2 Widgets)
+qt_standard_project_setup()
+set(QT_QML_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/qml) # where qmllint looks for the module
+
+set(qml_files
+    ActivityIndicator.qml
+    AlertView.qml
+    ButtonLabel.qml
+    CenteredTextField.qml
+    CustomButtonStyle.qml
+    DragOutRow.qml
+    FileDropArea.qml
+    FocusRing.qml
+    ImageCropperView.qml
+    InfoButton.qml
+    InfoSheetView.qml
+    LinkView.qml
+    Links.qml
+    MainWindow.qml
+    ModifyAppInfoView.qml
+    PlainButton.qml
+    Pressable.qml
+    ScrollMark.qml
+    Sheet.qml
+    SheetRow.qml
+    SheetText.qml
+    Style.qml
+    SymbolImage.qml
+    ContentView/ActivityView.qml
+    ContentView/AppLaunchView.qml
+    ContentView/LogPanel.qml
+    ContentView/LogRow.qml
+)
+set_source_files_properties(Style.qml PROPERTIES QT_QML_SINGLETON_TYPE TRUE)
+
+file(GLOB assets RELATIVE ${CMAKE_CURRENT_SOURCE_DIR} CONFIGURE_DEPENDS Assets/*.svg)
+set(launcher_icon ${PROJECT_SOURCE_DIR}/packaging/vellomir.svg)
+set_source_files_properties(${launcher_icon} PROPERTIES QT_RESOURCE_ALIAS Assets/vellomir.svg)
+
+qt_add_library(vellomir-window STATIC)
+qt_add_qml_module(vellomir-window
+    URI Vellomir
+    VERSION 1.0
+    RESOURCE_PREFIX /
+    QML_FILES ${qml_files}
+    RESOURCES ${assets} ${launcher_icon}
+    SOURCES
+        Window/AppLaunchState.cpp Window/AppLaunchState.h
+        Window/FilePickers.cpp Window/FilePickers.h
+        Window/HexColors.cpp Window/HexColors.h
+        Window/LogModel.cpp Window/LogModel.h
+        Window/Motion.cpp Window/Motion.h
+        Window/NumberPad.cpp Window/NumberPad.h
+        Window/OrsantaVellomirApp.cpp Window/OrsantaVellomirApp.h
+        Window/PreviewProvider.cpp Window/PreviewProvider.h
+        Window/Sharing.cpp Window/Sharing.h
+        Window/SpringValue.cpp Window/SpringValue.h
+        Window/SystemDesktop.cpp Window/SystemDesktop.h
+        Window/ThumbnailProvider.cpp Window/ThumbnailProvider.h
+        Window/URLs.cpp Window/URLs.h
+)
+target_include_directories(vellomir-window PUBLIC ${PROJECT_SOURCE_DIR} ${CMAKE_CURRENT_SOURCE_DIR}/Window)
+target_link_libraries(vellomir-window
+    PUBLIC vellomir-job Qt6::Quick Qt6::Widgets
+    PRIVATE Qt6::DBus)
+target_link_libraries(vellomir-windowplugin PRIVATE vellomir-job)
+
+add_executable(vellomir Window/main.cpp Window/CommandLine.cpp Window/TerminationSignals.cpp)
+target_compile_definitions(vellomir PRIVATE VELLOMIR_VERSION="${PROJECT_VERSION}")
+target_link_libraries(vellomir PRIVATE vellomir-window vellomir-windowplugin)
+
+add_executable(vellomir-screenshots Window/Screenshots/main.cpp Window/Screenshots/Stage.cpp)
+target_link_libraries(vellomir-screenshots PRIVATE vellomir-window vellomir-windowplugin)

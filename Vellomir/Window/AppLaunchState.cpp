@@ -1,0 +1,114 @@
+#include "Vellomir/Window/AppLaunchState.h"
+
+#include "Vellomir/Window/Desktop.h"
+#include "Vellomir/Window/Pickers.h"
+#include "Vellomir/Window/PreviewProvider.h"
+#include "Vellomir/Window/URLs.h"
+
+#include <QPointer>
+
+namespace vellomir {
+
+AppLaunchState::AppLaunchState(const Surroundings &surroundings, QObject *parent)
+    : QObject(parent), view_(surroundings.view), previews_(surroundings.previews),
+      pickers_(surroundings.pickers), desktop_(surroundings.desktop),
+      logMessages_(surroundings.view.logMessages),
+      sharing_(surroundings.pickers, surroundings.desktop) {
+    followAll();
+}
+
+template <class Value>
+void AppLaunchState::follow(Property<Value> &property, void (AppLaunchState::*changed)()) {
+    observations_.push_back(property.observe([this, changed](const Value &) { (this->*changed)(); }));
+}
+
+void AppLaunchState::followAll() {
+    follow(view_.selectedFileURL, &AppLaunchState::selectedFileURLChanged);
+    follow(view_.modifiedFileURL, &AppLaunchState::modifiedFileURLChanged);
+    follow(view_.showShareSheet, &AppLaunchState::showShareSheetChanged);
+    follow(view_.duplicationNumber, &AppLaunchState::duplicationNumberChanged);
+    follow(view_.showImagePicker, &AppLaunchState::showImagePickerChanged);
+    follow(view_.showImageCropper, &AppLaunchState::showImageCropperChanged);
+    follow(view_.isLoading, &AppLaunchState::isLoadingChanged);
+    follow(view_.isProcessing, &AppLaunchState::isProcessingChanged);
+    follow(view_.errorMessage, &AppLaunchState::errorMessageChanged);
+    follow(view_.showInfoSheet, &AppLaunchState::showInfoSheetChanged);
+    connect(this, &AppLaunchState::showImagePickerChanged, &AppLaunchState::presentImagePicker);
+    observations_.push_back(view_.selectedImage.observe(
+        [this](const std::optional<Picture> &picture) { showPicture(picture); }));
+    observations_.push_back(view_.modifiedFileURL.observe(
+        [this](const std::optional<archive::URL> &result) { sharing_.setItem(toQt(result)); }));
+}
+
+QUrl AppLaunchState::selectedFileURL() const {
+    return toQt(view_.selectedFileURL.get());
+}
+
+QUrl AppLaunchState::modifiedFileURL() const {
+    return toQt(view_.modifiedFileURL.get());
+}
+
+QString AppLaunchState::duplicationNumber() const {
+    return QString::fromStdString(view_.duplicationNumber.get());
+}
+
+void AppLaunchState::setDuplicationNumber(const QString &number) {
+    view_.duplicationNumber.set(number.toStdString());
+}
+
+QString AppLaunchState::errorMessage() const {
+    return QString::fromStdString(view_.errorMessage.get());
+}
+
+void AppLaunchState::setAlert(const QString &alert) {
+    if (alert_ == alert)
+        return;
+    alert_ = alert;
+    emit alertChanged();
+}
+
+bool AppLaunchState::openDocuments(const QList<QUrl> &urls) {
+    return view_.openDocuments(fromQt(urls));
+}
+
+void AppLaunchState::useImage() {
+    view_.imageCropperView().use();
+}
+
+void AppLaunchState::zoomImage() {
+    view_.imageCropperView().zoomIt();
+}
+
+void AppLaunchState::didFinishSharing() {
+    if (const auto sheet = view_.activityView())
+        AppLaunchView::ActivityView::Coordinator(*sheet).didFinishSharing();
+    else
+        setShowShareSheet(false);
+}
+
+void AppLaunchState::openLink(const QString &url) {
+    const QUrl address(url, QUrl::StrictMode);
+    if (!url.isEmpty() && address.isValid())
+        desktop_.open(address);
+}
+
+void AppLaunchState::presentImagePicker() {
+    if (!showImagePicker())
+        return;
+    pickers_.pickPicture([self = QPointer(this)](const std::optional<QUrl> &picked) {
+        if (!self)
+            return;
+        const auto files = fromQt(picked ? QList<QUrl>{*picked} : QList<QUrl>());
+        if (files.empty())
+            self->view_.imagePickerCancelled();
+        else
+            self->view_.pickedImage(files.front());
+    });
+}
+
+void AppLaunchState::showPicture(const std::optional<Picture> &picture) {
+    selectedImage_ = previews_.show(picture);
+    emit selectedImageChanged();
+}
+
+} // namespace vellomir

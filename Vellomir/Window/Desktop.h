@@ -1,0 +1,27 @@
+#pragma once
+
+#include <QString>
+#include <QUrl>
+
+#include <functional>
+
+namespace vellomir {
+
+/// What the desktop does for a program. Main thread.
+class Desktop {
+public:
+    Desktop() = default;
+    Desktop(const Desktop &) = delete;
+    Desktop &operator=(const Desktop &) = delete;
+    virtual ~Desktop() = default;
+
+    /// Has the program open it that the system holds responsible; whether one was found.
+    virtual bool open(const QUrl &url) = 0;
+    /// Shows the folder of a file with the file marked, or at least the folder. The answer, whether
+    /// a program was found that does so, comes later.
+    virtual void showInFileManager(const QString &file, std::function<void(bool)> answer) = 0;
+    /// Puts the file itself on the clipboard, to be pasted in a file manager or a message.
+    virtual void copyToClipboard(const QString &file) = 0;
+};
+
+} // namespace vellomir

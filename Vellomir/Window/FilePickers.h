@@ -1,0 +1,41 @@
+#pragma once
+
+#include "Vellomir/Window/Pickers.h"
+#include "Vellomir/Window/ThumbnailProvider.h"
+
+#include <QFileDialog>
+#include <QPointer>
+#include <QWindow>
+
+#include <memory>
+
+namespace vellomir {
+
+/// File dialogs in windows of their own, in front of the program's window. Where the desktop has
+/// dialogs of its own, it is those. Each starts where the last of its kind ended, the first ones
+/// where such files usually lie.
+class FilePickers : public Pickers {
+public:
+    FilePickers();
+    ~FilePickers() override;
+
+    /// The window that the dialogs belong to; not owned.
+    void setOwner(QWindow *owner) { owner_ = owner; }
+
+    void pickDocument(Documents answer) override;
+    void pickPicture(Place answer) override;
+    void pickDestination(const QString &name, Place answer) override;
+
+private:
+    using Finished = std::function<void(const QList<QUrl> &)>;
+    void open(std::unique_ptr<QFileDialog> dialog, QUrl &folder, Finished finished);
+
+    QPointer<QWindow> owner_;
+    std::unique_ptr<QFileDialog> dialog_;
+    ThumbnailProvider thumbnails_;
+    QUrl documentFolder_;
+    QUrl pictureFolder_;
+    QUrl destinationFolder_;
+};
+
+} // namespace vellomir

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <QColor>
+#include <QObject>
+#include <QtQml/qqmlregistration.h>
+
+namespace vellomir {
+
+/// Makes every colour of the screens, by the one rule for hexadecimal texts.
+class HexColors : public QObject {
+    Q_OBJECT
+    QML_ELEMENT
+    QML_SINGLETON
+
+public:
+    /// Opaque, in sRGB.
+    Q_INVOKABLE [[nodiscard]] static QColor color(const QString &text);
+};
+
+} // namespace vellomir

@@ -1,0 +1,71 @@
+#include "Vellomir/Window/LogModel.h"
+
+#include <algorithm>
+
+namespace vellomir {
+
+LogModel::LogModel(LogMessages &log, QObject *parent) : QAbstractListModel(parent) {
+    for (const std::string &line : log.get())
+        rows_.push_back({QString::fromStdString(line), false});
+    observation_ = log.observe([this](const LogChange &change) { apply(change); });
+}
+
+int LogModel::rowCount(const QModelIndex &parent) const {
+    return parent.isValid() ? 0 : static_cast<int>(rows_.size());
+}
+
+QVariant LogModel::data(const QModelIndex &index, int role) const {
+    if (!checkIndex(index, CheckIndexOption::IndexIsValid))
+        return {};
+    const Row &row = rows_[static_cast<std::size_t>(index.row())];
+    switch (role) {
+    case lineRole:
+        return row.line;
+    case appearsRole:
+        return row.appears;
+    default:
+        return {};
+    }
+}
+
+QHash<int, QByteArray> LogModel::roleNames() const {
+    return {{lineRole, "line"}, {appearsRole, "appears"}};
+}
+
+void LogModel::apply(const LogChange &change) {
+    if (change.replacesAll)
+        replace(change.lines);
+    else
+        append(change.lines);
+}
+
+void LogModel::append(const std::vector<std::string> &lines) {
+    if (lines.empty())
+        return;
+    const int first = rowCount();
+    beginInsertRows({}, first, first + static_cast<int>(lines.size()) - 1);
+    for (const std::string &each : lines) {
+        const QString line = QString::fromStdString(each);
+        const bool appears = !holds(rows_, line);
+        rows_.push_back({line, appears});
+    }
+    endInsertRows();
+}
+
+void LogModel::replace(const std::vector<std::string> &lines) {
+    beginResetModel();
+    std::vector<Row> rows;
+    for (const std::string &each : lines) {
+        const QString line = QString::fromStdString(each);
+        rows.push_back({line, !holds(rows_, line) && !holds(rows, line)});
+    }
+    rows_ = std::move(rows);
+    endResetModel();
+}
+
+bool LogModel::holds(const std::vector<Row> &rows, const QString &line) {
+    return std::any_of(rows.begin(), rows.end(),
+                       [&line](const Row &row) { return row.line == line; });
+}
+
+} // namespace vellomir

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <QDBusVariant>
+#include <QObject>
+#include <QtQml/qqmlregistration.h>
+
+namespace vellomir {
+
+/// Whether things move on the screen. Main thread.
+class Motion : public QObject {
+    Q_OBJECT
+    QML_ELEMENT
+    QML_SINGLETON
+    /// What would move takes its place at once instead.
+    Q_PROPERTY(bool isReduced READ isReduced WRITE setReduced NOTIFY isReducedChanged)
+
+public:
+    [[nodiscard]] bool isReduced() const { return isReduced_; }
+    void setReduced(bool isReduced);
+
+    /// Follows what the user has set: the variable VELLOMIR_REDUCED_MOTION (1 or 0) if there is
+    /// one; else what the desktop says, now and when it changes.
+    void followSystem();
+
+signals:
+    void isReducedChanged();
+
+private slots:
+    void readSetting(const QString &group, const QString &key, const QDBusVariant &value);
+
+private:
+    void askPortal(const QString &group, const QString &key);
+
+    bool isReduced_ = false;
+    bool animationsAreOff_ = false; ///< one desktop's name for it
+    bool motionIsReduced_ = false;  ///< the others'
+};
+
+} // namespace vellomir

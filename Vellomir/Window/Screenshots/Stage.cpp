@@ -1,0 +1,53 @@
+#include "Vellomir/Window/Screenshots/Stage.h"
+
+#include "Vellomir/Window/Motion.h"
+
+#include <QCoreApplication>
+#include <QEventLoop>
+#include <QQuickItem>
+#include <QTimer>
+
+namespace vellomir {
+namespace {
+
+QQuickItem *find(QQuickItem *item, const QString &objectName) {
+    if (item->objectName() == objectName)
+        return item;
+    for (QQuickItem *const child : item->childItems())
+        if (QQuickItem *const found = find(child, objectName))
+            return found;
+    return nullptr;
+}
+
+} // namespace
+
+Stage::Stage(const QSize &size) : app_(surroundings()) {
+    app_.motion().setReduced(true); // Everything is in its place at once.
+    window().resize(size);
+    window().show();
+    wait(50);
+}
+
+OrsantaVellomirApp::Surroundings Stage::surroundings() {
+    return {.dataFolder = archive::URL::folder(folder_.path().toStdString()),
+            .pickers = pickers_,
+            .desktop = desktop_,
+            .console = [](std::string_view) {}};
+}
+
+QQuickItem *Stage::item(const QString &objectName) {
+    return find(window().contentItem(), objectName);
+}
+
+void Stage::wait(int milliseconds) {
+    QEventLoop loop;
+    QTimer::singleShot(milliseconds, &loop, &QEventLoop::quit);
+    loop.exec();
+}
+
+QImage Stage::draw() {
+    wait(150); // Pictures are read and scaled in the background.
+    return window().grabWindow();
+}
+
+} // namespace vellomir

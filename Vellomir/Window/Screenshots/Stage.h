@@ -1,0 +1,50 @@
+#pragma once
+
+#include "Vellomir/Window/Desktop.h"
+#include "Vellomir/Window/OrsantaVellomirApp.h"
+#include "Vellomir/Window/Pickers.h"
+
+#include <QImage>
+#include <QSize>
+#include <QTemporaryDir>
+
+namespace vellomir {
+
+/// The real window with an empty data folder of its own and nobody at the dialogs: its state is set
+/// by hand, and it is drawn when it has come to rest.
+class Stage {
+public:
+    explicit Stage(const QSize &size);
+
+    [[nodiscard]] AppLaunchView &view() { return app_.view(); }
+    [[nodiscard]] AppLaunchState &state() { return app_.state(); }
+    [[nodiscard]] QQuickWindow &window() { return app_.window(); }
+    /// The first item of the window with that name; null if there is none.
+    [[nodiscard]] QQuickItem *item(const QString &objectName);
+
+    /// Lets the event loop run for a while.
+    static void wait(int milliseconds);
+    /// The window as it is drawn now.
+    [[nodiscard]] QImage draw();
+
+private:
+    class NoPickers : public Pickers {
+        void pickDocument(Documents) override {}
+        void pickPicture(Place) override {}
+        void pickDestination(const QString &, Place) override {}
+    };
+    class NoDesktop : public Desktop {
+        bool open(const QUrl &) override { return false; }
+        void showInFileManager(const QString &, std::function<void(bool)>) override {}
+        void copyToClipboard(const QString &) override {}
+    };
+
+    [[nodiscard]] OrsantaVellomirApp::Surroundings surroundings();
+
+    QTemporaryDir folder_;
+    NoPickers pickers_;
+    NoDesktop desktop_;
+    OrsantaVellomirApp app_;
+};
+
+} // namespace vellomir

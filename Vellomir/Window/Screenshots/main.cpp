@@ -1,0 +1,227 @@
+// vellomir-screenshots: draws every screen in every state into a folder, without a display.
+
+#include "Vellomir/Platform/Picture.h"
+#include "Vellomir/Window/Screenshots/Stage.h"
+
+#include <QApplication>
+#include <QDir>
+#include <QMouseEvent>
+#include <QPainter>
+#include <QProcess>
+#include <QQuickItem>
+
+#include <cstdio>
+#include <functional>
+#include <vector>
+
+namespace vellomir {
+namespace {
+
+/// A window in which all states are drawn.
+struct Format {
+    QString name;
+    QSize size;
+    int scale; ///< device pixels a point; a program has one for its whole life
+};
+
+const std::vector<Format> formats = {
+    {QStringLiteral("390x844"), {390, 844}, 1},
+    {QStringLiteral("320x568"), {320, 568}, 1},
+    {QStringLiteral("1200x900"), {1200, 900}, 1},
+    {QStringLiteral("390x844@2x"), {390, 844}, 2},
+};
+
+/// One state of the window, made from the one that it starts with.
+struct State {
+    QString name;
+    std::function<void(Stage &)> enter;
+};
+
+/// A picture with something to recognise in it.
+Picture landscape(int width, int height) {
+    QImage image(width, height, QImage::Format_RGBA8888);
+    QPainter painter(&image);
+    QLinearGradient sky(0, 0, 0, height);
+    sky.setColorAt(0, QColor(40, 60, 130));
+    sky.setColorAt(1, QColor(255, 168, 40));
+    painter.fillRect(image.rect(), sky);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(QColor(255, 240, 200));
+    const int sun = std::min(width, height) / 3;
+    painter.drawEllipse(image.rect().center(), sun / 2, sun / 2);
+    painter.setBrush(QColor(30, 34, 60));
+    painter.drawPolygon(QPolygon({{0, height}, {width / 3, height * 6 / 10}, {width, height}}));
+    painter.drawPolygon(QPolygon({{width / 3, height}, {width * 3 / 4, height / 2}, {width, height}}));
+    painter.end();
+    const auto owner = std::make_shared<const QImage>(image);
+    const auto *const pixels = reinterpret_cast<const std::byte *>(owner->constBits());
+    return Picture({.width = width,
+                    .height = height,
+                    .bytesPerRow = static_cast<std::size_t>(owner->bytesPerLine()),
+                    .pixels = {owner, pixels}});
+}
+
+void chooseFile(Stage &stage) {
+    stage.view().filePicked(archive::URL::file("/home/ada/Downloads/Sample.ipa"));
+    stage.view().duplicationNumber.set("2");
+}
+
+void chooseIcon(Stage &stage) {
+    chooseFile(stage);
+    stage.view().selectedImage.set(landscape(1024, 1024));
+    Stage::wait(50);
+    stage.view().showImageCropper.set(false);
+}
+
+void run(Stage &stage) {
+    chooseIcon(stage);
+    stage.view().isLoading.set(true);
+    stage.view().logMessages.replace({"Unzipping IPA...", "Unzipped IPA file successfully",
+                                      "Image picked", "icon.png updated"});
+}
+
+const std::vector<std::string> wholeLog = {"Unzipping IPA...",
+                                           "Unzipped IPA file successfully",
+                                           "Image picked",
+                                           "icon.png updated",
+                                           "icon@2x.png updated",
+                                           "icon@3x.png updated",
+                                           "AppIcon76x76@2x~ipad.png updated",
+                                           "AppIcon60x60@2x.png updated",
+                                           "Updating Info.plist",
+                                           "Previous Bundle ID: com.example.sample",
+                                           "New Bundle ID: com.example.sample2",
+                                           "Previous App Name: Sample",
+                                           "New App Name: Sample2",
+                                           "Info.plist updated successfully",
+                                           "Created temporary folder",
+                                           "Moved Payload folder",
+                                           "Zipped updated app successfully",
+                                           "Zipped IPA file: Sample2.ipa",
+                                           "Temporary files cleared"};
+
+void finish(Stage &stage) {
+    stage.view().logMessages.replace(wholeLog);
+}
+
+void fail(Stage &stage) {
+    stage.view().logMessages.replace(
+        {"Unzipping IPA...", "Error unzipping IPA file: The file is no archive, or its end is "
+                             "missing: Holiday photographs.ipa"});
+}
+
+void fillLog(Stage &stage) {
+    std::vector<std::string> lines = wholeLog;
+    for (int number = 1; number <= 20; ++number)
+        lines.push_back("File selected: A package with rather a long name, number " +
+                        std::to_string(number) + ".ipa");
+    stage.view().logMessages.replace(lines);
+}
+
+void press(Stage &stage) {
+    QQuickItem *const button = stage.item(QStringLiteral("selectButton"));
+    const QPointF place = button->mapToScene({button->width() / 2, button->height() / 2});
+    QMouseEvent event(QEvent::MouseButtonPress, place, stage.window().mapToGlobal(place),
+                      Qt::LeftButton, Qt::LeftButton, Qt::NoModifier);
+    QCoreApplication::sendEvent(&stage.window(), &event);
+}
+
+void crop(Stage &stage, int width, int height) {
+    stage.view().selectedImage.set(landscape(width, height));
+}
+
+void share(Stage &stage) {
+    finish(stage);
+    const QString file = QDir::temp().filePath(QStringLiteral("Sample2.ipa"));
+    stage.view().modifiedFileURL.set(archive::URL::file(file.toStdString()));
+    stage.view().showShareSheet.set(true);
+    Stage::wait(50);
+    stage.state().sharing()->copyFile();
+}
+
+const std::vector<State> states = {
+    {QStringLiteral("main-empty"), [](Stage &) {}},
+    {QStringLiteral("main-file-chosen"), chooseFile},
+    {QStringLiteral("main-icon-chosen"), chooseIcon},
+    {QStringLiteral("main-running"), run},
+    {QStringLiteral("main-done"), finish},
+    {QStringLiteral("main-failed"), fail},
+    {QStringLiteral("main-long-log"), fillLog},
+    {QStringLiteral("main-button-pressed"), press},
+    {QStringLiteral("main-keyboard-focus"),
+     [](Stage &stage) {
+         stage.item(QStringLiteral("iconButton"))->forceActiveFocus(Qt::TabFocusReason);
+     }},
+    {QStringLiteral("cropper-tall"), [](Stage &stage) { crop(stage, 1000, 1600); }},
+    {QStringLiteral("cropper-wide"), [](Stage &stage) { crop(stage, 1600, 1000); }},
+    {QStringLiteral("share-sheet"), share},
+    {QStringLiteral("about-sheet"), [](Stage &stage) { stage.view().showInfoSheet.set(true); }},
+    {QStringLiteral("alert"),
+     [](Stage &stage) {
+         stage.state().setAlert(QStringLiteral("holiday.txt cannot be used: This is no picture of "
+                                               "a known kind. The icon stays as it was."));
+     }},
+};
+
+bool drawAll(const Format &format, const QDir &folder) {
+    for (const State &state : states) {
+        Stage stage(format.size);
+        state.enter(stage);
+        const QString file = folder.filePath(state.name + u'-' + format.name + QStringLiteral(".png"));
+        if (!stage.draw().save(file)) {
+            std::fprintf(stderr, "vellomir-screenshots: cannot write %s\n", qUtf8Printable(file));
+            return false;
+        }
+        std::puts(qUtf8Printable(file));
+    }
+    return true;
+}
+
+/// Another process for each format, as the scale cannot change.
+int drawInProcesses(const QString &program, const QString &folder) {
+    for (const Format &format : formats) {
+        QProcess process;
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+        environment.insert(QStringLiteral("QT_SCALE_FACTOR"), QString::number(format.scale));
+        process.setProcessEnvironment(environment);
+        process.setProcessChannelMode(QProcess::ForwardedChannels);
+        process.start(program, {folder, format.name});
+        if (!process.waitForFinished(-1) || process.exitCode() != 0)
+            return 1;
+    }
+    return 0;
+}
+
+int drawFormat(const QString &name, const QDir &folder) {
+    OrsantaVellomirApp::setUp();
+    for (const Format &format : formats)
+        if (format.name == name)
+            return drawAll(format, folder) ? 0 : 1;
+    std::fprintf(stderr, "vellomir-screenshots: there is no format %s\n", qUtf8Printable(name));
+    return 2;
+}
+
+int run(int argumentCount, char **arguments) {
+    if (argumentCount < 2 || argumentCount > 3 || arguments[1][0] == '-') {
+        std::fputs("Usage: vellomir-screenshots FOLDER [FORMAT]\n", stderr);
+        return 2;
+    }
+    const QString folder = QFile::decodeName(arguments[1]);
+    if (!QDir().mkpath(folder)) {
+        std::fprintf(stderr, "vellomir-screenshots: cannot make the folder %s\n", arguments[1]);
+        return 1;
+    }
+    if (argumentCount == 2)
+        return drawInProcesses(QStringLiteral("/proc/self/exe"), folder);
+    const QApplication application(argumentCount, arguments);
+    return drawFormat(QString::fromLocal8Bit(arguments[2]), QDir(folder));
+}
+
+} // namespace
+} // namespace vellomir
+
+int main(int argumentCount, char **arguments) {
+    return vellomir::run(argumentCount, arguments);
+}

@@ -1,0 +1,82 @@
+#pragma once
+
+#include "archive/Progress.h"
+
+#include <QObject>
+#include <QString>
+#include <QUrl>
+#include <QtQml/qqmlregistration.h>
+
+#include <memory>
+#include <optional>
+#include <thread>
+
+namespace vellomir {
+
+class Desktop;
+class Pickers;
+
+/// The ways in which a desktop hands a file on, and what came of the last one. Main thread.
+class Sharing : public QObject {
+    Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("It belongs to the screen's state.")
+    /// The file, and empty if there is none.
+    Q_PROPERTY(QUrl item READ item NOTIFY itemChanged)
+    Q_PROPERTY(QString fileName READ fileName NOTIFY itemChanged)
+    /// In words, such as "12.3 MB".
+    Q_PROPERTY(QString fileSize READ fileSize NOTIFY itemChanged)
+    /// What happened, in one sentence.
+    Q_PROPERTY(QString message READ message NOTIFY messageChanged)
+    Q_PROPERTY(bool hasFailed READ hasFailed NOTIFY messageChanged)
+    Q_PROPERTY(bool isSaving READ isSaving NOTIFY isSavingChanged)
+
+public:
+    Sharing(Pickers &pickers, Desktop &desktop, QObject *parent = nullptr);
+    /// A copy that is being saved is finished first.
+    ~Sharing() override;
+
+    [[nodiscard]] QUrl item() const { return item_; }
+    /// Another file; what was said of the last one is forgotten.
+    void setItem(const QUrl &item);
+    [[nodiscard]] QString fileName() const { return item_.fileName(); }
+    [[nodiscard]] QString fileSize() const;
+    [[nodiscard]] QString message() const { return message_; }
+    [[nodiscard]] bool hasFailed() const { return hasFailed_; }
+    [[nodiscard]] bool isSaving() const { return isSaving_; }
+
+    /// Asks for a place and saves there, in the background. One copy at a time.
+    Q_INVOKABLE void saveCopy();
+    Q_INVOKABLE void showInFileManager();
+    Q_INVOKABLE void copyFile();
+    /// After it was dragged out of the window; whether something has taken it.
+    Q_INVOKABLE void dragFinished(bool wasTaken);
+    /// Forgets what happened, when the sheet opens again.
+    Q_INVOKABLE void forgetMessage() { say({}); }
+
+    /// Breaks off the copy that is being saved.
+    void cancel();
+
+signals:
+    void itemChanged();
+    void messageChanged();
+    void isSavingChanged();
+
+private:
+    [[nodiscard]] QString path() const { return item_.toLocalFile(); }
+    void save(const QUrl &destination);
+    void saved(const QString &destination, const QString &failure);
+    void say(const QString &message, bool hasFailed = false);
+    void setSaving(bool isSaving);
+
+    Pickers &pickers_;
+    Desktop &desktop_;
+    QUrl item_;
+    QString message_;
+    bool hasFailed_ = false;
+    bool isSaving_ = false;
+    std::shared_ptr<archive::Progress> progress_;
+    std::thread saver_;
+};
+
+} // namespace vellomir

@@ -1,0 +1,61 @@
+#include "Vellomir/Window/SystemDesktop.h"
+
+#include <QClipboard>
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusPendingCallWatcher>
+#include <QDBusPendingReply>
+#include <QDesktopServices>
+#include <QFileInfo>
+#include <QGuiApplication>
+#include <QMimeData>
+
+namespace vellomir {
+namespace {
+
+/// Milliseconds; a file manager may have to be started first.
+constexpr int patience = 5000;
+
+/// The interface that file managers share: https://www.freedesktop.org/wiki/Specifications/file-manager-interface/
+QDBusMessage showItems(const QString &file) {
+    QDBusMessage message = QDBusMessage::createMethodCall(
+        QStringLiteral("org.freedesktop.FileManager1"),
+        QStringLiteral("/org/freedesktop/FileManager1"),
+        QStringLiteral("org.freedesktop.FileManager1"), QStringLiteral("ShowItems"));
+    message << QStringList{QUrl::fromLocalFile(file).toString(QUrl::FullyEncoded)} << QString();
+    return message;
+}
+
+bool openFolder(const QString &file) {
+    return QDesktopServices::openUrl(QUrl::fromLocalFile(QFileInfo(file).path()));
+}
+
+} // namespace
+
+bool SystemDesktop::open(const QUrl &url) {
+    return QDesktopServices::openUrl(url);
+}
+
+void SystemDesktop::showInFileManager(const QString &file, std::function<void(bool)> answer) {
+    const QDBusConnection bus = QDBusConnection::sessionBus();
+    if (!bus.isConnected())
+        return answer(openFolder(file));
+    auto *const watcher = new QDBusPendingCallWatcher(bus.asyncCall(showItems(file), patience));
+    QObject::connect(watcher, &QDBusPendingCallWatcher::finished, watcher,
+                     [watcher, file, answer = std::move(answer)] {
+                         const QDBusPendingReply<> reply = *watcher;
+                         watcher->deleteLater();
+                         answer(!reply.isError() || openFolder(file));
+                     });
+}
+
+void SystemDesktop::copyToClipboard(const QString &file) {
+    const QUrl url = QUrl::fromLocalFile(file);
+    auto *const data = new QMimeData;
+    data->setUrls({url});
+    data->setText(file);
+    data->setData(QStringLiteral("x-special/gnome-copied-files"), "copy\n" + url.toEncoded());
+    QGuiApplication::clipboard()->setMimeData(data); // It owns the data now.
+}
+
+} // namespace vellomir

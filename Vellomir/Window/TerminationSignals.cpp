@@ -1,0 +1,58 @@
+#include "Vellomir/Window/TerminationSignals.h"
+
+#include "archive/Error.h"
+
+#include <QCoreApplication>
+
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace vellomir {
+namespace {
+
+constexpr std::array handled = {SIGINT, SIGTERM, SIGHUP};
+
+/// Where the handler writes, and where the event loop reads.
+std::array<int, 2> pipeEnds = {-1, -1};
+
+void noteSignal(int) {
+    const int before = errno;
+    const char byte = 0;
+    static_cast<void>(::write(pipeEnds[1], &byte, 1) == 1); // A full pipe says enough.
+    errno = before;
+}
+
+void handle(int signal, void (*handler)(int)) {
+    struct sigaction action = {};
+    action.sa_handler = handler;
+    action.sa_flags = SA_RESTART;
+    ::sigaction(signal, &action, nullptr);
+}
+
+} // namespace
+
+TerminationSignals::TerminationSignals() {
+    if (::pipe2(pipeEnds.data(), O_CLOEXEC | O_NONBLOCK) != 0)
+        throw archive::readError("a pipe", errno);
+    notifier_ = std::make_unique<QSocketNotifier>(pipeEnds[0], QSocketNotifier::Read);
+    QObject::connect(notifier_.get(), &QSocketNotifier::activated, notifier_.get(),
+                     [notifier = notifier_.get()] {
+                         notifier->setEnabled(false);
+                         QCoreApplication::quit();
+                     });
+    for (const int signal : handled)
+        handle(signal, noteSignal);
+}
+
+TerminationSignals::~TerminationSignals() {
+    for (const int signal : handled)
+        handle(signal, SIG_DFL);
+    notifier_.reset();
+    for (const int end : pipeEnds)
+        ::close(end);
+}
+
+} // namespace vellomir

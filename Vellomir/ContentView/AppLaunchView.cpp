@@ -1,11 +1,14 @@
 #include "Vellomir/ContentView/AppLaunchView.h"
 
+#include "Vellomir/ContentView/DocumentPickerManager.h"
 #include "Vellomir/ContentView/JobCounter.h"
 
 namespace vellomir {
 
 AppLaunchView::AppLaunchView(Services services)
     : selectedFileURL(services.mainQueue), modifiedFileURL(services.mainQueue),
+      documentPickerManager(std::make_shared<DocumentPickerManager>(
+          services.mainQueue, services.backgroundQueue, services.console)),
       showShareSheet(services.mainQueue), duplicationNumber(services.mainQueue),
       showImagePicker(services.mainQueue), showImageCropper(services.mainQueue),
       selectedImage(services.mainQueue), isLoading(services.mainQueue),

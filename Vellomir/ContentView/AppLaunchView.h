@@ -9,8 +9,10 @@
 #include "Vellomir/Platform/Services.h"
 #include "archive/URL.h"
 
+#include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace vellomir {
 
@@ -23,6 +25,8 @@ class JobCounter;
 /// `logMessages`. The reasons that the log keeps to itself go to the console.
 class AppLaunchView {
 public:
+    class DocumentPickerManager;
+
     explicit AppLaunchView(Services services);
     /// Waits for the jobs that run. Completion steps that have not run by then never will.
     ~AppLaunchView();
@@ -31,6 +35,7 @@ public:
 
     Property<std::optional<archive::URL>> selectedFileURL;
     Property<std::optional<archive::URL>> modifiedFileURL; ///< kept when a later job fails
+    const std::shared_ptr<DocumentPickerManager> documentPickerManager;
     Property<bool> showShareSheet;
     Property<std::string> duplicationNumber;
     Property<bool> showImagePicker;
@@ -44,6 +49,14 @@ public:
 
     // --- Actions: main thread, return at once -------------------------------------------------
 
+    /// When the screen appears: from now on, it hears of the files that are picked.
+    void onAppear();
+    /// Empties the Documents folder and asks for a file. Does nothing while a job runs.
+    void selectFile();
+    /// Takes the first of the files that were dropped, or named when the program was started, as if
+    /// it had been picked. False, and nothing happens, while a job runs, if there is no file, or if
+    /// it lies in the application's own folders and would be lost when these are emptied.
+    [[nodiscard]] bool openDocuments(const std::vector<archive::URL> &urls);
     /// Takes the picked file. Nothing is read yet.
     void filePicked(const archive::URL &url);
     void pickIconAction();

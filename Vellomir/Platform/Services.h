@@ -3,9 +3,11 @@
 #include "Vellomir/Platform/Queue.h"
 #include "Vellomir/Platform/Sandbox.h"
 #include "archive/Progress.h"
+#include "archive/URL.h"
 
 #include <memory>
 #include <string_view>
+#include <vector>
 
 namespace vellomir {
 
@@ -14,6 +16,11 @@ using Console = std::function<void(std::string_view line)>;
 
 /// Writes whole lines to the standard output.
 void printToStandardOutput(std::string_view line);
+
+/// Shows the document picker and returns at once; what was picked is told on the main thread, and
+/// nothing if that was nothing.
+using PresentDocumentPicker =
+    std::function<void(std::function<void(const std::vector<archive::URL> &)> didPickDocuments)>;
 
 /// What the main screen and its job get from their surroundings.
 struct Services {
@@ -24,6 +31,7 @@ struct Services {
     Task hideKeyboard = [] {}; ///< ends text editing, wherever it is; called on the main thread
     /// Counts, and cancels, copying, unpacking and packing. Null: neither.
     std::shared_ptr<archive::Progress> progress = nullptr;
+    PresentDocumentPicker presentDocumentPicker = nullptr; ///< null: there is none
 };
 
 } // namespace vellomir

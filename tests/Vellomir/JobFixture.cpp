@@ -18,12 +18,20 @@ vellomir::Services Job::services(std::shared_ptr<archive::Progress> progress) {
                     console_.emplace_back(line);
                 },
             .hideKeyboard = [this] { ++keyboardHidings; },
-            .progress = std::move(progress)};
+            .progress = std::move(progress),
+            .presentDocumentPicker = [this](auto didPick) { didPickDocuments = didPick; }};
 }
 
 void Job::pick(const std::string &content, const std::string &name) {
     writeFile(folder / "picked" / name, content);
     view.filePicked(URL::file((folder / "picked" / name).string()));
+}
+
+void Job::runUntilConsoleHas(std::size_t lines) {
+    while (console().size() < lines) {
+        mainLoop.runPending();
+        std::this_thread::yield();
+    }
 }
 
 void Job::doIt() {

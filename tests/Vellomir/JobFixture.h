@@ -21,6 +21,8 @@ public:
     vellomir::EventLoop mainLoop;
     vellomir::BackgroundQueue background{2};
     int keyboardHidings = 0;
+    /// What the document picker tells when a file was picked; null until it is shown.
+    std::function<void(const std::vector<archive::URL> &)> didPickDocuments;
     vellomir::AppLaunchView view;
 
     [[nodiscard]] std::filesystem::path documents() const { return folder / "box/Documents"; }
@@ -35,6 +37,8 @@ public:
 
     /// Writes a file beside the sandbox, and picks it.
     void pick(const std::string &content, const std::string &name = "Notes.ipa");
+    /// Runs the main loop until the console has had so many lines.
+    void runUntilConsoleHas(std::size_t lines);
     /// Presses "Do it" and runs the main loop up to the end of the completion step.
     void doIt();
 

@@ -1,0 +1,32 @@
+#pragma once
+
+#include "Vellomir/ContentView/AppLaunchView.h"
+#include "Vellomir/Platform/BackgroundWork.h"
+
+#include <functional>
+#include <vector>
+
+namespace vellomir {
+
+/// Hears from the document picker which files were picked, and tells the main screen of the first
+/// one that can be read. Belongs to the main thread.
+class AppLaunchView::DocumentPickerManager {
+public:
+    DocumentPickerManager(Queue mainQueue, Queue backgroundQueue, Console console);
+
+    /// Called on the main thread with a file that was read through without an error. May be null.
+    std::function<void(const archive::URL &)> callback;
+
+    /// Reads the first file through in the background, in small pieces, and then calls back;
+    /// further files are ignored. Only regular files are readable. An unreadable one is told on the
+    /// console and nowhere else. A newer pick makes one that is still being read void.
+    void documentPicker(const std::vector<archive::URL> &didPickDocumentsAt);
+
+private:
+    void finish(const archive::URL &url, bool isReadable);
+
+    Console console_;
+    BackgroundWork reading_;
+};
+
+} // namespace vellomir

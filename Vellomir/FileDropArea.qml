@@ -4,7 +4,7 @@ import QtQuick
 DropArea {
     id: area
 
-    signal filesDropped(urls: list<url>)
+    signal filesDropped(urls: var)
 
     keys: ["text/uri-list"]
     // What this window itself drags out is not for it.

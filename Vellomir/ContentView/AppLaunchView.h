@@ -67,6 +67,9 @@ public:
     /// Empties the Documents folder and then the log; before another file is picked.
     void clearDocuments();
     void hideKeyboard() const;
+    /// Breaks off the jobs that run and waits until they have ended; then removes all that they
+    /// left behind, except the last result. For when the window is closed for good.
+    void close();
 
     // --- The job: synchronous, on the calling thread ------------------------------------------
 

@@ -2,6 +2,7 @@
 
 #include "Vellomir/ContentView/AppLaunchView.h"
 #include "Vellomir/ContentView/Diagnostics.h"
+#include "Vellomir/ContentView/JobCounter.h"
 
 #include <cstdlib>
 
@@ -35,6 +36,21 @@ void AppLaunchView::clearTemporaryFiles() {
     } catch (const std::exception &error) {
         logMessages.append(std::string("Error clearing temporary files: ") + error.what());
         services_.console(rawText(error));
+    }
+}
+
+void AppLaunchView::close() {
+    if (services_.progress)
+        services_.progress->cancel();
+    jobs_->waitForAll();
+    const auto result = modifiedFileURL.get();
+    try {
+        for (const archive::URL &folder : {documentsFolder(), services_.sandbox.temporaryFolder()})
+            for (const archive::URL &child : files_.children(folder))
+                if (!result || child.path() != result->path())
+                    files_.remove(child);
+    } catch (const std::exception &error) {
+        services_.console("Error clearing Documents folder: " + rawText(error));
     }
 }
 

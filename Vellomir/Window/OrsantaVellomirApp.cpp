@@ -2,13 +2,15 @@
 
 #include "Vellomir/Window/HexColors.h"
 #include "Vellomir/Window/Motion.h"
+#include "Vellomir/Window/Pickers.h"
 #include "Vellomir/Window/PreviewProvider.h"
+#include "Vellomir/Window/URLs.h"
 
 #include <QApplication>
 #include <QFontDatabase>
 #include <QIcon>
 #include <QPalette>
-#include <QQuickItem>
+#include <QQmlEngine>
 #include <QStyleFactory>
 
 #include <stdexcept>
@@ -79,7 +81,7 @@ OrsantaVellomirApp::~OrsantaVellomirApp() {
 }
 
 Motion &OrsantaVellomirApp::motion() {
-    return *engine_->singletonInstance<Motion *>("Vellomir", "Motion");
+    return *engine_->singletonInstance<Motion *>(qmlTypeId("Vellomir", 1, 0, "Motion"));
 }
 
 Services OrsantaVellomirApp::services(const Surroundings &surroundings) {
@@ -92,13 +94,13 @@ Services OrsantaVellomirApp::services(const Surroundings &surroundings) {
                     if (window_ != nullptr)
                         QMetaObject::invokeMethod(window_, "hideKeyboard");
                 },
+            .progress = progress_,
             .presentDocumentPicker =
-                [&pickers = surroundings.pickers](auto didPickDocuments) {
+                [&pickers = surroundings.pickers](const auto &didPickDocuments) {
                     pickers.pickDocument([didPickDocuments](const QList<QUrl> &picked) {
                         didPickDocuments(fromQt(picked));
                     });
-                },
-            .progress = progress_};
+                }};
 }
 
 void OrsantaVellomirApp::load() {

@@ -27,7 +27,7 @@ struct AppLaunchView::ActivityView {
 /// Hears from the share sheet that it is done.
 class AppLaunchView::ActivityView::Coordinator {
 public:
-    Coordinator(ActivityView parent, Queue mainQueue);
+    Coordinator(ActivityView view, Queue mainQueue);
 
     const ActivityView parent;
 

@@ -15,11 +15,10 @@ AppLaunchView::AppLaunchView(Services services)
       isProcessing(services.mainQueue), errorMessage(services.mainQueue),
       logMessages(services.mainQueue), showInfoSheet(services.mainQueue),
       services_(std::move(services)), files_(services_.sandbox.root()),
-      progress_(services_.progress), jobs_(std::make_shared<JobCounter>()) {
-    imageObservation_ = selectedImage.observe([this](const std::optional<Picture> &image) {
-        if (image)
-            showImageCropper.set(true);
-    });
+      progress_(services_.progress), decoding_(services_.mainQueue, services_.backgroundQueue),
+      jobs_(std::make_shared<JobCounter>()) {
+    imageObservation_ =
+        selectedImage.observe([this](const std::optional<Picture> &image) { imageChanged(image); });
 }
 
 AppLaunchView::~AppLaunchView() {
@@ -51,10 +50,7 @@ void AppLaunchView::doItAction() {
     services_.backgroundQueue([this, job = jobs_->startJob()] {
         processIPAFile();
         // Whoever runs the main queue may be done with this object by then.
-        services_.mainQueue([this, alive = std::weak_ptr(isAlive_)] {
-            if (!alive.expired())
-                completeJob();
-        });
+        services_.mainQueue(whileAlive([this] { completeJob(); }));
     });
 }
 

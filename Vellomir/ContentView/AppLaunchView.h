@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Vellomir/ContentView/JobProgress.h"
+#include "Vellomir/Platform/BackgroundWork.h"
 #include "Vellomir/Platform/LogMessages.h"
 #include "Vellomir/Platform/Picture.h"
 #include "Vellomir/Platform/Property.h"
@@ -16,7 +17,10 @@
 
 namespace vellomir {
 
+class ImageCropperView;
+class ImagePicker;
 class JobCounter;
+struct PresentationMode;
 
 /// The main screen without its looks: all state, and the job that makes the second copy of a
 /// package.
@@ -26,6 +30,7 @@ class JobCounter;
 class AppLaunchView {
 public:
     class DocumentPickerManager;
+    struct ActivityView;
 
     explicit AppLaunchView(Services services);
     /// Waits for the jobs that run. Completion steps that have not run by then never will.
@@ -60,6 +65,11 @@ public:
     /// Takes the picked file. Nothing is read yet.
     void filePicked(const archive::URL &url);
     void pickIconAction();
+    /// Takes the picked photo, which is decoded in the background. One that cannot be read is told
+    /// on the console, and leaves the image as it is; either way the picker closes then.
+    void pickedImage(const archive::URL &url);
+    /// The picker closes, and a photo that is still being decoded is forgotten.
+    void imagePickerCancelled();
     void removeImageAction();
     /// Starts a job in the background; any number may run at once. Its completion step follows on
     /// the main queue.
@@ -70,6 +80,15 @@ public:
     /// Breaks off the jobs that run and waits until they have ended; then removes all that they
     /// left behind, except the last result. For when the window is closed for good.
     void close();
+
+    // --- What the sheets are made of: main thread ---------------------------------------------
+
+    /// Nothing if there is no result to share.
+    [[nodiscard]] std::optional<ActivityView> activityView();
+    /// Must not outlive this object.
+    [[nodiscard]] ImagePicker imagePicker();
+    /// Must not outlive this object.
+    [[nodiscard]] ImageCropperView imageCropperView();
 
     // --- The job: synchronous, on the calling thread ------------------------------------------
 
@@ -86,6 +105,10 @@ public:
     void clearTemporaryFiles();
 
 private:
+    [[nodiscard]] Task whileAlive(Task task) const;
+    [[nodiscard]] PresentationMode presentationMode(Property<bool> &isShown) const;
+    void imageChanged(const std::optional<Picture> &image);
+
     void completeJob();
     void fail(const std::string &message);
     [[nodiscard]] archive::URL documentsFolder() const;
@@ -108,6 +131,8 @@ private:
     SandboxFiles files_;
     JobProgress progress_;
     Observation imageObservation_;
+    std::optional<Picture> imageBefore_;
+    BackgroundWork decoding_;
     std::shared_ptr<JobCounter> jobs_;
     std::shared_ptr<const bool> isAlive_ = std::make_shared<const bool>(true);
 };

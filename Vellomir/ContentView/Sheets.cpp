@@ -1,0 +1,82 @@
+// AppLaunchView: what the sheets get from it, and what they tell.
+
+#include "Vellomir/ContentView/ActivityView.h"
+#include "Vellomir/ContentView/AppLaunchView.h"
+#include "Vellomir/ImageCropperView.h"
+#include "Vellomir/ImagePicker.h"
+
+#include <utility>
+
+namespace vellomir {
+namespace {
+
+/// Squares share the pixels of what they were cut from, so nothing else is equal to one.
+bool isSquareOf(const Picture &image, const Picture &whole) {
+    return whole.hasBitmap() && image == ImageCropperView::cropImageToSquare(whole);
+}
+
+} // namespace
+
+Task AppLaunchView::whileAlive(Task task) const {
+    return [alive = std::weak_ptr(isAlive_), task = std::move(task)] {
+        if (!alive.expired())
+            task();
+    };
+}
+
+PresentationMode AppLaunchView::presentationMode(Property<bool> &isShown) const {
+    return {.dismiss = whileAlive([&isShown] { isShown.set(false); })};
+}
+
+std::optional<AppLaunchView::ActivityView> AppLaunchView::activityView() {
+    const auto result = modifiedFileURL.get();
+    if (!result)
+        return std::nullopt;
+    return ActivityView{
+        .activityItems = {*result},
+        .applicationActivities = std::nullopt,
+        .presentationMode = presentationMode(showShareSheet),
+        .onDismiss = whileAlive([this] { selectedFileURL.set(std::nullopt); }),
+    };
+}
+
+ImagePicker AppLaunchView::imagePicker() {
+    return {selectedImage, ImagePicker::SourceType::photoLibrary,
+            presentationMode(showImagePicker)};
+}
+
+ImageCropperView AppLaunchView::imageCropperView() {
+    return {selectedImage, presentationMode(showImageCropper)};
+}
+
+void AppLaunchView::pickedImage(const archive::URL &url) {
+    decoding_.start([this, url](const auto & /*isCancelled*/) -> Task {
+        std::optional<Picture> picture;
+        std::string error;
+        try {
+            picture = Picture::read(url);
+        } catch (const std::exception &caught) {
+            error = caught.what();
+        }
+        return [this, picture = std::move(picture), error] {
+            if (!picture)
+                services_.console("Error reading picture: " + error);
+            imagePicker().makeCoordinator()->imagePickerController(picture);
+        };
+    });
+}
+
+void AppLaunchView::imagePickerCancelled() {
+    decoding_.cancel();
+    imagePicker().makeCoordinator()->imagePickerControllerDidCancel();
+}
+
+/// The cropper is for what was picked. The square that it makes is itself a change, which must not
+/// open it again.
+void AppLaunchView::imageChanged(const std::optional<Picture> &image) {
+    const auto previous = std::exchange(imageBefore_, image);
+    if (image && !(previous && isSquareOf(*image, *previous)))
+        showImageCropper.set(true);
+}
+
+} // namespace vellomir

@@ -1,4 +1,5 @@
 import QtQuick
+import Vellomir
 
 // The circle of spokes that says that work goes on. Where motion is reduced it fades instead of
 // turning.

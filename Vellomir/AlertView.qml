@@ -1,6 +1,7 @@
 import QtQuick
 import QtQuick.Layouts
 import QtQuick.Templates as T
+import Vellomir
 
 // Tells what no other place tells, until it is read.
 T.Popup {

@@ -1,4 +1,5 @@
 import QtQuick
+import Vellomir
 
 Text {
     color: Style.white

@@ -1,5 +1,6 @@
 import QtQuick
 import QtQuick.Templates as T
+import Vellomir
 
 // A line of text, centred, typed with a number pad.
 T.TextField {

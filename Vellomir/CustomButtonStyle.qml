@@ -1,4 +1,5 @@
 import QtQuick
+import Vellomir
 
 // The look of the application's buttons: pressed, they shrink a little and spring back.
 PlainButton {

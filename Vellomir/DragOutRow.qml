@@ -1,4 +1,5 @@
 import QtQuick
+import Vellomir
 
 // A row that carries a file to wherever it is dragged.
 SheetRow {

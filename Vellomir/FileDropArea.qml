@@ -1,4 +1,5 @@
 import QtQuick
+import Vellomir
 
 // Takes files that are dropped on the window, and shows that it would.
 DropArea {

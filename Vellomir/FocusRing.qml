@@ -1,4 +1,5 @@
 import QtQuick
+import Vellomir
 
 // Shows where the keyboard is. Twice a line, so that it can be seen on every colour.
 Rectangle {

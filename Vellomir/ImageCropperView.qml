@@ -1,5 +1,6 @@
 import QtQuick
 import QtQuick.Layouts
+import Vellomir
 
 // Shows the chosen picture in a square, and takes it whole or cropped to its centred square.
 Sheet {

@@ -1,4 +1,5 @@
 import QtQuick
+import Vellomir
 
 // The symbol that opens the about sheet, with room for a finger around it.
 Pressable {

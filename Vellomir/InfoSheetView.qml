@@ -1,5 +1,6 @@
 import QtQuick
 import QtQuick.Layouts
+import Vellomir
 
 // The about sheet.
 Sheet {

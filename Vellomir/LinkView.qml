@@ -1,4 +1,5 @@
 import QtQuick
+import Vellomir
 
 // A link that another program opens.
 Item {

@@ -1,4 +1,5 @@
 import QtQuick
+import Vellomir
 
 // The links of the about sheet. The third address has no slashes after its scheme, on purpose.
 ListModel {

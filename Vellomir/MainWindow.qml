@@ -1,5 +1,5 @@
 import QtQuick
-import "ContentView"
+import Vellomir
 
 // The application's one window.
 Window {

@@ -1,5 +1,6 @@
 import QtQuick
 import QtQuick.Layouts
+import Vellomir
 
 // The card with the duplication number, the icon and the button that starts the job.
 Rectangle {

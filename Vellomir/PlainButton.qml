@@ -1,4 +1,5 @@
 import QtQuick
+import Vellomir
 
 // A filled button as wide as there is room.
 Pressable {

@@ -1,5 +1,6 @@
 import QtQuick
 import QtQuick.Templates as T
+import Vellomir
 
 // What every control that is pressed has in common: the keys and what assistive programs are told.
 T.Button {

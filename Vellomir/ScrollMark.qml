@@ -1,4 +1,5 @@
 import QtQuick
+import Vellomir
 
 // Where one is in something that scrolls; shown while there is more than fits.
 Rectangle {

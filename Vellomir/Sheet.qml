@@ -1,5 +1,6 @@
 import QtQuick
 import QtQuick.Templates as T
+import Vellomir
 
 // A page that slides over the main screen from below. Escape, a press beside it and a swipe down
 // at its upper edge close it.

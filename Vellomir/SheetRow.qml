@@ -1,4 +1,5 @@
 import QtQuick
+import Vellomir
 
 // A symbol and a text, which do something when they are pressed.
 Pressable {

@@ -1,5 +1,6 @@
 import QtQuick
 import QtQuick.Layouts
+import Vellomir
 
 // Centred lines in a sheet.
 Text {

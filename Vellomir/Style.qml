@@ -1,5 +1,6 @@
 pragma Singleton
 import QtQuick
+import Vellomir
 
 // The colours, sizes and distances that the screens share. Sizes are in points, which are pixels at
 // scale 1.
@@ -19,14 +20,16 @@ QtObject {
     // Lines longer than this are hard to follow, and buttons wider look lost.
     readonly property real widestColumn: 640
 
-    readonly property font largeTitle: Qt.font({ pixelSize: 34, weight: Font.Bold })
-    readonly property font title: Qt.font({ pixelSize: 28, weight: Font.Bold })
+    // Controls would take the system's otherwise, whatever the application's is.
+    readonly property string family: Qt.application.font.family
+    readonly property font largeTitle: Qt.font({ family: family, pixelSize: 34, weight: Font.Bold })
+    readonly property font title: Qt.font({ family: family, pixelSize: 28, weight: Font.Bold })
     readonly property real title2Size: 22
-    readonly property font headline: Qt.font({ pixelSize: 17, weight: Font.DemiBold })
-    readonly property font body: Qt.font({ pixelSize: 17 })
-    readonly property font boldBody: Qt.font({ pixelSize: 17, weight: Font.Bold })
-    readonly property font subheadline: Qt.font({ pixelSize: 15 })
-    readonly property font footnote: Qt.font({ pixelSize: 13 })
+    readonly property font headline: Qt.font({ family: family, pixelSize: 17, weight: Font.DemiBold })
+    readonly property font body: Qt.font({ family: family, pixelSize: 17 })
+    readonly property font boldBody: Qt.font({ family: family, pixelSize: 17, weight: Font.Bold })
+    readonly property font subheadline: Qt.font({ family: family, pixelSize: 15 })
+    readonly property font footnote: Qt.font({ family: family, pixelSize: 13 })
 
     // Milliseconds.
     readonly property int animation: Motion.isReduced ? 0 : 350

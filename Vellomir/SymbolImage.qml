@@ -1,11 +1,12 @@
 import QtQuick
+import Vellomir
 
 // One of the drawn symbols, sharp at every scale.
 Image {
     required property string symbol
     required property real size
 
-    source: "Assets/" + symbol + ".svg"
+    source: Qt.resolvedUrl("qrc:/Vellomir/Assets/" + symbol + ".svg")
     width: size
     height: size
     sourceSize: Qt.size(size, size)

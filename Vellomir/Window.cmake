@@ -1,6 +1,6 @@
 # The window: a library with all of it, so that the program and the tests are the same, and the
 # program itself.
-find_package(Qt6 6.4 REQUIRED COMPONENTS DBus Quick QuickControls2 Widgets)
+find_package(Qt6 6.4 REQUIRED COMPONENTS DBus Quick Widgets)
 qt_standard_project_setup()
 set(QT_QML_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/qml) # where qmllint looks for the module
 
@@ -44,6 +44,7 @@ qt_add_qml_module(vellomir-window
     URI Vellomir
     VERSION 1.0
     RESOURCE_PREFIX /
+    NO_PLUGIN
     QML_FILES ${qml_files}
     RESOURCES ${assets} ${launcher_icon}
     SOURCES
@@ -65,13 +66,11 @@ qt_add_qml_module(vellomir-window
 set_target_properties(vellomir-window PROPERTIES QT_QMLCACHEGEN_ARGUMENTS --only-bytecode)
 target_include_directories(vellomir-window PUBLIC ${PROJECT_SOURCE_DIR} ${CMAKE_CURRENT_SOURCE_DIR}/Window)
 target_link_libraries(vellomir-window
-    PUBLIC vellomir-job Qt6::Quick Qt6::Widgets
-    PRIVATE Qt6::DBus)
-target_link_libraries(vellomir-windowplugin PRIVATE vellomir-job)
+    PUBLIC vellomir-job Qt6::DBus Qt6::Quick Qt6::Widgets)
 
 add_executable(vellomir Window/main.cpp Window/CommandLine.cpp Window/TerminationSignals.cpp)
 target_compile_definitions(vellomir PRIVATE VELLOMIR_VERSION="${PROJECT_VERSION}")
-target_link_libraries(vellomir PRIVATE vellomir-window vellomir-windowplugin)
+target_link_libraries(vellomir PRIVATE vellomir-window)
 
 add_executable(vellomir-screenshots Window/Screenshots/main.cpp Window/Screenshots/Stage.cpp)
-target_link_libraries(vellomir-screenshots PRIVATE vellomir-window vellomir-windowplugin)
+target_link_libraries(vellomir-screenshots PRIVATE vellomir-window)

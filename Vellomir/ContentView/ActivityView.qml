@@ -1,6 +1,6 @@
 import QtQuick
 import QtQuick.Layouts
-import ".."
+import Vellomir
 
 // The share sheet: the ways in which the result can be handed on.
 Sheet {

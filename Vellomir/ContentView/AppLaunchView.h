@@ -65,8 +65,8 @@ public:
     /// Takes the picked file. Nothing is read yet.
     void filePicked(const archive::URL &url);
     void pickIconAction();
-    /// Takes the picked photo, which is decoded in the background. One that cannot be read is told
-    /// on the console, and leaves the image as it is; either way the picker closes then.
+    /// Takes the picked photo, which is decoded in the background. If it cannot be read, the user is
+    /// told why, and the image stays as it is; either way the picker closes then.
     void pickedImage(const archive::URL &url);
     /// The picker closes, and a photo that is still being decoded is forgotten.
     void imagePickerCancelled();

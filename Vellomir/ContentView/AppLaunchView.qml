@@ -1,6 +1,6 @@
 import QtQuick
 import QtQuick.Layouts
-import ".."
+import Vellomir
 
 // The main screen. What it shows is the state; what it does are the state's actions.
 Rectangle {
@@ -93,7 +93,7 @@ Rectangle {
                 // The picked file has a place here and shows nothing: its name is in the log.
                 Loader {
                     active: screen.launchState.selectedFileURL.toString() !== ""
-                    visible: active
+                    visible: false
                     sourceComponent: Item {}
                 }
 

@@ -1,5 +1,5 @@
 import QtQuick
-import ".."
+import Vellomir
 
 // The status log: as high as its lines, at most 450 points and what there is room for, then it
 // scrolls. It stays at its end if that is where it is.

@@ -1,5 +1,5 @@
 import QtQuick
-import ".."
+import Vellomir
 
 // A line of the log. A new one slides in from the leading edge.
 Item {

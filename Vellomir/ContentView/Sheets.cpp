@@ -59,8 +59,10 @@ void AppLaunchView::pickedImage(const archive::URL &url) {
             error = caught.what();
         }
         return [this, picture = std::move(picture), error] {
-            if (!picture)
+            if (!picture) {
                 services_.console("Error reading picture: " + error);
+                services_.tell(error + ". The icon stays as it was.");
+            }
             imagePicker().makeCoordinator()->imagePickerController(picture);
         };
     });

@@ -6,6 +6,7 @@
 #include "archive/URL.h"
 
 #include <memory>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -32,6 +33,8 @@ struct Services {
     /// Counts, and cancels, copying, unpacking and packing. Null: neither.
     std::shared_ptr<archive::Progress> progress = nullptr;
     PresentDocumentPicker presentDocumentPicker = nullptr; ///< null: there is none
+    /// Tells the user what no other place tells, in a sentence or two; called on the main thread.
+    std::function<void(const std::string &message)> tell = [](const std::string &) {};
 };
 
 } // namespace vellomir

@@ -1,5 +1,7 @@
 #include "Vellomir/Window/AppLaunchState.h"
 
+#include "Vellomir/ContentView/ActivityView.h"
+#include "Vellomir/ImageCropperView.h"
 #include "Vellomir/Window/Desktop.h"
 #include "Vellomir/Window/Pickers.h"
 #include "Vellomir/Window/PreviewProvider.h"
@@ -12,6 +14,7 @@ namespace vellomir {
 AppLaunchState::AppLaunchState(const Surroundings &surroundings, QObject *parent)
     : QObject(parent), view_(surroundings.view), previews_(surroundings.previews),
       pickers_(surroundings.pickers), desktop_(surroundings.desktop),
+      mainQueue_(surroundings.mainQueue),
       logMessages_(surroundings.view.logMessages),
       sharing_(surroundings.pickers, surroundings.desktop) {
     followAll();
@@ -81,9 +84,9 @@ void AppLaunchState::zoomImage() {
 
 void AppLaunchState::didFinishSharing() {
     if (const auto sheet = view_.activityView())
-        AppLaunchView::ActivityView::Coordinator(*sheet).didFinishSharing();
+        sheet->makeCoordinator(mainQueue_)->didFinishSharing({}, true, {}, nullptr);
     else
-        setShowShareSheet(false);
+        setShowShareSheet(false); // It was empty.
 }
 
 void AppLaunchState::openLink(const QString &url) {

@@ -41,12 +41,13 @@ class AppLaunchState : public QObject {
     Q_PROPERTY(QString alert READ alert WRITE setAlert NOTIFY alertChanged)
 
 public:
-    /// Uses what it is given, and owns none of it.
+    /// What it is given, and does not own.
     struct Surroundings {
         AppLaunchView &view;
         PreviewProvider &previews;
         Pickers &pickers;
         Desktop &desktop;
+        Queue mainQueue;
     };
 
     explicit AppLaunchState(const Surroundings &surroundings, QObject *parent = nullptr);
@@ -112,6 +113,7 @@ private:
     PreviewProvider &previews_;
     Pickers &pickers_;
     Desktop &desktop_;
+    Queue mainQueue_;
     LogModel logMessages_;
     Sharing sharing_;
     QUrl selectedImage_;

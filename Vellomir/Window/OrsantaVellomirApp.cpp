@@ -15,6 +15,9 @@
 
 #include <stdexcept>
 
+/// Generated; makes the types of the module known.
+void qml_register_types_Vellomir(); // NOLINT(readability-identifier-naming)
+
 namespace vellomir {
 namespace {
 
@@ -70,7 +73,7 @@ OrsantaVellomirApp::OrsantaVellomirApp(const Surroundings &surroundings)
     auto *const previews = new PreviewProvider; // The engine owns it.
     engine_->addImageProvider(QLatin1String(PreviewProvider::name), previews);
     state_ = std::make_unique<AppLaunchState>(AppLaunchState::Surroundings{
-        *view_, *previews, surroundings.pickers, surroundings.desktop});
+        *view_, *previews, surroundings.pickers, surroundings.desktop, eventLoopQueue()});
     load();
 }
 
@@ -100,10 +103,16 @@ Services OrsantaVellomirApp::services(const Surroundings &surroundings) {
                     pickers.pickDocument([didPickDocuments](const QList<QUrl> &picked) {
                         didPickDocuments(fromQt(picked));
                     });
+                },
+            .tell =
+                [this](const std::string &message) {
+                    if (state_)
+                        state_->setAlert(QString::fromStdString(message));
                 }};
 }
 
 void OrsantaVellomirApp::load() {
+    qml_register_types_Vellomir(); // A static library would be linked without them otherwise.
     engine_->addImportPath(QStringLiteral("qrc:/"));
     engine_->setInitialProperties({{QStringLiteral("launchState"), QVariant::fromValue(state_.get())}});
     engine_->load(QUrl(QStringLiteral("qrc:/Vellomir/MainWindow.qml")));

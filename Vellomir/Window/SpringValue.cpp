@@ -20,7 +20,7 @@ void SpringValue::setTarget(double target) {
     }
     start_ = value_;
     startVelocity_ = velocity_;
-    const Spring spring{response_, dampingFraction_};
+    const Spring spring(response_, dampingFraction_);
     duration_ = static_cast<int>(
         std::ceil(1000 * spring.settlingTime({start_, startVelocity_}, target_)));
     start();
@@ -31,7 +31,7 @@ void SpringValue::updateCurrentTime(int milliseconds) {
         velocity_ = 0;
         return setValue(target_);
     }
-    const Spring spring{response_, dampingFraction_};
+    const Spring spring(response_, dampingFraction_);
     const auto state = spring.at(milliseconds / 1000.0, {start_, startVelocity_}, target_);
     velocity_ = state.velocity;
     setValue(state.position);

@@ -34,7 +34,7 @@ archive::URL dataFolder() {
 }
 
 int runWindow(const WindowOptions &options) {
-    const TerminationSignals signals;
+    const TerminationSignals terminationSignals;
     FilePickers pickers;
     SystemDesktop desktop;
     OrsantaVellomirApp app({.dataFolder = dataFolder(), .pickers = pickers, .desktop = desktop});

@@ -1,11 +1,11 @@
 #include "cli/ArchiveSource.h"
 #include "cli/Commands.h"
 #include "cli/ErrorText.h"
-#include "cli/FileCopy.h"
 #include "cli/Interruption.h"
-#include "cli/PendingFile.h"
 #include "cli/Reach.h"
 
+#include "Vellomir/Platform/FileCopy.h"
+#include "Vellomir/Platform/PendingFile.h"
 #include "archive/EntryAppender.h"
 #include "archive/FileItem.h"
 #include "archive/FileManager.h"
@@ -19,6 +19,8 @@ namespace {
 using archive::Archive;
 using archive::FileItem;
 using archive::URL;
+using vellomir::Existing;
+using vellomir::PendingFile;
 
 /// One path of the command line and what lies there.
 struct Addition {
@@ -108,7 +110,8 @@ void addInMemory(const std::string &target, const PendingFile &pending, bool isN
 void addInFile(const std::string &target, const PendingFile &pending, bool isNew,
                const AddOptions &options, Session &session) {
     if (!isNew)
-        copyFile(target, pending.path());
+        vellomir::copyFile(target, pending.path(),
+                           [](std::size_t) { Interruption::throwIfInterrupted(); });
     const auto mode = isNew ? Archive::AccessMode::create : Archive::AccessMode::update;
     addTo(*Archive::open(URL::file(pending.path()), mode), options, session);
 }
@@ -126,7 +129,7 @@ void run(const AddOptions &options, Session &session) {
             requireWritable(target);
         (options.memory ? addInMemory : addInFile)(target, pending, isNew, options, session);
         if (!isNew)
-            copyAttributes(target, pending.path());
+            vellomir::copyAttributes(target, pending.path());
         Interruption::throwIfInterrupted();
         pending.place(isNew ? Existing::refuse : Existing::replace);
     } catch (const archive::Error &error) {

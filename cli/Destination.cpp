@@ -1,6 +1,6 @@
 #include "cli/Destination.h"
 
-#include "cli/PendingFile.h"
+#include "Vellomir/Platform/PendingFile.h"
 
 #include <sys/stat.h>
 
@@ -22,7 +22,7 @@ bool exists(const std::string &path) {
 Destination Destination::find(const std::string &output, bool mayReplace) {
     if (isFolder(output))
         return {output, std::nullopt};
-    const std::string folder = output.ends_with('/') ? output : folderOf(output);
+    const std::string folder = output.ends_with('/') ? output : vellomir::folderOf(output);
     if (!isFolder(folder))
         throw archive::Error(archive::FileError::fileReadNoSuchFile,
                              {.path = folder, .detail = "There is no such folder"});

@@ -6,15 +6,17 @@
 #include "cli/JobRun.h"
 #include "cli/Json.h"
 #include "cli/MutedErrors.h"
-#include "cli/PendingFile.h"
 #include "cli/PrivateFolder.h"
 #include "cli/Reach.h"
+
+#include "Vellomir/Platform/PendingFile.h"
 
 namespace cli {
 namespace {
 
 using archive::Archive;
 using archive::URL;
+using vellomir::Existing;
 
 std::optional<vellomir::Picture> readIcon(const DuplicateOptions &options) {
     if (!options.icon)
@@ -38,7 +40,8 @@ std::string deliver(const JobRun &job, const Destination &destination,
                     const DuplicateOptions &options) {
     const URL result = *job.result();
     const URL target = URL::file(destination.path(result.lastPathComponent()));
-    putInPlace(result.path(), target.path(), options.force ? Existing::replace : Existing::refuse);
+    vellomir::putInPlace(result.path(), target.path(),
+                         options.force ? Existing::replace : Existing::refuse);
     return target.path();
 }
 

@@ -1,10 +1,11 @@
 #include "cli/ArchiveSource.h"
 #include "cli/Commands.h"
 #include "cli/ErrorText.h"
-#include "cli/FileCopy.h"
 #include "cli/Interruption.h"
-#include "cli/PendingFile.h"
 #include "cli/Reach.h"
+
+#include "Vellomir/Platform/FileCopy.h"
+#include "Vellomir/Platform/PendingFile.h"
 
 #include <set>
 
@@ -13,6 +14,8 @@ namespace {
 
 using archive::Archive;
 using archive::Entry;
+using vellomir::Existing;
+using vellomir::PendingFile;
 
 /// All entries of these paths.
 std::vector<Entry> findEntries(const Archive &archive, const RemoveOptions &options) {
@@ -47,7 +50,7 @@ void removeInMemory(const RemoveOptions &options, Session &session) {
     archive->remove(findEntries(*archive, options), {.progress = session.progress()});
     PendingFile pending(target);
     storeArchive(*archive, pending.path());
-    copyAttributes(target, pending.path());
+    vellomir::copyAttributes(target, pending.path());
     Interruption::throwIfInterrupted();
     pending.place(Existing::replace);
 }

@@ -1,4 +1,4 @@
-#include "cli/PendingFile.h"
+#include "Vellomir/Platform/PendingFile.h"
 
 #include "archive/Error.h"
 
@@ -11,7 +11,7 @@
 #include <unistd.h>
 #include <utility>
 
-namespace cli {
+namespace vellomir {
 namespace {
 
 /// The same in two steps, for file systems that cannot do it in one: the new name fails if it is
@@ -96,4 +96,4 @@ std::string PendingFile::underFinalName(std::string text) const {
     return found == std::string::npos ? text : text.replace(found, path_.size(), destination_);
 }
 
-} // namespace cli
+} // namespace vellomir

@@ -1,11 +1,14 @@
-#include "cli/FileCopy.h"
+#include "Vellomir/Platform/FileCopy.h"
 
 #include "archive/Error.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <functional>
 #include <gtest/gtest.h>
+#include <numeric>
+#include <stdexcept>
 #include <sys/stat.h>
+#include <vector>
 
 namespace {
 
@@ -23,7 +26,7 @@ TEST(FileCopy, CopiesBytesForTheUserOnly) {
     std::string content(20'000'001, 'a');
     content[17'000'000] = 'b';
     test::writeFile(folder / "from", content);
-    cli::copyFile((folder / "from").string(), (folder / "to").string());
+    vellomir::copyFile((folder / "from").string(), (folder / "to").string());
     EXPECT_TRUE(test::readFile(folder / "to") == content);
     struct stat status {};
     ASSERT_EQ(::stat((folder / "to").c_str(), &status), 0);
@@ -33,10 +36,32 @@ TEST(FileCopy, CopiesBytesForTheUserOnly) {
 TEST(FileCopy, CopiesAnEmptyFileAndOneWithoutASize) {
     const test::TemporaryFolder folder;
     test::writeFile(folder / "from", "");
-    cli::copyFile((folder / "from").string(), (folder / "to").string());
+    vellomir::copyFile((folder / "from").string(), (folder / "to").string());
     EXPECT_EQ(test::readFile(folder / "to"), "");
-    cli::copyFile("/proc/self/status", (folder / "status").string());
+    vellomir::copyFile("/proc/self/status", (folder / "status").string());
     EXPECT_NE(test::readFile(folder / "status"), "");
+}
+
+TEST(FileCopy, TellsOfEachChunkAndMayBeStopped) {
+    const test::TemporaryFolder folder;
+    const std::string from = (folder / "from").string();
+    const std::string to = (folder / "to").string();
+    test::writeFile(from, std::string(20'000'001, 'a'));
+    std::vector<std::size_t> chunks;
+    vellomir::copyFile(from, to, [&chunks](std::size_t copied) { chunks.push_back(copied); });
+    if (chunks.empty())
+        GTEST_SKIP() << "the file system shares the bytes";
+    EXPECT_EQ(chunks.front(), 0U);
+    EXPECT_GT(chunks.size(), 3U);
+    EXPECT_EQ(std::accumulate(chunks.begin(), chunks.end(), std::size_t{0}), 20'000'001U);
+
+    const auto stop = [](std::size_t copied) {
+        if (copied > 0)
+            throw std::runtime_error("stop");
+    };
+    std::filesystem::remove(to);
+    EXPECT_THROW(vellomir::copyFile(from, to, stop), std::runtime_error);
+    EXPECT_EQ(std::filesystem::file_size(to), chunks[1]);
 }
 
 TEST(FileCopy, CopiesPermissions) {
@@ -44,7 +69,7 @@ TEST(FileCopy, CopiesPermissions) {
     test::writeFile(folder / "from", "");
     test::writeFile(folder / "to", "");
     ::chmod((folder / "from").c_str(), 0751);
-    cli::copyAttributes((folder / "from").string(), (folder / "to").string());
+    vellomir::copyAttributes((folder / "from").string(), (folder / "to").string());
     struct stat status {};
     ASSERT_EQ(::stat((folder / "to").c_str(), &status), 0);
     EXPECT_EQ(status.st_mode & 07777U, 0751U);
@@ -54,8 +79,9 @@ TEST(FileCopy, OverwritesNothing) {
     const test::TemporaryFolder folder;
     test::writeFile(folder / "from", "new");
     test::writeFile(folder / "to", "old");
-    EXPECT_EQ(codeOf([&] { cli::copyFile((folder / "from").string(), (folder / "to").string()); }),
-              archive::FileError::fileWriteFileExists);
+    EXPECT_EQ(
+        codeOf([&] { vellomir::copyFile((folder / "from").string(), (folder / "to").string()); }),
+        archive::FileError::fileWriteFileExists);
     EXPECT_EQ(test::readFile(folder / "to"), "old");
 }
 
@@ -63,7 +89,7 @@ TEST(FileCopy, TakesRegularFilesOnly) {
     const test::TemporaryFolder folder;
     ASSERT_EQ(::mkfifo((folder / "pipe").c_str(), 0600), 0);
     const auto copy = [&](const std::string &from) {
-        return codeOf([&] { cli::copyFile(from, (folder / "to").string()); });
+        return codeOf([&] { vellomir::copyFile(from, (folder / "to").string()); });
     };
     EXPECT_EQ(copy((folder / "pipe").string()), archive::FileError::fileReadUnknown);
     EXPECT_EQ(copy(folder.path().string()), archive::FileError::fileReadUnknown);

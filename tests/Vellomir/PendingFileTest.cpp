@@ -1,4 +1,4 @@
-#include "cli/PendingFile.h"
+#include "Vellomir/Platform/PendingFile.h"
 
 #include "archive/Error.h"
 #include "tests/support/TemporaryFolder.h"
@@ -6,8 +6,8 @@
 #include <gtest/gtest.h>
 
 namespace fs = std::filesystem;
-using cli::Existing;
-using cli::PendingFile;
+using vellomir::Existing;
+using vellomir::PendingFile;
 
 namespace {
 
@@ -85,10 +85,10 @@ TEST(PendingFile, TextsSpeakOfTheFinalName) {
 }
 
 TEST(PendingFile, FoldersOfPaths) {
-    EXPECT_EQ(cli::folderOf("a"), ".");
-    EXPECT_EQ(cli::folderOf("a/b"), "a");
-    EXPECT_EQ(cli::folderOf("/a"), "/");
-    EXPECT_EQ(cli::folderOf("/a/b/c"), "/a/b");
+    EXPECT_EQ(vellomir::folderOf("a"), ".");
+    EXPECT_EQ(vellomir::folderOf("a/b"), "a");
+    EXPECT_EQ(vellomir::folderOf("/a"), "/");
+    EXPECT_EQ(vellomir::folderOf("/a/b/c"), "/a/b");
 }
 
 } // namespace

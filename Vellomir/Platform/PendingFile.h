@@ -2,7 +2,7 @@
 
 #include <string>
 
-namespace cli {
+namespace vellomir {
 
 /// What to do with a file that is already where another one is to be put.
 enum class Existing { refuse, replace };
@@ -41,4 +41,4 @@ private:
     std::string path_;
 };
 
-} // namespace cli
+} // namespace vellomir

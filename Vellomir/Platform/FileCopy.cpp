@@ -1,9 +1,6 @@
-#include "cli/FileCopy.h"
-
-#include "cli/Interruption.h"
+#include "Vellomir/Platform/FileCopy.h"
 
 #include "archive/Error.h"
-#include "archive/FileDescriptor.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -11,10 +8,9 @@
 #include <linux/fs.h>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
-#include <unistd.h>
 #include <vector>
 
-namespace cli {
+namespace vellomir {
 namespace {
 
 using archive::FileDescriptor;
@@ -22,54 +18,52 @@ using archive::FileDescriptor;
 constexpr std::size_t kernelChunkSize = std::size_t{8} << 20U;
 constexpr std::size_t bufferSize = std::size_t{1} << 18U;
 
-struct Pair {
-    FileDescriptor source;
-    FileDescriptor copy;
-    const std::string &from;
-    const std::string &to;
-};
-
 /// By the kernel, without a way through this process; false if these two files are not for that and
 /// nothing was copied.
-bool copyInKernel(const Pair &files) {
+bool copyInKernel(const OpenFile &source, const OpenFile &target, const BeforeChunk &beforeChunk) {
     bool hasCopied = false;
+    std::size_t last = 0;
     while (true) {
-        Interruption::throwIfInterrupted();
-        const ssize_t count = ::copy_file_range(files.source.get(), nullptr, files.copy.get(),
-                                                nullptr, kernelChunkSize, 0);
+        beforeChunk(last);
+        last = 0;
+        const ssize_t count = ::copy_file_range(
+            source.descriptor.get(), nullptr, target.descriptor.get(), nullptr, kernelChunkSize, 0);
         if (count == 0)
             return hasCopied; // some file systems answer so without having looked
         if (count > 0) {
             hasCopied = true;
+            last = static_cast<std::size_t>(count);
         } else if (!hasCopied && errno != ENOSPC && errno != EDQUOT && errno != EFBIG) {
             return false;
         } else if (errno != EINTR) {
-            throw archive::writeError(files.to, errno);
+            throw archive::writeError(target.path, errno);
         }
     }
 }
 
-void write(const Pair &files, const char *bytes, std::size_t size) {
+void write(const OpenFile &target, const char *bytes, std::size_t size) {
     while (size > 0) {
-        const ssize_t count = ::write(files.copy.get(), bytes, size);
+        const ssize_t count = ::write(target.descriptor.get(), bytes, size);
         if (count < 0 && errno != EINTR)
-            throw archive::writeError(files.to, errno);
+            throw archive::writeError(target.path, errno);
         bytes += std::max<ssize_t>(count, 0);
         size -= static_cast<std::size_t>(std::max<ssize_t>(count, 0));
     }
 }
 
-void copyInChunks(const Pair &files) {
+void copyInChunks(const OpenFile &source, const OpenFile &target, const BeforeChunk &beforeChunk) {
     std::vector<char> buffer(bufferSize);
+    std::size_t last = 0;
     while (true) {
-        Interruption::throwIfInterrupted();
-        const ssize_t count = ::read(files.source.get(), buffer.data(), buffer.size());
+        beforeChunk(last);
+        last = 0;
+        const ssize_t count = ::read(source.descriptor.get(), buffer.data(), buffer.size());
         if (count == 0)
             return;
-        if (count > 0)
-            write(files, buffer.data(), static_cast<std::size_t>(count));
-        else if (errno != EINTR)
-            throw archive::readError(files.from, errno);
+        if (count < 0 && errno != EINTR)
+            throw archive::readError(source.path, errno);
+        last = static_cast<std::size_t>(std::max<ssize_t>(count, 0));
+        write(target, buffer.data(), last);
     }
 }
 
@@ -86,14 +80,21 @@ FileDescriptor openRegular(const std::string &path) {
 
 } // namespace
 
-void copyFile(const std::string &from, const std::string &to) {
-    FileDescriptor source = openRegular(from);
-    FileDescriptor copy(::open(to.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
-    if (!copy.isOpen())
+void copyContent(const OpenFile &source, const OpenFile &target, const BeforeChunk &beforeChunk) {
+    if (::ioctl(target.descriptor.get(), FICLONE, source.descriptor.get()) == 0)
+        return;
+    const BeforeChunk called = beforeChunk ? beforeChunk : [](std::size_t) {};
+    if (!copyInKernel(source, target, called))
+        copyInChunks(source, target, called);
+}
+
+void copyFile(const std::string &from, const std::string &to, const BeforeChunk &beforeChunk) {
+    const OpenFile source{openRegular(from), from};
+    const OpenFile target{
+        FileDescriptor(::open(to.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600)), to};
+    if (!target.descriptor.isOpen())
         throw archive::writeError(to, errno);
-    const Pair files{std::move(source), std::move(copy), from, to};
-    if (::ioctl(files.copy.get(), FICLONE, files.source.get()) != 0 && !copyInKernel(files))
-        copyInChunks(files);
+    copyContent(source, target, beforeChunk);
 }
 
 /// The owner first: changing it may take permission bits away.
@@ -108,4 +109,4 @@ void copyAttributes(const std::string &from, const std::string &to) {
         throw archive::writeError(to, errno);
 }
 
-} // namespace cli
+} // namespace vellomir

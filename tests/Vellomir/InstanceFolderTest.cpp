@@ -1,0 +1,163 @@
+#include "Vellomir/Platform/InstanceFolder.h"
+#include "Vellomir/Platform/Sandbox.h"
+#include "archive/Error.h"
+#include "tests/support/TemporaryFolder.h"
+
+#include <csignal>
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <optional>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+using archive::Error;
+using testing::HasSubstr;
+using vellomir::InstanceFolder;
+namespace fs = std::filesystem;
+
+namespace {
+
+/// Another process that takes the next folder and holds it until it is killed.
+class Holder {
+public:
+    explicit Holder(const archive::URL &data) {
+        int ends[2] = {};
+        EXPECT_EQ(::pipe(ends), 0);
+        process_ = ::fork();
+        if (process_ == 0)
+            hold(data, ends[1]);
+        ::close(ends[1]);
+        char sign = 0;
+        EXPECT_EQ(::read(ends[0], &sign, 1), 1) << "the other process could not take a folder";
+        ::close(ends[0]);
+    }
+    Holder(const Holder &) = delete;
+    Holder &operator=(const Holder &) = delete;
+    ~Holder() { kill(); }
+
+    void kill() {
+        if (process_ <= 0)
+            return;
+        ::kill(process_, SIGKILL);
+        ::waitpid(process_, nullptr, 0);
+        process_ = 0;
+    }
+
+private:
+    [[noreturn]] static void hold(const archive::URL &data, int toldTo) {
+        try {
+            const InstanceFolder folder(data);
+            if (::write(toldTo, "x", 1) == 1)
+                ::pause();
+        } catch (const std::exception &) {
+        }
+        ::_exit(1);
+    }
+
+    pid_t process_ = 0;
+};
+
+class AnInstance : public testing::Test {
+protected:
+    [[nodiscard]] archive::URL data() const { return folder_.url("share/data"); }
+    [[nodiscard]] std::string path(const std::string &name) const {
+        return (folder_ / ("share/data/" + name)).string();
+    }
+
+    test::TemporaryFolder folder_;
+};
+
+TEST_F(AnInstance, MakesItsFolderForTheOwnerOnly) {
+    const InstanceFolder instance(data());
+    EXPECT_EQ(instance.url().path(), path("1"));
+    EXPECT_TRUE(instance.url().hasDirectoryPath());
+    for (const std::string &name : {path(""), path("1")})
+        EXPECT_EQ(fs::status(name).permissions(), fs::perms::owner_all) << name;
+    const vellomir::Sandbox sandbox(instance.url());
+    EXPECT_EQ(sandbox.root().path(), path("1"));
+}
+
+TEST_F(AnInstance, TakesTheFirstThatIsFree) {
+    std::optional<InstanceFolder> first(data());
+    std::optional<InstanceFolder> second(data());
+    const InstanceFolder third(data());
+    EXPECT_EQ(first->url().path(), path("1"));
+    EXPECT_EQ(second->url().path(), path("2"));
+    EXPECT_EQ(third.url().path(), path("3"));
+    second.reset();
+    const InstanceFolder next(data());
+    EXPECT_EQ(next.url().path(), path("2"));
+    first.reset();
+    EXPECT_EQ(InstanceFolder(data()).url().path(), path("1"));
+}
+
+TEST_F(AnInstance, FindsWhatAnEarlierOneLeft) {
+    {
+        const InstanceFolder instance(data());
+        test::writeFile(instance.url().path() + "/Documents/left", "x");
+    }
+    const InstanceFolder instance(data());
+    EXPECT_EQ(test::readFile(instance.url().path() + "/Documents/left"), "x");
+}
+
+TEST_F(AnInstance, IsFreedWhenItsProcessIsKilled) {
+    Holder one(data());
+    const Holder two(data());
+    {
+        const InstanceFolder third(data());
+        EXPECT_EQ(third.url().path(), path("3"));
+    }
+    one.kill();
+    const InstanceFolder instance(data());
+    EXPECT_EQ(instance.url().path(), path("1"));
+}
+
+TEST_F(AnInstance, IsNotHeldByTheProgramsItStarts) {
+    const InstanceFolder instance(data());
+    int locks = 0;
+    for (const auto &item : fs::directory_iterator("/proc/self/fd")) {
+        std::error_code gone;
+        if (fs::read_symlink(item.path(), gone) != path("1.lock"))
+            continue;
+        ++locks;
+        const int flags = ::fcntl(std::stoi(item.path().filename().string()), F_GETFD);
+        EXPECT_NE(flags & FD_CLOEXEC, 0);
+    }
+    EXPECT_EQ(locks, 1);
+}
+
+TEST_F(AnInstance, PassesByWhatIsNoFolder) {
+    test::writeFile(path("1"), "a file");
+    fs::create_directory(folder_ / "elsewhere");
+    fs::create_directory_symlink(folder_ / "elsewhere", path("2"));
+    const InstanceFolder instance(data());
+    EXPECT_EQ(instance.url().path(), path("3"));
+    EXPECT_EQ(test::readFile(path("1")), "a file");
+    EXPECT_TRUE(fs::is_empty(folder_ / "elsewhere"));
+}
+
+TEST_F(AnInstance, SaysWhichFolderCannotBeMade) {
+    test::writeFile(folder_ / "share", "a file");
+    for (const char *name : {"share", "share/data", "share/data/deep"}) {
+        try {
+            const InstanceFolder instance(folder_.url(name));
+            ADD_FAILURE() << name;
+        } catch (const Error &error) {
+            EXPECT_THAT(error.what(), HasSubstr((folder_ / name).string()));
+            EXPECT_THAT(error.name(), HasSubstr("FileError."));
+        }
+    }
+}
+
+TEST_F(AnInstance, SaysWhichLockCannotBeMade) {
+    fs::create_directories(path("1.lock"));
+    try {
+        const InstanceFolder instance(data());
+        ADD_FAILURE();
+    } catch (const Error &error) {
+        EXPECT_EQ(error.path(), path("1.lock"));
+    }
+}
+
+} // namespace

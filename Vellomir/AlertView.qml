@@ -16,6 +16,7 @@ T.Popup {
     focus: true
     anchors.centerIn: parent
     width: parent ? Math.min(parent.width - 2 * Style.padding, 340) : 0
+    height: implicitContentHeight + 2 * padding
     padding: Style.padding
     closePolicy: T.Popup.CloseOnEscape
     onMessageChanged: message !== "" ? open() : close()

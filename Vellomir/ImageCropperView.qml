@@ -9,12 +9,11 @@ Sheet {
     required property AppLaunchState launchState
 
     title: "Crop the picture"
+    color: Qt.tint(Style.background, Style.faded(Style.black, 0.7))
     isShown: launchState.showImageCropper
     onDismissed: launchState.showImageCropper = false
 
-    contentItem: Rectangle {
-        color: Style.faded(Style.black, 0.7)
-
+    contentItem: Item {
         ColumnLayout {
             anchors.fill: parent
             spacing: Style.spacing

@@ -58,7 +58,8 @@ void Sharing::save(const QUrl &destination) {
     saver_ = std::thread([this, from = path(), to, progress = progress_] {
         QString failure;
         try {
-            vellomir::saveCopy(from.toStdString(), to.toStdString(), progress.get());
+            vellomir::saveCopy(archive::URL::file(from.toStdString()),
+                               archive::URL::file(to.toStdString()), progress.get());
         } catch (const std::exception &error) {
             failure = QString::fromStdString(error.what());
         }

@@ -18,6 +18,8 @@ public:
 
     [[nodiscard]] AppLaunchView &view() { return app_.view(); }
     [[nodiscard]] AppLaunchState &state() { return app_.state(); }
+    /// A folder that goes with the stage.
+    [[nodiscard]] const QTemporaryDir &folder() const { return folder_; }
     [[nodiscard]] QQuickWindow &window() { return app_.window(); }
     /// The first item of the window with that name; null if there is none.
     [[nodiscard]] QQuickItem *item(const QString &objectName);

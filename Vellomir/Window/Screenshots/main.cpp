@@ -133,8 +133,10 @@ void crop(Stage &stage, int width, int height) {
 
 void share(Stage &stage) {
     finish(stage);
-    const QString file = QDir::temp().filePath(QStringLiteral("Sample2.ipa"));
-    stage.view().modifiedFileURL.set(archive::URL::file(file.toStdString()));
+    QFile file(stage.folder().filePath(QStringLiteral("Sample2.ipa")));
+    if (file.open(QIODevice::WriteOnly))
+        file.resize(12'345'678);
+    stage.view().modifiedFileURL.set(archive::URL::file(file.fileName().toStdString()));
     stage.view().showShareSheet.set(true);
     Stage::wait(50);
     stage.state().sharing()->copyFile();

@@ -23,7 +23,7 @@ T.Popup {
     focus: true
     closePolicy: T.Popup.CloseOnEscape | T.Popup.CloseOnPressOutside
     width: parent ? Math.min(parent.width, Style.widestColumn) : 0
-    height: parent ? Math.min(naturalHeight, parent.height - 24) : 0
+    height: parent ? Math.min(naturalHeight, parent.height - 12) : 0
     x: parent ? (parent.width - width) / 2 : 0
     y: restingY + swipe
     padding: 0

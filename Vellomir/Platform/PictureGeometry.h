@@ -10,4 +10,10 @@ namespace vellomir {
 /// A part of the bitmap, which shares its pixels. It must lie within.
 [[nodiscard]] Bitmap cropped(const Bitmap &bitmap, int x, int y, int width, int height);
 
+/// The bitmap in small, for a preview: not larger than `maximumSide` in either direction, in the
+/// same proportions, 8 bits a channel; at least one pixel. Every pixel is the average of the area
+/// that it covers, where transparent pixels count as much as they show. Never enlarges: what is
+/// small enough keeps its size, and its pixels if they have 8 bits. Linear time.
+[[nodiscard]] Bitmap scaledToFit(const Bitmap &bitmap, int maximumSide);
+
 } // namespace vellomir

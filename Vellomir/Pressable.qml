@@ -10,14 +10,20 @@ T.Button {
     implicitWidth: implicitContentWidth + leftPadding + rightPadding
     implicitHeight: implicitContentHeight + topPadding + bottomPadding
 
+    // Qt 6.4's buttons cannot be clicked from outside.
+    function press(): void {
+        if (enabled)
+            clicked();
+    }
+
     Accessible.role: Accessible.Button
     Accessible.name: text
-    Accessible.onPressAction: control.click()
+    Accessible.onPressAction: control.press()
 
     Keys.onPressed: event => {
         if ((event.key === Qt.Key_Return || event.key === Qt.Key_Enter) && !event.isAutoRepeat) {
             event.accepted = true;
-            control.click();
+            control.press();
         }
     }
 }

@@ -34,8 +34,6 @@ protected:
     [[nodiscard]] QString file(const char *name) const {
         return QString::fromStdString((folder_ / name).string());
     }
-    /// Everything written to the console until now.
-    [[nodiscard]] const std::vector<std::string> &console() const { return console_; }
 
     // --- Waiting --------------------------------------------------------------------------------
 
@@ -74,7 +72,6 @@ protected:
     TemporaryFolder folder_;
     FakePickers pickers_;
     FakeDesktop desktop_;
-    std::vector<std::string> console_;
     std::unique_ptr<vellomir::OrsantaVellomirApp> app_;
 };
 

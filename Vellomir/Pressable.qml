@@ -18,6 +18,8 @@ T.Button {
 
     Accessible.role: Accessible.Button
     Accessible.name: text
+    // What is disabled is not told in any other way.
+    Accessible.description: enabled ? "" : "Not available now"
     Accessible.onPressAction: control.press()
 
     Keys.onPressed: event => {

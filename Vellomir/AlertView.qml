@@ -20,6 +20,7 @@ T.Popup {
     padding: Style.padding
     closePolicy: T.Popup.CloseOnEscape
     onMessageChanged: message !== "" ? open() : close()
+    onAboutToShow: contentItem.parent.Accessible.name = message
     onClosed: launchState.alert = ""
 
     T.Overlay.modal: Rectangle {
@@ -29,8 +30,6 @@ T.Popup {
     background: Rectangle {
         color: Style.field
         radius: Style.radius
-        Accessible.role: Accessible.AlertMessage
-        Accessible.name: alert.message
     }
 
     contentItem: ColumnLayout {

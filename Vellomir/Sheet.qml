@@ -30,6 +30,8 @@ T.Popup {
     topPadding: edge
 
     onIsShownChanged: isShown ? open() : close()
+    // What holds the content is a dialog to assistive programs, but has no name of its own.
+    onAboutToShow: contentItem.parent.Accessible.name = title
     onAboutToHide: dismissed()
     Component.onCompleted: {
         if (isShown)
@@ -67,8 +69,6 @@ T.Popup {
     background: Rectangle {
         color: sheet.color
         radius: 2 * Style.radius
-        Accessible.role: Accessible.Dialog
-        Accessible.name: sheet.title
 
         // The lower corners are where the window ends.
         Rectangle {

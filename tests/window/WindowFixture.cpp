@@ -36,12 +36,17 @@ std::string plainText(const QQuickItem &text) {
     return QTextDocumentFragment::fromHtml(content).toPlainText().toStdString();
 }
 
-WindowTest::WindowTest(const QSize &size)
-    : app_(std::make_unique<vellomir::OrsantaVellomirApp>(
-          vellomir::OrsantaVellomirApp::Surroundings{.dataFolder = folder_.url("data"),
-                                                     .pickers = pickers_,
-                                                     .desktop = desktop_,
-                                                     .console = [](std::string_view) {}})) {
+WindowTest::WindowTest(const QSize &size) {
+    open(size);
+}
+
+void WindowTest::open(const QSize &size) {
+    app_.reset();
+    app_ = std::make_unique<vellomir::OrsantaVellomirApp>(
+        vellomir::OrsantaVellomirApp::Surroundings{.dataFolder = folder_.url("data"),
+                                                   .pickers = pickers_,
+                                                   .desktop = desktop_,
+                                                   .console = [](std::string_view) {}});
     app_->motion().setReduced(true);
     window().resize(size);
     window().show();

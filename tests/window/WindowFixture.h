@@ -28,6 +28,9 @@ class WindowTest : public testing::Test {
 protected:
     explicit WindowTest(const QSize &size = {390, 844});
 
+    /// Makes the window; in place of the one there is, if there is one.
+    void open(const QSize &size = {390, 844});
+
     [[nodiscard]] QQuickWindow &window() { return app_->window(); }
     [[nodiscard]] vellomir::AppLaunchView &view() { return app_->view(); }
     [[nodiscard]] vellomir::AppLaunchState &state() { return app_->state(); }

@@ -1,6 +1,5 @@
 import QtQuick
 import QtQuick.Templates as T
-import Vellomir
 
 // What every control that is pressed has in common: the keys and what assistive programs are told.
 T.Button {
@@ -10,22 +9,19 @@ T.Button {
     implicitWidth: implicitContentWidth + leftPadding + rightPadding
     implicitHeight: implicitContentHeight + topPadding + bottomPadding
 
-    // Qt 6.4's buttons cannot be clicked from outside.
-    function press(): void {
-        if (enabled)
-            clicked();
-    }
-
     Accessible.role: Accessible.Button
     Accessible.name: text
     // What is disabled is not told in any other way.
     Accessible.description: enabled ? "" : "Not available now"
-    Accessible.onPressAction: control.press()
+    Accessible.onPressAction: {
+        if (enabled)
+            clicked();
+    }
 
     Keys.onPressed: event => {
         if ((event.key === Qt.Key_Return || event.key === Qt.Key_Enter) && !event.isAutoRepeat) {
             event.accepted = true;
-            control.press();
+            control.clicked();
         }
     }
 }

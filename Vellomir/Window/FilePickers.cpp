@@ -44,7 +44,8 @@ FilePickers::~FilePickers() = default;
 void FilePickers::pickDocument(Documents answer) {
     auto dialog = makeDialog(QStringLiteral("Select IPA File"), documentFolder_);
     dialog->setFileMode(QFileDialog::ExistingFile);
-    dialog->setNameFilters({QStringLiteral("All files (*)"), QStringLiteral("iOS packages (*.ipa)")});
+    dialog->setNameFilters(
+        {QStringLiteral("All files (*)"), QStringLiteral("iOS packages (*.ipa)")});
     open(std::move(dialog), documentFolder_,
          [answer = std::move(answer)](const QList<QUrl> &picked) {
              if (!picked.isEmpty())
@@ -68,7 +69,8 @@ void FilePickers::pickDestination(const QString &name, Place answer) {
     auto dialog = makeDialog(QStringLiteral("Save a copy"), destinationFolder_);
     dialog->setAcceptMode(QFileDialog::AcceptSave);
     dialog->setFileMode(QFileDialog::AnyFile);
-    dialog->setNameFilters({QStringLiteral("iOS packages (*.ipa)"), QStringLiteral("All files (*)")});
+    dialog->setNameFilters(
+        {QStringLiteral("iOS packages (*.ipa)"), QStringLiteral("All files (*)")});
     dialog->setDefaultSuffix(QStringLiteral("ipa"));
     dialog->selectFile(name);
     open(std::move(dialog), destinationFolder_,

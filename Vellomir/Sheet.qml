@@ -4,10 +4,9 @@ import Vellomir
 
 // A page that slides over the main screen from below. Escape, a press beside it and a swipe down
 // at its upper edge close it.
-T.Popup {
+ModalPopup {
     id: sheet
 
-    required property string title
     // Opens and closes it. Who sets it hears of every closing by `dismissed`.
     required property bool isShown
     property color color: Style.background
@@ -18,9 +17,6 @@ T.Popup {
     readonly property real restingY: parent ? parent.height - height : 0
     property real swipe: 0
 
-    parent: T.Overlay.overlay
-    modal: true
-    focus: true
     closePolicy: T.Popup.CloseOnEscape | T.Popup.CloseOnPressOutside
     width: parent ? Math.min(parent.width, Style.widestColumn) : 0
     height: parent ? Math.min(naturalHeight, parent.height - 12) : 0
@@ -30,8 +26,6 @@ T.Popup {
     topPadding: edge
 
     onIsShownChanged: isShown ? open() : close()
-    // What holds the content is a dialog to assistive programs, but has no name of its own.
-    onAboutToShow: contentItem.parent.Accessible.name = title
     onAboutToHide: dismissed()
     Component.onCompleted: {
         if (isShown)
@@ -53,16 +47,6 @@ T.Popup {
             to: sheet.restingY + sheet.height
             duration: Style.animation
             easing.type: Easing.InCubic
-        }
-    }
-
-    T.Overlay.modal: Rectangle {
-        color: Style.faded(Style.black, 0.6)
-
-        Behavior on opacity {
-            NumberAnimation {
-                duration: Style.animation
-            }
         }
     }
 

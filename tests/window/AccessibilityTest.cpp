@@ -169,6 +169,9 @@ TEST_P(AnAssistiveProgram, HearsOfAnAlert) {
     EXPECT_THAT(dialog("letter.txt is no picture."),
                 IsSupersetOf({Told{QAccessible::Dialog, "letter.txt is no picture."},
                               Told{QAccessible::Button, "OK"}}));
+    state().setAlert(QStringLiteral("And that is none either."));
+    settle();
+    EXPECT_THAT(everything(), Contains(Told{QAccessible::Dialog, "And that is none either."}));
 }
 
 TEST_P(AnAssistiveProgram, HearsANameOfEverythingThatCanBePressed) {

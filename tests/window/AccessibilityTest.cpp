@@ -209,11 +209,12 @@ TEST_P(AnAssistiveProgram, HearsWhatChanges) {
 TEST_P(AnAssistiveProgram, HearsWhatCannotBePressedNow) {
     QAccessibleInterface &button = find(QAccessible::Button, "Select IPA File");
     EXPECT_EQ(button.text(QAccessible::Description), "");
+    const QSignalSpy clicks = clicksOf("selectButton");
     view().isLoading.set(true);
     settle();
     EXPECT_EQ(button.text(QAccessible::Description), "Not available now");
     pressIt(QAccessible::Button, "Select IPA File");
-    EXPECT_EQ(pickers_.documentDialogs, 0);
+    EXPECT_EQ(clicks.count(), 0);
     view().isLoading.set(false);
     settle();
     EXPECT_EQ(button.text(QAccessible::Description), "");
@@ -237,7 +238,7 @@ TEST_P(AnAssistiveProgram, ReadsAndWritesTheNumber) {
 
 TEST_P(AnAssistiveProgram, PressesTheMainScreensButtons) {
     pressIt(QAccessible::Button, "Select IPA File");
-    EXPECT_EQ(pickers_.documentDialogs, 1);
+    waitForDocumentDialog();
     pressIt(QAccessible::Button, "Change icon");
     EXPECT_EQ(pickers_.pictureDialogs, 1);
     pressIt(QAccessible::Button, "About Vellomir");

@@ -60,7 +60,7 @@ protected:
 
     /// One ring, a white line around what has the focus.
     void expectRing() {
-        const Drawing drawing = draw();
+        const test::Drawing drawing = draw();
         const auto shown = rings();
         ASSERT_EQ(shown.size(), 1) << focus();
         EXPECT_TRUE(window().activeFocusItem()->isAncestorOf(shown.front())) << focus();
@@ -73,8 +73,6 @@ protected:
         EXPECT_EQ(drawing.at({place.center().x(), place.bottom() - 1}), white) << focus();
         EXPECT_EQ(drawing.at({place.right() - 1, place.center().y()}), white) << focus();
     }
-
-    using Drawing = test::Drawing;
 };
 
 // --- Going around -------------------------------------------------------------------------------
@@ -200,7 +198,7 @@ TEST_F(TheKeyboard, PressesBySpaceAndByReturn) {
     int dialogs = 0;
     for (const Qt::Key each : {Qt::Key_Space, Qt::Key_Return, Qt::Key_Enter}) {
         key(each);
-        EXPECT_EQ(pickers_.documentDialogs, ++dialogs) << each;
+        waitForDocumentDialog(++dialogs);
     }
 }
 
@@ -210,8 +208,7 @@ TEST_F(TheKeyboard, PressesOnceWhileAKeyIsHeld) {
         QKeyEvent press(QEvent::KeyPress, Qt::Key_Return, Qt::NoModifier, {}, isRepeated);
         QCoreApplication::sendEvent(&window(), &press);
     }
-    settle();
-    EXPECT_EQ(pickers_.documentDialogs, 1);
+    waitForDocumentDialog();
 }
 
 TEST_F(TheKeyboard, OpensLinksBySpaceAndByReturn) {
@@ -258,6 +255,7 @@ TEST_F(TheKeyboard, LeadsTheWholeRoad) {
     ASSERT_TRUE(icon.save(file("icon.png")));
     goTo("selectButton");
     key(Qt::Key_Space);
+    waitForDocumentDialog();
     pickers_.answerDocument(file("Notes.ipa"));
     ASSERT_TRUE(becomes([this] { return showsText("File selected: Notes.ipa"); }));
     goTo("duplicationNumber");

@@ -38,6 +38,7 @@ TEST_F(APressedButton, ShrinksAndSpringsBack) {
     app_->motion().setReduced(false);
     for (const char *const name : buttons) {
         QQuickItem &button = item(name);
+        const QSignalSpy clicks = clicksOf(name);
         const QRectF whole = placeOf(button);
         watch(button);
         press(button);
@@ -52,8 +53,8 @@ TEST_F(APressedButton, ShrinksAndSpringsBack) {
         ASSERT_TRUE(comesToRestAt(button, 1)) << name;
         EXPECT_THAT(scales_, Contains(AllOf(Gt(0.95), Lt(1)))) << "it jumps";
         QTest::mouseRelease(&window(), Qt::LeftButton, {}, QPoint(1, 1));
+        EXPECT_EQ(clicks.count(), 0) << name;
     }
-    EXPECT_EQ(pickers_.documentDialogs + pickers_.pictureDialogs, 0);
 }
 
 TEST_F(APressedButton, IsDrawnSmallerAndNotFainter) {

@@ -75,6 +75,12 @@ void WindowTest::resize(const QSize &size) {
     settle();
 }
 
+void WindowTest::waitForDocumentDialog(int number) {
+    ASSERT_TRUE(becomes([this, number] { return pickers_.documentDialogs >= number; }));
+    EXPECT_EQ(pickers_.documentDialogs, number);
+    settle();
+}
+
 std::vector<QQuickItem *> WindowTest::items() {
     std::vector<QQuickItem *> items;
     gather(window().contentItem(), items);

@@ -7,6 +7,7 @@
 #include "tests/window/Fakes.h"
 
 #include <QQuickItem>
+#include <QSignalSpy>
 #include <QTest>
 
 #include <gmock/gmock.h>
@@ -45,6 +46,9 @@ protected:
     /// Lets everything come of what has happened that needs no other thread.
     void settle();
     void resize(const QSize &size);
+    /// Until the document picker has been shown so many times; it comes when the old files have
+    /// gone.
+    void waitForDocumentDialog(int number = 1);
 
     // --- What there is to see -------------------------------------------------------------------
 
@@ -71,6 +75,11 @@ protected:
     void release(QQuickItem &item);
     void key(Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier);
     void type(const char *characters);
+
+    /// Counts the clicks of a button from now on, whichever way they come.
+    [[nodiscard]] QSignalSpy clicksOf(const char *objectName) {
+        return {&item(objectName), SIGNAL(clicked())};
+    }
 
     TemporaryFolder folder_;
     FakePickers pickers_;

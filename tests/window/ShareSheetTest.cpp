@@ -1,0 +1,161 @@
+// The share sheet and its four ways.
+
+#include "tests/window/WindowFixture.h"
+
+#include <filesystem>
+
+using test::distance;
+using test::textProperty;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::StartsWith;
+namespace fs = std::filesystem;
+
+namespace {
+
+const QColor ground("#13131B");
+const QColor orange("#FFA828");
+const QColor red("#FF453A");
+
+class TheShareSheet : public test::WindowTest {
+protected:
+    TheShareSheet() {
+        test::writeFile(result_, std::string(2500, 'x'));
+        view().selectedFileURL.set(folder_.url("Notes.ipa"));
+        view().modifiedFileURL.set(folder_.url("Notes2.ipa"));
+        view().showShareSheet.set(true);
+        settle();
+    }
+
+    std::string message() { return textProperty(item("sharingMessage"), "text"); }
+    QColor messageColour() { return item("sharingMessage").property("color").value<QColor>(); }
+
+    void expectMessage(const std::string &content, const QColor &colour) {
+        EXPECT_EQ(message(), content);
+        EXPECT_EQ(messageColour(), colour);
+        EXPECT_LT(distance(draw().ink(placeOf(item("sharingMessage")), ground), colour), 90);
+    }
+
+    const fs::path result_ = folder_ / "Notes2.ipa";
+};
+
+TEST_F(TheShareSheet, ShowsTheFileAndTheWays) {
+    EXPECT_TRUE(showsText("Notes2.ipa"));
+    EXPECT_TRUE(showsText("2.5 kB"));
+    double last = 0;
+    for (const char *const row : {"saveRow", "showRow", "copyRow", "dragRow", "doneButton"}) {
+        EXPECT_GT(placeOf(item(row)).top(), last) << row;
+        last = placeOf(item(row)).bottom();
+    }
+    EXPECT_EQ(message(), "");
+}
+
+TEST_F(TheShareSheet, SavesACopy) {
+    click("saveRow");
+    EXPECT_EQ(pickers_.offeredName, "Notes2.ipa");
+    EXPECT_EQ(message(), "");
+    pickers_.answerDestination(QUrl::fromLocalFile(file("copy.ipa")));
+    const std::string said = "Saved as " + (folder_ / "copy.ipa").string();
+    ASSERT_TRUE(becomes([&] { return message() == said; }));
+    expectMessage(said, orange);
+    EXPECT_EQ(test::readFile(folder_ / "copy.ipa"), test::readFile(result_));
+    EXPECT_TRUE(isShown("saveRow")) << "saving closes nothing";
+}
+
+TEST_F(TheShareSheet, SavesNothingIfNoPlaceIsChosen) {
+    click("saveRow");
+    pickers_.cancelDestination();
+    settle();
+    EXPECT_EQ(message(), "");
+    EXPECT_TRUE(item("saveRow").isEnabled());
+}
+
+TEST_F(TheShareSheet, TellsThatACopyCouldNotBeSaved) {
+    click("saveRow");
+    pickers_.answerDestination(QUrl::fromLocalFile(file("missing/copy.ipa")));
+    ASSERT_TRUE(becomes([this] { return message().starts_with("Could"); }));
+    EXPECT_THAT(message(), StartsWith("Could not save " + (folder_ / "missing/copy.ipa").string()));
+    expectMessage(message(), red);
+    EXPECT_TRUE(item("saveRow").isEnabled()) << "one may try again";
+    EXPECT_FALSE(fs::exists(folder_ / "missing"));
+}
+
+TEST_F(TheShareSheet, TellsThatAPlaceElsewhereIsOutOfReach) {
+    click("saveRow");
+    pickers_.answerDestination(QUrl(QStringLiteral("https://example.com/copy.ipa")));
+    settle();
+    EXPECT_THAT(message(), HasSubstr("https://example.com/copy.ipa"));
+    expectMessage(message(), red);
+}
+
+TEST_F(TheShareSheet, SavesOneCopyAtATime) {
+    std::vector<bool> enabled;
+    QQuickItem &row = item("saveRow");
+    QObject::connect(&row, &QQuickItem::enabledChanged, &window(),
+                     [&] { enabled.push_back(row.isEnabled()); });
+    click(row);
+    pickers_.answerDestination(QUrl::fromLocalFile(file("copy.ipa")));
+    ASSERT_TRUE(becomes([this] { return message().starts_with("Saved as"); }));
+    EXPECT_THAT(enabled, ElementsAre(false, true));
+    click(row);
+    EXPECT_EQ(pickers_.destinationDialogs, 2);
+}
+
+TEST_F(TheShareSheet, ShowsTheFileInItsFolder) {
+    click("showRow");
+    EXPECT_THAT(desktop_.shown, ElementsAre(QString::fromStdString(result_.string())));
+    expectMessage("Asked the file manager to show it", orange);
+    desktop_.hasFileManager = false;
+    click("showRow");
+    EXPECT_THAT(message(), HasSubstr("The file is " + result_.string()));
+    expectMessage(message(), red);
+}
+
+TEST_F(TheShareSheet, CopiesTheFile) {
+    click("copyRow");
+    EXPECT_THAT(desktop_.copied, ElementsAre(QString::fromStdString(result_.string())));
+    expectMessage("Copied. Paste it before you close Vellomir", orange);
+}
+
+TEST_F(TheShareSheet, TellsWhatCameOfDragging) {
+    QMetaObject::invokeMethod(&item("dragRow"), "dropped", Q_ARG(bool, true));
+    settle();
+    expectMessage("Handed over", orange);
+    QMetaObject::invokeMethod(&item("dragRow"), "dropped", Q_ARG(bool, false));
+    settle();
+    expectMessage("Nothing took the file where you let it go", red);
+}
+
+TEST_F(TheShareSheet, ForgetsWhatHappenedWhenItOpensAgain) {
+    click("copyRow");
+    click("doneButton");
+    view().showShareSheet.set(true);
+    settle();
+    EXPECT_EQ(message(), "");
+}
+
+TEST_F(TheShareSheet, KeepsBothFilesHoweverItIsLeft) {
+    const auto leave = {std::function<void()>([this] { click("doneButton"); }),
+                        std::function<void()>([this] { key(Qt::Key_Escape); }),
+                        std::function<void()>([this] { click(QPointF(195, 4)); })};
+    for (const auto &way : leave) {
+        ASSERT_TRUE(isShown("doneButton"));
+        way();
+        EXPECT_FALSE(view().showShareSheet.get());
+        EXPECT_FALSE(isShown("doneButton"));
+        EXPECT_EQ(view().selectedFileURL.get(), folder_.url("Notes.ipa"));
+        EXPECT_EQ(view().modifiedFileURL.get(), folder_.url("Notes2.ipa"));
+        view().showShareSheet.set(true);
+        settle();
+    }
+}
+
+TEST_F(TheShareSheet, WithoutAResultIsLeftAllTheSame) {
+    view().modifiedFileURL.set(std::nullopt);
+    settle();
+    key(Qt::Key_Escape);
+    EXPECT_FALSE(view().showShareSheet.get());
+    EXPECT_FALSE(isShown("doneButton"));
+}
+
+} // namespace

@@ -4,40 +4,30 @@ import QtQuick.Templates as T
 import Vellomir
 
 // Tells what no other place tells, until it is read.
-T.Popup {
+ModalPopup {
     id: alert
 
     required property AppLaunchState launchState
 
-    readonly property string message: launchState.alert
-
-    parent: T.Overlay.overlay
-    modal: true
-    focus: true
+    title: launchState.alert
     anchors.centerIn: parent
     width: parent ? Math.min(parent.width - 2 * Style.padding, 340) : 0
     height: implicitContentHeight + 2 * padding
     padding: Style.padding
     closePolicy: T.Popup.CloseOnEscape
-    onMessageChanged: message !== "" ? open() : close()
+    onTitleChanged: title !== "" ? open() : close()
     onClosed: launchState.alert = ""
-
-    T.Overlay.modal: Rectangle {
-        color: Style.faded(Style.black, 0.6)
-    }
 
     background: Rectangle {
         color: Style.field
         radius: Style.radius
-        Accessible.role: Accessible.AlertMessage
-        Accessible.name: alert.message
     }
 
     contentItem: ColumnLayout {
         spacing: Style.padding
 
         SheetText {
-            text: alert.message
+            text: alert.title
             color: Style.white
             font: Style.body
         }

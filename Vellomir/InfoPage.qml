@@ -105,4 +105,8 @@ Flickable {
     ScrollMark {
         panel: page
     }
+
+    FocusFollower {
+        page: page
+    }
 }

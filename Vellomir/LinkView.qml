@@ -11,6 +11,19 @@ Item {
     signal opened(url: string)
 
     implicitHeight: row.implicitHeight
+    activeFocusOnTab: true
+
+    // The row is a button and can't be told as anything else, so the link stands before it.
+    Accessible.role: Accessible.Link
+    Accessible.name: title
+    Accessible.onPressAction: opened(url)
+
+    Keys.onPressed: event => {
+        if ([Qt.Key_Return, Qt.Key_Enter, Qt.Key_Space].includes(event.key) && !event.isAutoRepeat) {
+            event.accepted = true;
+            opened(url);
+        }
+    }
 
     SheetRow {
         id: row
@@ -18,7 +31,9 @@ Item {
         anchors.fill: parent
         symbol: link.icon
         text: link.title
-        Accessible.role: Accessible.Link
+        focusPolicy: Qt.NoFocus
+        hasFocusRing: link.activeFocus
+        Accessible.ignored: true
         onClicked: link.opened(link.url)
     }
 }

@@ -18,7 +18,7 @@ Window {
     // Ends text editing, wherever it is.
     function hideKeyboard(): void {
         if (activeFocusItem instanceof CenteredTextField)
-            contentItem.forceActiveFocus();
+            activeFocusItem.focus = false;
     }
 
     AppLaunchView {

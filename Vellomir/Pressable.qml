@@ -11,7 +11,12 @@ T.Button {
 
     Accessible.role: Accessible.Button
     Accessible.name: text
-    Accessible.onPressAction: control.clicked()
+    // What is disabled is not told in any other way.
+    Accessible.description: enabled ? "" : "Not available now"
+    Accessible.onPressAction: {
+        if (enabled)
+            clicked();
+    }
 
     Keys.onPressed: event => {
         if ((event.key === Qt.Key_Return || event.key === Qt.Key_Enter) && !event.isAutoRepeat) {

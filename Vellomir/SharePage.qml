@@ -111,4 +111,8 @@ Flickable {
     ScrollMark {
         panel: page
     }
+
+    FocusFollower {
+        page: page
+    }
 }

@@ -4,10 +4,9 @@ import Vellomir
 
 // A page that slides over the main screen from below. Escape, a press beside it and a swipe down
 // at its upper edge close it.
-T.Popup {
+ModalPopup {
     id: sheet
 
-    required property string title
     // Opens and closes it. Who sets it hears of every closing by `dismissed`.
     required property bool isShown
     property color color: Style.background
@@ -18,9 +17,6 @@ T.Popup {
     readonly property real restingY: parent ? parent.height - height : 0
     property real swipe: 0
 
-    parent: T.Overlay.overlay
-    modal: true
-    focus: true
     closePolicy: T.Popup.CloseOnEscape | T.Popup.CloseOnPressOutside
     width: parent ? Math.min(parent.width, Style.widestColumn) : 0
     height: parent ? Math.min(naturalHeight, parent.height - 12) : 0
@@ -54,21 +50,9 @@ T.Popup {
         }
     }
 
-    T.Overlay.modal: Rectangle {
-        color: Style.faded(Style.black, 0.6)
-
-        Behavior on opacity {
-            NumberAnimation {
-                duration: Style.animation
-            }
-        }
-    }
-
     background: Rectangle {
         color: sheet.color
         radius: 2 * Style.radius
-        Accessible.role: Accessible.Dialog
-        Accessible.name: sheet.title
 
         // The lower corners are where the window ends.
         Rectangle {

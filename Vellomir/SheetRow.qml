@@ -6,6 +6,7 @@ Pressable {
     id: control
 
     required property string symbol
+    property bool hasFocusRing: visualFocus
 
     padding: Style.padding
     font: Style.body
@@ -21,7 +22,7 @@ Pressable {
         radius: Style.radius
 
         FocusRing {
-            isShown: control.visualFocus
+            isShown: control.hasFocusRing
         }
     }
 }

@@ -13,6 +13,7 @@ set(qml_files
     CustomButtonStyle.qml
     DragOutRow.qml
     FileDropArea.qml
+    FocusFollower.qml
     FocusRing.qml
     ImageCropperView.qml
     InfoButton.qml
@@ -21,6 +22,7 @@ set(qml_files
     LinkView.qml
     Links.qml
     MainWindow.qml
+    ModalPopup.qml
     ModifyAppInfoView.qml
     PlainButton.qml
     Pressable.qml

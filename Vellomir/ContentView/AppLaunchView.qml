@@ -142,6 +142,10 @@ Rectangle {
         panel: page
     }
 
+    FocusFollower {
+        page: page
+    }
+
     FileDropArea {
         anchors.fill: parent
         enabled: !screen.sheetIsOpen && !screen.launchState.isLoading

@@ -20,10 +20,16 @@ Flickable {
 
     function scroll(distance: real): void {
         contentY = Math.max(0, Math.min(contentY + distance, contentHeight - height));
+        lookWhetherAtEnd();
+    }
+    function lookWhetherAtEnd(): void {
+        isAtEnd = contentY >= contentHeight - height - 1;
     }
     function keepEnd(): void {
-        if (isAtEnd)
+        if (isAtEnd || contentHeight <= height) {
+            isAtEnd = true;
             contentY = Math.max(0, contentHeight - height);
+        }
     }
 
     Accessible.role: Accessible.List
@@ -31,7 +37,7 @@ Flickable {
     Keys.onUpPressed: scroll(-40)
     Keys.onDownPressed: scroll(40)
 
-    onMovementEnded: isAtEnd = contentY >= contentHeight - height - 1
+    onMovementEnded: lookWhetherAtEnd()
     onContentHeightChanged: keepEnd()
     onHeightChanged: keepEnd()
 

@@ -1,24 +1,45 @@
 #include "Vellomir/Window/NumberPad.h"
 
+#include <QInputMethodEvent>
 #include <QKeyEvent>
+
+#include <algorithm>
 
 namespace vellomir {
 namespace {
 
-bool isDigit(QChar character) {
-    return character >= u'0' && character <= u'9';
+bool isOnNumberPad(char32_t character) {
+    return (character >= U'0' && character <= U'9') || !QChar::isPrint(character);
+}
+
+bool hasAnotherCharacter(const QString &text) {
+    const auto characters = text.toUcs4();
+    return !std::all_of(characters.begin(), characters.end(), isOnNumberPad);
 }
 
 /// Whether the key would put a character into the field that a number pad doesn't have.
 bool typesAnotherCharacter(const QKeyEvent &event) {
     constexpr auto commands = Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier;
-    const QString text = event.text();
-    if (text.isEmpty() || !text.front().isPrint())
-        return false;
     // Two of them together are how some keyboards reach further characters.
     const auto held = event.modifiers() & commands;
     const bool isCommand = held != 0 && held != (Qt::ControlModifier | Qt::AltModifier);
-    return !isCommand && !isDigit(text.front());
+    return !isCommand && hasAnotherCharacter(event.text());
+}
+
+/// The same for what comes by way of an input method, finished or not.
+bool typesAnotherCharacter(const QInputMethodEvent &event) {
+    return hasAnotherCharacter(event.commitString()) || hasAnotherCharacter(event.preeditString());
+}
+
+bool isUnwanted(QEvent &event) {
+    switch (event.type()) {
+    case QEvent::KeyPress:
+        return typesAnotherCharacter(static_cast<QKeyEvent &>(event));
+    case QEvent::InputMethod:
+        return typesAnotherCharacter(static_cast<QInputMethodEvent &>(event));
+    default:
+        return false;
+    }
 }
 
 } // namespace
@@ -35,10 +56,7 @@ void NumberPad::setField(QObject *field) {
 }
 
 bool NumberPad::eventFilter(QObject *watched, QEvent *event) {
-    if (event->type() == QEvent::KeyPress &&
-        typesAnotherCharacter(static_cast<QKeyEvent &>(*event)))
-        return true;
-    return QObject::eventFilter(watched, event);
+    return isUnwanted(*event) || QObject::eventFilter(watched, event);
 }
 
 } // namespace vellomir

@@ -15,7 +15,8 @@ QImage image(const Bitmap &bitmap) {
     const auto *const pixels = reinterpret_cast<const uchar *>(bitmap.pixels.get());
     const QImage shared(pixels, bitmap.width, bitmap.height,
                         static_cast<qsizetype>(bitmap.bytesPerRow), format);
-    return shared.copy();
+    // What is in the place of an alpha that there is not must not be drawn.
+    return bitmap.hasAlpha ? shared.copy() : shared.convertToFormat(QImage::Format_RGB888);
 }
 
 int longerSide(const QSize &size) {

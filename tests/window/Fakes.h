@@ -1,0 +1,69 @@
+#pragma once
+
+#include "Vellomir/Window/Desktop.h"
+#include "Vellomir/Window/Pickers.h"
+
+#include <QStringList>
+
+#include <utility>
+
+namespace test {
+
+/// Dialogs that take down what they are asked for; the test answers. An answer can be given once.
+class FakePickers : public vellomir::Pickers {
+public:
+    void pickDocument(Documents answer) override {
+        ++documentDialogs;
+        document_ = std::move(answer);
+    }
+    void pickPicture(Place answer) override {
+        ++pictureDialogs;
+        picture_ = std::move(answer);
+    }
+    void pickDestination(const QString &name, Place answer) override {
+        ++destinationDialogs;
+        offeredName = name;
+        destination_ = std::move(answer);
+    }
+
+    void answerDocument(const QString &file) {
+        std::exchange(document_, nullptr)({QUrl::fromLocalFile(file)});
+    }
+    void answerPicture(const QString &file) {
+        std::exchange(picture_, nullptr)(QUrl::fromLocalFile(file));
+    }
+    void cancelPicture() { std::exchange(picture_, nullptr)(std::nullopt); }
+    void answerDestination(const QUrl &url) { std::exchange(destination_, nullptr)(url); }
+    void cancelDestination() { std::exchange(destination_, nullptr)(std::nullopt); }
+
+    int documentDialogs = 0;
+    int pictureDialogs = 0;
+    int destinationDialogs = 0;
+    QString offeredName; ///< for the last copy
+
+private:
+    Documents document_;
+    Place picture_;
+    Place destination_;
+};
+
+/// A desktop that takes down what it is told.
+class FakeDesktop : public vellomir::Desktop {
+public:
+    bool open(const QUrl &url) override {
+        opened.append(url.toString());
+        return true;
+    }
+    void showInFileManager(const QString &file, std::function<void(bool)> answer) override {
+        shown.append(file);
+        answer(hasFileManager);
+    }
+    void copyToClipboard(const QString &file) override { copied.append(file); }
+
+    bool hasFileManager = true;
+    QStringList opened;
+    QStringList shown;
+    QStringList copied;
+};
+
+} // namespace test

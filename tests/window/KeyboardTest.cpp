@@ -1,0 +1,286 @@
+// The window without a mouse.
+
+#include "tests/Vellomir/JobFixture.h"
+#include "tests/window/WindowFixture.h"
+
+using test::textProperty;
+using testing::ElementsAre;
+
+namespace {
+
+class TheKeyboard : public test::WindowTest {
+protected:
+    /// What has the keyboard's focus: its object name, or what it says if it has none.
+    std::string focus() {
+        const QQuickItem *const item = window().activeFocusItem();
+        if (item == nullptr)
+            return {};
+        if (!item->objectName().isEmpty())
+            return item->objectName().toStdString();
+        return textProperty(*item, "title"); // A link's.
+    }
+
+    /// What has it after each of so many presses of a key.
+    std::vector<std::string> walk(int presses, Qt::Key direction = Qt::Key_Tab) {
+        std::vector<std::string> places;
+        for (int press = 0; press < presses; ++press) {
+            key(direction, direction == Qt::Key_Backtab ? Qt::ShiftModifier : Qt::NoModifier);
+            places.push_back(focus());
+        }
+        return places;
+    }
+
+    void goTo(const std::string &place) {
+        constexpr int most = 20;
+        for (int press = 0; press < most && focus() != place; ++press)
+            key(Qt::Key_Tab);
+        ASSERT_EQ(focus(), place);
+    }
+
+    void openShareSheet() {
+        test::writeFile(folder_ / "Notes2.ipa", std::string(2500, 'x'));
+        view().modifiedFileURL.set(folder_.url("Notes2.ipa"));
+        view().showShareSheet.set(true);
+        settle();
+    }
+
+    void openCropper() {
+        view().selectedImage.set(test::dot());
+        settle();
+    }
+
+    /// The rings that are shown.
+    std::vector<QQuickItem *> rings() {
+        std::vector<QQuickItem *> rings = items();
+        std::erase_if(rings, [](const QQuickItem *item) {
+            return !QByteArray(item->metaObject()->className()).startsWith("FocusRing");
+        });
+        return rings;
+    }
+
+    /// One ring, a white line around what has the focus.
+    void expectRing() {
+        const Drawing drawing = draw();
+        const auto shown = rings();
+        ASSERT_EQ(shown.size(), 1) << focus();
+        EXPECT_TRUE(window().activeFocusItem()->isAncestorOf(shown.front())) << focus();
+        const QRectF place = placeOf(*shown.front());
+        const QRectF focused = placeOf(*window().activeFocusItem());
+        EXPECT_TRUE(focused.adjusted(-6, -6, 6, 6).contains(place)) << focus();
+        const QColor white(Qt::white);
+        EXPECT_EQ(drawing.at({place.left() + 1, place.center().y()}), white) << focus();
+        EXPECT_EQ(drawing.at({place.center().x(), place.top() + 1}), white) << focus();
+        EXPECT_EQ(drawing.at({place.center().x(), place.bottom() - 1}), white) << focus();
+        EXPECT_EQ(drawing.at({place.right() - 1, place.center().y()}), white) << focus();
+    }
+
+    using Drawing = test::Drawing;
+};
+
+// --- Going around -------------------------------------------------------------------------------
+
+TEST_F(TheKeyboard, GoesAroundTheMainScreen) {
+    EXPECT_THAT(walk(6), ElementsAre("infoButton", "selectButton", "duplicationNumber",
+                                     "iconButton", "runButton", "infoButton"));
+    EXPECT_THAT(walk(3, Qt::Key_Backtab),
+                ElementsAre("runButton", "iconButton", "duplicationNumber"));
+}
+
+TEST_F(TheKeyboard, LeavesOutWhatIsDisabled) {
+    view().isLoading.set(true);
+    settle();
+    EXPECT_THAT(walk(4), ElementsAre("infoButton", "duplicationNumber", "iconButton", "runButton"));
+}
+
+TEST_F(TheKeyboard, ReachesALogThatScrolls) {
+    for (int line = 0; line < 40; ++line)
+        view().logMessages.append("Line " + std::to_string(line));
+    settle();
+    goTo("runButton");
+    EXPECT_THAT(walk(2), ElementsAre("logPanel", "infoButton"));
+    goTo("logPanel");
+    const QRectF panel = placeOf(item("logPanel"));
+    EXPECT_EQ(draw().at({panel.left(), panel.center().y()}), QColor(Qt::white));
+    const double before = item("logPanel").property("contentY").toDouble();
+    key(Qt::Key_Up);
+    EXPECT_LT(item("logPanel").property("contentY").toDouble(), before);
+}
+
+TEST_F(TheKeyboard, StaysInTheAboutSheet) {
+    click("infoButton");
+    EXPECT_THAT(walk(6), ElementsAre("Orsanta Website", "Telegram Channel", "More Apps", "Donate",
+                                     "closeButton", "Orsanta Website"));
+    EXPECT_THAT(walk(2, Qt::Key_Backtab), ElementsAre("closeButton", "Donate"));
+}
+
+TEST_F(TheKeyboard, StaysInTheShareSheet) {
+    openShareSheet();
+    EXPECT_THAT(walk(6),
+                ElementsAre("saveRow", "showRow", "copyRow", "dragRow", "doneButton", "saveRow"));
+}
+
+TEST_F(TheKeyboard, StaysInTheCropper) {
+    openCropper();
+    EXPECT_THAT(walk(3), ElementsAre("useButton", "zoomButton", "useButton"));
+}
+
+TEST_F(TheKeyboard, StaysInTheAlert) {
+    state().setAlert(QStringLiteral("letter.txt is no picture."));
+    settle();
+    EXPECT_EQ(focus(), "alertButton") << "Return takes it";
+    EXPECT_THAT(walk(2), ElementsAre("alertButton", "alertButton"));
+}
+
+TEST_F(TheKeyboard, GoesOnWhereItWasAfterASheet) {
+    goTo("infoButton");
+    key(Qt::Key_Space);
+    ASSERT_TRUE(isShown("closeButton"));
+    key(Qt::Key_Escape);
+    EXPECT_EQ(focus(), "infoButton");
+}
+
+TEST_F(TheKeyboard, BringsWhatItReachesIntoView) {
+    resize({320, 400});
+    const auto isInView = [this] {
+        const QRectF place = placeOf(*window().activeFocusItem());
+        return place.top() >= 0 && place.bottom() <= window().height();
+    };
+    for (const char *const place : {"runButton", "infoButton", "iconButton"}) {
+        goTo(place);
+        EXPECT_TRUE(isInView()) << place;
+    }
+    view().showInfoSheet.set(true);
+    settle();
+    goTo("closeButton");
+    EXPECT_TRUE(isInView());
+    goTo("Orsanta Website");
+    EXPECT_TRUE(isInView());
+    key(Qt::Key_Escape);
+    openShareSheet();
+    goTo("doneButton");
+    EXPECT_TRUE(isInView());
+}
+
+// --- Showing where it is ------------------------------------------------------------------------
+
+TEST_F(TheKeyboard, ShowsNoRingBeforeItIsUsedNorWhereTheMouseWas) {
+    EXPECT_EQ(rings().size(), 0);
+    click("iconButton");
+    EXPECT_EQ(rings().size(), 0);
+}
+
+TEST_F(TheKeyboard, ShowsWhereItIs) {
+    for (int press = 0; press < 5; ++press) {
+        key(Qt::Key_Tab);
+        expectRing();
+    }
+    click("infoButton");
+    for (int press = 0; press < 5; ++press) {
+        key(Qt::Key_Tab);
+        expectRing();
+    }
+    click("closeButton");
+    openShareSheet();
+    for (int press = 0; press < 5; ++press) {
+        key(Qt::Key_Tab);
+        expectRing();
+    }
+    click("doneButton");
+    openCropper();
+    for (int press = 0; press < 2; ++press) {
+        key(Qt::Key_Tab);
+        expectRing();
+    }
+}
+
+// --- Pressing -----------------------------------------------------------------------------------
+
+TEST_F(TheKeyboard, PressesBySpaceAndByReturn) {
+    goTo("selectButton");
+    int dialogs = 0;
+    for (const Qt::Key each : {Qt::Key_Space, Qt::Key_Return, Qt::Key_Enter}) {
+        key(each);
+        EXPECT_EQ(pickers_.documentDialogs, ++dialogs) << each;
+    }
+}
+
+TEST_F(TheKeyboard, PressesOnceWhileAKeyIsHeld) {
+    goTo("selectButton");
+    for (const bool isRepeated : {false, true, true}) {
+        QKeyEvent press(QEvent::KeyPress, Qt::Key_Return, Qt::NoModifier, {}, isRepeated);
+        QCoreApplication::sendEvent(&window(), &press);
+    }
+    settle();
+    EXPECT_EQ(pickers_.documentDialogs, 1);
+}
+
+TEST_F(TheKeyboard, OpensLinksBySpaceAndByReturn) {
+    click("infoButton");
+    goTo("More Apps");
+    key(Qt::Key_Return);
+    key(Qt::Key_Space);
+    EXPECT_THAT(desktop_.opened, ElementsAre("https:orsanta.example/otherapps.html",
+                                             "https:orsanta.example/otherapps.html"));
+}
+
+TEST_F(TheKeyboard, PressesWhatASheetHolds) {
+    openShareSheet();
+    goTo("copyRow");
+    key(Qt::Key_Return);
+    EXPECT_EQ(desktop_.copied.size(), 1);
+    goTo("doneButton");
+    key(Qt::Key_Space);
+    EXPECT_FALSE(view().showShareSheet.get());
+}
+
+TEST_F(TheKeyboard, ClosesEverySheetByEscape) {
+    view().showInfoSheet.set(true);
+    settle();
+    key(Qt::Key_Escape);
+    EXPECT_FALSE(view().showInfoSheet.get());
+    openShareSheet();
+    goTo("copyRow");
+    key(Qt::Key_Escape);
+    EXPECT_FALSE(view().showShareSheet.get());
+    openCropper();
+    key(Qt::Key_Escape);
+    EXPECT_FALSE(view().showImageCropper.get());
+    state().setAlert(QStringLiteral("letter.txt is no picture."));
+    settle();
+    key(Qt::Key_Escape);
+    EXPECT_EQ(state().alert(), "");
+}
+
+TEST_F(TheKeyboard, LeadsTheWholeRoad) {
+    test::writeFile(folder_ / "Notes.ipa", test::notesPackage());
+    QImage icon(30, 20, QImage::Format_RGB32);
+    icon.fill(Qt::green);
+    ASSERT_TRUE(icon.save(file("icon.png")));
+    goTo("selectButton");
+    key(Qt::Key_Space);
+    pickers_.answerDocument(file("Notes.ipa"));
+    ASSERT_TRUE(becomes([this] { return showsText("File selected: Notes.ipa"); }));
+    goTo("duplicationNumber");
+    type("5");
+    goTo("iconButton");
+    key(Qt::Key_Return);
+    pickers_.answerPicture(file("icon.png"));
+    ASSERT_TRUE(becomes([this] { return isShown("zoomButton"); }));
+    goTo("zoomButton");
+    key(Qt::Key_Return);
+    ASSERT_FALSE(isShown("zoomButton"));
+    goTo("runButton");
+    key(Qt::Key_Space);
+    ASSERT_TRUE(becomes([this] { return isShown("saveRow"); }));
+    goTo("saveRow");
+    key(Qt::Key_Return);
+    pickers_.answerDestination(QUrl::fromLocalFile(file("saved.ipa")));
+    ASSERT_TRUE(
+        becomes([this] { return showsText("Saved as " + (folder_ / "saved.ipa").string()); }));
+    key(Qt::Key_Escape);
+    EXPECT_FALSE(view().showShareSheet.get());
+    EXPECT_EQ(test::readFile(folder_ / "saved.ipa"),
+              test::readFile(view().modifiedFileURL.get()->path()));
+}
+
+} // namespace

@@ -1,0 +1,262 @@
+// The log on the main screen: how high it is, where it stands, and how its rows come.
+
+#include "tests/window/WindowFixture.h"
+
+#include <QFontMetricsF>
+#include <QWheelEvent>
+
+using test::distance;
+using test::Drawing;
+using testing::Contains;
+using testing::Each;
+
+namespace {
+
+const QColor ground("#13131B");
+const QColor panelColour("#1D1D24");
+const QColor orange("#FFA828");
+
+constexpr double mostHeight = 450;
+
+class TheLogPanel : public test::WindowTest {
+protected:
+    explicit TheLogPanel(const QSize &size = {390, 844}) : WindowTest(size) {}
+
+    QQuickItem &panel() { return item("logPanel"); }
+    double number(const char *name) { return panel().property(name).toDouble(); }
+    double end() { return number("contentHeight") - panel().height(); }
+
+    void append(int count) {
+        for (int added = 0; added < count; ++added)
+            view().logMessages.append("Line " + std::to_string(++lines_));
+        settle();
+    }
+
+    /// A turn of the wheel, upwards if positive, and what comes of it.
+    void turnWheel(int eighthsOfADegree) {
+        const QPointF place = placeOf(panel()).center();
+        QWheelEvent event(place, window().mapToGlobal(place), {}, QPoint(0, eighthsOfADegree),
+                          Qt::NoButton, Qt::NoModifier, Qt::NoScrollPhase, false);
+        event.setTimestamp(wheelTime_ += 1000); // Milliseconds.
+        QCoreApplication::sendEvent(&window(), &event);
+        ASSERT_TRUE(becomes([this] { return !panel().property("moving").toBool(); }));
+        settle();
+    }
+
+    void focusByKeyboard() {
+        for (int tab = 0; tab < 20 && !panel().hasActiveFocus(); ++tab)
+            key(Qt::Key_Tab);
+        ASSERT_TRUE(panel().hasActiveFocus());
+    }
+
+private:
+    int lines_ = 0;
+    quint64 wheelTime_ = 0;
+};
+
+class TheLogPanelOfATallWindow : public TheLogPanel {
+protected:
+    TheLogPanelOfATallWindow() : TheLogPanel({390, 2000}) {}
+};
+
+// --- How it looks -------------------------------------------------------------------------------
+
+TEST_F(TheLogPanel, ShowsNothingWithoutALine) {
+    EXPECT_FALSE(draw().hasInk(placeOf(panel()), ground));
+}
+
+TEST_F(TheLogPanel, ShowsItsLinesInOrangeOnAPanelOfItsOwn) {
+    append(2);
+    const QRectF place = placeOf(panel());
+    const QRectF first = placeOf(text("Line 1"));
+    const QRectF second = placeOf(text("Line 2"));
+    EXPECT_EQ(first.topLeft() - place.topLeft(), QPointF(16, 16));
+    EXPECT_EQ(second.left(), first.left());
+    EXPECT_EQ(second.top() - first.bottom(), 8);
+    EXPECT_EQ(text("Line 1").property("padding").toDouble(), 2);
+    EXPECT_EQ(text("Line 1").property("font").value<QFont>().pixelSize(), 17);
+    const Drawing drawing = draw();
+    EXPECT_EQ(drawing.at(place.topLeft()), ground) << "the corner is round";
+    EXPECT_EQ(drawing.at(place.topLeft() + QPointF(10, 1)), panelColour);
+    EXPECT_EQ(drawing.at({place.left() + 1, second.center().y()}), panelColour);
+    EXPECT_EQ(drawing.at({place.left() + 20, second.bottom() + 14}), panelColour);
+    EXPECT_EQ(drawing.at({place.left() + 20, second.bottom() + 17}), ground);
+    EXPECT_LT(distance(drawing.ink(first, panelColour), orange), 90);
+}
+
+TEST_F(TheLogPanel, ShowsMarkupInAFileNameAsItIs) {
+    const std::string line = "File selected: <b>A</b> & &lt;i>.ipa";
+    view().filePicked(archive::URL::file("/picked/<b>A<%2Fb> & &lt;i>.ipa"));
+    view().logMessages.append(line);
+    settle();
+    EXPECT_THAT(texts(), Contains("File selected: <b>A<%2Fb> & &lt;i>.ipa"));
+    QQuickItem &row = text(line);
+    const QFontMetricsF metrics(row.property("font").value<QFont>());
+    EXPECT_NEAR(row.property("contentWidth").toDouble(),
+                metrics.horizontalAdvance(QString::fromStdString(line)), 2);
+}
+
+TEST_F(TheLogPanel, ShowsEveryLineThoughTwoAreEqual) {
+    view().logMessages.replace({"Image picked", "icon.png updated", "Image picked"});
+    settle();
+    const auto shown = texts();
+    EXPECT_EQ(std::count(shown.begin(), shown.end(), "Image picked"), 2);
+}
+
+// --- How high it is -----------------------------------------------------------------------------
+
+TEST_F(TheLogPanelOfATallWindow, IsNeverHigherThanItMayBe) {
+    for (int count = 0; count < 30; ++count) {
+        append(1);
+        ASSERT_LE(panel().height(), mostHeight);
+    }
+    EXPECT_EQ(panel().height(), mostHeight);
+    EXPECT_GT(number("contentHeight"), mostHeight);
+    const QRectF place = placeOf(panel());
+    const Drawing drawing = draw();
+    EXPECT_EQ(drawing.at({place.left() + 4, place.bottom() - 20}), panelColour);
+    EXPECT_EQ(drawing.at({place.left() + 4, place.bottom() + 1}), ground) << "it is not clipped";
+    for (int line = 1; line <= 30; ++line)
+        EXPECT_TRUE(showsText("Line " + std::to_string(line)));
+}
+
+TEST_F(TheLogPanelOfATallWindow, LeavesTheFooterBelowIt) {
+    append(60);
+    EXPECT_GE(placeOf(text("Made with ❤️ By Orsanta Team")).top(), placeOf(panel()).bottom());
+}
+
+// --- Where it stands ----------------------------------------------------------------------------
+
+TEST_F(TheLogPanel, FollowsItsEnd) {
+    append(40);
+    EXPECT_GT(end(), 0);
+    EXPECT_EQ(number("contentY"), end());
+    append(1);
+    EXPECT_EQ(number("contentY"), end());
+    EXPECT_LE(placeOf(text("Line 41")).bottom(), placeOf(panel()).bottom());
+    resize({390, 700});
+    EXPECT_EQ(number("contentY"), end());
+    resize({390, 1000});
+    EXPECT_EQ(number("contentY"), end());
+}
+
+TEST_F(TheLogPanel, StaysWhereItWasTurnedTo) {
+    append(40);
+    turnWheel(240);
+    const double place = number("contentY");
+    ASSERT_LT(place, end() - 10);
+    append(5);
+    EXPECT_EQ(number("contentY"), place);
+    for (int turn = 0; turn < 50 && number("contentY") < end(); ++turn)
+        turnWheel(-960);
+    EXPECT_EQ(number("contentY"), end());
+    append(5);
+    EXPECT_EQ(number("contentY"), end()) << "back at its end, it follows it again";
+}
+
+TEST_F(TheLogPanel, StaysWhereTheKeyboardHasBroughtIt) {
+    append(40);
+    focusByKeyboard();
+    key(Qt::Key_Up);
+    key(Qt::Key_Up);
+    const double place = number("contentY");
+    ASSERT_LT(place, end() - 10);
+    append(5);
+    EXPECT_EQ(number("contentY"), place);
+    for (int press = 0; press < 50; ++press)
+        key(Qt::Key_Down);
+    EXPECT_EQ(number("contentY"), end());
+    append(5);
+    EXPECT_EQ(number("contentY"), end());
+}
+
+TEST_F(TheLogPanel, StaysWhereItWasDraggedTo) {
+    append(40);
+    const QPoint from = placeOf(panel()).center().toPoint();
+    QTest::mousePress(&window(), Qt::LeftButton, {}, from);
+    for (int step = 1; step <= 10; ++step)
+        QTest::mouseMove(&window(), from + QPoint(0, 10 * step));
+    QTest::mouseRelease(&window(), Qt::LeftButton, {}, from + QPoint(0, 100));
+    ASSERT_TRUE(becomes([this] { return !panel().property("moving").toBool(); }));
+    const double place = number("contentY");
+    ASSERT_LT(place, end() - 10);
+    append(5);
+    EXPECT_EQ(number("contentY"), place);
+}
+
+TEST_F(TheLogPanel, FollowsItsEndWhenItBeginsAnew) {
+    append(40);
+    turnWheel(240);
+    ASSERT_LT(number("contentY"), end() - 10);
+    view().logMessages.replace({});
+    settle();
+    append(40);
+    EXPECT_EQ(number("contentY"), end());
+}
+
+// --- How its rows come --------------------------------------------------------------------------
+
+/// Where the rows of each line have been, from when they were made.
+class TheRowsOfTheLog : public TheLogPanel {
+protected:
+    TheRowsOfTheLog() {
+        QObject::connect(state().logMessages(), &QAbstractItemModel::rowsInserted, &watcher_,
+                         [this] { watchNew(); });
+    }
+
+    std::vector<std::vector<double>> places;
+
+    [[nodiscard]] bool areAtRest() {
+        return becomes([this] {
+            return std::all_of(rows_.begin(), rows_.end(),
+                               [](const QQuickItem *row) { return row->x() == 0; });
+        });
+    }
+
+private:
+    void watchNew() {
+        for (QQuickItem *const row : items()) {
+            const bool isRow = test::isText(*row) && row->property("padding").toDouble() == 2;
+            if (!isRow || std::find(rows_.begin(), rows_.end(), row) != rows_.end())
+                continue;
+            rows_.push_back(row);
+            const std::size_t index = places.size();
+            places.push_back({row->x()});
+            QObject::connect(row, &QQuickItem::xChanged, &watcher_,
+                             [this, row, index] { places[index].push_back(row->x()); });
+        }
+    }
+
+    QObject watcher_;
+    std::vector<QQuickItem *> rows_;
+};
+
+TEST_F(TheRowsOfTheLog, SlideInFromTheLeadingEdge) {
+    app_->motion().setReduced(false);
+    append(1);
+    ASSERT_EQ(places.size(), 1);
+    ASSERT_TRUE(areAtRest());
+    EXPECT_LE(places[0].front(), -placeOf(panel()).width());
+    EXPECT_TRUE(std::is_sorted(places[0].begin(), places[0].end()));
+    EXPECT_EQ(places[0].back(), 0);
+    EXPECT_EQ(placeOf(text("Line 1")).left(), placeOf(panel()).left() + 16);
+}
+
+TEST_F(TheRowsOfTheLog, StandWhereALineEqualToThemStoodAlready) {
+    app_->motion().setReduced(false);
+    view().logMessages.append("Image picked");
+    view().logMessages.append("Image picked");
+    settle();
+    ASSERT_EQ(places.size(), 2);
+    ASSERT_TRUE(areAtRest());
+    EXPECT_GT(places[0].size(), 1);
+    EXPECT_THAT(places[1], testing::ElementsAre(0));
+}
+
+TEST_F(TheRowsOfTheLog, AreInTheirPlaceAtOnceWithReducedMotion) {
+    append(3);
+    ASSERT_EQ(places.size(), 3);
+    EXPECT_THAT(places, Each(testing::ElementsAre(0)));
+}
+
+} // namespace

@@ -1,0 +1,125 @@
+// What moves on the main screen, with motion and without.
+
+#include "tests/window/WindowFixture.h"
+
+#include <algorithm>
+
+using testing::AllOf;
+using testing::Contains;
+using testing::ElementsAre;
+using testing::Gt;
+using testing::Lt;
+
+namespace {
+
+const char *const buttons[] = {"selectButton", "iconButton", "runButton"};
+
+class APressedButton : public test::WindowTest {
+protected:
+    /// Takes down each scale that the button has from now on.
+    void watch(QQuickItem &button) {
+        scales_.clear();
+        QObject::disconnect(connection_);
+        connection_ = QObject::connect(&button, &QQuickItem::scaleChanged,
+                                       [this, &button] { scales_.push_back(button.scale()); });
+    }
+
+    [[nodiscard]] bool comesToRestAt(QQuickItem &button, double scale) {
+        return becomes([&] { return button.scale() == scale; });
+    }
+
+    std::vector<double> scales_;
+
+private:
+    QMetaObject::Connection connection_;
+};
+
+TEST_F(APressedButton, ShrinksAndSpringsBack) {
+    app_->motion().setReduced(false);
+    for (const char *const name : buttons) {
+        QQuickItem &button = item(name);
+        const QRectF whole = placeOf(button);
+        watch(button);
+        press(button);
+        ASSERT_TRUE(comesToRestAt(button, 0.95)) << name;
+        EXPECT_THAT(scales_, Contains(AllOf(Gt(0.95), Lt(1)))) << "it jumps";
+        EXPECT_NEAR(placeOf(button).width(), 0.95 * whole.width(), 0.001);
+        EXPECT_NEAR(placeOf(button).height(), 0.95 * whole.height(), 0.001);
+        EXPECT_NEAR(placeOf(button).center().x(), whole.center().x(), 0.001);
+        EXPECT_NEAR(placeOf(button).center().y(), whole.center().y(), 0.001);
+        watch(button);
+        QTest::mouseMove(&window(), QPoint(1, 1)); // Let go beside it, so that it does nothing.
+        ASSERT_TRUE(comesToRestAt(button, 1)) << name;
+        EXPECT_THAT(scales_, Contains(AllOf(Gt(0.95), Lt(1)))) << "it jumps";
+        QTest::mouseRelease(&window(), Qt::LeftButton, {}, QPoint(1, 1));
+    }
+    EXPECT_EQ(pickers_.documentDialogs + pickers_.pictureDialogs, 0);
+}
+
+TEST_F(APressedButton, IsDrawnSmallerAndNotFainter) {
+    const QColor ground("#13131B");
+    const QColor field("#1D1E24");
+    QQuickItem &button = item("selectButton");
+    const QRectF whole = placeOf(button);
+    const QPointF edge(whole.left() + 2, whole.center().y());
+    EXPECT_EQ(draw().at(edge), field);
+    press(button);
+    ASSERT_TRUE(comesToRestAt(button, 0.95));
+    EXPECT_EQ(draw().at(edge), ground);
+    EXPECT_EQ(draw().at(edge + QPointF(16, 0)), field);
+    release(button);
+    ASSERT_TRUE(comesToRestAt(button, 1));
+    EXPECT_EQ(draw().at(edge), field);
+}
+
+TEST_F(APressedButton, JumpsWithReducedMotion) {
+    for (const char *const name : buttons) {
+        QQuickItem &button = item(name);
+        watch(button);
+        press(button);
+        EXPECT_THAT(scales_, ElementsAre(0.95)) << name;
+        QTest::mouseMove(&window(), QPoint(1, 1));
+        EXPECT_THAT(scales_, ElementsAre(0.95, 1)) << name;
+        QTest::mouseRelease(&window(), Qt::LeftButton, {}, QPoint(1, 1));
+    }
+}
+
+TEST_F(APressedButton, ShrinksUnderTheSpaceBarToo) {
+    QQuickItem &button = item("iconButton");
+    button.forceActiveFocus(Qt::TabFocusReason);
+    QTest::keyPress(&window(), Qt::Key_Space);
+    EXPECT_EQ(button.scale(), 0.95);
+    QTest::keyRelease(&window(), Qt::Key_Space);
+    EXPECT_EQ(button.scale(), 1);
+    EXPECT_EQ(pickers_.pictureDialogs, 1);
+}
+
+TEST_F(APressedButton, OfASheetKeepsItsSize) {
+    click("infoButton");
+    QQuickItem &button = item("closeButton");
+    press(button);
+    EXPECT_TRUE(button.property("down").toBool());
+    EXPECT_EQ(button.scale(), 1);
+    release(button);
+}
+
+using TheSpinner = test::WindowTest;
+
+TEST_F(TheSpinner, TurnsWhileItIsShown) {
+    app_->motion().setReduced(false);
+    view().isLoading.set(true);
+    settle();
+    QQuickItem &spinner = item("spinner");
+    const double angle = spinner.rotation();
+    EXPECT_TRUE(becomes([&] { return spinner.rotation() != angle; }));
+}
+
+TEST_F(TheSpinner, FadesInsteadWithReducedMotion) {
+    view().isLoading.set(true);
+    settle();
+    QQuickItem &spinner = item("spinner");
+    EXPECT_TRUE(becomes([&] { return spinner.opacity() < 0.9; }));
+    EXPECT_EQ(spinner.rotation(), 0);
+}
+
+} // namespace

@@ -1,0 +1,102 @@
+#include "Vellomir/Window/CommandLine.h"
+
+#include "tests/support/TemporaryFolder.h"
+
+#include <QDir>
+
+#include <gmock/gmock.h>
+
+using testing::HasSubstr;
+using testing::IsEmpty;
+using vellomir::ParsedCommandLine;
+
+namespace {
+
+/// What came of it, and what it printed.
+struct Outcome {
+    ParsedCommandLine parsed;
+    std::string output;
+    std::string errors;
+};
+
+Outcome parse(const QStringList &arguments) {
+    testing::internal::CaptureStdout();
+    testing::internal::CaptureStderr();
+    const auto parsed = vellomir::parse(QStringList{QStringLiteral("vellomir")} + arguments);
+    std::fflush(stdout);
+    return {parsed, testing::internal::GetCapturedStdout(), testing::internal::GetCapturedStderr()};
+}
+
+/// The path of the file that the argument names.
+std::string named(const QString &argument) {
+    const Outcome outcome = parse({argument});
+    if (!outcome.parsed.options || outcome.parsed.options->files.size() != 1)
+        return "none: " + outcome.errors;
+    return outcome.parsed.options->files.front().toLocalFile().toStdString();
+}
+
+TEST(TheCommandLine, NeedsNoFile) {
+    const Outcome outcome = parse({});
+    ASSERT_TRUE(outcome.parsed.options);
+    EXPECT_THAT(outcome.parsed.options->files, IsEmpty());
+    EXPECT_EQ(outcome.output + outcome.errors, "");
+}
+
+TEST(TheCommandLine, NamesAFileInEveryWay) {
+    const test::TemporaryFolder folder;
+    const QString before = QDir::currentPath();
+    ASSERT_TRUE(QDir::setCurrent(QString::fromStdString(folder.path().string())));
+    const std::string here = QDir::currentPath().toStdString();
+    EXPECT_EQ(named(QStringLiteral("/picked/Notes.ipa")), "/picked/Notes.ipa");
+    EXPECT_EQ(named(QStringLiteral("file:///picked/My%20Notes.ipa")), "/picked/My Notes.ipa");
+    EXPECT_EQ(named(QStringLiteral("Notes.ipa")), here + "/Notes.ipa");
+    EXPECT_EQ(named(QStringLiteral("sub/Notes.ipa")), here + "/sub/Notes.ipa");
+    for (const char *const odd : {"My Notes #1?.ipa", "100%25.ipa", "ünï.ipa", "a&b;c.ipa"}) {
+        test::writeFile(folder / odd, "");
+        EXPECT_EQ(named(QString::fromUtf8(odd)), here + '/' + odd);
+        EXPECT_EQ(named(QString::fromUtf8("/picked/") + QString::fromUtf8(odd)),
+                  std::string("/picked/") + odd);
+    }
+    QDir::setCurrent(before);
+}
+
+TEST(TheCommandLine, TakesANameThatBeginsLikeAnOption) {
+    const Outcome outcome = parse({QStringLiteral("--"), QStringLiteral("/picked/-x.ipa")});
+    ASSERT_TRUE(outcome.parsed.options);
+    EXPECT_EQ(outcome.parsed.options->files.front().toLocalFile(),
+              QStringLiteral("/picked/-x.ipa"));
+}
+
+TEST(TheCommandLine, SaysWhatItTakes) {
+    const Outcome outcome = parse({QStringLiteral("--help")});
+    EXPECT_FALSE(outcome.parsed.options);
+    EXPECT_EQ(outcome.parsed.exitCode, 0);
+    EXPECT_THAT(outcome.output, HasSubstr("package"));
+    EXPECT_THAT(outcome.output, HasSubstr("--version"));
+    EXPECT_EQ(outcome.errors, "");
+}
+
+TEST(TheCommandLine, SaysItsVersion) {
+    const Outcome outcome = parse({QStringLiteral("--version")});
+    EXPECT_FALSE(outcome.parsed.options);
+    EXPECT_EQ(outcome.parsed.exitCode, 0);
+    EXPECT_EQ(outcome.output, "vellomir " VELLOMIR_VERSION "\n");
+}
+
+TEST(TheCommandLine, RefusesWhatItDoesNotKnow) {
+    const Outcome outcome = parse({QStringLiteral("--quickly")});
+    EXPECT_FALSE(outcome.parsed.options);
+    EXPECT_EQ(outcome.parsed.exitCode, 2);
+    EXPECT_THAT(outcome.errors, testing::StartsWith("vellomir: "));
+    EXPECT_THAT(outcome.errors, HasSubstr("quickly"));
+    EXPECT_EQ(outcome.output, "");
+}
+
+TEST(TheCommandLine, RefusesTwoFiles) {
+    const Outcome outcome = parse({QStringLiteral("a.ipa"), QStringLiteral("b.ipa")});
+    EXPECT_FALSE(outcome.parsed.options);
+    EXPECT_EQ(outcome.parsed.exitCode, 2);
+    EXPECT_EQ(outcome.errors, "vellomir: one package at a time\n");
+}
+
+} // namespace

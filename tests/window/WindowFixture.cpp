@@ -1,0 +1,156 @@
+#include "tests/window/WindowFixture.h"
+
+#include <QTextDocumentFragment>
+
+#include <algorithm>
+#include <stdexcept>
+
+namespace test {
+namespace {
+
+/// Milliseconds; only what has gone wrong takes that long.
+constexpr int patience = 30'000;
+
+void gather(QQuickItem *item, std::vector<QQuickItem *> &items) {
+    if (!item->isVisible())
+        return;
+    items.push_back(item);
+    for (QQuickItem *const child : item->childItems())
+        gather(child, items);
+}
+
+} // namespace
+
+std::string textProperty(const QObject &object, const char *name) {
+    return object.property(name).toString().toStdString();
+}
+
+bool isText(const QQuickItem &item) {
+    return item.inherits("QQuickText");
+}
+
+std::string plainText(const QQuickItem &text) {
+    const QString content = text.property("text").toString();
+    if (text.property("textFormat").toInt() == Qt::PlainText)
+        return content.toStdString();
+    return QTextDocumentFragment::fromHtml(content).toPlainText().toStdString();
+}
+
+WindowTest::WindowTest(const QSize &size) {
+    open(size);
+}
+
+void WindowTest::open(const QSize &size) {
+    app_.reset();
+    app_ = std::make_unique<vellomir::OrsantaVellomirApp>(
+        vellomir::OrsantaVellomirApp::Surroundings{.dataFolder = folder_.url("data"),
+                                                   .pickers = pickers_,
+                                                   .desktop = desktop_,
+                                                   .console = [](std::string_view) {}});
+    app_->motion().setReduced(true);
+    window().resize(size);
+    window().show();
+    window().requestActivate();
+    if (!QTest::qWaitForWindowActive(&window(), patience))
+        throw std::runtime_error("the window does not become active");
+    settle();
+}
+
+bool WindowTest::becomes(const std::function<bool()> &condition) {
+    return QTest::qWaitFor(condition, patience);
+}
+
+void WindowTest::settle() {
+    constexpr int rounds = 3; // An event may make another, and a new size moves what is below.
+    for (int round = 0; round < rounds; ++round) {
+        QCoreApplication::processEvents();
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        static_cast<void>(window().grabWindow()); // Puts everything in its place.
+    }
+}
+
+void WindowTest::resize(const QSize &size) {
+    window().resize(size);
+    ASSERT_TRUE(becomes([this, size] { return window().contentItem()->size() == size; }));
+    settle();
+}
+
+std::vector<QQuickItem *> WindowTest::items() {
+    std::vector<QQuickItem *> items;
+    gather(window().contentItem(), items);
+    return items;
+}
+
+QQuickItem &WindowTest::item(const char *objectName) {
+    for (QQuickItem *const item : items())
+        if (item->objectName() == QLatin1String(objectName))
+            return *item;
+    throw std::runtime_error(std::string("the window shows no ") + objectName);
+}
+
+bool WindowTest::isShown(const char *objectName) {
+    const auto shown = items();
+    return std::any_of(shown.begin(), shown.end(), [objectName](const QQuickItem *item) {
+        return item->objectName() == QLatin1String(objectName);
+    });
+}
+
+QQuickItem &WindowTest::text(const std::string &content) {
+    for (QQuickItem *const item : items())
+        if (isText(*item) && plainText(*item) == content)
+            return *item;
+    throw std::runtime_error("the window does not show \"" + content + '"');
+}
+
+bool WindowTest::showsText(const std::string &content) {
+    const auto all = texts();
+    return std::find(all.begin(), all.end(), content) != all.end();
+}
+
+std::vector<std::string> WindowTest::texts() {
+    std::vector<QQuickItem *> shown = items();
+    std::erase_if(
+        shown, [](const QQuickItem *item) { return !isText(*item) || plainText(*item).empty(); });
+    std::stable_sort(shown.begin(), shown.end(), [](const auto *one, const auto *other) {
+        return placeOf(*one).top() < placeOf(*other).top();
+    });
+    std::vector<std::string> texts;
+    for (const QQuickItem *const item : shown)
+        texts.push_back(plainText(*item));
+    return texts;
+}
+
+QRectF WindowTest::placeOf(const QQuickItem &item) {
+    return item.mapRectToScene({0, 0, item.width(), item.height()});
+}
+
+Drawing WindowTest::draw() {
+    settle();
+    return Drawing(window());
+}
+
+void WindowTest::click(const QPointF &place) {
+    QTest::mouseClick(&window(), Qt::LeftButton, {}, place.toPoint());
+    settle();
+}
+
+void WindowTest::press(QQuickItem &item) {
+    QTest::mousePress(&window(), Qt::LeftButton, {}, placeOf(item).center().toPoint());
+}
+
+void WindowTest::release(QQuickItem &item) {
+    QTest::mouseRelease(&window(), Qt::LeftButton, {}, placeOf(item).center().toPoint());
+}
+
+void WindowTest::key(Qt::Key key, Qt::KeyboardModifiers modifiers) {
+    QTest::keyClick(&window(), key, modifiers);
+    settle();
+}
+
+void WindowTest::type(const char *characters) {
+    for (const char *character = characters; *character != '\0'; ++character)
+        QTest::keyClick(&window(), *character);
+    settle();
+}
+
+} // namespace test

@@ -1,0 +1,30 @@
+// What every test of the window starts with: an application without a display.
+
+#include "Vellomir/Window/OrsantaVellomirApp.h"
+
+#include <QApplication>
+
+#include <gmock/gmock.h>
+
+namespace {
+
+QtMessageHandler ordinaryHandler = nullptr;
+
+/// What a screen complains of is a failure of the test that made it do so.
+void handleMessage(QtMsgType type, const QMessageLogContext &context, const QString &message) {
+    if (type != QtDebugMsg && type != QtInfoMsg && message.contains(QLatin1String("qrc:/")))
+        ADD_FAILURE() << message.toStdString();
+    ordinaryHandler(type, context, message);
+}
+
+} // namespace
+
+int main(int argumentCount, char **arguments) {
+    if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    testing::InitGoogleMock(&argumentCount, arguments);
+    const QApplication application(argumentCount, arguments);
+    vellomir::OrsantaVellomirApp::setUp();
+    ordinaryHandler = qInstallMessageHandler(handleMessage);
+    return RUN_ALL_TESTS();
+}

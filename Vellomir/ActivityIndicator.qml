@@ -6,30 +6,29 @@ import Vellomir
 Item {
     id: indicator
 
-    property int spokes: 8
-
     implicitWidth: 20
     implicitHeight: 20
     Accessible.ignored: true // The text beside it says it.
 
     Repeater {
-        model: indicator.spokes
+        model: 8
 
         Rectangle {
             id: spoke
 
             required property int index
+            readonly property real share: index / 8
 
-            x: (indicator.width - width) / 2
+            x: parent ? (parent.width - width) / 2 : 0
             width: 2.5
-            height: indicator.height * 0.3
+            height: 6
             radius: width / 2
             color: Style.white
-            opacity: 0.25 + 0.75 * index / (indicator.spokes - 1)
+            opacity: 0.3 + 0.8 * share
             transform: Rotation {
-                origin.x: spoke.width / 2
-                origin.y: indicator.height / 2
-                angle: 360 * spoke.index / indicator.spokes
+                origin.x: 1.25
+                origin.y: 10 // the middle of the circle
+                angle: 360 * spoke.share
             }
         }
     }

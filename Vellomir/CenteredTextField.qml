@@ -12,15 +12,17 @@ T.TextField {
 
     // Hears of every edit and every move of the caret.
     component Coordinator: QtObject {
-        required property CenteredTextField parent
+        required property T.TextField parent
+        signal changed(text: string)
 
         function textFieldDidChangeSelection(): void {
-            parent.edited(parent.text);
+            changed(parent.text);
         }
     }
 
     readonly property Coordinator coordinator: Coordinator {
         parent: control
+        onChanged: text => control.edited(text)
     }
 
     color: Style.white

@@ -5,7 +5,8 @@ import Vellomir
 SheetRow {
     id: row
 
-    required property url file
+    // What is dragged, as a list of addresses.
+    required property string uriList
     signal dropped(wasTaken: bool)
 
     symbol: "hand.draw"
@@ -16,7 +17,7 @@ SheetRow {
     Drag.supportedActions: Qt.CopyAction
     Drag.proposedAction: Qt.CopyAction
     Drag.mimeData: {
-        "text/uri-list": row.file.toString() + "\r\n"
+        "text/uri-list": row.uriList
     }
     Drag.onDragFinished: action => row.dropped(action !== Qt.IgnoreAction)
 

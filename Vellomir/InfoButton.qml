@@ -5,20 +5,12 @@ import Vellomir
 Pressable {
     id: control
 
-    readonly property real margin: (width - symbol.width) / 2
-
     text: "About Vellomir"
-    implicitWidth: 44
-    implicitHeight: 44
+    padding: 11
 
-    contentItem: Item {
-        SymbolImage {
-            id: symbol
-
-            anchors.centerIn: parent
-            symbol: "info.circle"
-            size: Style.title2Size
-        }
+    contentItem: SymbolImage {
+        symbol: "info.circle"
+        size: Style.title2Size
     }
 
     background: Item {

@@ -1,5 +1,4 @@
 import QtQuick
-import QtQuick.Layouts
 import Vellomir
 
 // The about sheet.
@@ -12,103 +11,8 @@ Sheet {
     isShown: launchState.showInfoSheet
     onDismissed: launchState.showInfoSheet = false
 
-    contentItem: Flickable {
-        id: page
-
-        contentHeight: Math.max(height, column.implicitHeight + Style.padding)
-        clip: true
-        boundsBehavior: Flickable.StopAtBounds
-        interactive: contentHeight > height
-
-        ColumnLayout {
-            id: column
-
-            x: Style.padding
-            width: page.width - 2 * Style.padding
-            height: page.contentHeight - Style.padding
-            spacing: Style.spacing
-
-            ColumnLayout {
-                Layout.fillWidth: true
-                spacing: Style.spacing
-
-                Image {
-                    Layout.alignment: Qt.AlignHCenter
-                    Layout.margins: 5
-                    Layout.preferredWidth: 100
-                    Layout.preferredHeight: 100
-                    source: "Assets/quill.svg"
-                    sourceSize: Qt.size(100, 100)
-                    Accessible.role: Accessible.Graphic
-                    Accessible.name: "Vellomir's mark, a quill"
-                }
-
-                SheetText {
-                    text: "Vellomir"
-                    color: Style.white
-                    font: Style.title
-                    Accessible.role: Accessible.Heading
-                }
-
-                SheetText {
-                    text: "V2.0"
-                    color: Style.faded(Style.white, 0.4)
-                    font: Style.boldBody
-                }
-
-                SheetText {
-                    leftPadding: Style.padding
-                    rightPadding: Style.padding
-                    text: "For TrollStore Only | ios 14 and up"
-                    color: Style.faded(Style.white, 0.7)
-                    font: Style.boldBody
-                }
-
-                SheetText {
-                    leftPadding: Style.padding
-                    rightPadding: Style.padding
-                    text: "Vellomir allows changing app icons and cloning by modifying app bundles."
-                    color: Style.grey
-                    font: Style.body
-                }
-            }
-
-            Rectangle {
-                Layout.fillWidth: true
-                Layout.margins: Style.padding
-                Layout.preferredHeight: 3
-                color: Style.white
-            }
-
-            ColumnLayout {
-                Layout.fillWidth: true
-                Layout.leftMargin: Style.padding
-                Layout.rightMargin: Style.padding
-                spacing: Style.spacing
-
-                Repeater {
-                    model: Links {}
-                    delegate: LinkView {
-                        Layout.fillWidth: true
-                        onOpened: url => sheet.launchState.openLink(url)
-                    }
-                }
-            }
-
-            Item {
-                Layout.fillHeight: true
-            }
-
-            PlainButton {
-                objectName: "closeButton"
-                Layout.fillWidth: true
-                text: "Close"
-                onClicked: sheet.close()
-            }
-        }
-
-        ScrollMark {
-            panel: page
-        }
+    contentItem: InfoPage {
+        launchState: sheet.launchState
+        onClosed: sheet.close()
     }
 }

@@ -1,5 +1,4 @@
 import QtQuick
-import Vellomir
 
 // The links of the about sheet. The third address has no slashes after its scheme, on purpose.
 ListModel {

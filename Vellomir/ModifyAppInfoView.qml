@@ -7,7 +7,7 @@ Rectangle {
     id: form
 
     required property string duplicationNumber
-    required property url selectedImage
+    required property bool hasImage
     required property bool isLoading
 
     signal numberEdited(text: string)
@@ -15,8 +15,6 @@ Rectangle {
     signal removeImageAction
     signal doItAction
     signal hideKeyboard
-
-    readonly property bool hasImage: selectedImage.toString() !== ""
 
     implicitHeight: column.implicitHeight + 2 * Style.padding
     color: Style.background
@@ -73,33 +71,10 @@ Rectangle {
             backgroundColor: form.isLoading ? Style.accent : Style.field
             onClicked: form.doItAction()
 
-            contentItem: Item {
-                implicitWidth: row.implicitWidth
-                implicitHeight: row.implicitHeight
-
-                Row {
-                    id: row
-
-                    anchors.centerIn: parent
-
-                    Item {
-                        anchors.verticalCenter: parent.verticalCenter
-                        visible: form.isLoading
-                        width: spinner.width + 5
-                        height: spinner.height
-
-                        ActivityIndicator {
-                            id: spinner
-
-                            objectName: "spinner"
-                        }
-                    }
-
-                    ButtonLabel {
-                        text: runButton.text
-                        font: runButton.font
-                    }
-                }
+            contentItem: RunButtonLabel {
+                isLoading: form.isLoading
+                text: runButton.text
+                font: runButton.font
             }
         }
     }

@@ -1,6 +1,5 @@
 import QtQuick
 import QtQuick.Templates as T
-import Vellomir
 
 // What every control that is pressed has in common: the keys and what assistive programs are told.
 T.Button {
@@ -12,12 +11,12 @@ T.Button {
 
     Accessible.role: Accessible.Button
     Accessible.name: text
-    Accessible.onPressAction: control.click()
+    Accessible.onPressAction: control.clicked()
 
     Keys.onPressed: event => {
         if ((event.key === Qt.Key_Return || event.key === Qt.Key_Enter) && !event.isAutoRepeat) {
             event.accepted = true;
-            control.click();
+            control.clicked();
         }
     }
 }

@@ -10,32 +10,10 @@ Pressable {
     padding: Style.padding
     font: Style.body
 
-    contentItem: Item {
-        implicitHeight: label.implicitHeight
-        implicitWidth: picture.width + Style.padding + label.implicitWidth
-
-        SymbolImage {
-            id: picture
-
-            anchors.verticalCenter: parent.verticalCenter
-            symbol: control.symbol
-            size: 22
-        }
-
-        Text {
-            id: label
-
-            anchors.left: picture.right
-            anchors.leftMargin: Style.spacing
-            anchors.right: parent.right
-            anchors.verticalCenter: parent.verticalCenter
-            text: control.text
-            color: Style.white
-            font: control.font
-            textFormat: Text.PlainText
-            wrapMode: Text.WordWrap
-            Accessible.ignored: true
-        }
+    contentItem: SheetRowLabel {
+        symbol: control.symbol
+        text: control.text
+        font: control.font
     }
 
     background: Rectangle {

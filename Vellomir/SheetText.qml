@@ -1,6 +1,5 @@
 import QtQuick
 import QtQuick.Layouts
-import Vellomir
 
 // Centred lines in a sheet.
 Text {

@@ -21,7 +21,7 @@ QtObject {
     readonly property real widestColumn: 640
 
     // Controls would take the system's otherwise, whatever the application's is.
-    readonly property string family: Qt.application.font.family
+    readonly property string family: Fonts.family
     readonly property font largeTitle: Qt.font({ family: family, pixelSize: 34, weight: Font.Bold })
     readonly property font title: Qt.font({ family: family, pixelSize: 28, weight: Font.Bold })
     readonly property real title2Size: 22

@@ -1,5 +1,4 @@
 import QtQuick
-import Vellomir
 
 // One of the drawn symbols, sharp at every scale.
 Image {
@@ -9,6 +8,7 @@ Image {
     source: Qt.resolvedUrl("qrc:/Vellomir/Assets/" + symbol + ".svg")
     width: size
     height: size
-    sourceSize: Qt.size(size, size)
+    sourceSize.width: size
+    sourceSize.height: size
     Accessible.ignored: true // What it stands beside has a name.
 }

@@ -9,12 +9,14 @@ set(qml_files
     AlertView.qml
     ButtonLabel.qml
     CenteredTextField.qml
+    CropperPage.qml
     CustomButtonStyle.qml
     DragOutRow.qml
     FileDropArea.qml
     FocusRing.qml
     ImageCropperView.qml
     InfoButton.qml
+    InfoPage.qml
     InfoSheetView.qml
     LinkView.qml
     Links.qml
@@ -22,9 +24,12 @@ set(qml_files
     ModifyAppInfoView.qml
     PlainButton.qml
     Pressable.qml
+    RunButtonLabel.qml
     ScrollMark.qml
+    SharePage.qml
     Sheet.qml
     SheetRow.qml
+    SheetRowLabel.qml
     SheetText.qml
     Style.qml
     SymbolImage.qml
@@ -50,6 +55,7 @@ qt_add_qml_module(vellomir-window
     SOURCES
         Window/AppLaunchState.cpp Window/AppLaunchState.h
         Window/FilePickers.cpp Window/FilePickers.h
+        Window/Fonts.h
         Window/HexColors.cpp Window/HexColors.h
         Window/LogModel.cpp Window/LogModel.h
         Window/Motion.cpp Window/Motion.h

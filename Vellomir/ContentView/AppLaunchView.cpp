@@ -47,6 +47,11 @@ void AppLaunchView::doItAction() {
     hideKeyboard();
     isLoading.set(true);
     isProcessing.set(true);
+    // A file that was picked just now is this job's, however long it takes to read.
+    documentPickerManager->afterReading(whileAlive([this] { startJob(); }));
+}
+
+void AppLaunchView::startJob() {
     services_.backgroundQueue([this, job = jobs_->startJob()] {
         processIPAFile();
         // Whoever runs the main queue may be done with this object by then.

@@ -65,14 +65,14 @@ public:
     /// Takes the picked file. Nothing is read yet.
     void filePicked(const archive::URL &url);
     void pickIconAction();
-    /// Takes the picked photo, which is decoded in the background. If it cannot be read, the user is
-    /// told why, and the image stays as it is; either way the picker closes then.
+    /// Takes the picked photo, which is decoded in the background. If it cannot be read, the user
+    /// is told why, and the image stays as it is; either way the picker closes then.
     void pickedImage(const archive::URL &url);
     /// The picker closes, and a photo that is still being decoded is forgotten.
     void imagePickerCancelled();
     void removeImageAction();
-    /// Starts a job in the background; any number may run at once. Its completion step follows on
-    /// the main queue.
+    /// Starts a job in the background, after a file that was just picked has been read through; any
+    /// number may run at once. Its completion step follows on the main queue.
     void doItAction();
     /// Empties the Documents folder and then the log; before another file is picked.
     void clearDocuments();
@@ -109,6 +109,7 @@ private:
     [[nodiscard]] PresentationMode presentationMode(Property<bool> &isShown) const;
     void imageChanged(const std::optional<Picture> &image);
 
+    void startJob();
     void completeJob();
     void fail(const std::string &message);
     [[nodiscard]] archive::URL documentsFolder() const;

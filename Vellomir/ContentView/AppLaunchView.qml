@@ -50,7 +50,7 @@ Rectangle {
                     InfoButton {
                         objectName: "infoButton"
                         anchors.right: parent.right
-                        anchors.rightMargin: Style.padding - margin
+                        anchors.rightMargin: Style.padding - padding
                         anchors.verticalCenter: parent.verticalCenter
                         anchors.verticalCenterOffset: 3
                         onClicked: screen.launchState.showInfoSheet = true
@@ -92,7 +92,7 @@ Rectangle {
 
                 // The picked file has a place here and shows nothing: its name is in the log.
                 Loader {
-                    active: screen.launchState.selectedFileURL.toString() !== ""
+                    active: screen.launchState.hasSelectedFile
                     visible: false
                     sourceComponent: Item {}
                 }
@@ -100,7 +100,7 @@ Rectangle {
                 ModifyAppInfoView {
                     Layout.fillWidth: true
                     duplicationNumber: screen.launchState.duplicationNumber
-                    selectedImage: screen.launchState.selectedImage
+                    hasImage: screen.launchState.hasSelectedImage
                     isLoading: screen.launchState.isLoading
                     onNumberEdited: text => screen.launchState.duplicationNumber = text
                     onPickIconAction: screen.launchState.pickIconAction()

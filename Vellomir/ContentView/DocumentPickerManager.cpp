@@ -3,6 +3,7 @@
 #include "Vellomir/Platform/WholeFile.h"
 
 #include <cerrno>
+#include <utility>
 
 namespace vellomir {
 namespace {
@@ -46,6 +47,7 @@ void AppLaunchView::DocumentPickerManager::documentPicker(
     const std::vector<archive::URL> &didPickDocumentsAt) {
     if (didPickDocumentsAt.empty())
         return;
+    isReading_ = true;
     reading_.start([this, url = didPickDocumentsAt.front()](const auto &isCancelled) -> Task {
         const bool succeeded = isReadable(url, isCancelled);
         return [this, url, succeeded] { finish(url, succeeded); };
@@ -56,6 +58,16 @@ void AppLaunchView::DocumentPickerManager::finish(const archive::URL &url, bool 
     console_(isReadable ? "File data read successfully" : "Error reading file");
     if (const auto action = callback; action && isReadable)
         action(url);
+    isReading_ = false;
+    for (const Task &task : std::exchange(waiting_, {}))
+        task();
+}
+
+void AppLaunchView::DocumentPickerManager::afterReading(Task task) {
+    if (isReading_)
+        waiting_.push_back(std::move(task));
+    else
+        task();
 }
 
 } // namespace vellomir

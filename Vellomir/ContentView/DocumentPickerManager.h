@@ -22,11 +22,17 @@ public:
     /// console and nowhere else. A newer pick makes one that is still being read void.
     void documentPicker(const std::vector<archive::URL> &didPickDocumentsAt);
 
+    /// Runs a task once it is known whether the file that is being read can be read, after the
+    /// callback; at once if none is.
+    void afterReading(Task task);
+
 private:
     void finish(const archive::URL &url, bool isReadable);
 
     Console console_;
     BackgroundWork reading_;
+    bool isReading_ = false;
+    std::vector<Task> waiting_;
 };
 
 } // namespace vellomir

@@ -57,7 +57,7 @@ Flickable {
 
                 model: panel.messages
                 delegate: LogRow {
-                    width: column.width
+                    width: parent ? parent.width : 0
                 }
             }
         }

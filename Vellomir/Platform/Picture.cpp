@@ -1,5 +1,6 @@
 #include "Vellomir/Platform/Picture.h"
 
+#include "Vellomir/Platform/HeifBrand.h"
 #include "Vellomir/Platform/PictureCodec.h"
 #include "Vellomir/Platform/PictureGeometry.h"
 #include "Vellomir/Platform/PictureIntegrity.h"
@@ -21,6 +22,18 @@ constinit const archive::ErrorCategory category("PictureError", errors);
 /// No picture file is larger, and memory is finite.
 constexpr std::size_t maximumFileSize = std::size_t{2} << 30U;
 
+/// Qt reads HEIC where somebody gave it a plugin for that; ours comes first.
+PictureCodec::Decoded decodeByContent(std::span<const std::byte> bytes) {
+    const bool isHeic = isHeif(bytes);
+    const PictureCodec *const heifCodec = isHeic ? heifPictureCodec() : nullptr;
+    if (heifCodec != nullptr)
+        return heifCodec->decode(bytes);
+    PictureCodec::Decoded decoded = pictureCodec().decode(bytes);
+    if (isHeic && !decoded.bitmap.pixels)
+        decoded.error = "HEIC pictures cannot be read here, only PNG, JPEG and the like";
+    return decoded;
+}
+
 } // namespace
 
 std::error_code make_error_code(PictureError error) {
@@ -37,7 +50,7 @@ Picture Picture::decode(std::span<const std::byte> bytes, const std::string &nam
     if (isDamagedPicture(bytes))
         throw archive::Error(PictureError::unreadablePicture,
                              {.path = name, .detail = "The picture is damaged or cut short"});
-    PictureCodec::Decoded decoded = pictureCodec().decode(bytes);
+    PictureCodec::Decoded decoded = decodeByContent(bytes);
     if (!decoded.bitmap.pixels)
         throw archive::Error(PictureError::unreadablePicture,
                              {.path = name, .detail = std::move(decoded.error)});

@@ -54,9 +54,10 @@ public:
     explicit Picture(Bitmap bitmap, double scale = 1, Orientation orientation = Orientation::up)
         : bitmap_(std::move(bitmap)), scale_(scale), orientation_(orientation) {}
 
-    /// PNG, JPEG, GIF, BMP, ICO; WebP, TIFF and others where the system can. The content decides,
-    /// not the name. Of several pictures in a file, the first. The pixels are as stored, the
-    /// orientation as tagged. Throws `PictureError` or a `FileError`, with the path.
+    /// PNG, JPEG, GIF, BMP, ICO; HEIC, WebP, TIFF and others where the system can. The content
+    /// decides, not the name. Of several pictures in a file, the first. The pixels are as stored,
+    /// the orientation as tagged; those of HEIC stand upright. Throws `PictureError` or a
+    /// `FileError`, with the path.
     [[nodiscard]] static Picture read(const archive::URL &url);
     /// The same from memory. `name` stands for the path in errors.
     [[nodiscard]] static Picture decode(std::span<const std::byte> bytes, const std::string &name);

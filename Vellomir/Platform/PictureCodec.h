@@ -2,14 +2,15 @@
 
 #include "Vellomir/Platform/Picture.h"
 
+#include <cstdint>
 #include <span>
 #include <string>
 #include <vector>
 
 namespace vellomir {
 
-/// Reads and writes the formats of pictures. It lives in a library of its own, loaded when the
-/// first picture comes: what it needs takes several milliseconds to load, which a program that
+/// Reads and writes the formats of pictures. It lives in libraries of their own, loaded when the
+/// first picture comes: what they need takes several milliseconds to load, which a program that
 /// handles no picture shall not spend.
 struct PictureCodec {
     struct Decoded {
@@ -23,13 +24,19 @@ struct PictureCodec {
     };
 
     Decoded (*decode)(std::span<const std::byte> bytes);
-    Encoded (*encode)(const Bitmap &bitmap);
+    Encoded (*encode)(const Bitmap &bitmap); ///< null in a library that only reads
 
-    /// The name of the function in the library that returns the codec: `const PictureCodec *()`.
+    /// Larger pictures are refused before they are decoded.
+    static constexpr std::int64_t maximumPixels = 256 << 20;
+
+    /// The name of the function in a library that returns the codec: `const PictureCodec *()`.
     static constexpr const char *entryPoint = "vellomirPictureCodec";
 };
 
 /// Loads the library on the first call; it stays. Any thread. Throws `PictureError::missingCodec`.
 [[nodiscard]] const PictureCodec &pictureCodec();
+
+/// The one that reads HEIC, loaded in the same way; null where it was not built.
+[[nodiscard]] const PictureCodec *heifPictureCodec();
 
 } // namespace vellomir

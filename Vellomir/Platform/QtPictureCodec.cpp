@@ -15,9 +15,8 @@
 namespace vellomir {
 namespace {
 
-constexpr qint64 maximumPixels = 256 << 20;
-/// MiB, for as many pixels with 16 bits a channel.
-constexpr int maximumMemory = (maximumPixels * 8) >> 20;
+/// MiB, for as many pixels as may be with 16 bits a channel.
+constexpr int maximumMemory = (PictureCodec::maximumPixels * 8) >> 20;
 
 /// Plugins may read much more, such as drawings that refer to other files.
 constexpr std::array knownFormats = {"png", "jpeg", "jpg", "webp", "gif",  "bmp",
@@ -54,7 +53,7 @@ QImage::Format format(bool isDeep, bool hasAlpha) {
     return hasAlpha ? QImage::Format_RGBA8888 : QImage::Format_RGBX8888;
 }
 
-/// The bitmap keeps the image's memory.
+/// The bitmap keeps the image's memory; of an image that nobody else has, no second one is made.
 Bitmap bitmap(QImage image) {
     const bool isDeep = image.depth() > 32 || image.format() == QImage::Format_Grayscale16;
     const bool hasAlpha = image.hasAlphaChannel();
@@ -81,13 +80,14 @@ PictureCodec::Decoded decode(std::span<const std::byte> bytes) {
     if (std::find(knownFormats.begin(), knownFormats.end(), format) == knownFormats.end())
         return failed("This is no picture of a known kind");
     const QSize size = reader.size();
-    if (qint64{size.width()} * size.height() > maximumPixels)
+    if (qint64{size.width()} * size.height() > PictureCodec::maximumPixels)
         return failed("The picture has more than 256 million pixels");
-    const QImage image = reader.read();
+    QImage image = reader.read();
     if (image.isNull())
         return failed("The picture is damaged");
-    return {
-        .bitmap = bitmap(image), .orientation = orientation(reader.transformation()), .error = {}};
+    return {.bitmap = bitmap(std::move(image)),
+            .orientation = orientation(reader.transformation()),
+            .error = {}};
 }
 
 PictureCodec::Encoded encode(const Bitmap &bitmap) {

@@ -14,15 +14,15 @@ namespace vellomir {
 AppLaunchState::AppLaunchState(const Surroundings &surroundings, QObject *parent)
     : QObject(parent), view_(surroundings.view), previews_(surroundings.previews),
       pickers_(surroundings.pickers), desktop_(surroundings.desktop),
-      mainQueue_(surroundings.mainQueue),
-      logMessages_(surroundings.view.logMessages),
+      mainQueue_(surroundings.mainQueue), logMessages_(surroundings.view.logMessages),
       sharing_(surroundings.pickers, surroundings.desktop) {
     followAll();
 }
 
 template <class Value>
 void AppLaunchState::follow(Property<Value> &property, void (AppLaunchState::*changed)()) {
-    observations_.push_back(property.observe([this, changed](const Value &) { (this->*changed)(); }));
+    observations_.push_back(
+        property.observe([this, changed](const Value &) { (this->*changed)(); }));
 }
 
 void AppLaunchState::followAll() {

@@ -20,6 +20,7 @@ class AppLaunchState : public QObject {
     QML_ELEMENT
     QML_UNCREATABLE("The application makes it.")
     Q_PROPERTY(QUrl selectedFileURL READ selectedFileURL NOTIFY selectedFileURLChanged)
+    Q_PROPERTY(bool hasSelectedFile READ hasSelectedFile NOTIFY selectedFileURLChanged)
     Q_PROPERTY(QUrl modifiedFileURL READ modifiedFileURL NOTIFY modifiedFileURLChanged)
     Q_PROPERTY(bool showShareSheet READ showShareSheet WRITE setShowShareSheet NOTIFY
                    showShareSheetChanged)
@@ -30,6 +31,7 @@ class AppLaunchState : public QObject {
                    showImageCropperChanged)
     /// Where an Image finds the picture, upright; empty if there is none.
     Q_PROPERTY(QUrl selectedImage READ selectedImage NOTIFY selectedImageChanged)
+    Q_PROPERTY(bool hasSelectedImage READ hasSelectedImage NOTIFY selectedImageChanged)
     Q_PROPERTY(bool isLoading READ isLoading NOTIFY isLoadingChanged)
     Q_PROPERTY(bool isProcessing READ isProcessing NOTIFY isProcessingChanged)
     Q_PROPERTY(QString errorMessage READ errorMessage NOTIFY errorMessageChanged)
@@ -53,6 +55,7 @@ public:
     explicit AppLaunchState(const Surroundings &surroundings, QObject *parent = nullptr);
 
     [[nodiscard]] QUrl selectedFileURL() const;
+    [[nodiscard]] bool hasSelectedFile() const { return !selectedFileURL().isEmpty(); }
     [[nodiscard]] QUrl modifiedFileURL() const;
     [[nodiscard]] bool showShareSheet() const { return view_.showShareSheet.get(); }
     void setShowShareSheet(bool show) { view_.showShareSheet.set(show); }
@@ -62,6 +65,7 @@ public:
     [[nodiscard]] bool showImageCropper() const { return view_.showImageCropper.get(); }
     void setShowImageCropper(bool show) { view_.showImageCropper.set(show); }
     [[nodiscard]] QUrl selectedImage() const { return selectedImage_; }
+    [[nodiscard]] bool hasSelectedImage() const { return !selectedImage_.isEmpty(); }
     [[nodiscard]] bool isLoading() const { return view_.isLoading.get(); }
     [[nodiscard]] bool isProcessing() const { return view_.isProcessing.get(); }
     [[nodiscard]] QString errorMessage() const;

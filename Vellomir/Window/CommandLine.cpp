@@ -31,7 +31,8 @@ ParsedCommandLine parse(const QStringList &arguments) {
     parser.setApplicationDescription(
         QStringLiteral("Makes a second copy of an app package that can be installed beside it."));
     const QCommandLineOption help(QStringLiteral("help"), QStringLiteral("Says this."));
-    const QCommandLineOption version(QStringLiteral("version"), QStringLiteral("Says the version."));
+    const QCommandLineOption version(QStringLiteral("version"),
+                                     QStringLiteral("Says the version."));
     parser.addOptions({help, version});
     parser.addPositionalArgument(QStringLiteral("package"), QStringLiteral("The package to open."),
                                  QStringLiteral("[package]"));

@@ -30,8 +30,8 @@ QVariant unwrapped(QVariant value) {
 
 /// Plasma stretches the duration of all animations by a factor.
 bool plasmaStandsStill() {
-    const QString file = QStandardPaths::locate(QStandardPaths::GenericConfigLocation,
-                                                QStringLiteral("kdeglobals"));
+    const QString file =
+        QStandardPaths::locate(QStandardPaths::GenericConfigLocation, QStringLiteral("kdeglobals"));
     if (file.isEmpty())
         return false;
     const QSettings settings(file, QSettings::IniFormat);

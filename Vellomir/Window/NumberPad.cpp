@@ -35,7 +35,8 @@ void NumberPad::setField(QObject *field) {
 }
 
 bool NumberPad::eventFilter(QObject *watched, QEvent *event) {
-    if (event->type() == QEvent::KeyPress && typesAnotherCharacter(static_cast<QKeyEvent &>(*event)))
+    if (event->type() == QEvent::KeyPress &&
+        typesAnotherCharacter(static_cast<QKeyEvent &>(*event)))
         return true;
     return QObject::eventFilter(watched, event);
 }

@@ -114,7 +114,8 @@ Services OrsantaVellomirApp::services(const Surroundings &surroundings) {
 void OrsantaVellomirApp::load() {
     qml_register_types_Vellomir(); // A static library would be linked without them otherwise.
     engine_->addImportPath(QStringLiteral("qrc:/"));
-    engine_->setInitialProperties({{QStringLiteral("launchState"), QVariant::fromValue(state_.get())}});
+    engine_->setInitialProperties(
+        {{QStringLiteral("launchState"), QVariant::fromValue(state_.get())}});
     engine_->load(QUrl(QStringLiteral("qrc:/Vellomir/MainWindow.qml")));
     if (engine_->rootObjects().isEmpty())
         throw std::runtime_error("The window cannot be made; the messages above say why");

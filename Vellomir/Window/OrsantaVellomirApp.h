@@ -28,7 +28,8 @@ public:
     /// Makes the folders and the window, which is not shown yet. Throws a `FileError` if there is
     /// no place for the folders.
     explicit OrsantaVellomirApp(const Surroundings &surroundings);
-    /// Breaks off what is running, waits until it has ended, and leaves nothing but the last result.
+    /// Breaks off what is running, waits until it has ended, and leaves nothing but the last
+    /// result.
     ~OrsantaVellomirApp();
     OrsantaVellomirApp(const OrsantaVellomirApp &) = delete;
     OrsantaVellomirApp &operator=(const OrsantaVellomirApp &) = delete;

@@ -10,8 +10,8 @@
 namespace vellomir {
 
 /// The system's dialogs that ask for files. All of it on the main thread: each operation returns at
-/// once, and its answer comes later, once. A dialog that is still open goes with the object, without
-/// an answer.
+/// once, and its answer comes later, once. A dialog that is still open goes with the object,
+/// without an answer.
 class Pickers {
 public:
     using Documents = std::function<void(const QList<QUrl> &picked)>;

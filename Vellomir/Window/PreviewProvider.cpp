@@ -25,8 +25,7 @@ int longerSide(const QSize &size) {
 
 } // namespace
 
-PreviewProvider::PreviewProvider()
-    : QQuickImageProvider(Image, ForceAsynchronousImageLoading) {}
+PreviewProvider::PreviewProvider() : QQuickImageProvider(Image, ForceAsynchronousImageLoading) {}
 
 QUrl PreviewProvider::show(const std::optional<Picture> &picture) {
     const std::lock_guard lock(mutex_);

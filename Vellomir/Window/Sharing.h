@@ -23,6 +23,8 @@ class Sharing : public QObject {
     QML_UNCREATABLE("It belongs to the screen's state.")
     /// The file, and empty if there is none.
     Q_PROPERTY(QUrl item READ item NOTIFY itemChanged)
+    /// The file as a list of addresses, as it is dragged (RFC 2483).
+    Q_PROPERTY(QString uriList READ uriList NOTIFY itemChanged)
     Q_PROPERTY(QString fileName READ fileName NOTIFY itemChanged)
     /// In words, such as "12.3 MB".
     Q_PROPERTY(QString fileSize READ fileSize NOTIFY itemChanged)
@@ -39,6 +41,9 @@ public:
     [[nodiscard]] QUrl item() const { return item_; }
     /// Another file; what was said of the last one is forgotten.
     void setItem(const QUrl &item);
+    [[nodiscard]] QString uriList() const {
+        return item_.toString(QUrl::FullyEncoded) + QStringLiteral("\r\n");
+    }
     [[nodiscard]] QString fileName() const { return item_.fileName(); }
     [[nodiscard]] QString fileSize() const;
     [[nodiscard]] QString message() const { return message_; }

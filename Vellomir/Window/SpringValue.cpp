@@ -21,8 +21,8 @@ void SpringValue::setTarget(double target) {
     start_ = value_;
     startVelocity_ = velocity_;
     const Spring spring(response_, dampingFraction_);
-    duration_ = static_cast<int>(
-        std::ceil(1000 * spring.settlingTime({start_, startVelocity_}, target_)));
+    duration_ =
+        static_cast<int>(std::ceil(1000 * spring.settlingTime({start_, startVelocity_}, target_)));
     start();
 }
 

@@ -16,7 +16,8 @@ namespace {
 /// Milliseconds; a file manager may have to be started first.
 constexpr int patience = 5000;
 
-/// The interface that file managers share: https://www.freedesktop.org/wiki/Specifications/file-manager-interface/
+/// The interface that file managers share:
+/// https://www.freedesktop.org/wiki/Specifications/file-manager-interface/
 QDBusMessage showItems(const QString &file) {
     QDBusMessage message = QDBusMessage::createMethodCall(
         QStringLiteral("org.freedesktop.FileManager1"),

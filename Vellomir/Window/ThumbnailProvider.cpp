@@ -59,8 +59,7 @@ QImage smallImage(const QString &file) {
 QImage smallPicture(const QString &file) {
     try {
         const Picture picture = Picture::read(archive::URL::file(file.toStdString()));
-        const Bitmap small =
-            upright(scaledToFit(picture.bitmap(), side), picture.orientation());
+        const Bitmap small = upright(scaledToFit(picture.bitmap(), side), picture.orientation());
         return QImage(reinterpret_cast<const uchar *>(small.pixels.get()), small.width,
                       small.height, static_cast<qsizetype>(small.bytesPerRow),
                       QImage::Format_RGBA8888)
@@ -71,7 +70,8 @@ QImage smallPicture(const QString &file) {
 }
 
 bool mayBePicture(const QFileInfo &info) {
-    return info.isFile() && info.size() <= mostBytes && QDir::match(pictureNames(), info.fileName());
+    return info.isFile() && info.size() <= mostBytes &&
+           QDir::match(pictureNames(), info.fileName());
 }
 
 } // namespace
@@ -88,9 +88,9 @@ QIcon ThumbnailProvider::icon(const QFileInfo &info) const {
 
 QStringList pictureNames() {
     static const QStringList names = {
-        QStringLiteral("*.png"),  QStringLiteral("*.jpg"), QStringLiteral("*.jpeg"),
+        QStringLiteral("*.png"),  QStringLiteral("*.jpg"),  QStringLiteral("*.jpeg"),
         QStringLiteral("*.webp"), QStringLiteral("*.heic"), QStringLiteral("*.heif"),
-        QStringLiteral("*.gif"),  QStringLiteral("*.bmp"), QStringLiteral("*.ico"),
+        QStringLiteral("*.gif"),  QStringLiteral("*.bmp"),  QStringLiteral("*.ico"),
         QStringLiteral("*.tif"),  QStringLiteral("*.tiff")};
     return names;
 }

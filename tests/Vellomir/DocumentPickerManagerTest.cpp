@@ -60,19 +60,8 @@ protected:
         }
     }
 
-    /// Both threads of the queue meet when nothing that was submitted before still runs.
-    void finishBackground() {
-        const auto passed = std::make_shared<std::atomic<int>>();
-        for (int index = 0; index < 2; ++index)
-            background_.submit([passed] {
-                ++*passed;
-                waitUntil([&passed] { return *passed == 2; });
-            });
-        waitUntil([&passed] { return *passed == 2; });
-    }
-
     void finishEverything() {
-        finishBackground();
+        test::finish(background_);
         loop_.runPending();
     }
 
@@ -95,7 +84,7 @@ protected:
 TEST_F(TheManager, TellsOfAFileThatCanBeReadOnTheMainQueue) {
     writeFile(folder_ / "a b.ipa", "content");
     manager_->documentPicker({folder_.url("a b.ipa")});
-    finishBackground();
+    test::finish(background_);
     EXPECT_THAT(events_, IsEmpty());
     runUntilTold(2);
     EXPECT_THAT(events_, ElementsAre(success, "picked a b.ipa"));
@@ -192,7 +181,7 @@ TEST_F(TheManager, ForgetsAFileThatWasReadButNotYetTold) {
     writeFile(folder_ / "old", "");
     writeFile(folder_ / "new", "");
     manager_->documentPicker({folder_.url("old")});
-    finishBackground();
+    test::finish(background_);
     EXPECT_THAT(pick("new"), ElementsAre(success, "picked new"));
 }
 

@@ -2,6 +2,9 @@
 
 #include "tests/support/Referee.h"
 
+#include <atomic>
+#include <thread>
+
 namespace test {
 
 using archive::URL;
@@ -53,6 +56,20 @@ std::string Job::consoleText() const {
     for (const std::string &line : console())
         text += line + '\n';
     return text;
+}
+
+void finish(vellomir::BackgroundQueue &queue) {
+    // Both threads meet when neither has anything else to do.
+    const auto arrived = std::make_shared<std::atomic<int>>();
+    const auto meet = [arrived] {
+        ++*arrived;
+        while (*arrived < 2)
+            std::this_thread::yield();
+    };
+    queue.submit(meet);
+    queue.submit(meet);
+    while (*arrived < 2)
+        std::this_thread::yield();
 }
 
 std::string plist(const std::string &content) {

@@ -55,6 +55,9 @@ private:
     Lines console_;
 };
 
+/// Waits until everything is done that the queue, which must have two threads, was given before.
+void finish(vellomir::BackgroundQueue &queue);
+
 /// <plist> with a dictionary of this content, in XML.
 [[nodiscard]] std::string plist(const std::string &content);
 /// The property list of an app "Notes".

@@ -1,9 +1,9 @@
 #include "Vellomir/Platform/Picture.h"
 #include "Vellomir/Platform/PictureGeometry.h"
+#include "tests/Vellomir/PictureSupport.h"
 #include "tests/support/Referee.h"
 #include "tests/support/TemporaryFolder.h"
 
-#include <QBuffer>
 #include <QColorSpace>
 #include <QImage>
 #include <QImageWriter>
@@ -14,6 +14,13 @@
 
 using archive::Data;
 using archive::Error;
+using test::corners;
+using test::decode;
+using test::encoded;
+using test::Pixel;
+using test::pixels;
+using test::quarters;
+using test::refusal;
 using testing::ElementsAre;
 using testing::ElementsAreArray;
 using testing::HasSubstr;
@@ -24,47 +31,6 @@ using vellomir::Picture;
 using vellomir::PictureError;
 
 namespace {
-
-using Pixel = std::vector<unsigned>; ///< red, green, blue, alpha
-
-Picture decode(const std::string &bytes) {
-    return Picture::decode(Data(std::string_view(bytes)), "picture");
-}
-
-std::string refusal(const std::string &bytes) {
-    try {
-        static_cast<void>(decode(bytes));
-    } catch (const Error &error) {
-        EXPECT_EQ(error.code(), PictureError::unreadablePicture);
-        EXPECT_EQ(error.name(), "PictureError.unreadablePicture");
-        EXPECT_THAT(error.what(), HasSubstr("picture"));
-        return error.what();
-    }
-    return "";
-}
-
-Pixel pixel(const Bitmap &bitmap, int x, int y) {
-    const std::byte *start = bitmap.pixels.get() +
-                             static_cast<std::size_t>(y) * bitmap.bytesPerRow +
-                             static_cast<std::size_t>(x) * bitmap.bytesPerPixel();
-    Pixel channels;
-    for (std::size_t channel = 0; channel < 4; ++channel)
-        if (bitmap.isDeep)
-            channels.push_back(reinterpret_cast<const std::uint16_t *>(start)[channel]);
-        else
-            channels.push_back(std::to_integer<unsigned>(start[channel]));
-    if (!bitmap.hasAlpha)
-        channels.pop_back();
-    return channels;
-}
-
-std::vector<Pixel> pixels(const Bitmap &bitmap) {
-    std::vector<Pixel> all;
-    for (int y = 0; y < bitmap.height; ++y)
-        for (int x = 0; x < bitmap.width; ++x)
-            all.push_back(pixel(bitmap, x, y));
-    return all;
-}
 
 /// A bitmap whose pixels count from 1 on, row by row, in the red channel.
 Bitmap numbered(int width, int height) {
@@ -158,25 +124,6 @@ std::string chunkNames(const Data &png) {
 
 // --- Other formats by Qt ----------------------------------------------------------------------
 
-std::string encoded(const QImage &image, const char *format, int quality = 100) {
-    QByteArray bytes;
-    QBuffer buffer(&bytes);
-    buffer.open(QIODevice::WriteOnly);
-    EXPECT_TRUE(image.save(&buffer, format, quality)) << format;
-    return bytes.toStdString();
-}
-
-/// 32 by 16 pixels: red and green above, blue and white below.
-QImage quarters() {
-    QImage image(32, 16, QImage::Format_RGB32);
-    for (int y = 0; y < 16; ++y)
-        for (int x = 0; x < 32; ++x)
-            image.setPixel(x, y,
-                           y < 8 ? (x < 16 ? 0xFFFF0000U : 0xFF00FF00U)
-                                 : (x < 16 ? 0xFF0000FFU : 0xFFFFFFFFU));
-    return image;
-}
-
 /// The JPEG with an EXIF segment that holds nothing but the orientation.
 std::string withOrientation(const std::string &jpeg, char orientation) {
     const std::string exif =
@@ -184,19 +131,6 @@ std::string withOrientation(const std::string &jpeg, char orientation) {
         std::string(6, '\0');
     const auto size = static_cast<char>(exif.size() + 2);
     return jpeg.substr(0, 2) + "\xFF\xE1" + '\0' + size + exif + jpeg.substr(2);
-}
-
-char colorName(const Pixel &color) {
-    const auto isOn = [&color](std::size_t channel) { return color[channel] > 128; };
-    return isOn(0) && isOn(1) ? 'w' : isOn(0) ? 'r' : isOn(1) ? 'g' : 'b';
-}
-
-/// The colours near the corners, row by row.
-std::string corners(const Bitmap &bitmap) {
-    const int right = bitmap.width - 2;
-    const int bottom = bitmap.height - 2;
-    return {colorName(pixel(bitmap, 1, 1)), colorName(pixel(bitmap, right, 1)),
-            colorName(pixel(bitmap, 1, bottom)), colorName(pixel(bitmap, right, bottom))};
 }
 
 // --- Cropping ---------------------------------------------------------------------------------
@@ -342,6 +276,25 @@ TEST(WebP, IsReadWithItsAlpha) {
                 ElementsAre(Pixel{10, 20, 30, 255}, Pixel{200, 100, 50, 128}));
 }
 
+TEST(WebP, WithoutLossIsReadPixelByPixel) {
+    if (!QImageWriter::supportedImageFormats().contains("webp"))
+        GTEST_SKIP() << "this system knows no WebP";
+    QImage image(61, 43, QImage::Format_ARGB32);
+    std::vector<Pixel> expected;
+    for (int y = 0; y < image.height(); ++y)
+        for (int x = 0; x < image.width(); ++x) {
+            const QColor color((37 * x + 11 * y) % 256, (91 * x + 53 * y) % 256,
+                               (17 * x + 29 * y) % 256, 1 + (7 * x + 5 * y) % 255);
+            image.setPixelColor(x, y, color);
+            expected.push_back(
+                {static_cast<unsigned>(color.red()), static_cast<unsigned>(color.green()),
+                 static_cast<unsigned>(color.blue()), static_cast<unsigned>(color.alpha())});
+        }
+    const Picture picture = decode(encoded(image, "WEBP"));
+    EXPECT_TRUE(picture.bitmap().hasAlpha);
+    EXPECT_EQ(pixels(picture.bitmap()), expected);
+}
+
 TEST(OtherFormats, AreReadToo) {
     for (const char *format : {"BMP", "ICO"})
         EXPECT_EQ(corners(decode(encoded(quarters(), format)).bitmap()), "rgbw") << format;
@@ -380,6 +333,9 @@ TEST(WhatIsNoPicture, IsRefused) {
           "#define x_width 8\n#define x_height 1\nstatic char x_bits[] = {0xff};",
           "\x89PNG\r\n\x1A\n", "\xFF\xD8\xFF", "GIF89a", "BM"})
         EXPECT_NE(refusal(text), "") << text;
+    EXPECT_NE(refusal(header(32, 16, 8, rgb)), "") << "a header and nothing behind it";
+    const std::string emptyZip = "PK\5\6" + std::string(18, '\0');
+    EXPECT_THAT(refusal(emptyZip), HasSubstr("no picture of a known kind"));
 }
 
 TEST(WhatIsCutShort, IsRefused) {

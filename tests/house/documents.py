@@ -119,6 +119,8 @@ def patternOf(lines):
 
 def commandProblem(command, expected, folder):
     environment = dict(os.environ, PATH=f"{BUILD / 'bin'}:{os.environ['PATH']}", LC_ALL="C.UTF-8")
+    for display in ["DISPLAY", "WAYLAND_DISPLAY"]:
+        environment.pop(display, None)  # ./run would open the window there.
     ran = subprocess.run(["bash", "-c", command], cwd=folder, env=environment, text=True,
                          stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
                          stderr=subprocess.STDOUT)

@@ -52,7 +52,8 @@ Picture landscape(int width, int height) {
     painter.drawEllipse(image.rect().center(), sun / 2, sun / 2);
     painter.setBrush(QColor(30, 34, 60));
     painter.drawPolygon(QPolygon({{0, height}, {width / 3, height * 6 / 10}, {width, height}}));
-    painter.drawPolygon(QPolygon({{width / 3, height}, {width * 3 / 4, height / 2}, {width, height}}));
+    painter.drawPolygon(
+        QPolygon({{width / 3, height}, {width * 3 / 4, height / 2}, {width, height}}));
     painter.end();
     const auto owner = std::make_shared<const QImage>(image);
     const auto *const pixels = reinterpret_cast<const std::byte *>(owner->constBits());
@@ -77,8 +78,8 @@ void chooseIcon(Stage &stage) {
 void run(Stage &stage) {
     chooseIcon(stage);
     stage.view().isLoading.set(true);
-    stage.view().logMessages.replace({"Unzipping IPA...", "Unzipped IPA file successfully",
-                                      "Image picked", "icon.png updated"});
+    stage.view().logMessages.replace(
+        {"Unzipping IPA...", "Unzipped IPA file successfully", "Image picked", "icon.png updated"});
 }
 
 const std::vector<std::string> wholeLog = {"Unzipping IPA...",
@@ -170,7 +171,8 @@ bool drawAll(const Format &format, const QDir &folder) {
     for (const State &state : states) {
         Stage stage(format.size);
         state.enter(stage);
-        const QString file = folder.filePath(state.name + u'-' + format.name + QStringLiteral(".png"));
+        const QString file =
+            folder.filePath(state.name + u'-' + format.name + QStringLiteral(".png"));
         if (!stage.draw().save(file)) {
             std::fprintf(stderr, "vellomir-screenshots: cannot write %s\n", qUtf8Printable(file));
             return false;

@@ -1,0 +1,80 @@
+import QtQuick
+import QtQuick.Layouts
+import Vellomir
+
+// The chosen picture in a square, and the two ways to go on.
+Item {
+    id: page
+
+    required property AppLaunchState launchState
+
+    ColumnLayout {
+        anchors.fill: parent
+        spacing: Style.spacing
+
+        Item {
+            Layout.fillWidth: true
+            Layout.fillHeight: true
+            Layout.preferredHeight: width
+            Layout.maximumHeight: width
+            Layout.minimumHeight: 80
+
+            Rectangle {
+                id: preview
+
+                anchors.centerIn: parent
+                width: Math.min(parent.width, parent.height)
+                height: width
+                color: Style.faded(Style.black, 0.7)
+                clip: true
+
+                Image {
+                    objectName: "preview"
+                    anchors.fill: parent
+                    source: page.launchState.selectedImage
+                    sourceSize.width: width * Screen.devicePixelRatio
+                    sourceSize.height: height * Screen.devicePixelRatio
+                    fillMode: Image.PreserveAspectFit
+                    asynchronous: true
+                    cache: false
+                    smooth: true
+                    Accessible.role: Accessible.Graphic
+                    Accessible.name: "The chosen picture"
+                }
+
+                Rectangle {
+                    anchors.fill: parent
+                    color: "transparent"
+                    border.width: 2
+                    border.color: Style.white
+                }
+            }
+        }
+
+        Item {
+            Layout.fillHeight: true
+        }
+
+        RowLayout {
+            Layout.fillWidth: true
+            Layout.margins: 25
+            spacing: Style.spacing
+
+            PlainButton {
+                objectName: "useButton"
+                Layout.fillWidth: true
+                Layout.preferredWidth: 1 // Both share the row equally.
+                text: "Use"
+                onClicked: page.launchState.useImage()
+            }
+
+            PlainButton {
+                objectName: "zoomButton"
+                Layout.fillWidth: true
+                Layout.preferredWidth: 1
+                text: "Zoom it"
+                onClicked: page.launchState.zoomImage()
+            }
+        }
+    }
+}

@@ -1,0 +1,182 @@
+// The library for HEIC, which PictureCodec.h describes. It only reads.
+
+#include "Vellomir/Platform/HevcDecoder.h"
+#include "Vellomir/Platform/PictureCodec.h"
+
+#include <algorithm>
+#include <bit>
+#include <libheif/heif.h>
+#include <limits>
+#include <mutex>
+#include <new>
+
+namespace vellomir {
+namespace {
+
+using Decoded = PictureCodec::Decoded;
+using Context = std::unique_ptr<heif_context, decltype(&heif_context_free)>;
+using Handle = std::unique_ptr<const heif_image_handle, decltype(&heif_image_handle_release)>;
+using Image = std::shared_ptr<heif_image>;
+
+/// libheif counts the bytes of an image in 32 bits with a sign. Parts of a file can tell other
+/// sizes than the whole, and of them it only limits the sides.
+constexpr int maximumSide = 23'000;
+
+/// The same for 8 bytes a pixel. Larger pictures come with 8 bits a channel.
+constexpr int maximumDeepSide = 16'000;
+
+Decoded failed(std::string error) {
+    return {.bitmap = {}, .error = std::move(error)};
+}
+
+Decoded failed(const heif_error &error) {
+    if (error.code == heif_error_Memory_allocation_error)
+        return failed("The picture is larger than it says, or than can be read");
+    if (error.code == heif_error_Unsupported_feature)
+        return failed("The picture uses a kind of HEIF that cannot be read");
+    return failed("The picture is damaged or cut short");
+}
+
+/// The pixels of an image, four channels of type `Channel` each.
+template <typename Channel>
+class Pixels {
+public:
+    explicit Pixels(heif_image *image)
+        : width_(static_cast<std::size_t>(heif_image_get_width(image, heif_channel_interleaved))),
+          height_(heif_image_get_height(image, heif_channel_interleaved)),
+          start_(heif_image_get_plane(image, heif_channel_interleaved, &stride_)) {}
+
+    template <typename Change>
+    void forEach(const Change &change) const {
+        std::uint8_t *row = start_;
+        for (int y = 0; y < height_; ++y, row += stride_) {
+            auto *const pixels = reinterpret_cast<Channel *>(row);
+            for (std::size_t x = 0; x < width_; ++x)
+                change(pixels + 4 * x);
+        }
+    }
+
+private:
+    int stride_ = 0;
+    std::size_t width_;
+    int height_;
+    std::uint8_t *start_;
+};
+
+/// From as many bits as there are to 16: the highest value becomes the highest.
+void widen(heif_image *image) {
+    const int bits = heif_image_get_bits_per_pixel_range(image, heif_channel_interleaved);
+    const unsigned highest = (1U << static_cast<unsigned>(bits)) - 1;
+    Pixels<std::uint16_t>(image).forEach([highest](std::uint16_t *pixel) {
+        for (int channel = 0; channel < 4; ++channel) {
+            const std::uint32_t value = std::min<std::uint32_t>(pixel[channel], highest);
+            pixel[channel] = static_cast<std::uint16_t>((value * 65'535U + highest / 2) / highest);
+        }
+    });
+}
+
+/// Takes alpha out of the colours.
+template <typename Channel>
+void divideByAlpha(heif_image *image) {
+    constexpr std::uint32_t opaque = std::numeric_limits<Channel>::max();
+    Pixels<Channel>(image).forEach([](Channel *pixel) {
+        const std::uint32_t alpha = pixel[3];
+        if (alpha == 0 || alpha == opaque)
+            return;
+        for (int channel = 0; channel < 3; ++channel) {
+            const std::uint32_t color = std::min<std::uint32_t>(pixel[channel], alpha);
+            pixel[channel] = static_cast<Channel>((color * opaque + alpha / 2) / alpha);
+        }
+    });
+}
+
+/// The bitmap keeps the image.
+Bitmap bitmap(const Image &image, bool isDeep, bool hasAlpha) {
+    int stride = 0;
+    const std::uint8_t *pixels =
+        heif_image_get_plane_readonly(image.get(), heif_channel_interleaved, &stride);
+    return {.width = heif_image_get_width(image.get(), heif_channel_interleaved),
+            .height = heif_image_get_height(image.get(), heif_channel_interleaved),
+            .isDeep = isDeep,
+            .hasAlpha = hasAlpha,
+            .bytesPerRow = static_cast<std::size_t>(stride),
+            .pixels = {image, reinterpret_cast<const std::byte *>(pixels)}};
+}
+
+constexpr heif_chroma deepChroma = std::endian::native == std::endian::little
+                                       ? heif_chroma_interleaved_RRGGBBAA_LE
+                                       : heif_chroma_interleaved_RRGGBBAA_BE;
+
+/// Upright: libheif turns and crops as the file says. What EXIF says of it is for information.
+Decoded decode(const heif_image_handle *handle, bool isDeep) {
+    const std::unique_ptr<heif_decoding_options, decltype(&heif_decoding_options_free)> options(
+        heif_decoding_options_alloc(), heif_decoding_options_free);
+    options->convert_hdr_to_8bit = !isDeep;
+    heif_image *result = nullptr;
+    const heif_error error =
+        heif_decode_image(handle, &result, heif_colorspace_RGB,
+                          isDeep ? deepChroma : heif_chroma_interleaved_RGBA, options.get());
+    const Image image(result, heif_image_release);
+    if (error.code != heif_error_Ok)
+        return failed(error);
+    const bool hasAlpha = heif_image_handle_has_alpha_channel(handle) != 0;
+    if (isDeep)
+        widen(result);
+    if (hasAlpha && heif_image_handle_is_premultiplied_alpha(handle) != 0)
+        (isDeep ? divideByAlpha<std::uint16_t> : divideByAlpha<std::uint8_t>)(result);
+    return {.bitmap = bitmap(image, isDeep, hasAlpha), .orientation = Orientation::up, .error = {}};
+}
+
+Decoded decodePrimary(std::span<const std::byte> bytes) {
+    const Context context(heif_context_alloc(), heif_context_free);
+    heif_context_set_maximum_image_size_limit(context.get(), std::numeric_limits<int>::max());
+    heif_error error = heif_context_read_from_memory_without_copy(context.get(), bytes.data(),
+                                                                  bytes.size(), nullptr);
+    if (error.code != heif_error_Ok)
+        return failed(error);
+    heif_image_handle *primary = nullptr;
+    error = heif_context_get_primary_image_handle(context.get(), &primary);
+    const Handle handle(primary, heif_image_handle_release);
+    if (error.code != heif_error_Ok)
+        return failed(error);
+    const std::int64_t width = heif_image_handle_get_ispe_width(primary);
+    const std::int64_t height = heif_image_handle_get_ispe_height(primary);
+    if (width * height > PictureCodec::maximumPixels)
+        return failed("The picture has more than 256 million pixels");
+    const int side = static_cast<int>(std::max(width, height));
+    if (side > maximumSide)
+        return failed("A side of the picture is longer than 23,000 pixels");
+    // A single tile may be larger than the whole.
+    heif_context_set_maximum_image_size_limit(context.get(), std::max(side, maximumDeepSide));
+    return decode(primary, heif_image_handle_get_luma_bits_per_pixel(primary) > 8 &&
+                               side <= maximumDeepSide);
+}
+
+/// One picture at a time: the pixels that its tiles and its alpha may have are counted for all of
+/// the decoder's threads.
+Decoded decodeBytes(std::span<const std::byte> bytes) {
+    static std::mutex mutex;
+    const std::scoped_lock lock(mutex);
+    allowHevcPixels(PictureCodec::maximumPixels, 3 * PictureCodec::maximumPixels);
+    try {
+        return decodePrimary(bytes);
+    } catch (const std::bad_alloc &) {
+        return failed("There is not enough memory for the picture");
+    } catch (const std::exception &) {
+        return failed("The picture is damaged or cut short");
+    }
+}
+
+} // namespace
+} // namespace vellomir
+
+extern "C" __attribute__((visibility("default"))) const vellomir::PictureCodec *
+vellomirPictureCodec() {
+    static constexpr vellomir::PictureCodec codec{vellomir::decodeBytes, nullptr};
+    static const bool isReady = [] {
+        heif_init(nullptr);
+        vellomir::installHevcDecoder();
+        return true;
+    }();
+    return isReady ? &codec : nullptr;
+}

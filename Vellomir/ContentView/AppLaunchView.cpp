@@ -48,7 +48,7 @@ void AppLaunchView::doItAction() {
     isLoading.set(true);
     isProcessing.set(true);
     // A file that was picked just now is this job's, however long it takes to read.
-    documentPickerManager->afterReading(whileAlive([this] { startJob(); }));
+    whenFileIsSettled(whileAlive([this] { startJob(); }));
 }
 
 void AppLaunchView::startJob() {

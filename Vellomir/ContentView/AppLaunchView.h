@@ -56,11 +56,12 @@ public:
 
     /// When the screen appears: from now on, it hears of the files that are picked.
     void onAppear();
-    /// Empties the Documents folder and asks for a file. Does nothing while a job runs.
+    /// Empties the Documents folder, in the background, and then asks for a file. Does nothing
+    /// while a job runs, or while the folder is being emptied.
     void selectFile();
     /// Takes the first of the files that were dropped, or named when the program was started, as if
-    /// it had been picked. False, and nothing happens, while a job runs, if there is no file, or if
-    /// it lies in the application's own folders and would be lost when these are emptied.
+    /// it had been picked. False, and nothing happens, in the same cases, if there is no file, or
+    /// if it lies in the application's own folders and would be lost when these are emptied.
     [[nodiscard]] bool openDocuments(const std::vector<archive::URL> &urls);
     /// Takes the picked file. Nothing is read yet.
     void filePicked(const archive::URL &url);
@@ -74,7 +75,8 @@ public:
     /// Starts a job in the background, after a file that was just picked has been read through; any
     /// number may run at once. Its completion step follows on the main queue.
     void doItAction();
-    /// Empties the Documents folder and then the log; before another file is picked.
+    /// Empties the Documents folder and then the log; before another file is picked. Any thread;
+    /// takes as long as deleting takes.
     void clearDocuments();
     void hideKeyboard() const;
     /// Breaks off the jobs that run and waits until they have ended; then removes all that they
@@ -109,6 +111,8 @@ private:
     [[nodiscard]] PresentationMode presentationMode(Property<bool> &isShown) const;
     void imageChanged(const std::optional<Picture> &image);
 
+    void clearDocumentsAndThen(Task next);
+    void whenFileIsSettled(Task task);
     void startJob();
     void completeJob();
     void fail(const std::string &message);
@@ -135,6 +139,8 @@ private:
     std::optional<Picture> imageBefore_;
     BackgroundWork decoding_;
     std::shared_ptr<JobCounter> jobs_;
+    bool isClearing_ = false;               ///< main thread
+    std::vector<Task> waitingForDocuments_; ///< main thread
     std::shared_ptr<const bool> isAlive_ = std::make_shared<const bool>(true);
 };
 

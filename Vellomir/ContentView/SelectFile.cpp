@@ -2,8 +2,10 @@
 
 #include "Vellomir/ContentView/AppLaunchView.h"
 #include "Vellomir/ContentView/DocumentPickerManager.h"
+#include "Vellomir/ContentView/JobCounter.h"
 
 #include <filesystem>
+#include <utility>
 
 namespace vellomir {
 namespace {
@@ -35,24 +37,46 @@ void AppLaunchView::onAppear() {
 }
 
 void AppLaunchView::selectFile() {
-    if (isLoading.get())
+    if (isLoading.get() || isClearing_)
         return;
-    clearDocuments();
-    if (!services_.presentDocumentPicker)
-        return;
-    services_.presentDocumentPicker(
-        [manager = std::weak_ptr(documentPickerManager)](const std::vector<URL> &urls) {
-            if (const auto delegate = manager.lock())
-                delegate->documentPicker(urls);
-        });
+    clearDocumentsAndThen([this] {
+        if (!services_.presentDocumentPicker)
+            return;
+        services_.presentDocumentPicker(
+            [manager = std::weak_ptr(documentPickerManager)](const std::vector<URL> &urls) {
+                if (const auto delegate = manager.lock())
+                    delegate->documentPicker(urls);
+            });
+    });
 }
 
 bool AppLaunchView::openDocuments(const std::vector<URL> &urls) {
-    if (isLoading.get() || urls.empty() || liesInside(urls.front(), services_.sandbox.root()))
+    if (isLoading.get() || isClearing_ || urls.empty() ||
+        liesInside(urls.front(), services_.sandbox.root()))
         return false;
-    clearDocuments();
-    documentPickerManager->documentPicker(urls);
+    clearDocumentsAndThen([this, urls] { documentPickerManager->documentPicker(urls); });
     return true;
+}
+
+/// An unpacked package may be so many files that the screen would stand still meanwhile.
+void AppLaunchView::clearDocumentsAndThen(Task next) {
+    isClearing_ = true;
+    services_.backgroundQueue([this, next = std::move(next), token = jobs_->startJob()] {
+        clearDocuments();
+        services_.mainQueue(whileAlive([this, next] {
+            isClearing_ = false;
+            next();
+            for (Task &task : std::exchange(waitingForDocuments_, {}))
+                whenFileIsSettled(std::move(task));
+        }));
+    });
+}
+
+void AppLaunchView::whenFileIsSettled(Task task) {
+    if (isClearing_)
+        waitingForDocuments_.push_back(std::move(task));
+    else
+        documentPickerManager->afterReading(std::move(task));
 }
 
 } // namespace vellomir

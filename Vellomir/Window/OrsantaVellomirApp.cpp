@@ -78,6 +78,7 @@ OrsantaVellomirApp::OrsantaVellomirApp(const Surroundings &surroundings)
 }
 
 OrsantaVellomirApp::~OrsantaVellomirApp() {
+    window_ = nullptr;
     engine_.reset();
     state_.reset();
     view_->close();

@@ -52,14 +52,13 @@ void Sharing::save(const QUrl &destination) {
                    true);
     setSaving(true);
     say(QStringLiteral("Saving %1…").arg(QDir::toNativeSeparators(to)));
-    progress_ = archive::Progress::make();
     if (saver_.joinable())
         saver_.join(); // It has said its last word already.
-    saver_ = std::thread([this, from = path(), to, progress = progress_] {
+    saver_ = std::thread([this, from = path(), to] {
         QString failure;
         try {
             vellomir::saveCopy(archive::URL::file(from.toStdString()),
-                               archive::URL::file(to.toStdString()), progress.get());
+                               archive::URL::file(to.toStdString()), nullptr);
         } catch (const std::exception &error) {
             failure = QString::fromStdString(error.what());
         }
@@ -96,11 +95,6 @@ void Sharing::dragFinished(bool wasTaken) {
         say(QStringLiteral("Handed over"));
     else
         say(QStringLiteral("Nothing took the file where you let it go"), true);
-}
-
-void Sharing::cancel() {
-    if (progress_)
-        progress_->cancel();
 }
 
 void Sharing::say(const QString &message, bool hasFailed) {

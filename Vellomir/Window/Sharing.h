@@ -1,13 +1,10 @@
 #pragma once
 
-#include "archive/Progress.h"
-
 #include <QObject>
 #include <QString>
 #include <QUrl>
 #include <QtQml/qqmlregistration.h>
 
-#include <memory>
 #include <optional>
 #include <thread>
 
@@ -59,9 +56,6 @@ public:
     /// Forgets what happened, when the sheet opens again.
     Q_INVOKABLE void forgetMessage() { say({}); }
 
-    /// Breaks off the copy that is being saved.
-    void cancel();
-
 signals:
     void itemChanged();
     void messageChanged();
@@ -80,7 +74,6 @@ private:
     QString message_;
     bool hasFailed_ = false;
     bool isSaving_ = false;
-    std::shared_ptr<archive::Progress> progress_;
     std::thread saver_;
 };
 

@@ -253,10 +253,9 @@ protected:
 TEST_F(PickingAFile, EmptiesDocumentsAndShowsThePicker) {
     writeFile(job_.documents() / "old", "");
     job_.view.logMessages.append("old");
-    job_.view.selectFile();
+    job_.selectFile();
     EXPECT_TRUE(fs::is_empty(job_.documents()));
     EXPECT_THAT(job_.log(), IsEmpty());
-    ASSERT_TRUE(job_.didPickDocuments);
     const URL picked = file("Notes.ipa");
     job_.didPickDocuments({picked});
     job_.runUntilConsoleHas(2);
@@ -268,7 +267,7 @@ TEST_F(PickingAFile, EmptiesDocumentsAndShowsThePicker) {
 
 TEST_F(PickingAFile, ThatCannotBeReadKeepsTheOneBefore) {
     job_.view.filePicked(file("Notes.ipa"));
-    job_.view.selectFile();
+    job_.selectFile();
     job_.didPickDocuments({job_.folder.url("missing")});
     job_.runUntilConsoleHas(2);
     EXPECT_EQ(job_.console().back(), failure);
@@ -279,7 +278,7 @@ TEST_F(PickingAFile, ThatCannotBeReadKeepsTheOneBefore) {
 TEST_F(PickingAFile, CancelledOnlyEmptiesDocuments) {
     const URL picked = file("Notes.ipa");
     job_.view.filePicked(picked);
-    job_.view.selectFile();
+    job_.selectFile();
     job_.didPickDocuments({});
     job_.mainLoop.runPending();
     EXPECT_EQ(job_.view.selectedFileURL.get(), picked);
@@ -295,14 +294,49 @@ TEST_F(PickingAFile, DoesNothingWhileAJobRuns) {
     EXPECT_TRUE(fs::exists(job_.documents() / "old"));
 }
 
+TEST_F(PickingAFile, DoesNothingWhileDocumentsIsBeingEmptied) {
+    job_.selectFile();
+    job_.didPickDocuments = nullptr;
+    job_.view.selectFile();
+    job_.view.selectFile();
+    EXPECT_FALSE(job_.view.openDocuments({file("Notes.ipa")}));
+    while (!job_.didPickDocuments)
+        job_.mainLoop.runPending();
+    job_.didPickDocuments = nullptr;
+    test::finish(job_.background);
+    job_.mainLoop.runPending();
+    EXPECT_FALSE(job_.didPickDocuments) << "a second picker for the second press";
+}
+
+TEST_F(PickingAFile, IsWaitedForByTheJobThatIsStartedMeanwhile) {
+    job_.selectFile();
+    job_.didPickDocuments({file("Notes.ipa", test::notesPackage())});
+    job_.doIt();
+    EXPECT_EQ(job_.log().back(), "Temporary files cleared");
+}
+
+TEST_F(PickingAFile, ByDroppingItIsWaitedForAsWell) {
+    EXPECT_TRUE(job_.view.openDocuments({file("Notes.ipa", test::notesPackage())}));
+    job_.doIt();
+    EXPECT_EQ(job_.log().back(), "Temporary files cleared");
+}
+
+TEST_F(PickingAFile, ThatCannotBeReadHoldsUpNoJob) {
+    job_.selectFile();
+    job_.didPickDocuments({job_.folder.url("missing")});
+    job_.doIt();
+    EXPECT_FALSE(job_.view.isLoading.get());
+    EXPECT_THAT(job_.log(), IsEmpty());
+}
+
 TEST_F(PickingAFile, WithoutAPickerStopsSilentlyOverEmptyDocuments) {
     const test::TemporaryFolder folder;
     Lines console;
-    const vellomir::Queue none = [](const vellomir::Task &) {};
+    const vellomir::Queue atOnce = [](const vellomir::Task &task) { task(); };
     vellomir::AppLaunchView view(
         {.sandbox = vellomir::Sandbox(folder.url("box")),
-         .mainQueue = none,
-         .backgroundQueue = none,
+         .mainQueue = atOnce,
+         .backgroundQueue = atOnce,
          .console = [&console](std::string_view line) { console.emplace_back(line); }});
     writeFile(folder / "box/Documents/old", "");
     view.selectFile();
@@ -313,8 +347,8 @@ TEST_F(PickingAFile, WithoutAPickerStopsSilentlyOverEmptyDocuments) {
 TEST_F(PickingAFile, ByDroppingItTakesTheSameRoad) {
     writeFile(job_.documents() / "old", "");
     EXPECT_TRUE(job_.view.openDocuments({file("Notes.ipa"), file("Other.ipa")}));
-    EXPECT_TRUE(fs::is_empty(job_.documents()));
     job_.runUntilConsoleHas(2);
+    EXPECT_TRUE(fs::is_empty(job_.documents()));
     EXPECT_EQ(job_.console().front(), success);
     EXPECT_THAT(job_.log(), ElementsAre("File selected: Notes.ipa"));
     EXPECT_FALSE(job_.didPickDocuments);
@@ -347,7 +381,10 @@ TEST_F(PickingAFile, TakesOneBesideTheOwnFolders) {
     fs::create_symlink("../outside", job_.folder / "box/link");
     const URL beside = file("boxes/Notes.ipa");
     EXPECT_TRUE(job_.view.openDocuments({beside}));
+    job_.runUntilConsoleHas(2);
     EXPECT_TRUE(job_.view.openDocuments({job_.folder.url("missing")}));
+    job_.runUntilConsoleHas(3);
+    EXPECT_EQ(job_.console().back(), failure);
 }
 
 TEST(AScreen, ThatHasGoneHearsOfNoFile) {
@@ -367,6 +404,8 @@ TEST(AScreen, ThatHasGoneHearsOfNoFile) {
              .presentDocumentPicker = [&](auto didPick) { didPickDocuments = didPick; }});
         view.onAppear();
         view.selectFile();
+        while (!didPickDocuments)
+            loop.runPending();
         manager = view.documentPickerManager;
     }
     manager->documentPicker({folder.url("Notes.ipa")});

@@ -30,6 +30,13 @@ void Job::pick(const std::string &content, const std::string &name) {
     view.filePicked(URL::file((folder / "picked" / name).string()));
 }
 
+void Job::selectFile() {
+    didPickDocuments = nullptr;
+    view.selectFile();
+    while (!didPickDocuments)
+        mainLoop.runPending();
+}
+
 void Job::runUntilConsoleHas(std::size_t lines) {
     while (console().size() < lines) {
         mainLoop.runPending();

@@ -37,6 +37,8 @@ public:
 
     /// Writes a file beside the sandbox, and picks it.
     void pick(const std::string &content, const std::string &name = "Notes.ipa");
+    /// Presses "Select IPA File" and runs the main loop until the document picker is shown.
+    void selectFile();
     /// Runs the main loop until the console has had so many lines.
     void runUntilConsoleHas(std::size_t lines);
     /// Presses "Do it" and runs the main loop up to the end of the completion step.

@@ -59,7 +59,7 @@ protected:
     /// Chooses a file in the document picker.
     void select(const std::string &name, const std::string &content = test::notesPackage()) {
         test::writeFile(job_.folder / name, content);
-        view_.selectFile();
+        job_.selectFile();
         const std::size_t lines = job_.console().size();
         job_.didPickDocuments({job_.folder.url(name)});
         job_.runUntilConsoleHas(lines + 2);
@@ -134,7 +134,7 @@ TEST_F(TheMainScreen, StartsAfreshWithTheNextPick) {
     doIt();
     finishSharing();
     EXPECT_FALSE(fs::is_empty(job_.documents()));
-    view_.selectFile();
+    job_.selectFile();
     EXPECT_TRUE(fs::is_empty(job_.documents()));
     EXPECT_THAT(job_.log(), IsEmpty());
     select("Other.ipa");
@@ -184,7 +184,7 @@ TEST_F(TheMainScreen, KeepsAllStateWhenPickingFails) {
     chooseIcon();
     zoom();
     const Shown before = shown();
-    view_.selectFile();
+    job_.selectFile();
     const std::size_t lines = job_.console().size();
     job_.didPickDocuments({job_.folder.url("missing.ipa")});
     job_.runUntilConsoleHas(lines + 1);

@@ -75,7 +75,14 @@ def hasPreset(name):
     return any(preset["name"] == name for preset in presets)
 
 
+def installs(component):
+    return any(re.search(rf"COMPONENT {component}\b", script.read_text())
+               for script in (ROOT / "cmake").glob("Install*.cmake"))
+
+
 def spanProblem(text, tree):
+    if text.startswith("cmake --install "):
+        return None if installs(text.split()[-1]) else "nothing is installed as this component"
     if text.startswith("cmake --preset "):
         return None if hasPreset(text.split()[2]) else "no such preset"
     if text.startswith(("vellomir-cli ", "./run ")):

@@ -12,7 +12,6 @@ SheetRow {
     symbol: "hand.draw"
     text: "Drag this to another window"
     // It holds still while something else is dragged with it.
-    Drag.active: handler.active
     Drag.dragType: Drag.Automatic
     Drag.supportedActions: Qt.CopyAction
     Drag.proposedAction: Qt.CopyAction
@@ -21,9 +20,15 @@ SheetRow {
     }
     Drag.onDragFinished: action => row.dropped(action !== Qt.IgnoreAction)
 
-    DragHandler {
-        id: handler
+    // A press of the row itself would not end when the drag does.
+    MouseArea {
+        anchors.fill: parent
+        cursorShape: Qt.OpenHandCursor
+    }
 
+    DragHandler {
         target: null
+        // Not bound: the drag, which goes on until this returns, makes the handler inactive again.
+        onActiveChanged: row.Drag.active = active
     }
 }

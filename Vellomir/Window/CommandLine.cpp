@@ -17,6 +17,12 @@ ParsedCommandLine ended(std::FILE *stream, const QString &text, int exitCode) {
     return {.options = std::nullopt, .exitCode = exitCode};
 }
 
+/// The parser knows the program's name only from an application, which there is none yet.
+QString helpText(const QCommandLineParser &parser) {
+    return parser.helpText().replace(QStringLiteral("<executable_name>"),
+                                     QStringLiteral("vellomir"));
+}
+
 QList<QUrl> urls(const QStringList &files) {
     QList<QUrl> urls;
     for (const QString &file : files)
@@ -42,7 +48,7 @@ ParsedCommandLine parse(const QStringList &arguments) {
                          .arg(parser.errorText()),
                      2);
     if (parser.isSet(help))
-        return ended(stdout, parser.helpText(), 0);
+        return ended(stdout, helpText(parser), 0);
     if (parser.isSet(version))
         return ended(stdout, QStringLiteral("vellomir " VELLOMIR_VERSION "\n"), 0);
     if (parser.positionalArguments().size() > 1)

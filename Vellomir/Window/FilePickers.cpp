@@ -78,22 +78,30 @@ void FilePickers::pickDestination(const QString &name, Place answer) {
 }
 
 void FilePickers::open(std::unique_ptr<QFileDialog> dialog, QUrl &folder, Finished finished) {
-    if (dialog_)
-        dialog_.release()->deleteLater(); // It may be the one that is just giving its answer.
+    forgetDialog();
     dialog_ = std::move(dialog);
     QFileDialog *const opened = dialog_.get();
     QObject::connect(opened, &QFileDialog::finished, opened,
-                     [opened, &folder, finished = std::move(finished)](int result) {
+                     [this, opened, &folder, finished = std::move(finished)](int result) {
                          const bool isAccepted = result == QDialog::Accepted;
                          if (isAccepted)
                              folder = opened->directoryUrl();
-                         finished(isAccepted ? opened->selectedUrls() : QList<QUrl>());
+                         const auto picked = isAccepted ? opened->selectedUrls() : QList<QUrl>();
+                         if (opened == dialog_.get())
+                             forgetDialog();
+                         finished(picked);
                      });
     opened->setWindowModality(Qt::ApplicationModal);
     opened->winId(); // Makes the window that is to be told whose it is.
     if (opened->windowHandle() != nullptr)
         opened->windowHandle()->setTransientParent(owner_);
     opened->open();
+}
+
+/// Its list of completions would outlive the dialog's closing, and keep the keyboard to itself.
+void FilePickers::forgetDialog() {
+    if (dialog_)
+        dialog_.release()->deleteLater(); // It may be the one that is just giving its answer.
 }
 
 } // namespace vellomir

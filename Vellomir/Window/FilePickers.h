@@ -29,6 +29,7 @@ public:
 private:
     using Finished = std::function<void(const QList<QUrl> &)>;
     void open(std::unique_ptr<QFileDialog> dialog, QUrl &folder, Finished finished);
+    void forgetDialog();
 
     QPointer<QWindow> owner_;
     std::unique_ptr<QFileDialog> dialog_;

@@ -11,14 +11,31 @@
 #include <QStandardPaths>
 
 #include <cstdio>
+#include <cstdlib>
 #include <exception>
 
 namespace vellomir {
 namespace {
 
 bool hasDisplay() {
-    return qEnvironmentVariableIsSet("DISPLAY") || qEnvironmentVariableIsSet("WAYLAND_DISPLAY") ||
-           qEnvironmentVariableIsSet("QT_QPA_PLATFORM");
+    return !qEnvironmentVariableIsEmpty("DISPLAY") ||
+           !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") ||
+           !qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM");
+}
+
+QtMessageHandler usualHandler = nullptr;
+
+/// Qt would end the program by a crash where the display does not answer.
+void endWithoutCrash(QtMsgType type, const QMessageLogContext &context, const QString &message) {
+    if (type != QtFatalMsg)
+        return usualHandler(type, context, message);
+    std::fprintf(stderr,
+                 "vellomir: no window can be opened on the display %s, the messages above say why; "
+                 "vellomir-cli does the same without one\n",
+                 qEnvironmentVariable("WAYLAND_DISPLAY", qEnvironmentVariable("DISPLAY"))
+                     .toLocal8Bit()
+                     .constData());
+    std::_Exit(1);
 }
 
 QStringList decoded(int argumentCount, char **arguments) {
@@ -55,7 +72,9 @@ int run(int argumentCount, char **arguments) {
                    stderr);
         return 1;
     }
+    usualHandler = qInstallMessageHandler(endWithoutCrash);
     const QApplication application(argumentCount, arguments);
+    qInstallMessageHandler(usualHandler);
     OrsantaVellomirApp::setUp();
     return runWindow(*commandLine.options);
 }

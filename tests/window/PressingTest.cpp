@@ -4,11 +4,7 @@
 
 #include <algorithm>
 
-using testing::AllOf;
-using testing::Contains;
 using testing::ElementsAre;
-using testing::Gt;
-using testing::Lt;
 
 namespace {
 
@@ -28,32 +24,62 @@ protected:
         return becomes([&] { return button.scale() == scale; });
     }
 
+    /// Whether it was seen between its two sizes.
+    [[nodiscard]] bool wasOnTheWay() const {
+        return std::any_of(scales_.begin(), scales_.end(),
+                           [](double scale) { return scale > 0.95 && scale < 1; });
+    }
+
+    /// So that it does nothing.
+    void letGoBeside() {
+        QTest::mouseMove(&window(), QPoint(1, 1));
+        QTest::mouseRelease(&window(), Qt::LeftButton, {}, QPoint(1, 1));
+    }
+
     std::vector<double> scales_;
 
 private:
     QMetaObject::Connection connection_;
 };
 
-TEST_F(APressedButton, ShrinksAndSpringsBack) {
+TEST_F(APressedButton, ShrinksAboutItsCentre) {
     app_->motion().setReduced(false);
     for (const char *const name : buttons) {
         QQuickItem &button = item(name);
         const QSignalSpy clicks = clicksOf(name);
         const QRectF whole = placeOf(button);
-        watch(button);
         press(button);
         ASSERT_TRUE(comesToRestAt(button, 0.95)) << name;
-        EXPECT_THAT(scales_, Contains(AllOf(Gt(0.95), Lt(1)))) << "it jumps";
         EXPECT_NEAR(placeOf(button).width(), 0.95 * whole.width(), 0.001);
         EXPECT_NEAR(placeOf(button).height(), 0.95 * whole.height(), 0.001);
         EXPECT_NEAR(placeOf(button).center().x(), whole.center().x(), 0.001);
         EXPECT_NEAR(placeOf(button).center().y(), whole.center().y(), 0.001);
-        watch(button);
-        QTest::mouseMove(&window(), QPoint(1, 1)); // Let go beside it, so that it does nothing.
+        letGoBeside();
         ASSERT_TRUE(comesToRestAt(button, 1)) << name;
-        EXPECT_THAT(scales_, Contains(AllOf(Gt(0.95), Lt(1)))) << "it jumps";
-        QTest::mouseRelease(&window(), Qt::LeftButton, {}, QPoint(1, 1));
         EXPECT_EQ(clicks.count(), 0) << name;
+    }
+}
+
+TEST_F(APressedButton, SpringsThereAndBack) {
+    app_->motion().setReduced(false);
+    for (const char *const name : buttons) {
+        QQuickItem &button = item(name);
+        bool springsThere = false;
+        bool springsBack = false;
+        // A machine that stands still for a while draws nothing of the way.
+        constexpr int attempts = 10;
+        for (int attempt = 0; attempt < attempts && !(springsThere && springsBack); ++attempt) {
+            watch(button);
+            press(button);
+            ASSERT_TRUE(comesToRestAt(button, 0.95)) << name;
+            springsThere = springsThere || wasOnTheWay();
+            watch(button);
+            letGoBeside();
+            ASSERT_TRUE(comesToRestAt(button, 1)) << name;
+            springsBack = springsBack || wasOnTheWay();
+        }
+        EXPECT_TRUE(springsThere) << name;
+        EXPECT_TRUE(springsBack) << name;
     }
 }
 
@@ -79,9 +105,8 @@ TEST_F(APressedButton, JumpsWithReducedMotion) {
         watch(button);
         press(button);
         EXPECT_THAT(scales_, ElementsAre(0.95)) << name;
-        QTest::mouseMove(&window(), QPoint(1, 1));
+        letGoBeside();
         EXPECT_THAT(scales_, ElementsAre(0.95, 1)) << name;
-        QTest::mouseRelease(&window(), Qt::LeftButton, {}, QPoint(1, 1));
     }
 }
 

@@ -120,9 +120,9 @@ std::vector<std::string> WindowTest::texts() {
     std::stable_sort(shown.begin(), shown.end(), [](const auto *one, const auto *other) {
         return placeOf(*one).top() < placeOf(*other).top();
     });
-    std::vector<std::string> texts;
-    for (const QQuickItem *const item : shown)
-        texts.push_back(plainText(*item));
+    std::vector<std::string> texts(shown.size());
+    std::transform(shown.begin(), shown.end(), texts.begin(),
+                   [](const QQuickItem *item) { return plainText(*item); });
     return texts;
 }
 

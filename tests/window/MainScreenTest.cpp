@@ -135,6 +135,7 @@ TEST_F(TheMainScreen, HasAWhiteInfoSymbolALittleLowerThanTheTitle) {
 TEST_F(TheMainScreen, EndsWithAGreyLineAndARedHeart) {
     const QRectF place = placeOfText(footer);
     EXPECT_EQ(place.bottom(), window().height() - padding);
+    EXPECT_EQ(place.height(), text(footer).property("contentHeight").toDouble() + 2 * padding);
     const Drawing drawing = draw();
     const QRectF words(place.left(), place.top(), place.width() / 3, place.height());
     EXPECT_LT(distance(drawing.ink(words, ground), grey), 90);
@@ -188,6 +189,19 @@ TEST_F(TheMainScreen, OpensTheAboutSheet) {
     click("infoButton");
     EXPECT_TRUE(view().showInfoSheet.get());
     EXPECT_TRUE(showsText("For TrollStore Only | ios 14 and up"));
+}
+
+TEST_F(TheMainScreen, IsOutOfReachWhileAnAlertIsShown) {
+    const QPointF place = placeOf(item("selectButton")).center();
+    const QSignalSpy clicks = clicksOf("selectButton");
+    state().setAlert(QStringLiteral("letter.txt is no picture."));
+    settle();
+    click(place);
+    EXPECT_EQ(clicks.count(), 0);
+    EXPECT_TRUE(isShown("alertButton")) << "it must be read";
+    click("alertButton");
+    click(place);
+    EXPECT_EQ(clicks.count(), 1);
 }
 
 // --- The form -----------------------------------------------------------------------------------

@@ -150,6 +150,19 @@ TEST_F(TheShareSheet, KeepsBothFilesHoweverItIsLeft) {
     }
 }
 
+TEST_F(TheShareSheet, DimsWhatLiesBehindItAndKeepsItOutOfReach) {
+    const QRectF behind = placeOf(item("selectButton"));
+    ASSERT_LT(behind.bottom(), placeOf(text("Notes2.ipa")).top()) << "the sheet covers it";
+    const QSignalSpy clicks = clicksOf("selectButton");
+    const QColor dimmed = draw().at({behind.left() + 1, behind.center().y()});
+    click(behind.center());
+    EXPECT_EQ(clicks.count(), 0);
+    EXPECT_FALSE(isShown("doneButton"));
+    EXPECT_LT(dimmed.lightness(), draw().at({behind.left() + 1, behind.center().y()}).lightness());
+    click(behind.center());
+    EXPECT_EQ(clicks.count(), 1);
+}
+
 TEST_F(TheShareSheet, WithoutAResultIsLeftAllTheSame) {
     view().modifiedFileURL.set(std::nullopt);
     settle();

@@ -80,5 +80,9 @@ add_executable(vellomir Window/main.cpp Window/CommandLine.cpp Window/Terminatio
 target_compile_definitions(vellomir PRIVATE VELLOMIR_VERSION="${PROJECT_VERSION}")
 target_link_libraries(vellomir PRIVATE vellomir-window)
 
+# Draws the screens for people to look at; under sanitizers the tests of the window see the same.
 add_executable(vellomir-screenshots Window/Screenshots/main.cpp Window/Screenshots/Stage.cpp)
 target_link_libraries(vellomir-screenshots PRIVATE vellomir-window)
+if(VELLOMIR_SANITIZE)
+    set_target_properties(vellomir-screenshots PROPERTIES EXCLUDE_FROM_ALL ON)
+endif()

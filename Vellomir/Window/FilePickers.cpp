@@ -83,10 +83,10 @@ void FilePickers::open(std::unique_ptr<QFileDialog> dialog, QUrl &folder, Finish
     QFileDialog *const opened = dialog_.get();
     QObject::connect(opened, &QFileDialog::finished, opened,
                      [this, opened, &folder, finished = std::move(finished)](int result) {
-                         const bool isAccepted = result == QDialog::Accepted;
-                         if (isAccepted)
-                             folder = opened->directoryUrl();
-                         const auto picked = isAccepted ? opened->selectedUrls() : QList<QUrl>();
+                         const auto picked =
+                             result == QDialog::Accepted ? opened->selectedUrls() : QList<QUrl>();
+                         if (!picked.isEmpty())
+                             folder = picked.front().adjusted(QUrl::RemoveFilename);
                          if (opened == dialog_.get())
                              forgetDialog();
                          finished(picked);

@@ -79,7 +79,7 @@ void Sharing::showInFileManager() {
         if (!self)
             return;
         if (isShown)
-            self->say(QStringLiteral("Asked the file manager to show it"));
+            self->say(QStringLiteral("Asked the file manager to show %1").arg(file));
         else
             self->say(QStringLiteral("No file manager answered. The file is %1").arg(file), true);
     });

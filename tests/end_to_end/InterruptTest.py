@@ -7,35 +7,9 @@ import signal
 import subprocess
 import time
 import unittest
-import zipfile
-import zlib
 from pathlib import Path
 
-from harness import PROGRAM, Case, infoPlist, makeZip, snapshot, zipInfo
-
-SIZE = 256 << 20
-
-
-def makeLargePackage(path):
-    """A package with a stored file of zeros that takes a while, but no room."""
-    with zipfile.ZipFile(path, "w") as package:
-        package.writestr(zipInfo("Payload/Notes.app/Info.plist"), infoPlist())
-        package.writestr(zipInfo("Payload/Notes.app/big"), b"")
-    content = path.read_bytes()
-    zeros = zlib.crc32(bytes(1 << 20))
-    for _ in range((SIZE >> 20) - 1):
-        zeros = zlib.crc32(bytes(1 << 20), zeros)
-    sizes = zeros.to_bytes(4, "little") + SIZE.to_bytes(4, "little") * 2
-    local = content.index(b"PK\3\4", 1)
-    central = content.index(b"PK\1\2")
-    record = content.index(b"PK\1\2", central + 1)
-    end = content.index(b"PK\5\6")
-    offset = (central + SIZE).to_bytes(4, "little")
-    with open(path, "wb") as file:
-        file.write(content[:local + 14] + sizes + content[local + 26:central])
-        file.seek(SIZE, os.SEEK_CUR)
-        file.write(content[central:record + 16] + sizes + content[record + 28:end + 16] + offset +
-                   content[end + 20:])
+from harness import PROGRAM, Case, makeLargePackage, makeZip, snapshot
 
 
 class Interrupted(Case):
@@ -116,7 +90,7 @@ class Archive(Interrupted):
         super().setUp()
         self.write("src/small", "x")
         self.write("src/big")
-        os.truncate(self.folder / "src/big", SIZE)
+        os.truncate(self.folder / "src/big", 256 << 20)
 
     def names(self):
         return sorted(os.listdir(self.folder))

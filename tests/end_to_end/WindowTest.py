@@ -68,6 +68,10 @@ class Copying(Road):
         window.waitForDialogToGo()
         window.waitFor(copy.exists, "the copy")
         self.checkCopy(copy)
+        window.keys("Return") # on the same row
+        window.answer("Save a copy", "again.ipa") # in the same folder
+        window.waitForDialogToGo()
+        window.waitFor((self.folder / "again.ipa").exists, "the second copy")
         window.keys("Escape")
         window.waitFor(window.showsMainScreen, "the main screen")
         window.stop()

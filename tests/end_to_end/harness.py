@@ -162,6 +162,28 @@ def makePackage(path, plist=None, method=zipfile.ZIP_DEFLATED):
     return makeZip(path, packageEntries(plist), method)
 
 
+def makeLargePackage(path, size=256 << 20):
+    """A package with a stored file of zeros that takes a while, but no room."""
+    with zipfile.ZipFile(path, "w") as package:
+        package.writestr(zipInfo("Payload/Notes.app/Info.plist"), infoPlist())
+        package.writestr(zipInfo("Payload/Notes.app/big"), b"")
+    content = path.read_bytes()
+    zeros = zlib.crc32(bytes(1 << 20))
+    for _ in range((size >> 20) - 1):
+        zeros = zlib.crc32(bytes(1 << 20), zeros)
+    sizes = zeros.to_bytes(4, "little") + size.to_bytes(4, "little") * 2
+    local = content.index(b"PK\3\4", 1)
+    central = content.index(b"PK\1\2")
+    record = content.index(b"PK\1\2", central + 1)
+    end = content.index(b"PK\5\6")
+    offset = (central + size).to_bytes(4, "little")
+    with open(path, "wb") as file:
+        file.write(content[:local + 14] + sizes + content[local + 26:central])
+        file.seek(size, os.SEEK_CUR)
+        file.write(content[central:record + 16] + sizes + content[record + 28:end + 16] + offset +
+                   content[end + 20:])
+
+
 def corrupt(path, find, replacement):
     """Replaces bytes in a file by as many others."""
     content = path.read_bytes()

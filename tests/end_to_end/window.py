@@ -101,10 +101,10 @@ class Window:
         return [(left + width // 2, top + height // 2) for color, top, height in self.fields()
                 if color in (colors or (BUTTON,))]
 
-    def numberField(self):
-        """The colours in the middle of the number's field."""
+    def hasNumber(self):
+        """Whether the number's field shows one, and not the grey words, which are longer."""
         x, y = self.buttons()[1]
-        return self.desktop.colors(x - 20, y - 10, 40, 20)
+        return self.desktop.colors(x - 70, y - 10, 40, 20) == {BUTTON}
 
     def hasText(self, color, above):
         """Whether there is a text of about this colour above a button."""
@@ -151,9 +151,8 @@ class Window:
 
     def typeNumber(self, number):
         """Into the field, which has the keyboard."""
-        before = self.numberField()
         self.desktop.type(number)
-        self.waitFor(lambda: self.numberField() != before, "the number")
+        self.waitFor(self.hasNumber, "the number")
 
     def doIt(self):
         self.desktop.click(*self.buttons()[-1])

@@ -104,7 +104,7 @@ TEST_F(TheShareSheet, SavesOneCopyAtATime) {
 TEST_F(TheShareSheet, ShowsTheFileInItsFolder) {
     click("showRow");
     EXPECT_THAT(desktop_.shown, ElementsAre(QString::fromStdString(result_.string())));
-    expectMessage("Asked the file manager to show it", orange);
+    expectMessage("Asked the file manager to show " + result_.string(), orange);
     desktop_.hasFileManager = false;
     click("showRow");
     EXPECT_THAT(message(), HasSubstr("The file is " + result_.string()));

@@ -25,7 +25,7 @@ Stage::Stage(const QSize &size) : app_(surroundings()) {
     app_.motion().setReduced(true); // Everything is in its place at once.
     window().resize(size);
     window().show();
-    wait(50);
+    wait(30);
 }
 
 OrsantaVellomirApp::Surroundings Stage::surroundings() {
@@ -46,7 +46,14 @@ void Stage::wait(int milliseconds) {
 }
 
 QImage Stage::draw() {
-    wait(150); // Pictures are read and scaled in the background.
+    const auto isScaled = [this] {
+        const QQuickItem *const preview = item(QStringLiteral("preview"));
+        return preview == nullptr || preview->property("progress").toDouble() == 1 ||
+               preview->property("source").toUrl().isEmpty();
+    };
+    do
+        wait(30);
+    while (!isScaled());
     return window().grabWindow();
 }
 

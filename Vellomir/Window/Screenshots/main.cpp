@@ -219,6 +219,8 @@ int run(int argumentCount, char **arguments) {
     }
     if (argumentCount == 2)
         return drawInProcesses(QStringLiteral("/proc/self/exe"), folder);
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
     const QApplication application(argumentCount, arguments);
     return drawFormat(QString::fromLocal8Bit(arguments[2]), QDir(folder));
 }

@@ -24,6 +24,7 @@ SheetRow {
     MouseArea {
         anchors.fill: parent
         cursorShape: Qt.OpenHandCursor
+        onClicked: row.clicked()
     }
 
     DragHandler {

@@ -87,6 +87,7 @@ Flickable {
             objectName: "dragRow"
             Layout.fillWidth: true
             uriList: page.sharing.uriList
+            onClicked: page.sharing.explainDragging()
             onDropped: wasTaken => page.sharing.dragFinished(wasTaken)
         }
 

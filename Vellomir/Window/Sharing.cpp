@@ -90,6 +90,10 @@ void Sharing::copyFile() {
     say(QStringLiteral("Copied. Paste it before you close Vellomir"));
 }
 
+void Sharing::explainDragging() {
+    say(QStringLiteral("Hold the row with the mouse, and let go over another window"));
+}
+
 void Sharing::dragFinished(bool wasTaken) {
     if (wasTaken)
         say(QStringLiteral("Handed over"));

@@ -51,6 +51,8 @@ public:
     Q_INVOKABLE void saveCopy();
     Q_INVOKABLE void showInFileManager();
     Q_INVOKABLE void copyFile();
+    /// Says how to drag it, to who presses instead.
+    Q_INVOKABLE void explainDragging();
     /// After it was dragged out of the window; whether something has taken it.
     Q_INVOKABLE void dragFinished(bool wasTaken);
     /// Forgets what happened, when the sheet opens again.

@@ -60,9 +60,9 @@ QImage smallPicture(const QString &file) {
     try {
         const Picture picture = Picture::read(archive::URL::file(file.toStdString()));
         const Bitmap small = upright(scaledToFit(picture.bitmap(), side), picture.orientation());
+        const auto format = small.hasAlpha ? QImage::Format_RGBA8888 : QImage::Format_RGBX8888;
         return QImage(reinterpret_cast<const uchar *>(small.pixels.get()), small.width,
-                      small.height, static_cast<qsizetype>(small.bytesPerRow),
-                      QImage::Format_RGBA8888)
+                      small.height, static_cast<qsizetype>(small.bytesPerRow), format)
             .copy();
     } catch (const std::exception &) {
         return {}; // The dialog shows the ordinary icon.

@@ -126,6 +126,11 @@ TEST_F(TheShareSheet, TellsWhatCameOfDragging) {
     expectMessage("Nothing took the file where you let it go", red);
 }
 
+TEST_F(TheShareSheet, SaysHowToDragToWhoPresses) {
+    click("dragRow");
+    expectMessage("Hold the row with the mouse, and let go over another window", orange);
+}
+
 TEST_F(TheShareSheet, ForgetsWhatHappenedWhenItOpensAgain) {
     click("copyRow");
     click("doneButton");

@@ -14,5 +14,6 @@ Sheet {
 
     contentItem: CropperPage {
         launchState: sheet.launchState
+        visible: launchState.hasSelectedImage
     }
 }

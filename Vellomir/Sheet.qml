@@ -17,7 +17,8 @@ ModalPopup {
     readonly property real restingY: parent ? parent.height - height : 0
     property real swipe: 0
 
-    closePolicy: T.Popup.CloseOnEscape | T.Popup.CloseOnPressOutside
+    // The second press of a double click on what opened it does not close it.
+    closePolicy: opened ? T.Popup.CloseOnEscape | T.Popup.CloseOnPressOutside : T.Popup.CloseOnEscape
     width: parent ? Math.min(parent.width, Style.widestColumn) : 0
     height: parent ? Math.min(naturalHeight, parent.height - 12) : 0
     x: parent ? (parent.width - width) / 2 : 0

@@ -12,7 +12,7 @@ Sheet {
     title: "Share " + sharing.fileName
     isShown: launchState.showShareSheet
     naturalHeight: implicitContentHeight + topPadding
-    onAboutToShow: sharing.forgetMessage()
+    onAboutToShow: sharing.prepare()
     onDismissed: launchState.didFinishSharing()
 
     contentItem: SharePage {

@@ -29,7 +29,7 @@ Rectangle {
         ColumnLayout {
             id: column
 
-            // What the log may take up: the rest, but never so little that it can't be read.
+            // What the log may take up: the rest, but never so little that its lines can't be read.
             readonly property real others: upper.implicitHeight + footer.implicitHeight + 2 * spacing
             readonly property real room: page.height - 2 * Style.padding - others
 
@@ -115,7 +115,7 @@ Rectangle {
 
                 objectName: "logPanel"
                 Layout.fillWidth: true
-                Layout.preferredHeight: Math.min(mostHeight, Math.max(column.room, 120))
+                Layout.preferredHeight: Math.min(mostHeight, Math.max(column.room, Math.min(implicitHeight, 120)))
                 messages: screen.launchState.logMessages
             }
 

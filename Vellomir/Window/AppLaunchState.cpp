@@ -41,6 +41,7 @@ void AppLaunchState::followAll() {
         [this](const std::optional<Picture> &picture) { showPicture(picture); }));
     observations_.push_back(view_.modifiedFileURL.observe(
         [this](const std::optional<archive::URL> &result) { sharing_.setItem(toQt(result)); }));
+    connect(&sharing_, &Sharing::savingFailed, this, &AppLaunchState::tellSavingFailed);
 }
 
 QUrl AppLaunchState::selectedFileURL() const {
@@ -87,6 +88,12 @@ void AppLaunchState::didFinishSharing() {
         sheet->makeCoordinator(mainQueue_)->didFinishSharing({}, true, {}, nullptr);
     else
         setShowShareSheet(false); // It was empty.
+}
+
+/// The sheet that says so may have been closed meanwhile.
+void AppLaunchState::tellSavingFailed() {
+    if (!showShareSheet())
+        setAlert(sharing_.message());
 }
 
 void AppLaunchState::openLink(const QString &url) {

@@ -111,6 +111,7 @@ private:
     void follow(Property<Value> &property, void (AppLaunchState::*changed)());
     void followAll();
     void presentImagePicker();
+    void tellSavingFailed();
     void showPicture(const std::optional<Picture> &picture);
 
     AppLaunchView &view_;

@@ -28,6 +28,11 @@ void showLargeIcons(const QFileDialog &dialog) {
     }
 }
 
+/// Qt's own dialog takes what is quoted for names of several files, and everything else for none.
+QString withoutQuotes(QString name) {
+    return name.replace(u'"', u'\'');
+}
+
 std::optional<QUrl> firstOf(const QList<QUrl> &urls) {
     return urls.isEmpty() ? std::nullopt : std::optional(urls.front());
 }
@@ -72,13 +77,14 @@ void FilePickers::pickDestination(const QString &name, Place answer) {
     dialog->setNameFilters(
         {QStringLiteral("iOS packages (*.ipa)"), QStringLiteral("All files (*)")});
     dialog->setDefaultSuffix(QStringLiteral("ipa"));
-    dialog->selectFile(name);
+    dialog->selectFile(withoutQuotes(name));
     open(std::move(dialog), destinationFolder_,
          [answer = std::move(answer)](const QList<QUrl> &picked) { answer(firstOf(picked)); });
 }
 
 void FilePickers::open(std::unique_ptr<QFileDialog> dialog, QUrl &folder, Finished finished) {
-    forgetDialog();
+    if (dialog_)
+        dialog_->reject(); // Who asked for it waits for an answer.
     dialog_ = std::move(dialog);
     QFileDialog *const opened = dialog_.get();
     QObject::connect(opened, &QFileDialog::finished, opened,

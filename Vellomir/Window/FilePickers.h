@@ -13,7 +13,7 @@ namespace vellomir {
 
 /// File dialogs in windows of their own, in front of the program's window. Where the desktop has
 /// dialogs of its own, it is those. Each starts where the last of its kind ended, the first ones
-/// where such files usually lie.
+/// where such files usually lie. One at a time: a new one cancels the one that is open.
 class FilePickers : public Pickers {
 public:
     FilePickers();
@@ -32,8 +32,8 @@ private:
     void forgetDialog();
 
     QPointer<QWindow> owner_;
+    ThumbnailProvider thumbnails_; ///< outlives the dialog, whose thread calls it
     std::unique_ptr<QFileDialog> dialog_;
-    ThumbnailProvider thumbnails_;
     QUrl documentFolder_;
     QUrl pictureFolder_;
     QUrl destinationFolder_;

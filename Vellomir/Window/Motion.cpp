@@ -50,7 +50,8 @@ void Motion::setReduced(bool isReduced) {
 void Motion::followSystem() {
     if (qEnvironmentVariableIsSet("VELLOMIR_REDUCED_MOTION"))
         return setReduced(qEnvironmentVariableIntValue("VELLOMIR_REDUCED_MOTION") != 0);
-    setReduced(plasmaStandsStill());
+    plasmaStandsStill_ = plasmaStandsStill();
+    combine();
     QDBusConnection bus = QDBusConnection::sessionBus();
     if (!bus.isConnected())
         return;
@@ -82,7 +83,12 @@ void Motion::readSetting(const QString &group, const QString &key, const QDBusVa
         motionIsReduced_ = setting.toUInt() == 1;
     else
         return;
-    setReduced(animationsAreOff_ || motionIsReduced_);
+    combine();
+}
+
+/// One desktop's answer is no answer to what another one has been told.
+void Motion::combine() {
+    setReduced(plasmaStandsStill_ || animationsAreOff_ || motionIsReduced_);
 }
 
 } // namespace vellomir

@@ -29,9 +29,11 @@ private slots:
     void readSetting(const QString &group, const QString &key, const QDBusVariant &value);
 
 private:
+    void combine();
     void askPortal(const QString &group, const QString &key);
 
     bool isReduced_ = false;
+    bool plasmaStandsStill_ = false;
     bool animationsAreOff_ = false; ///< one desktop's name for it
     bool motionIsReduced_ = false;  ///< the others'
 };

@@ -23,19 +23,34 @@ Sharing::~Sharing() {
 
 void Sharing::setItem(const QUrl &item) {
     item_ = item;
-    emit itemChanged(); // Also for a new file of the same name.
+    prepare();
+}
+
+void Sharing::prepare() {
+    emit itemChanged(); // There may be another file of the same name, or none any more.
     if (!isSaving_)
-        forgetMessage();
+        say({});
 }
 
 QString Sharing::fileSize() const {
+    if (item_.isEmpty())
+        return {};
     const QFileInfo file(path());
     return file.exists() ? QLocale::c().formattedDataSize(file.size(), 1, QLocale::DataSizeSIFormat)
-                         : QString();
+                         : QStringLiteral("No longer there");
+}
+
+/// An earlier result goes when another file is picked, but is offered again if nothing comes of
+/// that.
+bool Sharing::isMissing() {
+    if (QFileInfo::exists(path()))
+        return false;
+    say(QStringLiteral("%1 is no longer there").arg(fileName()), true);
+    return true;
 }
 
 void Sharing::saveCopy() {
-    if (isSaving_ || item_.isEmpty())
+    if (isSaving_ || item_.isEmpty() || isMissing())
         return;
     pickers_.pickDestination(fileName(),
                              [self = QPointer(this)](const std::optional<QUrl> &destination) {
@@ -69,12 +84,14 @@ void Sharing::save(const QUrl &destination) {
 void Sharing::saved(const QString &destination, const QString &failure) {
     setSaving(false);
     if (failure.isEmpty())
-        say(QStringLiteral("Saved as %1").arg(destination));
-    else
-        say(QStringLiteral("Could not save %1: %2").arg(destination, failure), true);
+        return say(QStringLiteral("Saved as %1").arg(destination));
+    say(QStringLiteral("Could not save %1: %2").arg(destination, failure), true);
+    emit savingFailed();
 }
 
 void Sharing::showInFileManager() {
+    if (isMissing())
+        return;
     desktop_.showInFileManager(path(), [self = QPointer(this), file = path()](bool isShown) {
         if (!self)
             return;
@@ -86,6 +103,8 @@ void Sharing::showInFileManager() {
 }
 
 void Sharing::copyFile() {
+    if (isMissing())
+        return;
     desktop_.copyToClipboard(path());
     say(QStringLiteral("Copied. Paste it before you close Vellomir"));
 }

@@ -23,7 +23,7 @@ class Sharing : public QObject {
     /// The file as a list of addresses, as it is dragged (RFC 2483).
     Q_PROPERTY(QString uriList READ uriList NOTIFY itemChanged)
     Q_PROPERTY(QString fileName READ fileName NOTIFY itemChanged)
-    /// In words, such as "12.3 MB".
+    /// In words, such as "12.3 MB", or that the file has gone.
     Q_PROPERTY(QString fileSize READ fileSize NOTIFY itemChanged)
     /// What happened, in one sentence.
     Q_PROPERTY(QString message READ message NOTIFY messageChanged)
@@ -55,15 +55,19 @@ public:
     Q_INVOKABLE void explainDragging();
     /// After it was dragged out of the window; whether something has taken it.
     Q_INVOKABLE void dragFinished(bool wasTaken);
-    /// Forgets what happened, when the sheet opens again.
-    Q_INVOKABLE void forgetMessage() { say({}); }
+    /// Looks at the file anew and forgets what happened, but not that a copy is being saved. When
+    /// the sheet opens again.
+    Q_INVOKABLE void prepare();
 
 signals:
     void itemChanged();
     void messageChanged();
     void isSavingChanged();
+    /// After the message has been set.
+    void savingFailed();
 
 private:
+    [[nodiscard]] bool isMissing();
     [[nodiscard]] QString path() const { return item_.toLocalFile(); }
     void save(const QUrl &destination);
     void saved(const QString &destination, const QString &failure);

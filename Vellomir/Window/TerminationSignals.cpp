@@ -25,10 +25,17 @@ void noteSignal(int) {
     errno = before;
 }
 
+bool isIgnored(int signal) {
+    struct sigaction action = {};
+    return ::sigaction(signal, nullptr, &action) == 0 && action.sa_handler == SIG_IGN;
+}
+
 void handle(int signal, void (*handler)(int)) {
+    if (isIgnored(signal))
+        return; // by who started the program, such as nohup
     struct sigaction action = {};
     action.sa_handler = handler;
-    action.sa_flags = SA_RESTART;
+    action.sa_flags = static_cast<int>(SA_RESTART | SA_RESETHAND);
     ::sigaction(signal, &action, nullptr);
 }
 

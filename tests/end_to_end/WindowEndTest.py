@@ -54,6 +54,16 @@ class End(JobCase):
     def testClosingTheWindowInTheMidstOfAJob(self):
         self.check("large/unzipped/Payload/Notes.app/big", lambda window: window.keys("alt+F4"))
 
+    def testASignalThatIsIgnoredFromTheStart(self):
+        before = signal.signal(signal.SIGHUP, signal.SIG_IGN)
+        try:
+            window = self.open("small.ipa")
+        finally:
+            signal.signal(signal.SIGHUP, before)
+        window.process.send_signal(signal.SIGHUP)
+        self.duplicate(window)
+        window.stop()
+
     def testOnlyTheResultStays(self):
         window = self.open("small.ipa")
         self.duplicate(window)

@@ -129,4 +129,14 @@ TEST_F(TheCropper, KeepsThePictureWhenItIsLeftByEscape) {
     EXPECT_TRUE(isShown("preview")) << "the next picture opens it again";
 }
 
+TEST_F(TheCropper, IsEmptyOnceThePictureHasGone) {
+    open(300, 200);
+    view().selectedImage.set(std::nullopt);
+    settle();
+    EXPECT_FALSE(isShown("preview"));
+    EXPECT_FALSE(isShown("zoomButton")) << "it would do nothing";
+    key(Qt::Key_Escape);
+    EXPECT_FALSE(view().showImageCropper.get());
+}
+
 } // namespace

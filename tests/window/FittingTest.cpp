@@ -135,6 +135,11 @@ TEST_F(TheWindow, ReachesEverythingByScrolling) {
     EXPECT_GT(item("logPanel").height(), 100) << "the log can be read";
 }
 
+TEST_F(TheWindow, NeedsNoScrollingForALogWithoutLines) {
+    resize({320, 568});
+    EXPECT_LE(placeOf(text("Made with ❤️ By Orsanta Team")).bottom(), window().height());
+}
+
 TEST_F(TheWindow, FitsTheAboutSheet) {
     click("infoButton");
     expectToFitInAllSizes("about sheet");

@@ -71,6 +71,14 @@ TEST_F(TheMotion, StandsStillWherePlasmaDoes) {
     EXPECT_FALSE(motion_.isReduced()) << "faster is not still";
 }
 
+TEST_F(TheMotion, StaysStillWherePlasmaDoesWhateverTheOthersTell) {
+    test::writeFile(folder_ / "kdeglobals", "[KDE]\nAnimationDurationFactor=0\n");
+    motion_.followSystem();
+    tell("org.gnome.desktop.interface", "enable-animations", true);
+    tell("org.freedesktop.appearance", "reduced-motion", 0U);
+    EXPECT_TRUE(motion_.isReduced());
+}
+
 TEST_F(TheMotion, FollowsWhatTheDesktopTells) {
     tell("org.gnome.desktop.interface", "enable-animations", false);
     EXPECT_TRUE(motion_.isReduced());

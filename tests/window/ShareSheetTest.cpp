@@ -139,6 +139,38 @@ TEST_F(TheShareSheet, ForgetsWhatHappenedWhenItOpensAgain) {
     EXPECT_EQ(message(), "");
 }
 
+TEST_F(TheShareSheet, LooksAtTheFileWheneverItOpens) {
+    click("doneButton");
+    test::writeFile(result_, std::string(3600, 'x'));
+    view().showShareSheet.set(true);
+    settle();
+    EXPECT_TRUE(showsText("3.6 kB"));
+}
+
+TEST_F(TheShareSheet, HandsOnNoFileThatHasGone) {
+    click("doneButton");
+    fs::remove(result_);
+    view().showShareSheet.set(true);
+    settle();
+    EXPECT_TRUE(showsText("No longer there"));
+    for (const char *const row : {"saveRow", "showRow", "copyRow"}) {
+        state().sharing()->prepare();
+        click(row);
+        expectMessage("Notes2.ipa is no longer there", red);
+    }
+    EXPECT_EQ(pickers_.destinationDialogs, 0);
+    EXPECT_TRUE(desktop_.shown.empty());
+    EXPECT_TRUE(desktop_.copied.empty());
+}
+
+TEST_F(TheShareSheet, TellsThatACopyFailedAfterItWasClosed) {
+    click("saveRow");
+    pickers_.answerDestination(QUrl::fromLocalFile(file("missing/copy.ipa")));
+    view().showShareSheet.set(false);
+    ASSERT_TRUE(becomes([this] { return isShown("alertButton"); }));
+    EXPECT_THAT(state().alert().toStdString(), StartsWith("Could not save"));
+}
+
 TEST_F(TheShareSheet, KeepsBothFilesHoweverItIsLeft) {
     const auto leave = {std::function<void()>([this] { click("doneButton"); }),
                         std::function<void()>([this] { key(Qt::Key_Escape); }),
@@ -166,6 +198,16 @@ TEST_F(TheShareSheet, DimsWhatLiesBehindItAndKeepsItOutOfReach) {
     EXPECT_LT(dimmed.lightness(), draw().at({behind.left() + 1, behind.center().y()}).lightness());
     click(behind.center());
     EXPECT_EQ(clicks.count(), 1);
+}
+
+TEST_F(TheShareSheet, StaysWhenAPressBesideItComesBeforeIt) {
+    click("doneButton");
+    app_->motion().setReduced(false);
+    view().showShareSheet.set(true);
+    ASSERT_TRUE(becomes([this] { return isShown("doneButton"); }));
+    click(QPointF(195, 4)); // as the second press of a double click
+    settle();
+    EXPECT_TRUE(view().showShareSheet.get());
 }
 
 TEST_F(TheShareSheet, WithoutAResultIsLeftAllTheSame) {

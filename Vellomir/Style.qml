@@ -21,15 +21,16 @@ QtObject {
     readonly property real widestColumn: 640
 
     // Controls would take the system's otherwise, whatever the application's is.
+    // Without shaping where it is for looks alone: Inter would make "60x60" of a file name "60×60".
     readonly property string family: Fonts.family
-    readonly property font largeTitle: Qt.font({ family: family, pixelSize: 34, weight: Font.Bold })
-    readonly property font title: Qt.font({ family: family, pixelSize: 28, weight: Font.Bold })
+    readonly property font largeTitle: Qt.font({ family: family, preferShaping: false, pixelSize: 34, weight: Font.Bold })
+    readonly property font title: Qt.font({ family: family, preferShaping: false, pixelSize: 28, weight: Font.Bold })
     readonly property real title2Size: 22
-    readonly property font headline: Qt.font({ family: family, pixelSize: 17, weight: Font.DemiBold })
-    readonly property font body: Qt.font({ family: family, pixelSize: 17 })
-    readonly property font boldBody: Qt.font({ family: family, pixelSize: 17, weight: Font.Bold })
-    readonly property font subheadline: Qt.font({ family: family, pixelSize: 15 })
-    readonly property font footnote: Qt.font({ family: family, pixelSize: 13 })
+    readonly property font headline: Qt.font({ family: family, preferShaping: false, pixelSize: 17, weight: Font.DemiBold })
+    readonly property font body: Qt.font({ family: family, preferShaping: false, pixelSize: 17 })
+    readonly property font boldBody: Qt.font({ family: family, preferShaping: false, pixelSize: 17, weight: Font.Bold })
+    readonly property font subheadline: Qt.font({ family: family, preferShaping: false, pixelSize: 15 })
+    readonly property font footnote: Qt.font({ family: family, preferShaping: false, pixelSize: 13 })
 
     // Milliseconds.
     readonly property int animation: Motion.isReduced ? 0 : 350

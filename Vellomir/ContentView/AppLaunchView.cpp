@@ -47,8 +47,9 @@ void AppLaunchView::doItAction() {
     hideKeyboard();
     isLoading.set(true);
     isProcessing.set(true);
-    // A file that was picked just now is this job's, however long it takes to read.
-    whenFileIsSettled(whileAlive([this] { startJob(); }));
+    // What was picked just now is this job's, however long it takes to read.
+    whenFileIsSettled(
+        whileAlive([this] { whenImageIsSettled(whileAlive([this] { startJob(); })); }));
 }
 
 void AppLaunchView::startJob() {

@@ -72,8 +72,9 @@ public:
     /// The picker closes, and a photo that is still being decoded is forgotten.
     void imagePickerCancelled();
     void removeImageAction();
-    /// Starts a job in the background, after a file that was just picked has been read through; any
-    /// number may run at once. Its completion step follows on the main queue.
+    /// Starts a job in the background, after a file that was just picked has been read through and
+    /// a photo that was just picked has been decoded; any number may run at once. Its completion
+    /// step follows on the main queue.
     void doItAction();
     /// Empties the Documents folder and then the log; before another file is picked. Any thread;
     /// takes as long as deleting takes.
@@ -113,10 +114,13 @@ private:
 
     void clearDocumentsAndThen(Task next);
     void whenFileIsSettled(Task task);
+    void finishDecoding();
+    void whenImageIsSettled(Task task);
     void startJob();
     void completeJob();
     void fail(const std::string &message);
     [[nodiscard]] archive::URL documentsFolder() const;
+    void clearAtTheEnd(const archive::URL &folder) const;
 
     [[nodiscard]] std::optional<archive::URL> findBundle(const archive::URL &url) const;
     [[nodiscard]] std::optional<archive::Data> encodeIcon(const Picture &newIcon);
@@ -141,6 +145,8 @@ private:
     std::shared_ptr<JobCounter> jobs_;
     bool isClearing_ = false;               ///< main thread
     std::vector<Task> waitingForDocuments_; ///< main thread
+    bool isDecoding_ = false;               ///< main thread
+    std::vector<Task> waitingForImage_;     ///< main thread
     std::shared_ptr<const bool> isAlive_ = std::make_shared<const bool>(true);
 };
 

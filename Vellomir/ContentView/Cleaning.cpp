@@ -43,15 +43,25 @@ void AppLaunchView::close() {
     if (services_.progress)
         services_.progress->cancel();
     jobs_->waitForAll();
+    for (const archive::URL &folder : {documentsFolder(), services_.sandbox.temporaryFolder()})
+        clearAtTheEnd(folder);
+}
+
+/// All but the last result; what cannot be removed does not keep the rest.
+void AppLaunchView::clearAtTheEnd(const archive::URL &folder) const {
     const auto result = modifiedFileURL.get();
-    try {
-        for (const archive::URL &folder : {documentsFolder(), services_.sandbox.temporaryFolder()})
-            for (const archive::URL &child : files_.children(folder))
-                if (!result || child.path() != result->path())
-                    files_.remove(child);
-    } catch (const std::exception &error) {
-        services_.console("Error clearing Documents folder: " + rawText(error));
-    }
+    const auto attempt = [this](const auto &action) {
+        try {
+            action();
+        } catch (const std::exception &error) {
+            services_.console("Error clearing Documents folder: " + rawText(error));
+        }
+    };
+    attempt([&] {
+        for (const archive::URL &child : files_.children(folder))
+            if (!result || child.path() != result->path())
+                attempt([&] { files_.remove(child); });
+    });
 }
 
 } // namespace vellomir

@@ -51,9 +51,14 @@ void AppLaunchView::selectFile() {
 }
 
 bool AppLaunchView::openDocuments(const std::vector<URL> &urls) {
-    if (isLoading.get() || isClearing_ || urls.empty() ||
-        liesInside(urls.front(), services_.sandbox.root()))
+    if (isLoading.get() || isClearing_ || urls.empty())
         return false;
+    if (liesInside(urls.front(), services_.sandbox.root())) {
+        services_.tell(urls.front().lastPathComponent() +
+                       " lies in a folder that is emptied when a file is opened. Save a copy of it "
+                       "somewhere else first.");
+        return false;
+    }
     clearDocumentsAndThen([this, urls] { documentPickerManager->documentPicker(urls); });
     return true;
 }

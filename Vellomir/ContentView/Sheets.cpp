@@ -50,6 +50,7 @@ ImageCropperView AppLaunchView::imageCropperView() {
 }
 
 void AppLaunchView::pickedImage(const archive::URL &url) {
+    isDecoding_ = true;
     decoding_.start([this, url](const auto & /*isCancelled*/) -> Task {
         std::optional<Picture> picture;
         std::string error;
@@ -64,6 +65,7 @@ void AppLaunchView::pickedImage(const archive::URL &url) {
                 services_.tell(error + ". The icon stays as it was.");
             }
             imagePicker().makeCoordinator()->imagePickerController(picture);
+            finishDecoding();
         };
     });
 }
@@ -71,6 +73,20 @@ void AppLaunchView::pickedImage(const archive::URL &url) {
 void AppLaunchView::imagePickerCancelled() {
     decoding_.cancel();
     imagePicker().makeCoordinator()->imagePickerControllerDidCancel();
+    finishDecoding();
+}
+
+void AppLaunchView::finishDecoding() {
+    isDecoding_ = false;
+    for (Task &task : std::exchange(waitingForImage_, {}))
+        task();
+}
+
+void AppLaunchView::whenImageIsSettled(Task task) {
+    if (isDecoding_)
+        waitingForImage_.push_back(std::move(task));
+    else
+        task();
 }
 
 /// The cropper is for what was picked. The square that it makes is itself a change, which must not

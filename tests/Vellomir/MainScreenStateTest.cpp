@@ -193,6 +193,23 @@ TEST_F(TheMainScreen, KeepsAllStateWhenPickingFails) {
     EXPECT_THAT(job_.log(), IsEmpty());
 }
 
+TEST_F(TheMainScreen, TakesThePhotoThatIsStillBeingDecoded) {
+    select("Notes.ipa");
+    view_.pickIconAction();
+    view_.pickedImage(job_.folder.url("icon.png"));
+    doIt();
+    EXPECT_THAT(job_.log(), testing::Contains("Image picked"));
+}
+
+TEST_F(TheMainScreen, WaitsForNoPhotoThatWasCancelled) {
+    select("Notes.ipa");
+    view_.pickIconAction();
+    view_.pickedImage(job_.folder.url("icon.png"));
+    view_.imagePickerCancelled();
+    doIt();
+    EXPECT_THAT(job_.log(), testing::Contains("No image selected"));
+}
+
 TEST_F(TheMainScreen, RunsTwoJobsAtOnceAndCompletesBoth) {
     select("Notes.ipa");
     view_.duplicationNumber.set("2");

@@ -312,6 +312,7 @@ TEST_F(TheWholeRoad, RefusesItsOwnFilesThatTheDropWouldDestroy) {
     const fs::path copy = result();
     drop(QString::fromStdString(copy.string()));
     EXPECT_EQ(view().selectedFileURL.get(), std::nullopt);
+    EXPECT_TRUE(app_->state().alert().startsWith(QStringLiteral("Notes2.ipa lies in")));
     app_.reset(); // Waits for what goes on in the background.
     EXPECT_TRUE(fs::exists(copy));
 }

@@ -162,8 +162,8 @@ const std::vector<State> states = {
     {QStringLiteral("about-sheet"), [](Stage &stage) { stage.view().showInfoSheet.set(true); }},
     {QStringLiteral("alert"),
      [](Stage &stage) {
-         stage.state().setAlert(QStringLiteral("holiday.txt cannot be used: This is no picture of "
-                                               "a known kind. The icon stays as it was."));
+         stage.state().setAlert(QStringLiteral("This is no picture of a known kind: "
+                                               "/home/ada/holiday.txt. The icon stays as it was."));
      }},
 };
 

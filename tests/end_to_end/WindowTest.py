@@ -20,13 +20,13 @@ class Road(WindowCase):
 
     def pick(self, window):
         window.press(0)
-        window.answer("Select IPA File", SAMPLE)
+        window.choose("Select IPA File", SAMPLE)
         window.waitForSaid("Selected file URL: " + SAMPLE.as_uri())
         window.waitForDialogToGo()
 
     def pickIcon(self, window):
         window.keys("Tab", "Return")
-        window.answer("Choose a picture", ICON)
+        window.choose("Choose a picture", ICON)
         window.waitFor(window.showsCropper, "the cropper")
         window.keys("Tab", "Tab", "Return") # behind "Use" there is "Zoom it"
         window.waitFor(lambda: len(window.buttons(RED)) == 1, "the button that removes the icon")

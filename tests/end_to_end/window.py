@@ -8,6 +8,7 @@ import os
 import signal
 import subprocess
 import tempfile
+import time
 from pathlib import Path
 
 from desktop import Desktop, runs, start, waitFor
@@ -138,6 +139,17 @@ class Window:
         self.waitForDialog(title)
         self.desktop.type(text)
         self.keys("Return")
+
+    def choose(self, title, text):
+        """Answers a dialog that asks nothing back. Its list of completions may take a Return."""
+        self.answer(title, text)
+        for _ in range(4):
+            end = time.monotonic() + 4
+            while self.titled(title + " — Vellomir") and time.monotonic() < end:
+                time.sleep(0.05)
+            if not self.titled(title + " — Vellomir"):
+                return
+            self.keys("Return")
 
     def waitForDialog(self, title, count=1):
         """Waits until a dialog has the keyboard: the first of this title, or what it asks."""

@@ -72,6 +72,16 @@ qt_add_qml_module(vellomir-window
 )
 # Compiling the expressions to C++ as well takes a minute and gains nothing that can be seen.
 set_target_properties(vellomir-window PROPERTIES QT_QMLCACHEGEN_ARGUMENTS --only-bytecode)
+# What is generated from the QML files is small and all alike: compiled as one source, a minute less.
+set(generated)
+foreach(file IN LISTS qml_files)
+    string(REGEX REPLACE "\\.qml$" "_qml.cpp" name ${file})
+    list(APPEND generated ${CMAKE_CURRENT_BINARY_DIR}/.rcc/qmlcache/vellomir-window_${name})
+endforeach()
+set_source_files_properties(${generated} PROPERTIES UNITY_GROUP qml)
+if(NOT CMAKE_UNITY_BUILD)
+    set_target_properties(vellomir-window PROPERTIES UNITY_BUILD ON UNITY_BUILD_MODE GROUP)
+endif()
 target_include_directories(vellomir-window PUBLIC ${PROJECT_SOURCE_DIR} ${CMAKE_CURRENT_SOURCE_DIR}/Window)
 target_link_libraries(vellomir-window
     PUBLIC vellomir-job Qt6::DBus Qt6::Quick Qt6::Widgets)

@@ -1,0 +1,120 @@
+"""Checks all C++ of the product with clang-tidy, every library as one translation unit.
+
+Most of clang-tidy's time goes into the headers of the standard library and of Qt, again for every
+source. So the sources of a library are included into one file, which is checked with the options of
+the library's own build. Two sources of a library must not define the same name, not even in unnamed
+namespaces. Whether every source includes what it uses is seen by the release build.
+
+Usage: tidy.py BUILD_FOLDER. A library is checked again when one of its sources, any header or the
+checks have changed.
+"""
+
+import concurrent.futures
+import hashlib
+import json
+import os
+import pathlib
+import re
+import shlex
+import subprocess
+import sys
+
+SOURCES = pathlib.Path(__file__).resolve().parents[2]
+FOLDERS = ("archive", "Vellomir", "cli", "fuzz")
+OWN_FILES = "/(" + "|".join(FOLDERS) + r")/([A-Za-z]+/)*[A-Za-z0-9]+\.(h|cpp)$"
+# Sources are included here on purpose.
+SWITCHED_OFF = "-bugprone-suspicious-include"
+FUZZER_ENTRY = "LLVMFuzzerTestOneInput"
+
+
+def libraries(build):
+    """The sources of every library and program, with the options that they are compiled with."""
+    found = {}
+    commands = json.loads((build / "compile_commands.json").read_text())
+    for command in commands:
+        source = pathlib.Path(command["file"])
+        if source.is_relative_to(build) or not source.is_relative_to(SOURCES):
+            continue
+        if source.relative_to(SOURCES).parts[0] not in FOLDERS:
+            continue
+        words = shlex.split(command["command"])
+        output = words[words.index("-o") + 1]
+        target = re.search(r"CMakeFiles/([^/]+)\.dir/", output).group(1)
+        if target.startswith("window-"):
+            continue  # a test that compiles a source of the product once more
+        found.setdefault(target, {"options": options(words), "sources": []})
+        found[target]["sources"].append(source)
+    found["fuzz"] = {
+        "options": found["vellomir-cli-commands"]["options"],
+        "sources": list((SOURCES / "fuzz").glob("*.cpp")),
+    }
+    return found
+
+
+def options(words):
+    """A compiler's command without the compiler, its input and its output."""
+    kept = []
+    skip = False
+    for word in words[1:]:
+        if skip or word in ("-o", "-c"):
+            skip = not skip
+        elif not word.endswith(("ccache", "c++", "g++")):
+            kept.append(word)
+    return kept
+
+
+def unit(name, sources):
+    """The text of one file that includes all sources."""
+    lines = []
+    for source in sorted(sources):
+        if name == "fuzz":
+            lines.append(f"#undef {FUZZER_ENTRY}")
+            lines.append(f"#define {FUZZER_ENTRY} run{source.stem}")
+        lines.append(f'#include "{source}"')
+    return "\n".join(lines) + "\n"
+
+
+def fingerprint(library):
+    """Changes whenever the outcome may change."""
+    digest = hashlib.sha256(repr(library["options"]).encode())
+    headers = [h for folder in FOLDERS for h in (SOURCES / folder).rglob("*.h")]
+    for file in sorted([*headers, *library["sources"], SOURCES / ".clang-tidy", pathlib.Path(__file__)]):
+        digest.update(str(file).encode() + file.read_bytes())
+    return digest.hexdigest()
+
+
+def check(folder, name, library):
+    """Checks one library unless it passed as it is; returns what clang-tidy found, or nothing."""
+    stamp = folder / f"{name}.passed"
+    now = fingerprint(library)
+    if stamp.exists() and stamp.read_text() == now:
+        return ""
+    file = folder / f"{name}.cpp"
+    file.write_text(unit(name, library["sources"]))
+    result = subprocess.run(
+        ["clang-tidy", "--quiet", f"--checks={SWITCHED_OFF}", f"--header-filter={OWN_FILES}",
+         f"--config-file={SOURCES / '.clang-tidy'}", str(file), "--", *library["options"]],
+        capture_output=True, text=True, cwd=folder.parent, check=False)
+    if result.returncode == 0:
+        stamp.write_text(now)
+        return ""
+    return result.stdout + result.stderr
+
+
+def main():
+    build = pathlib.Path(sys.argv[1]).resolve()
+    folder = build / "tidy"
+    folder.mkdir(exist_ok=True)
+    all_libraries = libraries(build)
+    with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
+        checks = {name: pool.submit(check, folder, name, library)
+                  for name, library in all_libraries.items()}
+    found = {name: check.result() for name, check in checks.items() if check.result()}
+    for name, text in found.items():
+        print(f"== {name}\n{text}")
+    print(f"{len(checks) - len(found)} of {len(checks)} libraries and programs have no findings")
+    return 1 if found else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())

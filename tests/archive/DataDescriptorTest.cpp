@@ -7,6 +7,7 @@
 #include "tests/support/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
+#include <limits>
 
 using archive::Archive;
 using archive::CRC32;
@@ -214,6 +215,26 @@ TEST(DataDescriptors, CountTheirSizeAsTheUnitsOfReading) {
     for (const Entry &entry : *archive) {
         EXPECT_EQ(Archive::totalUnitCountForReading(entry), 40) << entry.path();
         EXPECT_EQ(Archive::makeProgressForReading(entry)->totalUnitCount(), 40);
+    }
+}
+
+/// An archive of one stored entry whose descriptor tells this size.
+std::unique_ptr<Archive> withSizeInTheDescriptor(std::uint64_t size) {
+    RecordEntry entry = wide({"a", "content"});
+    entry.trailer = descriptor(Described<std::uint64_t>{entry.record.crc32, size, size});
+    return open(test::recordArchive({entry}));
+}
+
+TEST(DataDescriptors, SizesAboveTheGreatestFileHaveNoUnits) {
+    const auto greatest = std::numeric_limits<std::int64_t>::max();
+    const auto fits = withSizeInTheDescriptor(static_cast<std::uint64_t>(greatest));
+    EXPECT_EQ(Archive::totalUnitCountForReading(*fits->begin()), greatest);
+    const auto exceeds = withSizeInTheDescriptor(static_cast<std::uint64_t>(greatest) + 1);
+    try {
+        static_cast<void>(Archive::totalUnitCountForReading(*exceeds->begin()));
+        FAIL() << "no error";
+    } catch (const archive::Error &error) {
+        EXPECT_EQ(error.code(), Archive::ArchiveError::invalidEntrySize);
     }
 }
 

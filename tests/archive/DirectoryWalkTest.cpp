@@ -131,6 +131,19 @@ TEST(DirectoryWalk, EndRecordsWithoutRoomForALocatorAreReadAlone) {
             open(std::string(room, '\0') + test::recordArchive({}))->zip64EndOfCentralDirectory());
 }
 
+/// The signature of an end record, so many bytes before the end of the file.
+std::vector<std::string> pathsWithASignature(std::size_t bytesFromTheEnd) {
+    std::string tail(bytesFromTheEnd, '\0');
+    tail.replace(0, 4, "PK\5\6");
+    return paths(*open(test::recordArchive({{"a", "1"}}) + tail));
+}
+
+TEST(DirectoryWalk, EndRecordsAreOnlyLookedForWhereTheyHaveRoom) {
+    for (const std::size_t tooFew : {4U, 5U, 20U, 21U})
+        EXPECT_THAT(pathsWithASignature(tooFew), ElementsAre("a")) << tooFew;
+    EXPECT_THAT(pathsWithASignature(22), testing::IsEmpty()) << "a whole record without entries";
+}
+
 std::string linkTarget(std::uint32_t sizeInHeader, std::uint32_t sizeInDirectory) {
     RecordEntry link("l", "target");
     link.record.externalFileAttributes = 0120777U << 16U;

@@ -9,6 +9,7 @@
 #include "tests/support/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
+#include <limits>
 
 using archive::Archive;
 using archive::Data;
@@ -89,6 +90,40 @@ TEST_F(RemovalOrder, CancellationAfterTheLastChunkIsTooLate) {
     archive->remove(*(*archive)["a"], {.bufferSize = 100, .progress = progress});
     EXPECT_TRUE(progress->isCancelled());
     EXPECT_FALSE((*archive)["a"]);
+}
+
+/// An entry that calls itself so long, by a descriptor of 64-bit sizes.
+RecordEntry withLengthInADescriptor(std::uint64_t length) {
+    RecordEntry entry("long", "content");
+    Data descriptor;
+    descriptor.appendValue(archive::dataDescriptorStructSignature);
+    descriptor.appendValue(entry.record.crc32);
+    descriptor.appendValue(length);
+    descriptor.appendValue(length);
+    entry.trailer = descriptor.text();
+    entry.record.versionNeededToExtract = 45;
+    entry.record.generalPurposeBitFlag |= archive::dataDescriptorFlag;
+    return entry;
+}
+
+TEST_F(RemovalOrder, EntriesLongerThanAnyFileAreNotCopied) {
+    constexpr std::uint64_t headerAndDescriptor = 30 + 4 + 24;
+    constexpr std::uint64_t greatest = std::numeric_limits<std::int64_t>::max();
+    const auto removeFirst = [&](std::uint64_t length) {
+        const auto archive = open({{"a", "1"}, withLengthInADescriptor(length)});
+        EXPECT_EQ((*archive)["long"]->localSize(), length + headerAndDescriptor);
+        try {
+            archive->remove(*(*archive)["a"]);
+        } catch (const Error &error) {
+            EXPECT_EQ(error.entry(), "long");
+            return error.code();
+        }
+        return std::error_code();
+    };
+    EXPECT_EQ(removeFirst(greatest - headerAndDescriptor + 1),
+              ArchiveError::invalidLocalHeaderSize);
+    EXPECT_EQ(removeFirst(greatest - headerAndDescriptor), Data::DataError::unreadableFile)
+        << "the archive ends before";
 }
 
 // --- Records that move ------------------------------------------------------------------------

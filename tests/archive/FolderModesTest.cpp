@@ -3,6 +3,7 @@
 #include "archive/FileManager.h"
 #include "tests/support/RawArchive.h"
 #include "tests/support/TemporaryFolder.h"
+#include "tests/support/Umask.h"
 
 #include <gtest/gtest.h>
 
@@ -13,24 +14,12 @@ namespace fs = std::filesystem;
 
 namespace {
 
-/// Holds for the test's own process while it lives.
-class Umask {
-public:
-    explicit Umask(mode_t mask) : old_(::umask(mask)) {}
-    Umask(const Umask &) = delete;
-    Umask &operator=(const Umask &) = delete;
-    ~Umask() { ::umask(old_); }
-
-private:
-    mode_t old_;
-};
-
 class FolderModes : public testing::TestWithParam<mode_t> {
 protected:
     void unpack(const std::vector<test::RawEntry> &entries) {
         test::writeFile(folder_ / "a.zip", test::rawArchive(entries));
         fs::create_directory(folder_ / "out");
-        const Umask umask(GetParam());
+        const test::Umask umask(GetParam());
         FileManager().unzipItem(folder_.url("a.zip"), folder_.url("out"));
     }
     [[nodiscard]] mode_t mode(const std::string &path) const {

@@ -170,7 +170,7 @@ private:
         const auto isASCII = [](std::byte byte) { return byte < std::byte{0x80}; };
         if (!std::all_of(bytes.begin(), bytes.end(), isASCII))
             throw error("expected a text in ASCII");
-        return std::string(reinterpret_cast<const char *>(bytes.data()), bytes.size());
+        return {reinterpret_cast<const char *>(bytes.data()), bytes.size()};
     }
 
     [[nodiscard]] std::string decodeUTF16(Bytes bytes) const {

@@ -102,7 +102,9 @@ std::int64_t displacementOf(const archive::EndRecordsScan &scan) {
 }
 
 std::int64_t findDisplacement(const archive::Archive &archive) {
-    const auto file = openAgain(archive);
+    const archive::Archive::FilePointer file(
+        archive.isMemory() ? archive::MemoryFile::make(archive.data().value())->open("rb")
+                           : std::fopen(archive.url().path().c_str(), "rbe"));
     if (!file)
         return 0;
     const archive::EndRecordsScan scan = archive::scanForEndRecords(file.get());

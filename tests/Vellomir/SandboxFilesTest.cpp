@@ -1,7 +1,7 @@
 #include "Vellomir/Platform/SandboxFiles.h"
 #include "Vellomir/Platform/Sandbox.h"
 #include "archive/Archive.h"
-#include "tests/Vellomir/FileSizeLimit.h"
+#include "tests/support/FileSizeLimit.h"
 #include "tests/support/Random.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/Umask.h"

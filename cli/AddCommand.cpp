@@ -133,7 +133,8 @@ void run(const AddOptions &options, Session &session) {
         Interruption::throwIfInterrupted();
         pending.place(isNew ? Existing::refuse : Existing::replace);
     } catch (const archive::Error &error) {
-        throw Failure(purpose(options) + ": " + pending.underFinalName(describe(error)));
+        throw Failure(purpose(options) + ": " +
+                      pending.underFinalName(describe(whileWriting(pending.path(), error))));
     }
 }
 

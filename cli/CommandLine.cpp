@@ -104,9 +104,11 @@ void Grammar::declareDuplicate() {
         .needs(&icon);
     command.fileName("--output", "PATH", duplicate_.output,
                      "a folder, or the copy's file name; the current\nfolder if left out");
-    command.flag("--force", duplicate_.force, "replace the result if it exists");
+    command.flag("--force", duplicate_.force, "replace the result if it is a regular file");
     command.choice("--encoding", duplicate_.encoding, encodings,
                    "how names are stored that are not marked as UTF-8 (cp437)");
+    command.flag("--allow-incomplete", duplicate_.allowIncomplete,
+                 "copy what can be reached of a package that is damaged or\nencrypted in part");
     command.flag("--strict", duplicate_.strict,
                  "fail, without a result, where there would be a warning");
     command.flag("--json", duplicate_.json,

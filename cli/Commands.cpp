@@ -41,9 +41,9 @@ void run(const Request &request, Session &session) try {
     // Whatever failed after a signal, failed because of it.
     if (Interruption::signal() != 0)
         throw Interrupted();
-    if (dynamic_cast<const Failure *>(&error) != nullptr)
-        throw;
-    throw Failure(purpose(request.options) + ": " + describe(error));
+    const bool isWhole = dynamic_cast<const Failure *>(&error) != nullptr;
+    throw Failure(withoutHiddenNames(isWhole ? error.what()
+                                             : purpose(request.options) + ": " + describe(error)));
 }
 
 } // namespace cli

@@ -19,7 +19,8 @@ void run(const CreateOptions &options, Session &session) {
         Interruption::throwIfInterrupted();
         pending.place(vellomir::Existing::refuse);
     } catch (const archive::Error &error) {
-        throw Failure(purpose(options) + ": " + pending.underFinalName(describe(error)));
+        throw Failure(purpose(options) + ": " +
+                      pending.underFinalName(describe(whileWriting(pending.path(), error))));
     }
 }
 

@@ -26,9 +26,22 @@ Destination Destination::find(const std::string &output, bool mayReplace) {
     if (!isFolder(folder))
         throw archive::Error(archive::FileError::fileReadNoSuchFile,
                              {.path = folder, .detail = "There is no such folder"});
-    if (!mayReplace && exists(output))
+    if (mayReplace)
+        requireReplaceable(output);
+    else if (exists(output))
         throw existsAlready(output);
     return {folder, output.substr(output.rfind('/') + 1)};
+}
+
+void requireReplaceable(const std::string &path) {
+    struct stat status {};
+    const bool isRegular = ::stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode);
+    if (!isRegular && exists(path))
+        throw archive::Error(
+            archive::FileError::fileWriteFileExists,
+            {.path = path,
+             .detail = "Something that is no regular file is in the way; --force does not replace "
+                       "it"});
 }
 
 archive::Error existsAlready(const std::string &path) {

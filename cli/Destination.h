@@ -13,12 +13,17 @@ struct Destination {
     std::optional<std::string> name;
 
     /// `output` is a folder, or the name of a file. Throws `FileError::fileReadNoSuchFile` if there
-    /// is no such folder, and `fileWriteFileExists` if the name is taken and may not be replaced.
+    /// is no such folder, and `fileWriteFileExists` if the name is taken and may not be replaced,
+    /// or by something that `requireReplaceable` refuses.
     [[nodiscard]] static Destination find(const std::string &output, bool mayReplace);
 
     /// The path of a result that would be called `ownName`.
     [[nodiscard]] std::string path(const std::string &ownName) const;
 };
+
+/// Throws `FileError::fileWriteFileExists` if something is there that is neither a regular file nor
+/// a link to one.
+void requireReplaceable(const std::string &path);
 
 /// `FileError::fileWriteFileExists` with the way out.
 [[nodiscard]] archive::Error existsAlready(const std::string &path);

@@ -28,18 +28,24 @@ std::optional<vellomir::Picture> readIcon(const DuplicateOptions &options) {
     return options.zoom ? vellomir::cropImageToSquare(picture) : picture;
 }
 
-/// An archive that does not open is the job's to report.
-void examinePackage(const DuplicateOptions &options, Warnings &warnings) {
+/// Why the package cannot be copied as a whole; nothing if it can, or may be copied in part. An
+/// archive that does not open is the job's to report.
+std::optional<std::string> examinePackage(const DuplicateOptions &options, Warnings &warnings) {
     const auto archive = Archive::make(URL::file(options.package), Archive::AccessMode::read);
     if (!archive)
-        return;
+        return std::nullopt;
     UnmarkedNames names;
     const Reach reach =
         findReach(*archive, [&](const archive::Entry &entry) { names.look(entry); });
-    if (const auto warning = shortfall(reach))
-        warnings.add(*warning);
     if (const auto warning = names.warning(); warning && !options.encoding)
         warnings.add(*warning);
+    const auto missing = shortfall(reach);
+    if (!missing)
+        return std::nullopt;
+    if (!options.allowIncomplete)
+        return *missing + "; --allow-incomplete copies what can be reached";
+    warnings.add(*missing + "; the copy is incomplete");
+    return std::nullopt;
 }
 
 void examineCopy(const JobRun &job, Warnings &warnings) {
@@ -53,6 +59,8 @@ std::string deliver(const JobRun &job, const Destination &destination,
                     const DuplicateOptions &options) {
     const URL result = *job.result();
     const URL target = URL::file(destination.path(result.lastPathComponent()));
+    if (options.force)
+        requireReplaceable(target.path());
     vellomir::putInPlace(result.path(), target.path(),
                          options.force ? Existing::replace : Existing::refuse);
     return target.path();
@@ -62,6 +70,7 @@ struct Outcome {
     std::optional<std::string> result;
     std::string errorMessage;
     std::optional<std::string> failure; ///< why there is no result
+    std::vector<std::string> log = {};
 };
 
 Outcome finish(const JobRun &job, const Destination &destination, const DuplicateOptions &options,
@@ -77,10 +86,23 @@ Outcome finish(const JobRun &job, const Destination &destination, const Duplicat
         const std::string path = deliver(job, destination, options);
         return {path, "Zipped IPA file: " + URL::file(path).absoluteString(), std::nullopt};
     } catch (const archive::Error &error) {
-        const bool isTaken = error.code() == archive::FileError::fileWriteFileExists;
+        const bool isTaken =
+            !options.force && error.code() == archive::FileError::fileWriteFileExists;
         const archive::Error shown = isTaken ? existsAlready(error.path()) : error;
         return {std::nullopt, shown.what(), describe(shown)};
     }
+}
+
+/// In a private folder beside the result.
+Outcome runJob(const DuplicateOptions &options, const Destination &destination,
+               const std::optional<vellomir::Picture> &icon, Warnings &warnings, Session &session) {
+    const PrivateFolder folder(destination.folder);
+    JobRun job(folder.path(), options, session);
+    job.run(icon);
+    Interruption::throwIfInterrupted();
+    Outcome outcome = finish(job, destination, options, warnings);
+    outcome.log = job.log();
+    return outcome;
 }
 
 } // namespace
@@ -92,20 +114,19 @@ void run(const DuplicateOptions &options, Session &session) {
     if (options.number.empty())
         warnings.add("the number is empty, so the copy has the identifier of the original and "
                      "would replace it");
-    examinePackage(options, warnings);
-
-    const PrivateFolder folder(destination.folder);
-    JobRun job(folder.path(), options, session);
-    job.run(icon);
-    Interruption::throwIfInterrupted();
-    const Outcome outcome = finish(job, destination, options, warnings);
+    const auto objection = examinePackage(options, warnings);
+    if (objection)
+        warnings.tellHeldBack();
+    const Outcome outcome = objection ? Outcome{std::nullopt, *objection, *objection}
+                                      : runJob(options, destination, icon, warnings, session);
     if (options.json) {
         session.out().line(
-            jobJson(job.log(), outcome.errorMessage, outcome.result, warnings.texts()));
+            jobJson(outcome.log, outcome.errorMessage, outcome.result, warnings.texts()));
         session.out().flush();
     }
-    if (outcome.failure)
-        throw Failure(purpose(options) + ": " + *outcome.failure);
+    if (!outcome.failure)
+        return;
+    throw Failure(purpose(options) + ": " + *outcome.failure);
 }
 
 } // namespace cli

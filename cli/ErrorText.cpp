@@ -1,18 +1,79 @@
 #include "cli/ErrorText.h"
 
-#include "archive/Error.h"
+#include "Vellomir/Platform/PendingFile.h"
 #include "archive/TextEncoding.h"
 
+#include <cctype>
+#include <cerrno>
 #include <new>
+#include <unistd.h>
 
 namespace cli {
+namespace {
+
+constexpr std::string_view hiddenName = "/.vellomir-";
+
+bool isMissing(const std::string &path) {
+    return ::access(path.c_str(), F_OK) != 0 && errno == ENOENT;
+}
+
+/// Whether the folder of the file is what refused it.
+bool isFoldersFault(const archive::Error &error) {
+    switch (error.systemError()) {
+    case ENOSPC:
+    case EDQUOT:
+        return true;
+    case EACCES:
+    case EROFS:
+        return ::access(vellomir::folderOf(error.path()).c_str(), W_OK) != 0 &&
+               (isMissing(error.path()) || ::access(error.path().c_str(), W_OK) == 0);
+    default:
+        return false;
+    }
+}
+
+std::string sentence(const archive::Error &error) {
+    std::string text = error.what();
+    const std::string path = archive::printable(error.path());
+    const std::size_t found = path.empty() ? std::string::npos : text.rfind(path);
+    if (found != std::string::npos && isFoldersFault(error))
+        text.replace(found, path.size(), archive::printable(vellomir::folderOf(error.path())));
+    return text;
+}
+
+} // namespace
 
 std::string describe(const std::exception &error) {
     if (const auto *known = dynamic_cast<const archive::Error *>(&error))
-        return std::string(known->what()) + " (" + known->name() + ")";
+        return sentence(*known) + " (" + known->name() + ")";
     if (dynamic_cast<const std::bad_alloc *>(&error) != nullptr)
         return "there is not enough memory";
     return error.what();
+}
+
+archive::Error whileWriting(const std::string &path, const archive::Error &error) {
+    return error.systemError() == 0 ? error : error.about({}, path);
+}
+
+std::string withoutHiddenNames(std::string text) {
+    for (std::size_t start = text.find(hiddenName); start != std::string::npos;
+         start = text.find(hiddenName, start)) {
+        std::size_t end = start + hiddenName.size();
+        while (end < text.size() &&
+               (text[end] == '/' || std::isalnum(static_cast<unsigned char>(text[end])) != 0))
+            ++end;
+        text.erase(start, end - start);
+    }
+    return text;
+}
+
+std::size_t findFullDisk(const std::string &text) {
+    for (const int systemError : {ENOSPC, EDQUOT}) {
+        const auto found = text.rfind(": " + std::generic_category().message(systemError));
+        if (found != std::string::npos)
+            return found;
+    }
+    return std::string::npos;
 }
 
 std::string errorLine(const std::string &text) {

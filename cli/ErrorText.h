@@ -1,5 +1,7 @@
 #pragma once
 
+#include "archive/Error.h"
+
 #include <exception>
 #include <stdexcept>
 #include <string>
@@ -14,8 +16,20 @@ public:
 };
 
 /// Why something failed; an error of the engine also by its name, as in
-/// "There is no such file: /a/b (FileError.fileReadNoSuchFile)".
+/// "There is no such file: /a/b (FileError.fileReadNoSuchFile)". Where a disk is full, or a folder
+/// takes no files, it names the folder and not the file.
 [[nodiscard]] std::string describe(const std::exception &error);
+
+/// An error of the system about no file in particular is one about the file that was being written.
+[[nodiscard]] archive::Error whileWriting(const std::string &path, const archive::Error &error);
+
+/// The text without the names of hidden files and folders that commands make for themselves: what
+/// is left is the path of the folder that they are in.
+[[nodiscard]] std::string withoutHiddenNames(std::string text);
+
+/// Whether the words of the system in a text say that a disk is full, and where they start: at the
+/// ": " in front of them; npos if they are not there.
+[[nodiscard]] std::size_t findFullDisk(const std::string &text);
 
 /// One line for a terminal, whatever names the text holds: "vellomir-cli: …".
 [[nodiscard]] std::string errorLine(const std::string &text);

@@ -1,8 +1,11 @@
 #include "cli/JobRun.h"
 
+#include "cli/ErrorText.h"
 #include "cli/JobReport.h"
 
 #include "archive/URL.h"
+
+#include <algorithm>
 
 namespace cli {
 namespace {
@@ -82,6 +85,7 @@ std::string JobRun::reason() const {
 }
 
 std::string JobRun::underUsersNames(std::string text) const {
+    nameFullDisk(text);
     const std::string documents = folder_ + "/Documents/";
     const std::string name = archive::URL::file(options_.package).lastPathComponent();
     const std::string stem = archive::URL::file(name).deletingPathExtension().lastPathComponent();
@@ -91,6 +95,16 @@ std::string JobRun::underUsersNames(std::string text) const {
     replace(text, documents, "");
     replace(text, folder_ + "/", "");
     return text;
+}
+
+/// What matters is the folder on that disk, and not the file that was being written.
+void JobRun::nameFullDisk(std::string &text) const {
+    const std::size_t reason = findFullDisk(text);
+    if (reason == std::string::npos)
+        return;
+    const std::size_t path = std::min(text.find(": " + folder_), reason);
+    const std::string folder = archive::URL::file(folder_).deletingLastPathComponent().path();
+    text.replace(path, reason - path, ": " + folder);
 }
 
 } // namespace cli

@@ -32,6 +32,7 @@ private:
     /// A text of the job with names that the user knows: the package's own, and those of items as
     /// the package has them.
     [[nodiscard]] std::string underUsersNames(std::string text) const;
+    void nameFullDisk(std::string &text) const;
     [[nodiscard]] vellomir::Services services(const std::string &folder);
     void print(const vellomir::LogChange &change);
     void note(std::string_view line);

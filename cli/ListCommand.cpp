@@ -20,13 +20,15 @@ public:
                 listHeadJson(options_.archive, archive_.zip64EndOfCentralDirectory().has_value()));
         auto walk = archive_.makeIterator();
         std::uint64_t count = 0;
+        std::uint64_t recordBytes = 0;
         while (const auto entry = walk.next()) {
             Interruption::throwIfInterrupted();
             print(*entry, count++ == 0);
+            recordBytes += entry->centralDirectoryStructure().totalSize();
         }
         if (options_.json)
             out_.text("]}\n");
-        return reachAfter(archive_, walk, count);
+        return reachAfter(archive_, walk, count, recordBytes);
     }
 
 private:

@@ -28,7 +28,8 @@ struct DuplicateOptions {
     bool force = false;
     /// Of names that are not marked as UTF-8; nothing: code page 437, and not chosen by the user.
     std::optional<archive::TextEncoding> encoding;
-    bool strict = false; ///< each warning is a failure
+    bool strict = false;          ///< each warning is a failure
+    bool allowIncomplete = false; ///< copy what can be reached of a damaged package
     bool json = false;
 };
 

@@ -26,7 +26,7 @@ std::string resolved(const std::string &folder) {
 PrivateFolder::PrivateFolder(const std::string &parent)
     : path_(resolved(parent) + "/.vellomir-XXXXXX") {
     if (::mkdtemp(path_.data()) == nullptr)
-        throw archive::writeError(parent, errno);
+        throw archive::writeError(parent == "." ? resolved(parent) : parent, errno);
 }
 
 PrivateFolder::~PrivateFolder() {

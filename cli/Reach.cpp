@@ -2,6 +2,8 @@
 
 #include "cli/EntryText.h"
 
+#include "archive/DirectoryWindow.h"
+
 #include <cstdio>
 
 namespace cli {
@@ -30,23 +32,63 @@ std::string reason(const Reach &reach) {
     return "the directory is shorter than that";
 }
 
+archive::Archive::FilePointer openAgain(const archive::Archive &archive) {
+    return archive::Archive::FilePointer(
+        archive.isMemory() ? archive::MemoryFile::make(archive.data().value())->open("rb")
+                           : std::fopen(archive.url().path().c_str(), "rbe"));
+}
+
+/// Records of the directory behind its first `recordBytes` bytes; 0 if they cannot be read.
+std::uint64_t countRecordsBehind(const archive::Archive &archive, std::uint64_t recordBytes) {
+    using Record = archive::CentralDirectoryStructure;
+    const std::uint64_t size = archive.sizeOfCentralDirectory();
+    if (recordBytes >= size)
+        return 0;
+    const auto file = openAgain(archive);
+    if (!file)
+        return 0;
+    archive::DirectoryWindow window(file.get(), size - recordBytes);
+    const std::uint64_t start = archive.offsetToStartOfCentralDirectory();
+    std::uint64_t count = 0;
+    try {
+        while (recordBytes < size) {
+            const std::uint64_t position = start + recordBytes;
+            const auto readTail = [&](std::size_t tailSize) {
+                return window.bytes(position + Record::size, tailSize);
+            };
+            const auto record = Record::make(window.bytes(position, Record::size), readTail);
+            if (!record)
+                break;
+            ++count;
+            recordBytes += record->totalSize();
+        }
+    } catch (const archive::Error &) {
+        // The rest is no directory.
+    }
+    return count;
+}
+
 } // namespace
 
 Reach findReach(const archive::Archive &archive,
                 const std::function<void(const archive::Entry &)> &look) {
     auto walk = archive.makeIterator();
     std::uint64_t reached = 0;
+    std::uint64_t recordBytes = 0;
     while (const auto entry = walk.next()) {
         look(*entry);
         ++reached;
+        recordBytes += entry->centralDirectoryStructure().totalSize();
     }
-    return reachAfter(archive, walk, reached);
+    return reachAfter(archive, walk, reached, recordBytes);
 }
 
 Reach reachAfter(const archive::Archive &archive, const archive::Archive::EntryIterator &walk,
-                 std::uint64_t reached) {
-    Reach reach{archive.totalNumberOfEntriesInCentralDirectory(), reached, walk.end(), 0};
-    if (reach.end != End::complete && reach.end != End::encryptedEntry)
+                 std::uint64_t reached, std::uint64_t recordBytes) {
+    Reach reach{archive.totalNumberOfEntriesInCentralDirectory(), reached, walk.end()};
+    if (reach.end == End::complete)
+        reach.uncounted = countRecordsBehind(archive, recordBytes);
+    else if (reach.end != End::complete && reach.end != End::encryptedEntry)
         reach.displacement = findDisplacement(archive);
     return reach;
 }
@@ -70,8 +112,12 @@ std::int64_t findDisplacement(const archive::Archive &archive) {
 }
 
 std::optional<std::string> shortfall(const Reach &reach) {
-    if (reach.end == End::complete)
+    if (reach.end == End::complete && reach.uncounted == 0)
         return std::nullopt;
+    if (reach.end == End::complete)
+        return "the directory holds " + countText(reach.promised + reach.uncounted, "entry") +
+               ", " + std::to_string(reach.reached) +
+               " could be reached: the end record counts no more";
     return "the directory promises " + countText(reach.promised, "entry") + ", " +
            std::to_string(reach.reached) + " could be reached: " + reason(reach);
 }

@@ -15,6 +15,8 @@ struct Reach {
     std::uint64_t promised = 0; ///< entries, by the end record
     std::uint64_t reached = 0;
     archive::Archive::EntryIterator::End end = archive::Archive::EntryIterator::End::complete;
+    /// Records of the directory behind those that the end record counts.
+    std::uint64_t uncounted = 0;
     /// Bytes between where the directory should begin and where it does; 0 as a rule.
     std::int64_t displacement = 0;
 };
@@ -23,9 +25,11 @@ struct Reach {
 [[nodiscard]] Reach findReach(
     const archive::Archive &archive,
     const std::function<void(const archive::Entry &)> &look = [](const archive::Entry &) {});
-/// After a walk that is over; `reached` entries came of it.
+/// After a walk that is over; `reached` entries came of it, whose records in the directory have
+/// `recordBytes` in all.
 [[nodiscard]] Reach reachAfter(const archive::Archive &archive,
-                               const archive::Archive::EntryIterator &walk, std::uint64_t reached);
+                               const archive::Archive::EntryIterator &walk, std::uint64_t reached,
+                               std::uint64_t recordBytes);
 
 /// Bytes in front of the archive in its file: by how much the directory lies behind the place that
 /// the end record gives for it. Negative if bytes are missing.
@@ -34,7 +38,7 @@ struct Reach {
 /// The same of the archive's file; 0 if that cannot be read.
 [[nodiscard]] std::int64_t findDisplacement(const archive::Archive &archive);
 
-/// What to warn of; nothing if every entry was reached. "the directory promises 3 entries, 1 could
+/// What is missing; nothing if every entry was reached. "the directory promises 3 entries, 1 could
 /// be reached: entry 2 is encrypted"
 [[nodiscard]] std::optional<std::string> shortfall(const Reach &reach);
 

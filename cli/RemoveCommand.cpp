@@ -40,6 +40,7 @@ std::vector<Entry> findEntries(const Archive &archive, const RemoveOptions &opti
 void removeFromFile(const RemoveOptions &options, Session &session) {
     const auto archive =
         Archive::open(archive::URL::file(options.archive), Archive::AccessMode::update);
+    vellomir::requireFolderTakesFiles(vellomir::folderOf(resolvedPath(options.archive)));
     archive->remove(findEntries(*archive, options), {.progress = session.progress()});
 }
 
@@ -57,11 +58,13 @@ void removeInMemory(const RemoveOptions &options, Session &session) {
 
 } // namespace
 
-void run(const RemoveOptions &options, Session &session) {
+void run(const RemoveOptions &options, Session &session) try {
     if (options.memory)
         removeInMemory(options, session);
     else
         removeFromFile(options, session);
+} catch (const archive::Error &error) {
+    throw whileWriting(resolvedPath(options.archive), error);
 }
 
 } // namespace cli

@@ -71,6 +71,11 @@ std::string folderOf(const std::string &path) {
     return slash == 0 ? "/" : path.substr(0, slash);
 }
 
+void requireFolderTakesFiles(const std::string &folder) {
+    if (::faccessat(AT_FDCWD, folder.c_str(), W_OK | X_OK, AT_EACCESS) != 0)
+        throw archive::writeError(folder, errno);
+}
+
 PendingFile::PendingFile(std::string destination) : destination_(std::move(destination)) {
     const std::string folder = folderOf(destination_);
     struct stat status {};
@@ -78,6 +83,7 @@ PendingFile::PendingFile(std::string destination) : destination_(std::move(desti
         throw archive::readError(folder, errno);
     if (!S_ISDIR(status.st_mode))
         throw archive::readError(folder, ENOTDIR);
+    requireFolderTakesFiles(folder);
     path_ = unusedName(folder);
 }
 

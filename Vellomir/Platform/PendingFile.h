@@ -19,12 +19,15 @@ void putInPlace(const std::string &from, const std::string &to, Existing existin
 /// The folder that a file lies in; "." if its name says none.
 [[nodiscard]] std::string folderOf(const std::string &path);
 
+/// Throws a write error with the folder if this process may make no files in it.
+void requireFolderTakesFiles(const std::string &folder);
+
 /// A file on its way: written under a hidden name in the folder of its destination, then put in
 /// place. What has not been put in place is removed with the object.
 class PendingFile {
 public:
     /// Creates nothing yet. Throws `FileError::fileReadNoSuchFile` if the destination's folder is
-    /// missing.
+    /// missing, and `fileWriteNoPermission` with the folder if no file can be made there.
     explicit PendingFile(std::string destination);
     PendingFile(const PendingFile &) = delete;
     PendingFile &operator=(const PendingFile &) = delete;

@@ -4,6 +4,7 @@
 #include "tests/support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 namespace fs = std::filesystem;
 using vellomir::Existing;
@@ -74,6 +75,21 @@ TEST(PendingFile, TheFolderMustExist) {
     for (const char *path : {"missing/result", "file/result"})
         EXPECT_EQ(codeOf([&] { const PendingFile pending((folder / path).string()); }),
                   archive::FileError::fileReadNoSuchFile);
+}
+
+TEST(PendingFile, TheFolderMustTakeFiles) {
+    if (::geteuid() == 0)
+        GTEST_SKIP() << "the superuser may write everywhere";
+    const test::TemporaryFolder folder;
+    fs::create_directory(folder / "closed");
+    fs::permissions(folder / "closed", fs::perms(0500));
+    try {
+        const PendingFile pending((folder / "closed/result").string());
+        ADD_FAILURE();
+    } catch (const archive::Error &error) {
+        EXPECT_EQ(error.code(), archive::FileError::fileWriteNoPermission);
+        EXPECT_EQ(error.path(), (folder / "closed").string());
+    }
 }
 
 TEST(PendingFile, TextsSpeakOfTheFinalName) {

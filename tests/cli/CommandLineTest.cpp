@@ -32,14 +32,15 @@ std::string error(const Arguments &arguments) {
 }
 
 TEST(CommandLine, DuplicateTakesEverything) {
-    const auto chosen = options<DuplicateOptions>({"duplicate", "a.ipa", "--number", "2", "--icon",
-                                                   "i.png", "--zoom", "--output", "out", "--force",
-                                                   "--json", "--strict", "--encoding", "utf-8"});
+    const auto chosen = options<DuplicateOptions>(
+        {"duplicate", "a.ipa", "--number", "2", "--icon", "i.png", "--zoom", "--output", "out",
+         "--force", "--json", "--strict", "--allow-incomplete", "--encoding", "utf-8"});
     EXPECT_EQ(chosen.package, "a.ipa");
     EXPECT_EQ(chosen.number, "2");
     EXPECT_EQ(chosen.icon, "i.png");
     EXPECT_EQ(chosen.output, "out");
-    EXPECT_TRUE(chosen.zoom && chosen.force && chosen.json && chosen.strict);
+    EXPECT_TRUE(chosen.zoom && chosen.force && chosen.json && chosen.strict &&
+                chosen.allowIncomplete);
     EXPECT_EQ(chosen.encoding, archive::TextEncoding::utf8);
 }
 
@@ -48,7 +49,8 @@ TEST(CommandLine, DuplicateHasDefaults) {
     EXPECT_EQ(chosen.icon, std::nullopt);
     EXPECT_EQ(chosen.output, ".");
     EXPECT_EQ(chosen.encoding, std::nullopt);
-    EXPECT_FALSE(chosen.zoom || chosen.force || chosen.json || chosen.strict);
+    EXPECT_FALSE(chosen.zoom || chosen.force || chosen.json || chosen.strict ||
+                 chosen.allowIncomplete);
 }
 
 TEST(CommandLine, TheNumberMayBeAnyText) {

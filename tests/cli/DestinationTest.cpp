@@ -5,6 +5,7 @@
 
 #include <functional>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 namespace fs = std::filesystem;
 using archive::FileError;
@@ -62,6 +63,25 @@ TEST(Destination, ATakenNameIsRefusedUnlessItMayBeReplaced) {
     EXPECT_EQ(codeOf((folder / "my.ipa").string()), FileError::fileWriteFileExists);
     EXPECT_EQ(codeOf((folder / "dangling").string()), FileError::fileWriteFileExists);
     EXPECT_EQ(codeOf((folder / "my.ipa").string(), true), std::error_code());
+}
+
+TEST(Destination, OnlyRegularFilesAreReplaced) {
+    const test::TemporaryFolder folder;
+    test::writeFile(folder / "file", "");
+    fs::create_directory(folder / "folder");
+    fs::create_symlink("file", folder / "link");
+    fs::create_symlink("pipe", folder / "linkToPipe");
+    fs::create_symlink("folder", folder / "linkToFolder");
+    fs::create_symlink("nowhere", folder / "dangling");
+    ASSERT_EQ(::mkfifo((folder / "pipe").c_str(), 0600), 0);
+    for (const char *name : {"file", "link", "new"})
+        EXPECT_NO_THROW(cli::requireReplaceable((folder / name).string())) << name;
+    for (const char *name : {"folder", "linkToFolder", "pipe", "linkToPipe", "dangling"})
+        EXPECT_THROW(cli::requireReplaceable((folder / name).string()), archive::Error) << name;
+    EXPECT_THROW(cli::requireReplaceable("/dev/null"), archive::Error);
+    for (const char *name : {"pipe", "linkToPipe", "dangling"})
+        EXPECT_EQ(codeOf((folder / name).string(), true), FileError::fileWriteFileExists) << name;
+    EXPECT_EQ(codeOf((folder / "link").string(), true), std::error_code());
 }
 
 } // namespace

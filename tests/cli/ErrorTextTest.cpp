@@ -1,9 +1,13 @@
 #include "cli/ErrorText.h"
 
 #include "archive/Archive.h"
+#include "tests/support/TemporaryFolder.h"
 
+#include <cerrno>
 #include <gtest/gtest.h>
 #include <new>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 
@@ -15,6 +19,59 @@ TEST(ErrorText, ErrorsOfTheEngineAreNamed) {
 TEST(ErrorText, OtherErrorsSpeakForThemselves) {
     EXPECT_EQ(cli::describe(cli::Failure("why")), "why");
     EXPECT_EQ(cli::describe(std::bad_alloc()), "there is not enough memory");
+}
+
+TEST(ErrorText, FullDiskNamesTheFolder) {
+    for (const int reason : {ENOSPC, EDQUOT}) {
+        const std::string text =
+            cli::describe(archive::writeError("/disk/folder/file", reason).about("entry"));
+        EXPECT_NE(text.find(" (entry entry): /disk/folder: "), std::string::npos) << text;
+    }
+    EXPECT_NE(cli::describe(archive::writeError("/disk/file", EIO)).find("/disk/file: "),
+              std::string::npos);
+}
+
+TEST(ErrorText, FolderWithoutPermissionIsNamed) {
+    if (::geteuid() == 0)
+        GTEST_SKIP() << "the superuser may write everywhere";
+    const test::TemporaryFolder folder;
+    const std::string closed = (folder / "closed").string();
+    test::writeFile(folder / "closed/writable", "");
+    test::writeFile(folder / "closed/readOnly", "");
+    ::chmod((closed + "/readOnly").c_str(), 0400);
+    ::chmod(closed.c_str(), 0500);
+    const auto names = [](const std::string &path, const std::string &culprit) {
+        const std::string text = cli::describe(archive::writeError(path, EACCES));
+        EXPECT_NE(text.find(": " + culprit + ": "), std::string::npos) << text;
+    };
+    names(closed + "/missing", closed);
+    names(closed + "/writable", closed);
+    names(closed + "/readOnly", closed + "/readOnly");
+    ::chmod(closed.c_str(), 0700);
+    names(closed + "/readOnly", closed + "/readOnly");
+}
+
+TEST(ErrorText, ErrorsWithoutAFileGetTheOneThatIsWritten) {
+    using archive::Data;
+    const archive::Error noRoom(Data::DataError::unwritableFile, {.systemError = ENOSPC});
+    EXPECT_EQ(cli::whileWriting("/a/b", noRoom).path(), "/a/b");
+    EXPECT_EQ(cli::whileWriting("/a/b", archive::writeError("/c", ENOSPC)).path(), "/c");
+    const archive::Error damaged(Data::CompressionError::corruptedData);
+    EXPECT_EQ(cli::whileWriting("/a/b", damaged).path(), "");
+}
+
+TEST(ErrorText, HiddenNamesAreLeftOut) {
+    EXPECT_EQ(cli::withoutHiddenNames("No room: /a b/.vellomir-x1Y/0123abc: why (/c/.vellomir-9)"),
+              "No room: /a b: why (/c)");
+    EXPECT_EQ(cli::withoutHiddenNames("/a/.vellomir-"), "/a");
+    EXPECT_EQ(cli::withoutHiddenNames("/a/.vellomir"), "/a/.vellomir");
+    EXPECT_EQ(cli::withoutHiddenNames(""), "");
+}
+
+TEST(ErrorText, FullDisksAreFoundInTexts) {
+    EXPECT_EQ(cli::findFullDisk("a: No space left on device (X)"), 1U);
+    EXPECT_EQ(cli::findFullDisk("a: b: Disk quota exceeded"), 4U);
+    EXPECT_EQ(cli::findFullDisk("a: Permission denied"), std::string::npos);
 }
 
 TEST(ErrorText, AnErrorIsOneLineThatDrivesNoTerminal) {

@@ -47,6 +47,31 @@ TEST(Reach, AMissingLocalHeaderIsTheEnd) {
                               "local header where the directory's record 1 says");
 }
 
+/// The archive of three entries with another count in its end record.
+std::string counting(char entries) {
+    std::string bytes = test::rawArchive(three);
+    const std::size_t end = bytes.rfind(std::string("PK\5\6"));
+    bytes[end + 8] = entries;
+    bytes[end + 10] = entries;
+    return bytes;
+}
+
+TEST(Reach, RecordsBehindTheCountedOnesAreTold) {
+    EXPECT_EQ(warning(counting(1)), "the directory holds 3 entries, 1 could be reached: the end "
+                                    "record counts no more");
+    EXPECT_EQ(warning(counting(0)), "the directory holds 3 entries, 0 could be reached: the end "
+                                    "record counts no more");
+    EXPECT_EQ(warning(counting(3)), "");
+}
+
+TEST(Reach, OtherBytesBehindTheCountedRecordsAreNoEntries) {
+    std::string bytes = test::rawArchive(three);
+    const std::size_t end = bytes.rfind(std::string("PK\5\6"));
+    bytes.insert(end, std::string("PK\5\5\4\0abcd", 10)); // a digital signature
+    bytes[end + 10 + 12] = static_cast<char>(bytes[end + 10 + 12] + 10);
+    EXPECT_EQ(warning(bytes), "");
+}
+
 TEST(Reach, SomethingInFrontIsTold) {
     EXPECT_EQ(warning("#!/bin/sh\n" + test::rawArchive(three)),
               "the directory promises 3 entries, 0 could be reached: something stands in front of "

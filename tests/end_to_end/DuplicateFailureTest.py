@@ -2,6 +2,7 @@
 import json
 import os
 import resource
+import stat
 import subprocess
 import unittest
 
@@ -9,6 +10,7 @@ from harness import (Case, corrupt, infoPlist, lines, makePackage, makePicture, 
                      packageEntries, successLog)
 
 UNZIP = "Error unzipping IPA file: "
+HINT = "; --allow-incomplete copies what can be reached"
 
 
 class Failure(Case):
@@ -120,22 +122,56 @@ class Packages(Failure):
                    [*successLog("2", oldName="../../evil")[:-3], "Error while zipping updated app: ",
                     "Error while processing the IPA file"])
 
-    def testAnEncryptedEntryIsWarnedOf(self):
+    def testAnEncryptedEntry(self):
         for name in ["Payload/Notes.app/Info.plist", "Payload/Notes.app/Notes"]:
             self.write(name, infoPlist())
         os.unlink(self.folder / "app.ipa")
         subprocess.run(["zip", "-q", "-P", "secret", "app.ipa", "Payload/Notes.app/Info.plist",
                         "Payload/Notes.app/Notes"], cwd=self.folder, check=True)
-        with self.unchanged():
-            result = self.duplicate()
-        self.assertEqual((result.code, result.out), (1, lines(
-            "Unzipping IPA...", "Unzipped IPA file successfully", "No image selected",
-            "Info.plist not found in the unzipped folder", "Error while processing the IPA file")))
-        self.assertEqual(result.err, lines(
-            "vellomir-cli: warning: app.ipa: the directory promises 2 entries, 0 could be reached: "
-            "entry 1 is encrypted",
-            "vellomir-cli: cannot duplicate app.ipa: Info.plist not found in the unzipped folder"))
+        why = "the directory promises 2 entries, 0 could be reached: entry 1 is encrypted"
+        self.assertEqual(self.fails(why + HINT, []), why + HINT)
         self.assertEqual(len(self.duplicate("--quiet").err.splitlines()), 1)
+        with self.unchanged():
+            result = self.duplicate("--allow-incomplete")
+        self.assertEqual(result.code, 1)
+        self.assertEqual(result.err, lines(
+            f"vellomir-cli: warning: app.ipa: {why}; the copy is incomplete",
+            "vellomir-cli: cannot duplicate app.ipa: Info.plist not found in the unzipped folder"))
+
+    def testADamagedRecord(self):
+        self.incomplete(self.damaged(b"PK\1\2", 6, b"PK\1\3"),
+                        "the directory promises 7 entries, 5 could be reached: the directory's "
+                        "record 6 is damaged")
+
+    def testADamagedLocalHeader(self):
+        self.incomplete(self.damaged(b"PK\3\4", 7, b"PK\3\5"),
+                        "the directory promises 7 entries, 6 could be reached: there is no local "
+                        "header where the directory's record 7 says")
+
+    def testEntriesThatTheEndRecordDoesNotCount(self):
+        content = bytearray((self.folder / "app.ipa").read_bytes())
+        content[-22 + 8] = content[-22 + 10] = 4
+        self.incomplete(bytes(content), "the directory holds 7 entries, 4 could be reached: the "
+                                        "end record counts no more")
+
+    def damaged(self, signature, number, replacement):
+        """The package with another signature in front of the record of this number."""
+        parts = (self.folder / "app.ipa").read_bytes().split(signature)
+        return signature.join(parts[:number]) + replacement + signature.join(parts[number:])
+
+    def incomplete(self, content, why):
+        """A failure, unless it is allowed: then the copy has what could be reached."""
+        self.write("app.ipa", content)
+        self.assertEqual(self.fails(why + HINT, []), why + HINT)
+        warning = why + "; the copy is incomplete"
+        with self.unchanged():
+            line = self.errorLine(self.duplicate("--allow-incomplete", "--strict").err)
+        self.assertEqual(line, "cannot duplicate app.ipa: --strict allows no warning: " + warning)
+        result = self.duplicate("--allow-incomplete", "--json")
+        self.assertEqual((result.code, result.err),
+                         (0, f"vellomir-cli: warning: app.ipa: {warning}\n"))
+        self.assertEqual(json.loads(result.out)["warnings"], [warning])
+        self.assertEqual(os.listdir(self.folder / "out"), ["Notes2.ipa"])
 
     def testNoPermissionToRead(self):
         options = self.asUser()
@@ -165,9 +201,35 @@ class Places(Failure):
                              successLog("2"))
         self.assertIn("exists already", message)
 
-    def testAFolderInThePlaceOfTheResult(self):
-        (self.folder / "out/Notes2.ipa").mkdir()
-        self.fails(r".*/out/Notes2\.ipa.*Is a directory.*", successLog("2"), "--force")
+    def testWhatIsNoRegularFileIsNotReplaced(self):
+        """Its name is known only after the job, or before."""
+        def pipe(path):
+            os.mkfifo(path)
+
+        def link(path):
+            os.symlink("/dev/null", path)
+
+        def dangling(path):
+            os.symlink("nowhere", path)
+
+        why = (r"Something that is no regular file is in the way; --force does not replace it: "
+               r".*out/Notes2\.ipa \(FileError\.fileWriteFileExists\)")
+        target = self.folder / "out/Notes2.ipa"
+        for make, remove in [(os.mkdir, os.rmdir), (pipe, os.unlink), (link, os.unlink),
+                             (dangling, os.unlink)]:
+            make(target)
+            self.fails(why, successLog("2"), "--force")
+            if make is not os.mkdir: # a folder takes the result
+                self.refused(why, "--force", "--output", "out/Notes2.ipa")
+            remove(target)
+
+    def testALinkToARegularFileIsReplaced(self):
+        self.write("old", "old")
+        os.symlink("../old", self.folder / "out/Notes2.ipa")
+        result = self.duplicate("--force")
+        self.assertEqual((result.code, result.err), (0, ""))
+        self.assertTrue(stat.S_ISREG((self.folder / "out/Notes2.ipa").lstat().st_mode))
+        self.assertEqual((self.folder / "old").read_text(), "old")
 
     def testAMissingFolder(self):
         for path in ["missing/my.ipa", "missing/", "app.ipa/my.ipa"]:

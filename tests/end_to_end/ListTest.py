@@ -128,6 +128,14 @@ class Shortfall(Case):
         self.assertEqual((result.code, result.out), (0, ""))
         self.assertIn("promises 2 entries, 0 could be reached: entry 1 is encrypted", result.err)
 
+    def testEntriesThatTheEndRecordDoesNotCount(self):
+        content = bytearray((self.folder / "a.zip").read_bytes())
+        content[-22 + 8] = content[-22 + 10] = 2
+        (self.folder / "a.zip").write_bytes(content)
+        for options in [[], ["--memory"]]:
+            self.assertEqual(self.warning(2, *options), "the directory holds 3 entries, 2 could be "
+                                                        "reached: the end record counts no more")
+
     def testADamagedRecord(self):
         content = (self.folder / "a.zip").read_bytes()
         (self.folder / "a.zip").write_bytes(content.replace(b"PK\1\2", b"PK\1\3", 1))

@@ -20,8 +20,8 @@ class Usage(Case):
     def testHelpNamesTheOptions(self):
         duplicate = self.succeed("duplicate", "--help")
         for option in ["PACKAGE", "--number TEXT", "--icon PICTURE", "--zoom", "--output PATH",
-                       "--force", "--encoding utf-8|cp437", "--strict", "--json",
-                       "--quiet", "--progress auto|always|never"]:
+                       "--force", "--encoding utf-8|cp437", "--allow-incomplete", "--strict",
+                       "--json", "--quiet", "--progress auto|always|never"]:
             self.assertIn(option, duplicate)
 
     def testWrongCommandLinesTouchNothing(self):

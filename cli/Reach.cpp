@@ -1,6 +1,7 @@
 #include "cli/Reach.h"
 
 #include "cli/EntryText.h"
+#include "cli/Interruption.h"
 
 #include <cstdio>
 
@@ -35,8 +36,10 @@ std::string reason(const Reach &reach) {
 Reach findReach(const archive::Archive &archive) {
     auto walk = archive.makeIterator();
     std::uint64_t reached = 0;
-    while (walk.next())
+    while (walk.next()) {
+        Interruption::throwIfInterrupted();
         ++reached;
+    }
     return reachAfter(archive, walk, reached);
 }
 

@@ -18,7 +18,7 @@ struct Reach {
     std::int64_t displacement = 0;
 };
 
-/// Walks the whole directory.
+/// Walks the whole directory. Throws `Interrupted` between two entries.
 [[nodiscard]] Reach findReach(const archive::Archive &archive);
 /// After a walk that is over; `reached` entries came of it.
 [[nodiscard]] Reach reachAfter(const archive::Archive &archive,

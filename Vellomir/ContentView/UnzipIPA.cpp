@@ -18,7 +18,9 @@ std::optional<archive::URL> AppLaunchView::unzipIPA(const archive::URL &url) try
     files_.createFolder(folder);
     progress_.run(JobProgress::Share::unpacking, [&](const auto &progress) {
         archive::FileManager().unzipItem(copy, folder,
-                                         {.progress = progress, .holdsToDirectory = true});
+                                         {.progress = progress,
+                                          .preferredEncoding = services_.nameEncoding,
+                                          .holdsToDirectory = true});
     });
 
     logMessages.append("Unzipped IPA file successfully");

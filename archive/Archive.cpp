@@ -64,8 +64,9 @@ Error explainMissingRecord(std::FILE *file) {
     return unreadable("This is not a ZIP archive: it has no end record");
 }
 
-Archive::BackingConfiguration scanned(Archive::BackingConfiguration configuration) {
-    EndRecordsScan scan = scanForEndRecords(configuration.file.get());
+Archive::BackingConfiguration scanned(Archive::BackingConfiguration configuration,
+                                      const Archive::ProgressPointer &progress) {
+    EndRecordsScan scan = scanForEndRecords(configuration.file.get(), progress.get());
     switch (scan.failure) {
     case EndRecordsScan::Failure::missing:
         throw explainMissingRecord(configuration.file.get());
@@ -82,19 +83,20 @@ Archive::BackingConfiguration scanned(Archive::BackingConfiguration configuratio
 /// Errors of opening have one code an access mode, and the words of what went wrong below.
 [[noreturn]] void rethrowAsOpeningError(const Error &error, const URL &url,
                                         Archive::AccessMode mode) {
+    const std::string path = url.isFileURL() ? url.path() : std::string();
+    if (error.code() == ArchiveError::cancelledOperation)
+        throw error.about({}, path);
     const bool isCreating = mode == Archive::AccessMode::create;
     const auto code =
         isCreating ? ArchiveError::unwritableArchive : ArchiveError::unreadableArchive;
     const std::string text = error.what();
-    throw Error(
-        code,
-        {.path = url.isFileURL() ? url.path() : std::string(), .detail = text, .systemError = 0});
+    throw Error(code, {.path = path, .detail = text, .systemError = 0});
 }
 
 } // namespace
 
-Archive::BackingConfiguration Archive::makeBackingConfiguration(FilePointer stream,
-                                                                AccessMode mode) {
+Archive::BackingConfiguration Archive::makeBackingConfiguration(FilePointer stream, AccessMode mode,
+                                                                const ProgressPointer &progress) {
     BackingConfiguration configuration;
     // A null buffer would leave the C library's own size, whatever size is asked for.
     configuration.streamBuffer = std::make_unique<char[]>(defaultPOSIXBufferSize);
@@ -102,69 +104,75 @@ Archive::BackingConfiguration Archive::makeBackingConfiguration(FilePointer stre
     configuration.file = std::move(stream);
     if (mode == AccessMode::create)
         writeEmptyArchive(configuration.file.get());
-    configuration = scanned(std::move(configuration));
+    configuration = scanned(std::move(configuration), progress);
     std::rewind(configuration.file.get());
     return configuration;
 }
 
-Archive::BackingConfiguration Archive::makeBackingConfiguration(const URL &url, AccessMode mode) {
+Archive::BackingConfiguration Archive::makeBackingConfiguration(const URL &url, AccessMode mode,
+                                                                const ProgressPointer &progress) {
     const std::string path = url.path();
     switch (mode) {
     case AccessMode::read:
-        return makeBackingConfiguration(stream(openExisting(path, O_RDONLY), "rb"), mode);
+        return makeBackingConfiguration(stream(openExisting(path, O_RDONLY), "rb"), mode, progress);
     case AccessMode::update:
-        return makeBackingConfiguration(stream(openExisting(path, O_RDWR), "rb+"), mode);
+        return makeBackingConfiguration(stream(openExisting(path, O_RDWR), "rb+"), mode, progress);
     case AccessMode::create:
         break;
     }
     FilePointer file = stream(createNew(path), "rb+");
     try {
-        return makeBackingConfiguration(std::move(file), mode);
+        return makeBackingConfiguration(std::move(file), mode, progress);
     } catch (const Error &) {
         ::unlink(path.c_str()); // made just now, and no archive
         throw;
     }
 }
 
-Archive::BackingConfiguration Archive::makeBackingConfiguration(Data data, AccessMode mode) {
+Archive::BackingConfiguration Archive::makeBackingConfiguration(Data data, AccessMode mode,
+                                                                const ProgressPointer &progress) {
     const bool isCreating = mode == AccessMode::create;
     auto memoryFile = MemoryFile::make(isCreating ? Data() : std::move(data));
     FilePointer file(memoryFile->open(mode == AccessMode::read ? "rb" : "rb+"));
     if (!file)
         throw Error(Data::DataError::unreadableFile, {.systemError = errno});
-    BackingConfiguration configuration = makeBackingConfiguration(std::move(file), mode);
+    BackingConfiguration configuration = makeBackingConfiguration(std::move(file), mode, progress);
     configuration.memoryFile = std::move(memoryFile);
     return configuration;
 }
 
 std::unique_ptr<Archive> Archive::open(const URL &url, AccessMode accessMode,
-                                       std::optional<TextEncoding> preferredEncoding) {
+                                       std::optional<TextEncoding> preferredEncoding,
+                                       const ProgressPointer &progress) {
     try {
-        return std::unique_ptr<Archive>(new Archive(url, accessMode, preferredEncoding,
-                                                    makeBackingConfiguration(url, accessMode)));
+        return std::unique_ptr<Archive>(
+            new Archive(url, accessMode, preferredEncoding,
+                        makeBackingConfiguration(url, accessMode, progress)));
     } catch (const Error &error) {
         rethrowAsOpeningError(error, url, accessMode);
     }
 }
 
 std::unique_ptr<Archive> Archive::open(FilePointer stream, const URL &url, AccessMode accessMode,
-                                       std::optional<TextEncoding> preferredEncoding) {
+                                       std::optional<TextEncoding> preferredEncoding,
+                                       const ProgressPointer &progress) {
     try {
         return std::unique_ptr<Archive>(
             new Archive(url, accessMode, preferredEncoding,
-                        makeBackingConfiguration(std::move(stream), accessMode)));
+                        makeBackingConfiguration(std::move(stream), accessMode, progress)));
     } catch (const Error &error) {
         rethrowAsOpeningError(error, url, accessMode);
     }
 }
 
 std::unique_ptr<Archive> Archive::open(Data data, AccessMode accessMode,
-                                       std::optional<TextEncoding> preferredEncoding) {
+                                       std::optional<TextEncoding> preferredEncoding,
+                                       const ProgressPointer &progress) {
     const URL url{std::string(memoryURLScheme), "/"};
     try {
         return std::unique_ptr<Archive>(
             new Archive(url, accessMode, preferredEncoding,
-                        makeBackingConfiguration(std::move(data), accessMode)));
+                        makeBackingConfiguration(std::move(data), accessMode, progress)));
     } catch (const Error &error) {
         rethrowAsOpeningError(error, url, accessMode);
     }

@@ -93,20 +93,24 @@ public:
          std::optional<TextEncoding> preferredEncoding = std::nullopt);
 
     /// Like `make`, but throws `unreadableArchive` (read, update) or `unwritableArchive` (create)
-    /// with what is wrong, in words.
+    /// with what is wrong, in words. The search for the end record may read the whole file: it
+    /// throws `cancelledOperation` soon after the progress, which it never changes, was cancelled.
     [[nodiscard]] static std::unique_ptr<Archive>
     open(const URL &url, AccessMode accessMode,
-         std::optional<TextEncoding> preferredEncoding = std::nullopt);
+         std::optional<TextEncoding> preferredEncoding = std::nullopt,
+         const ProgressPointer &progress = nullptr);
 
     [[nodiscard]] static std::unique_ptr<Archive>
     open(Data data, AccessMode accessMode,
-         std::optional<TextEncoding> preferredEncoding = std::nullopt);
+         std::optional<TextEncoding> preferredEncoding = std::nullopt,
+         const ProgressPointer &progress = nullptr);
 
     /// An archive over a stream that is open already, which it owns from now on. With `create` the
     /// stream must be empty. Throws like `open`.
     [[nodiscard]] static std::unique_ptr<Archive>
     open(FilePointer stream, const URL &url, AccessMode accessMode,
-         std::optional<TextEncoding> preferredEncoding = std::nullopt);
+         std::optional<TextEncoding> preferredEncoding = std::nullopt,
+         const ProgressPointer &progress = nullptr);
 
     Archive(const Archive &) = delete;
     Archive &operator=(const Archive &) = delete;
@@ -170,7 +174,10 @@ public:
 
     private:
         friend class Archive;
+        friend class ArchiveUnpacker;
         explicit EntryIterator(const Archive &archive);
+        /// Goes on with the record at this position, which was `position_` before a `next`.
+        void goTo(std::uint64_t position);
         std::optional<CentralDirectoryStructure> readDirectoryRecord();
         std::optional<Entry> stop(End end);
 
@@ -233,13 +240,16 @@ public:
 
     /// How to extract.
     struct ExtractOptions {
-        std::int64_t bufferSize = defaultReadChunkSize; ///< bytes of a chunk
+        std::int64_t bufferSize = defaultReadChunkSize; ///< bytes of a chunk, 1 to `maxBufferSize`
         bool skipCRC32 = false;
         ProgressPointer progress = nullptr;
+        /// No more bytes than these are delivered; `invalidEntrySize` if the entry has more.
+        std::optional<std::uint64_t> sizeLimit = std::nullopt;
     };
 
     /// Hands the data to the consumer in chunks, on this thread; a directory is one empty chunk, a
-    /// link one chunk with its target.
+    /// link one chunk with its target, whatever its length. Stored data that ends with the archive
+    /// is delivered as far as it goes; deflated data then throws `corruptedData`.
     CRC32 extract(const Entry &entry, const Consumer &consumer,
                   const ExtractOptions &options) const;
     CRC32 extract(const Entry &entry, const Consumer &consumer) const {
@@ -376,9 +386,12 @@ private:
     Archive(URL url, AccessMode accessMode, std::optional<TextEncoding> preferredEncoding,
             BackingConfiguration configuration);
 
-    static BackingConfiguration makeBackingConfiguration(const URL &url, AccessMode mode);
-    static BackingConfiguration makeBackingConfiguration(Data data, AccessMode mode);
-    static BackingConfiguration makeBackingConfiguration(FilePointer stream, AccessMode mode);
+    static BackingConfiguration makeBackingConfiguration(const URL &url, AccessMode mode,
+                                                         const ProgressPointer &progress = nullptr);
+    static BackingConfiguration makeBackingConfiguration(Data data, AccessMode mode,
+                                                         const ProgressPointer &progress = nullptr);
+    static BackingConfiguration makeBackingConfiguration(FilePointer stream, AccessMode mode,
+                                                         const ProgressPointer &progress = nullptr);
     [[nodiscard]] EndRecords endRecords() const;
     void truncate(std::uint64_t size);
 

@@ -1,8 +1,23 @@
 #include "archive/Archive.h"
 
 #include "archive/DirectoryWindow.h"
+#include "archive/SaturatedSum.h"
 
 namespace archive {
+namespace {
+
+/// Where the descriptor of an entry stands; the greatest value if the position does not fit.
+std::uint64_t dataDescriptorOffset(const CentralDirectoryStructure &structure,
+                                   const LocalFileHeader &header) {
+    const bool isStored =
+        structure.compressionMethod == static_cast<std::uint16_t>(CompressionMethod::none);
+    return saturatedSum(structure.effectiveRelativeOffsetOfLocalHeader(), LocalFileHeader::size,
+                        header.fileNameLength, header.extraFieldLength,
+                        isStored ? structure.effectiveUncompressedSize()
+                                 : structure.effectiveCompressedSize());
+}
+
+} // namespace
 
 Archive::EntryIterator::EntryIterator(const Archive &archive)
     : archive_(&archive), window_(std::make_unique<DirectoryWindow>(
@@ -40,20 +55,15 @@ std::optional<Entry> Archive::EntryIterator::next() {
     if (!structure)
         return stop(End::damagedRecord);
     std::FILE *file = archive_->archiveFile_.get();
-    const std::uint64_t headerOffset = structure->effectiveRelativeOffsetOfLocalHeader();
-    auto header = Data::readStruct<LocalFileHeader>(file, headerOffset);
+    auto header =
+        Data::readStruct<LocalFileHeader>(file, structure->effectiveRelativeOffsetOfLocalHeader());
     if (!header)
         return stop(End::damagedLocalHeader);
 
     std::optional<DataDescriptor> descriptor;
     std::optional<ZIP64DataDescriptor> zip64Descriptor;
     if (structure->usesDataDescriptor()) {
-        const bool isStored =
-            structure->compressionMethod == static_cast<std::uint16_t>(CompressionMethod::none);
-        const std::uint64_t offset = headerOffset + LocalFileHeader::size + header->fileNameLength +
-                                     header->extraFieldLength +
-                                     (isStored ? structure->effectiveUncompressedSize()
-                                               : structure->effectiveCompressedSize());
+        const std::uint64_t offset = dataDescriptorOffset(*structure, *header);
         if (structure->isZIP64())
             zip64Descriptor = Data::readStruct<ZIP64DataDescriptor>(file, offset);
         else
@@ -64,6 +74,12 @@ std::optional<Entry> Archive::EntryIterator::next() {
     auto entry = Entry::make(std::move(*structure), std::move(*header), std::move(descriptor),
                              std::move(zip64Descriptor));
     return entry ? std::move(entry) : stop(End::encryptedEntry);
+}
+
+void Archive::EntryIterator::goTo(std::uint64_t position) {
+    position_ = position;
+    index_ = 0;
+    end_ = End::notYet;
 }
 
 Archive::EntryIterator Archive::makeIterator() const {

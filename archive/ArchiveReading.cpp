@@ -2,8 +2,10 @@
 
 #include "archive/DestinationFolder.h"
 #include "archive/FileManager.h"
+#include "archive/StoredCopy.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <limits>
 #include <memory>
 
@@ -14,7 +16,7 @@ using ArchiveError = Archive::ArchiveError;
 using EntryType = Entry::EntryType;
 
 /// More than any system takes for the target of a link.
-constexpr std::uint32_t maxSymbolicLinkSize = 1U << 16U;
+constexpr std::uint64_t maxSymbolicLinkSize = std::uint64_t{1} << 16U;
 
 std::int64_t signedSize(std::uint64_t size) {
     if (size > static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max()))
@@ -22,9 +24,11 @@ std::int64_t signedSize(std::uint64_t size) {
     return static_cast<std::int64_t>(size);
 }
 
-void requirePositive(std::int64_t bufferSize) {
+void requireSensible(std::int64_t bufferSize) {
     if (bufferSize <= 0)
         throw Error(ArchiveError::invalidBufferSize);
+    if (bufferSize > maxBufferSize)
+        throw Error(ArchiveError::invalidBufferSize, {.detail = "The buffer size is too large"});
 }
 
 void complete(const Archive::ProgressPointer &progress) {
@@ -40,12 +44,7 @@ public:
           buffer_(new std::byte[capacity_]) {}
 
     std::span<const std::byte> operator()(std::int64_t /*position*/, std::size_t size) {
-        const auto chunk =
-            Data::readChunk(std::span(buffer_.get(), std::min(size, capacity_)), file_);
-        if (size > 0 && chunk.empty())
-            throw Error(Data::DataError::unreadableFile,
-                        {.detail = "The archive ends in the middle of the data"});
-        return chunk;
+        return Data::readChunk(std::span(buffer_.get(), std::min(size, capacity_)), file_);
     }
 
 private:
@@ -54,15 +53,27 @@ private:
     std::unique_ptr<std::byte[]> buffer_;
 };
 
-/// Counts what the consumer takes, and stops before the next chunk when cancelled.
-Consumer counting(const Consumer &consumer, const Archive::ProgressPointer &progress) {
-    if (!progress)
-        return consumer;
-    return [&](std::span<const std::byte> chunk) {
-        if (progress->isCancelled())
+/// Takes the bytes of a chunk off what may still be delivered.
+void takeOff(std::uint64_t &left, std::size_t chunkSize, std::uint64_t limit) {
+    if (chunkSize > left)
+        throw Error(ArchiveError::invalidEntrySize,
+                    {.detail = "The data is longer than the " + std::to_string(limit) +
+                               " bytes that the directory of the archive promises"});
+    left -= chunkSize;
+}
+
+/// Counts what the consumer takes; stops before the next chunk when cancelled, and before the one
+/// that goes beyond the limit. The consumer and the options must outlive it.
+Consumer counting(const Consumer &consumer, const Archive::ExtractOptions &options) {
+    return [&consumer, progress = options.progress.get(), limit = options.sizeLimit,
+            left = options.sizeLimit.value_or(0)](std::span<const std::byte> chunk) mutable {
+        if (progress != nullptr && progress->isCancelled())
             throw Error(ArchiveError::cancelledOperation);
+        if (limit)
+            takeOff(left, chunk.size(), *limit);
         consumer(chunk);
-        progress->addCompletedUnitCount(static_cast<std::int64_t>(chunk.size()));
+        if (progress != nullptr)
+            progress->addCompletedUnitCount(static_cast<std::int64_t>(chunk.size()));
     };
 }
 
@@ -78,7 +89,7 @@ std::string linkTarget(const Data &data) {
 
 CRC32 Archive::extract(const Entry &entry, const Consumer &consumer,
                        const ExtractOptions &options) const {
-    requirePositive(options.bufferSize);
+    requireSensible(options.bufferSize);
     if (!Data::seek(archiveFile_.get(), entry.dataOffset()))
         throw Error(ArchiveError::invalidLocalHeaderDataOffset);
     if (options.progress)
@@ -106,8 +117,11 @@ CRC32 Archive::readUncompressed(const Entry &entry, const Consumer &consumer,
     const std::int64_t size =
         signedSize(entry.centralDirectoryStructure().effectiveUncompressedSize());
     StreamProvider provider(archiveFile_.get(), size, options.bufferSize);
-    return Data::consumePart(size, options.bufferSize, options.skipCRC32, std::ref(provider),
-                             counting(consumer, options.progress));
+    const StoredCopy part{.size = size,
+                          .chunkSize = options.bufferSize,
+                          .skipCRC32 = options.skipCRC32,
+                          .endsAtShortChunk = true};
+    return copyStored(part, std::ref(provider), counting(consumer, options));
 }
 
 CRC32 Archive::readCompressed(const Entry &entry, const Consumer &consumer,
@@ -116,32 +130,31 @@ CRC32 Archive::readCompressed(const Entry &entry, const Consumer &consumer,
         signedSize(entry.centralDirectoryStructure().effectiveCompressedSize());
     StreamProvider provider(archiveFile_.get(), size, options.bufferSize);
     return Data::decompress(size, options.bufferSize, options.skipCRC32, std::ref(provider),
-                            counting(consumer, options.progress));
+                            counting(consumer, options));
 }
 
 CRC32 Archive::readSymbolicLink(const Entry &entry, const Consumer &consumer,
                                 const ExtractOptions &options) const {
-    const std::uint32_t size = entry.localFileHeader().compressedSize;
-    if (size > maxSymbolicLinkSize)
-        throw Error(ArchiveError::invalidEntrySize, {.detail = "The link is too long"});
-    const Data target = Data::readChunk(size, archiveFile_.get());
+    const Data target = Data::readChunk(entry.localFileHeader().compressedSize, archiveFile_.get());
     const CRC32 checksum = target.crc32(0);
+    if (std::uint64_t left = options.sizeLimit.value_or(target.size()); options.sizeLimit)
+        takeOff(left, target.size(), *options.sizeLimit);
     consumer(target);
     complete(options.progress);
     return checksum;
 }
 
 CRC32 Archive::extract(const Entry &entry, const URL &to, const ExtractOptions &options) const {
-    requirePositive(options.bufferSize);
+    requireSensible(options.bufferSize);
     DestinationFolder folder(to.deletingLastPathComponent());
     const std::string name = to.lastPathComponent();
     const CRC32 checksum = extract(entry, name, folder, options);
-    if (entry.type() == EntryType::directory)
-        folder.applyToDirectory(name, entry.fileAttributes());
+    folder.finishDirectories(nullptr);
     return checksum;
 }
 
-/// Leaves the attributes of a folder to the caller: they may forbid what is still to come into it.
+/// A folder gets its attributes from `finishDirectories`: they may forbid what is still to come
+/// into it.
 CRC32 Archive::extract(const Entry &entry, const std::string &name, DestinationFolder &folder,
                        const ExtractOptions &options) const {
     switch (entry.type()) {
@@ -154,10 +167,17 @@ CRC32 Archive::extract(const Entry &entry, const std::string &name, DestinationF
     }
     case EntryType::directory:
         return extract(
-            entry, [&](std::span<const std::byte>) { folder.createDirectory(name); }, options);
+            entry,
+            [&](std::span<const std::byte>) {
+                folder.createDirectory(name, entry.fileAttributes());
+            },
+            options);
     case EntryType::symlink:
         break;
     }
+    folder.requireNothing(name);
+    if (entry.localFileHeader().compressedSize > maxSymbolicLinkSize)
+        throw writeError(folder.fullPath(name), ENAMETOOLONG);
     const auto createLink = [&](std::span<const std::byte> target) {
         folder.createSymbolicLink(name, linkTarget(Data(target)),
                                   entry.fileAttributes().modificationDate);

@@ -1,9 +1,8 @@
 #include "archive/ArchiveUnpacker.h"
 
-#include "archive/UnitCount.h"
+#include "archive/PathBelow.h"
+#include "archive/SaturatedSum.h"
 
-#include <algorithm>
-#include <array>
 #include <cstdio>
 
 namespace archive {
@@ -11,32 +10,8 @@ namespace {
 
 using EntryType = Entry::EntryType;
 
-bool needsResolving(std::string_view path) {
-    const auto has = [path](std::string_view text) { return path.find(text) != path.npos; };
-    return has("//") || has("/./") || has("/../") || path.starts_with("./") ||
-           path.starts_with("../") || path.ends_with("/.") || path.ends_with("/..") ||
-           path == "." || path == "..";
-}
-
-/// Where below the destination an entry belongs, without "." and "..": `fileReadInvalidFileName` if
-/// it leaves the folder.
-std::string pathBelow(const URL &destination, std::string_view entryPath) {
-    while (entryPath.starts_with('/'))
-        entryPath.remove_prefix(1);
-    std::string resolved;
-    if (needsResolving(entryPath)) {
-        const URL target = destination.appendingPathComponent(entryPath);
-        if (!target.isContained(destination))
-            throw Error(FileError::fileReadInvalidFileName,
-                        {.path = target.path(), .detail = "The name leads out of the folder"});
-        const std::size_t rootLength = destination.standardized().path().size() + 1;
-        resolved = target.standardized().path();
-        resolved.erase(0, std::min(rootLength, resolved.size()));
-        entryPath = resolved;
-    }
-    while (entryPath.ends_with('/'))
-        entryPath.remove_suffix(1);
-    return std::string(entryPath);
+std::size_t index(EntryType type) {
+    return static_cast<std::size_t>(type);
 }
 
 void check(CRC32 found, CRC32 expected) {
@@ -51,58 +26,88 @@ void check(CRC32 found, CRC32 expected) {
 
 } // namespace
 
-ArchiveUnpacker::ArchiveUnpacker(const URL &at, const URL &to, bool skipCRC32,
-                                 std::shared_ptr<Progress> progress,
-                                 std::optional<TextEncoding> preferredEncoding)
-    : archive_(Archive::open(at, Archive::AccessMode::read, preferredEncoding)), destination_(to),
-      folder_(to), skipCRC32_(skipCRC32), progress_(std::move(progress)) {
-    auto entries = archive_->makeIterator();
-    while (auto entry = entries.next()) {
-        const EntryType type = entry->type();
-        items_.push_back({std::move(*entry), type});
+ArchiveUnpacker::ArchiveUnpacker(const URL &at, const URL &to,
+                                 const FileManager::UnzipOptions &options)
+    : options_(options), archive_(Archive::open(at, Archive::AccessMode::read,
+                                                options.preferredEncoding, options.progress)),
+      entries_(archive_->makeIterator()), destination_(to), folder_(to) {}
+
+void ArchiveUnpacker::run() {
+    readDirectory();
+    if (options_.holdsToDirectory)
+        folder_.requireRoom(promisedBytes_);
+    if (options_.progress)
+        options_.progress->setTotalUnitCount(totalUnitCount_.value());
+    try {
+        extractAll();
+    } catch (...) {
+        try {
+            folder_.finishDirectories(options_.progress.get());
+        } catch (const Error &) { // the first error is the one to tell
+        }
+        throw;
+    }
+    folder_.finishDirectories(options_.progress.get());
+}
+
+/// Remembers where the records are and not what they hold: records may share one local header, and
+/// that may be large.
+void ArchiveUnpacker::readDirectory() {
+    for (;;) {
+        throwIfCancelled();
+        const std::uint64_t position = entries_.position_;
+        const auto entry = entries_.next();
+        if (!entry)
+            return;
+        positions_.at(index(entry->type())).push_back(position);
+        count(*entry);
     }
 }
 
-void ArchiveUnpacker::run() {
-    if (progress_)
-        progress_->setTotalUnitCount(totalUnitCount());
+void ArchiveUnpacker::count(const Entry &entry) {
+    if (options_.progress)
+        totalUnitCount_ += Archive::totalUnitCountForReading(entry);
+    if (entry.type() != EntryType::directory)
+        promisedBytes_ = saturatedSum(
+            promisedBytes_, entry.centralDirectoryStructure().effectiveUncompressedSize());
+}
+
+void ArchiveUnpacker::extractAll() {
     for (const EntryType type : {EntryType::directory, EntryType::file, EntryType::symlink})
-        for (const Item &item : items_)
-            if (item.type == type)
-                extract(item, archive_->path(item.entry));
-    finishDirectories();
+        for (const std::uint64_t position : positions_.at(index(type))) {
+            throwIfCancelled();
+            const Entry entry = entryAt(position, type);
+            extract(entry, archive_->path(entry));
+        }
 }
 
-std::int64_t ArchiveUnpacker::totalUnitCount() const {
-    UnitCount total;
-    for (const Item &item : items_)
-        total += Archive::totalUnitCountForReading(item.entry);
-    return total.value();
+Entry ArchiveUnpacker::entryAt(std::uint64_t position, EntryType type) {
+    entries_.goTo(position);
+    auto entry = entries_.next();
+    if (!entry || entry->type() != type)
+        throw Error(Archive::ArchiveError::unreadableArchive,
+                    {.path = archive_->url().path(),
+                     .detail = "The archive was changed while it was unpacked"});
+    return std::move(*entry);
 }
 
-void ArchiveUnpacker::extract(const Item &item, const std::string &entryPath) try {
+void ArchiveUnpacker::extract(const Entry &entry, const std::string &entryPath) try {
     const std::string path = pathBelow(destination_, entryPath);
-    const auto part =
-        childProgress(progress_, [&] { return Archive::totalUnitCountForReading(item.entry); });
-    const CRC32 checksum =
-        archive_->extract(item.entry, path, folder_, {.skipCRC32 = skipCRC32_, .progress = part});
-    if (item.type == EntryType::directory)
-        directories_.push_back({path, item.entry.fileAttributes()});
-    if (!skipCRC32_)
-        check(checksum, item.entry.checksum());
+    Archive::ExtractOptions options{.skipCRC32 = options_.skipCRC32};
+    options.progress =
+        childProgress(options_.progress, [&] { return Archive::totalUnitCountForReading(entry); });
+    if (options_.holdsToDirectory)
+        options.sizeLimit = entry.centralDirectoryStructure().effectiveUncompressedSize();
+    const CRC32 checksum = archive_->extract(entry, path, folder_, options);
+    if (!options_.skipCRC32)
+        check(checksum, entry.checksum());
 } catch (const Error &error) {
     throw error.about(entryPath);
 }
 
-/// Last, and from the inside out: a folder may be read-only, and its date is that of its last
-/// change.
-void ArchiveUnpacker::finishDirectories() {
-    std::stable_sort(directories_.begin(), directories_.end(),
-                     [](const Directory &left, const Directory &right) {
-                         return left.path.size() > right.path.size();
-                     });
-    for (const Directory &directory : directories_)
-        folder_.applyToDirectory(directory.path, directory.attributes);
+void ArchiveUnpacker::throwIfCancelled() const {
+    if (options_.progress && options_.progress->isCancelled())
+        throw Error(Archive::ArchiveError::cancelledOperation);
 }
 
 } // namespace archive

@@ -2,45 +2,44 @@
 
 #include "archive/Archive.h"
 #include "archive/DestinationFolder.h"
+#include "archive/FileManager.h"
+#include "archive/UnitCount.h"
 
+#include <array>
 #include <memory>
-#include <optional>
 #include <string>
 #include <vector>
 
 namespace archive {
 
-/// One archive on its way into a folder.
+/// One archive on its way into a folder. Keeps 8 bytes an entry, and the paths of the folders.
 class ArchiveUnpacker {
 public:
-    /// Opens the archive and reads its directory; throws `unreadableArchive`.
-    ArchiveUnpacker(const URL &at, const URL &to, bool skipCRC32,
-                    std::shared_ptr<Progress> progress,
-                    std::optional<TextEncoding> preferredEncoding);
+    /// Opens the archive; throws `unreadableArchive`, and `cancelledOperation`.
+    ArchiveUnpacker(const URL &at, const URL &to, const FileManager::UnzipOptions &options);
 
+    /// Once.
     void run();
 
 private:
-    struct Item {
-        Entry entry;
-        Entry::EntryType type;
-    };
-    struct Directory {
-        std::string path;
-        FileAttributes attributes;
-    };
+    /// Where records of the directory stand, from the start of the archive.
+    using Positions = std::vector<std::uint64_t>;
 
-    [[nodiscard]] std::int64_t totalUnitCount() const;
-    void extract(const Item &item, const std::string &entryPath);
-    void finishDirectories();
+    void readDirectory();
+    void count(const Entry &entry);
+    void extractAll();
+    void extract(const Entry &entry, const std::string &entryPath);
+    [[nodiscard]] Entry entryAt(std::uint64_t position, Entry::EntryType type);
+    void throwIfCancelled() const;
 
+    FileManager::UnzipOptions options_;
     std::unique_ptr<Archive> archive_;
+    Archive::EntryIterator entries_;
     URL destination_;
     DestinationFolder folder_;
-    bool skipCRC32_;
-    std::shared_ptr<Progress> progress_;
-    std::vector<Item> items_;
-    std::vector<Directory> directories_;
+    std::array<Positions, 3> positions_; ///< by `Entry::EntryType`
+    UnitCount totalUnitCount_;
+    std::uint64_t promisedBytes_ = 0;
 };
 
 } // namespace archive

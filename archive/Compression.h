@@ -25,9 +25,20 @@ makeCompressionMethod(std::uint16_t rawValue) {
 }
 
 /// Takes the count of bytes delivered so far and a size, returns the next bytes of the source: as
-/// many as asked for, fewer only at the end; any beyond are ignored. A size of 0 asks whether that
-/// was all. What it returns must stay valid until its next call. May throw.
+/// many as asked for, fewer only at the end. A size of 0 asks whether that was all. What it returns
+/// must stay valid until its next call. May throw.
+///
+/// Bytes beyond the size are ignored, alike for stored data, deflated data and links: they reach no
+/// consumer, no archive and no checksum, and the next call gets the position behind the size.
 using Provider = std::function<std::span<const std::byte>(std::int64_t position, std::size_t size)>;
+
+/// What the provider returns, without the bytes beyond `size`. Every call of a provider goes
+/// through here.
+[[nodiscard]] inline std::span<const std::byte>
+providedBytes(const Provider &provider, std::int64_t position, std::size_t size) {
+    const auto bytes = provider(position, size);
+    return bytes.size() > size ? bytes.first(size) : bytes;
+}
 
 /// Takes a chunk, which is valid only during the call. May throw.
 using Consumer = std::function<void(std::span<const std::byte> chunk)>;

@@ -22,6 +22,7 @@ constexpr std::size_t readStep = 65536;
 std::size_t read(std::span<std::byte> buffer, std::FILE *file) {
     if (buffer.empty())
         return 0;
+    std::clearerr(file); // an earlier failure says nothing about this read
     errno = 0;
     const std::size_t count = std::fread(buffer.data(), 1, buffer.size(), file);
     if (std::ferror(file) != 0)
@@ -32,6 +33,14 @@ std::size_t read(std::span<std::byte> buffer, std::FILE *file) {
 /// Every seek is a system call, even where the stream holds the bytes already; from one entry of an
 /// archive to the next it is cheaper to read on.
 constexpr off_t shortWay = 4096;
+
+/// Close to 2^63, some file systems accept a seek and then fail the read.
+constexpr off_t farthest = std::numeric_limits<off_t>::max() - (off_t{1} << 32U);
+
+/// Goes to the end of a stream that ends before the target.
+bool seekToEndBefore(off_t target, std::FILE *file) {
+    return ::fseeko(file, 0, SEEK_END) == 0 && ::ftello(file) <= target;
+}
 
 bool skip(std::size_t size, std::FILE *file) {
     std::array<std::byte, shortWay> passed; // NOLINT(*member-init*): filled here, used nowhere
@@ -53,9 +62,12 @@ bool Data::seek(std::FILE *file, std::uint64_t offset) {
         return false;
     const auto target = static_cast<off_t>(offset);
     const off_t position = ::ftello(file);
-    if (position >= 0 && position <= target && target - position <= shortWay)
-        return skip(static_cast<std::size_t>(target - position), file);
-    return ::fseeko(file, target, SEEK_SET) == 0;
+    const bool isNear = position >= 0 && position <= target && target - position <= shortWay;
+    if (isNear && skip(static_cast<std::size_t>(target - position), file))
+        return true;
+    // File systems differ in how far behind the end of a file they let a stream go.
+    return (target <= farthest && ::fseeko(file, target, SEEK_SET) == 0) ||
+           seekToEndBefore(target, file);
 }
 
 Data Data::readChunk(std::size_t size, std::FILE *file) {

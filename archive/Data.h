@@ -85,8 +85,9 @@ public:
     /// One thread at a time for each stream.
     /// @{
 
-    /// Moves a stream that is being read to the absolute offset; false if the offset does not fit a
-    /// file offset or the stream cannot go there.
+    /// Moves a stream that is being read to the absolute offset, or to a place behind its end,
+    /// where nothing can be read, if it ends before that; false if the offset does not fit a file
+    /// offset or the stream cannot be moved.
     [[nodiscard]] static bool seek(std::FILE *file, std::uint64_t offset);
 
     /// Seeks to the absolute offset and parses a record there; its tail is read from the position

@@ -121,8 +121,7 @@ private:
         const std::int64_t asked =
             std::max<std::int64_t>(0, std::min(stream_.size - position_, stream_.bufferSize));
         const auto size = static_cast<std::size_t>(asked);
-        const auto chunk = provider_(position_, size);
-        source_ = chunk.first(std::min(chunk.size(), size));
+        source_ = providedBytes(provider_, position_, size);
         position_ += static_cast<std::int64_t>(source_.size());
         isLastChunk_ = source_.size() < buffer_.size();
         if (isEncoding())

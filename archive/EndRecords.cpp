@@ -73,7 +73,8 @@ std::optional<std::size_t> lastSignature(std::span<const std::byte> bytes) {
 }
 
 /// Where the last signature starts that leaves room for a record behind it.
-std::optional<std::uint64_t> scanForSignature(std::FILE *file, std::uint64_t archiveLength) {
+std::optional<std::uint64_t> scanForSignature(std::FILE *file, std::uint64_t archiveLength,
+                                              const Progress *progress) {
     constexpr std::uint64_t overlap = sizeof(endOfCentralDirectoryStructSignature) - 1;
     if (archiveLength < EndOfCentralDirectoryRecord::size)
         return std::nullopt;
@@ -82,6 +83,8 @@ std::optional<std::uint64_t> scanForSignature(std::FILE *file, std::uint64_t arc
     std::uint64_t blockSize = 4096;
     while (end > overlap) {
         const std::uint64_t start = end - std::min(end, blockSize);
+        if (progress != nullptr && progress->isCancelled())
+            throw Error(ArchiveError::cancelledOperation);
         ::fseeko(file, static_cast<off_t>(start), SEEK_SET);
         const Data block = Data::readChunk(end - start, file);
         if (const auto found = lastSignature(block))
@@ -158,9 +161,9 @@ EndRecords EndRecords::after(Archive::ModifyOperation operation,
     return with(count, size, startOfCentralDirectory);
 }
 
-EndRecordsScan scanForEndRecords(std::FILE *file) {
+EndRecordsScan scanForEndRecords(std::FILE *file, const Progress *progress) {
     EndRecordsScan scan;
-    const auto offset = scanForSignature(file, length(file));
+    const auto offset = scanForSignature(file, length(file), progress);
     if (!offset) {
         scan.failure = EndRecordsScan::Failure::missing;
         return scan;

@@ -46,7 +46,8 @@ struct EndRecordsScan {
 
 /// Looks for the plain record from the end of the stream backwards, to its start if need be. The
 /// first signature counts, also one inside a comment. The ZIP64 record is looked for directly
-/// before its locator. Moves the stream's position; throws `DataError::unreadableFile`.
-[[nodiscard]] EndRecordsScan scanForEndRecords(std::FILE *file);
+/// before its locator. Moves the stream's position; throws `DataError::unreadableFile`, and
+/// `cancelledOperation` between two blocks of 256 KiB if the progress was cancelled.
+[[nodiscard]] EndRecordsScan scanForEndRecords(std::FILE *file, const Progress *progress = nullptr);
 
 } // namespace archive

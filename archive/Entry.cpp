@@ -1,20 +1,11 @@
 #include "archive/Entry.h"
 
 #include "archive/FileManager.h"
+#include "archive/SaturatedSum.h"
 
-#include <limits>
 #include <sys/stat.h>
 
 namespace archive {
-namespace {
-
-/// A sum that stays at the greatest value instead of beginning again at 0.
-std::uint64_t saturatedSum(std::uint64_t left, std::uint64_t right) {
-    constexpr std::uint64_t greatest = std::numeric_limits<std::uint64_t>::max();
-    return left > greatest - right ? greatest : left + right;
-}
-
-} // namespace
 
 Entry::EntryType Entry::entryType(std::uint32_t mode) {
     switch (mode & S_IFMT) {
@@ -112,9 +103,9 @@ std::uint64_t Entry::uncompressedSize() const {
 }
 
 std::uint64_t Entry::dataOffset() const {
-    return centralDirectoryStructure_.effectiveRelativeOffsetOfLocalHeader() +
-           LocalFileHeader::size + localFileHeader_.fileNameLength +
-           localFileHeader_.extraFieldLength;
+    return saturatedSum(centralDirectoryStructure_.effectiveRelativeOffsetOfLocalHeader(),
+                        LocalFileHeader::size, localFileHeader_.fileNameLength,
+                        localFileHeader_.extraFieldLength);
 }
 
 std::uint64_t Entry::localSize() const {

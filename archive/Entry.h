@@ -66,7 +66,8 @@ public:
     /// Bytes of the data; by the data descriptor where there is one. The archive's word, not to be
     /// relied on for memory.
     [[nodiscard]] std::uint64_t uncompressedSize() const;
-    /// Where the stored bytes begin, from the start of the archive.
+    /// Where the stored bytes begin, from the start of the archive; the greatest value if the
+    /// position does not fit.
     [[nodiscard]] std::uint64_t dataOffset() const;
     /// Bytes in the data area: header, data and descriptor; the greatest value if they are more.
     [[nodiscard]] std::uint64_t localSize() const;

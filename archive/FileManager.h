@@ -17,7 +17,8 @@ public:
 
     /// Unpacks an archive into a folder, which is made when missing. Folders first, then files,
     /// then links; nothing is overwritten, and nothing lands outside the folder: not by "..", not
-    /// by an absolute name, not through a link.
+    /// by an absolute name, not through a link. Folders get their modes and dates at the end, also
+    /// after an error.
     ///
     /// Throws `FileError::fileReadNoSuchFile` (no such archive), `ArchiveError::unreadableArchive`,
     /// `FileError::fileReadInvalidFileName` (an entry that leaves the folder),
@@ -26,6 +27,19 @@ public:
     void unzipItem(const URL &at, const URL &to, bool skipCRC32 = false,
                    const ProgressPointer &progress = nullptr,
                    std::optional<TextEncoding> preferredEncoding = std::nullopt) const;
+
+    /// How to unpack.
+    struct UnzipOptions {
+        bool skipCRC32 = false;
+        ProgressPointer progress = nullptr;
+        std::optional<TextEncoding> preferredEncoding = std::nullopt;
+        /// Whether the sizes in the archive's directory are limits: the room for all of them is
+        /// asked for before anything is written (`fileWriteOutOfSpace`), and an entry that is
+        /// longer than its size is stopped there (`invalidEntrySize`).
+        bool holdsToDirectory = false;
+    };
+    /// The same with these options.
+    void unzipItem(const URL &at, const URL &to, const UnzipOptions &options) const;
 
     /// Packs a file, or a folder with everything below it, into a new archive. The paths of a
     /// folder start with its name if `shouldKeepParent`, else below it.

@@ -47,8 +47,14 @@ void zipFolder(Archive &archive, const URL &at, const std::string &prefix,
 void FileManager::unzipItem(const URL &at, const URL &to, bool skipCRC32,
                             const ProgressPointer &progress,
                             std::optional<TextEncoding> preferredEncoding) const {
+    unzipItem(
+        at, to,
+        {.skipCRC32 = skipCRC32, .progress = progress, .preferredEncoding = preferredEncoding});
+}
+
+void FileManager::unzipItem(const URL &at, const URL &to, const UnzipOptions &options) const {
     requireExisting(at);
-    ArchiveUnpacker(at, to, skipCRC32, progress, preferredEncoding).run();
+    ArchiveUnpacker(at, to, options).run();
 }
 
 void FileManager::zipItem(const URL &at, const URL &to, bool shouldKeepParent,

@@ -41,6 +41,10 @@ void Progress::addChild(const std::shared_ptr<Progress> &child, std::int64_t pen
     if (pendingUnitCount <= 0)
         return; // counts nothing here, now or later
     const std::lock_guard lock(childrenLock_);
+    // Children that went unfinished count nothing. Removing them only when the memory would grow
+    // keeps adding cheap.
+    if (children_.size() == children_.capacity())
+        std::erase_if(children_, [](const Child &each) { return each.progress.expired(); });
     children_.push_back({child, pendingUnitCount});
 }
 

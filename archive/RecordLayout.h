@@ -2,6 +2,7 @@
 
 #include "archive/Data.h"
 
+#include <new>
 #include <tuple>
 
 /// A record says once which fields it has, in the order of the format; reading, writing and its
@@ -54,7 +55,7 @@ void scan(Record &record, std::span<const std::byte> bytes) {
 }
 
 /// Fetches all variable parts in one call and shares them out; false if the provider throws or
-/// returns another count.
+/// returns another count. Throws nothing but `std::bad_alloc`.
 template <class Record>
 bool scanTails(Record &record, const AdditionalDataProvider &provider) {
     const std::size_t total = std::apply(
@@ -62,7 +63,9 @@ bool scanTails(Record &record, const AdditionalDataProvider &provider) {
     std::span<const std::byte> bytes;
     try {
         bytes = provider(total);
-    } catch (...) { // whatever it throws, this is no record
+    } catch (const std::bad_alloc &) {
+        throw;      // says nothing about the bytes
+    } catch (...) { // whatever else it throws, this is no record
         return false;
     }
     if (bytes.size() != total)

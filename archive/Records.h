@@ -12,8 +12,9 @@
 /// The records of a ZIP file (APPNOTE.TXT, section 4.3). All integers are little-endian, unsigned
 /// and packed. Values: a parsed record owns its variable parts.
 ///
-/// Every `make(data, additionalDataProvider)` takes exactly `size` bytes and returns nothing, never
-/// throws, when they are no such record. Every `data()` is the record as it stands in a file.
+/// Every `make(data, additionalDataProvider)` takes exactly `size` bytes and returns nothing when
+/// they are no such record; it throws nothing but `std::bad_alloc`. Every `data()` is the record as
+/// it stands in a file.
 namespace archive {
 
 /// What an extra field says of itself.

@@ -8,15 +8,19 @@ namespace cli {
 
 void run(const ExtractOptions &options, Session &session) {
     const auto archiveURL = archive::URL::file(options.archive);
-    const auto archive = archive::Archive::open(archiveURL, archive::Archive::AccessMode::read);
-    const auto missing = shortfall(findReach(*archive));
+    const auto archive = archive::Archive::open(archiveURL, archive::Archive::AccessMode::read,
+                                                options.encoding, session.progress());
+    const Reach reach = findReach(*archive);
     const auto destination = archive::URL::folder(options.destination);
     const archive::FileManager files;
-    files.unzipItem(archiveURL, destination, options.skipCRC32, session.progress(),
-                    options.encoding);
-    // An archive without entries has made no folder on the way.
-    files.createParentDirectoryStructure(destination.appendingPathComponent("entry"));
-    if (missing)
+    files.unzipItem(archiveURL, destination,
+                    {.skipCRC32 = options.skipCRC32,
+                     .progress = session.progress(),
+                     .preferredEncoding = options.encoding,
+                     .holdsToDirectory = true});
+    if (reach.reached == 0) // and no folder was made on the way
+        files.createParentDirectoryStructure(destination.appendingPathComponent("entry"));
+    if (const auto missing = shortfall(reach))
         throw Failure("cannot extract all of " + options.archive + ": " + *missing);
 }
 

@@ -1,6 +1,7 @@
 #include "cli/Reach.h"
 
 #include "cli/EntryText.h"
+#include "cli/Interruption.h"
 
 #include "archive/DirectoryWindow.h"
 
@@ -76,6 +77,7 @@ Reach findReach(const archive::Archive &archive,
     std::uint64_t reached = 0;
     std::uint64_t recordBytes = 0;
     while (const auto entry = walk.next()) {
+        Interruption::throwIfInterrupted();
         look(*entry);
         ++reached;
         recordBytes += entry->centralDirectoryStructure().totalSize();

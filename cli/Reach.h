@@ -21,7 +21,8 @@ struct Reach {
     std::int64_t displacement = 0;
 };
 
-/// Walks the whole directory, and shows each entry to `look`.
+/// Walks the whole directory, and shows each entry to `look`. Throws `Interrupted` between two
+/// entries.
 [[nodiscard]] Reach findReach(
     const archive::Archive &archive,
     const std::function<void(const archive::Entry &)> &look = [](const archive::Entry &) {});

@@ -215,6 +215,40 @@ TEST_P(Opening, DataDescriptorsAreReadBehindTheData) {
     }
 }
 
+/// A position that wraps at 2^64 would lead back to the descriptor.
+TEST_P(Opening, ADescriptorWhosePositionDoesNotFitIsAbsent) {
+    Data bytesOfDescriptor;
+    bytesOfDescriptor.appendValue(archive::dataDescriptorStructSignature);
+    bytesOfDescriptor.appendValue(std::uint32_t{0x12345678});
+    bytesOfDescriptor.appendValue(std::uint64_t{7});
+    bytesOfDescriptor.appendValue(std::uint64_t{7});
+    archive::LocalFileHeader header;
+    header.generalPurposeBitFlag = archive::dataDescriptorFlag | archive::utf8PathFlag;
+    header.fileNameLength = 1;
+    header.fileNameData = bytes("a");
+    header.compressedSize = header.uncompressedSize = archive::maxUInt32;
+    Data data = bytesOfDescriptor; // at 0
+    const auto headerOffset = static_cast<std::uint32_t>(data.size());
+    data.append(header.data());
+    archive::ZIP64ExtendedInformation field;
+    field.dataSize = 16;
+    field.compressedSize = field.uncompressedSize = 0 - std::uint64_t{data.size()};
+    const Data record =
+        archive::CentralDirectoryStructure::from(header, 0100644U << 16U, headerOffset, field)
+            .data();
+    archive::EndOfCentralDirectoryRecord end;
+    end.totalNumberOfEntriesOnDisk = end.totalNumberOfEntriesInCentralDirectory = 1;
+    end.sizeOfCentralDirectory = static_cast<std::uint32_t>(record.size());
+    end.offsetToStartOfCentralDirectory = static_cast<std::uint32_t>(data.size());
+    data.append(record);
+    data.append(end.data());
+    const auto archive = open(std::string(data.text()));
+    ASSERT_TRUE(archive);
+    const auto entry = archive->makeIterator().next();
+    ASSERT_TRUE(entry);
+    EXPECT_FALSE(entry->zip64DataDescriptor());
+}
+
 /// A ZIP64 record with its locator, and `gap` bytes between the two.
 std::string withZIP64(const std::string &content, std::uint64_t count, std::size_t gap) {
     const std::size_t end = content.size() - 22;
@@ -278,6 +312,25 @@ TEST(Creating, InMemoryStartsEmptyWhateverTheBytes) {
     ASSERT_TRUE(archive);
     EXPECT_EQ(archive->data()->text(), emptyArchive);
     EXPECT_TRUE(archive->isMemory());
+}
+
+TEST(OpeningErrors, ACancelledSearchIsNoDamage) {
+    const auto progress = archive::Progress::make();
+    const test::TemporaryFolder folder;
+    test::writeFile(folder / "no.zip", std::string(10'000'000, 'x'));
+    const auto errorCode = [&](const auto &what) {
+        try {
+            static_cast<void>(Archive::open(what, AccessMode::read, std::nullopt, progress));
+        } catch (const archive::Error &error) {
+            return error.code();
+        }
+        return std::error_code();
+    };
+    EXPECT_EQ(errorCode(folder.url("no.zip")), Archive::ArchiveError::unreadableArchive);
+    progress->cancel();
+    EXPECT_EQ(errorCode(folder.url("no.zip")), Archive::ArchiveError::cancelledOperation);
+    EXPECT_EQ(errorCode(Data(std::string_view("short"))), Archive::ArchiveError::unreadableArchive);
+    EXPECT_EQ(errorCode(bytes(std::string(1000, 'x'))), Archive::ArchiveError::cancelledOperation);
 }
 
 TEST(OpeningErrors, SayWhatIsWrong) {

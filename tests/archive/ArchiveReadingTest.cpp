@@ -5,7 +5,14 @@
 #include "tests/support/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
+
+#include <cerrno>
+#include <limits>
+#include <sched.h>
+#include <sys/mount.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 using archive::Archive;
 using archive::CRC32;
@@ -167,23 +174,106 @@ TEST(ToAConsumer, ItsErrorsPassThrough) {
     EXPECT_THROW(single.archive->extract(single.entry, fail), std::runtime_error);
 }
 
-TEST(ToAConsumer, DataBeyondTheEndIsAnErrorAndNoEndlessLoop) {
+constexpr std::int64_t bufferSizes[] = {1, 2, 3, 7, 16, 50, 100, 16384, archive::maxBufferSize};
+
+TEST(ToAConsumer, StoredDataThatEndsWithTheArchiveIsDeliveredAsFarAsItGoes) {
     test::RawEntry raw{"a", "content"};
-    raw.uncompressedSize = 0xFFFFFFF0;
-    Single single(raw);
-    EXPECT_EQ(errorOf([&] { single.extract(); }), Data::DataError::unreadableFile);
+    for (const std::uint32_t size : {1000U, 0xFFFFFFF0U})
+        for (const std::int64_t bufferSize : bufferSizes) {
+            raw.uncompressedSize = size;
+            Single single(raw);
+            const std::string rest = test::rawArchive({raw}).substr(single.entry.dataOffset());
+            EXPECT_EQ(single.extract({.bufferSize = bufferSize}), checksum(rest)) << bufferSize;
+            EXPECT_EQ(single.content, rest) << bufferSize;
+            single.content.clear();
+            EXPECT_EQ(single.extract({.bufferSize = bufferSize, .skipCRC32 = true}), 0U);
+            EXPECT_EQ(single.content, rest) << bufferSize;
+        }
+}
+
+/// A block of DEFLATE that is stored and longer than what follows in the archive.
+test::RawEntry endlessDeflate() {
+    return {.name = "a", .data = {"\x01\xFF\xFF\x00\x00plain", 10}, .method = 8};
+}
+
+TEST(ToAConsumer, DeflatedDataThatEndsWithTheArchiveIsCorrupted) {
+    Single single(endlessDeflate());
+    auto structure = single.entry.centralDirectoryStructure();
+    for (const std::uint32_t size : {10U, 100U, 1000U, 0xFFFFFFF0U})
+        for (const std::int64_t bufferSize : bufferSizes) {
+            structure.compressedSize = size;
+            const auto entry =
+                Entry::make(structure, single.entry.localFileHeader(), std::nullopt, std::nullopt);
+            const auto ignore = [](std::span<const std::byte>) {};
+            EXPECT_EQ(errorOf([&] {
+                          single.archive->extract(*entry, ignore, {.bufferSize = bufferSize});
+                      }),
+                      Data::CompressionError::corruptedData)
+                << size << " bytes in chunks of " << bufferSize;
+        }
 }
 
 TEST(ToAConsumer, TruncatedDeflateDataIsCorrupted) {
     test::RawEntry raw = test::rawDeflated("a", test::randomText(1000));
     raw.data.resize(500);
-    Single single(raw);
-    EXPECT_EQ(errorOf([&] { single.extract(); }), Data::CompressionError::corruptedData);
+    for (const std::int64_t bufferSize : bufferSizes) {
+        Single single(raw);
+        EXPECT_EQ(errorOf([&] { single.extract({.bufferSize = bufferSize}); }),
+                  Data::CompressionError::corruptedData)
+            << bufferSize;
+    }
 }
 
-TEST(ToAConsumer, ALinkLongerThanAnySystemTakesIsRefused) {
-    Single single(test::rawLink("l", std::string(100000, 'x')));
-    EXPECT_EQ(errorOf([&] { single.extract(); }), ArchiveError::invalidEntrySize);
+TEST(ToAConsumer, ALinkOfAnyLengthIsOneChunk) {
+    const std::string target(1'000'000, 'x');
+    Single single(test::rawLink("l", target));
+    EXPECT_EQ(single.extract({.bufferSize = 10}), checksum(target));
+    EXPECT_THAT(single.chunks, ElementsAre(target.size()));
+}
+
+TEST(ToAConsumer, ALinkThatEndsWithTheArchiveIsOneChunk) {
+    Single single(test::rawLink("l", "target"));
+    auto header = single.entry.localFileHeader();
+    header.compressedSize = 0xFFFFFFFF;
+    const auto entry =
+        Entry::make(single.entry.centralDirectoryStructure(), header, std::nullopt, std::nullopt);
+    std::string content;
+    single.archive->extract(*entry, [&](std::span<const std::byte> chunk) {
+        EXPECT_EQ(content, "");
+        content = Data(chunk).text();
+    });
+    EXPECT_TRUE(content.starts_with("targetPK"));
+}
+
+TEST(ToAConsumer, AnAbsurdBufferSizeIsRefused) {
+    for (const auto &raw : {test::rawDeflated("a", "content"), test::RawEntry{"a", "content"},
+                            test::rawLink("a", "b"), test::rawDirectory("a/")})
+        for (const std::int64_t size :
+             {archive::maxBufferSize + 1, std::numeric_limits<std::int64_t>::max()}) {
+            Single single(raw);
+            EXPECT_EQ(errorOf([&] { single.extract({.bufferSize = size}); }),
+                      ArchiveError::invalidBufferSize);
+            EXPECT_TRUE(single.chunks.empty());
+        }
+}
+
+TEST(ToAConsumer, TheSizeLimitStopsBeforeTheChunkThatGoesBeyond) {
+    const std::string content = test::randomText(40000);
+    for (const auto &raw : {test::rawDeflated("a", content), test::RawEntry{"a", content}}) {
+        Single exact(raw);
+        EXPECT_EQ(exact.extract({.sizeLimit = 40000}), checksum(content));
+        Single single(raw);
+        const auto progress = Progress::make();
+        EXPECT_EQ(errorOf([&] { single.extract({.progress = progress, .sizeLimit = 39999}); }),
+                  ArchiveError::invalidEntrySize);
+        EXPECT_EQ(single.chunks.size(), 2U);
+        EXPECT_TRUE(content.starts_with(single.content));
+        EXPECT_EQ(progress->completedUnitCount(), static_cast<int>(single.content.size()));
+    }
+    Single link(test::rawLink("l", "target"));
+    EXPECT_EQ(errorOf([&] { link.extract({.sizeLimit = 5}); }), ArchiveError::invalidEntrySize);
+    EXPECT_TRUE(link.chunks.empty());
+    EXPECT_EQ(link.extract({.sizeLimit = 6}), checksum("target"));
 }
 
 TEST(ToAConsumer, OffsetsAndSizesBeyondFilesAreRefused) {
@@ -302,6 +392,89 @@ TEST_F(ToAURL, APlaceThatCannotBeOpenedIsNoSuchFile) {
         EXPECT_EQ(error.code(), FileError::fileNoSuchFile);
         EXPECT_EQ(error.path(), folder_ / name);
     }
+}
+
+TEST_F(ToAURL, APathThatIsTooLongIsNoSuchFile) {
+    std::string name = "f";
+    while ((folder_ / name).string().size() < 4095)
+        name += (folder_ / name).string().size() % 200 == 0 ? "/x" : "x";
+    name.resize(name.size() + 4096 - (folder_ / name).string().size(), 'x');
+    try {
+        extract({"a", "content"}, name);
+        FAIL() << "a path of 4,096 bytes was taken";
+    } catch (const Error &error) {
+        EXPECT_EQ(error.code(), FileError::fileNoSuchFile);
+        EXPECT_EQ(error.systemError(), ENAMETOOLONG);
+        EXPECT_EQ(error.path(), folder_ / name);
+        EXPECT_THAT(error.what(), testing::HasSubstr("File name too long"));
+    }
+}
+
+/// What happened in a child process with a full file system of its own, or 77 if there can be none.
+int resultOnFullFileSystem(const std::filesystem::path &folder,
+                           const std::function<bool()> &isAsExpected) {
+    const pid_t child = ::fork();
+    if (child == 0) {
+        const int spaces = CLONE_NEWNS | (::geteuid() == 0 ? 0 : CLONE_NEWUSER);
+        // The folder itself takes one of the two nodes.
+        if (::unshare(spaces) != 0 ||
+            ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
+            ::mount("none", folder.c_str(), "tmpfs", 0, "nr_inodes=2") != 0)
+            ::_exit(77);
+        ::_exit(isAsExpected() ? 0 : 1);
+    }
+    int status = 0;
+    ::waitpid(child, &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+TEST_F(ToAURL, AFileThatFindsNoSpaceIsNoSuchFileForThatReason) {
+    std::filesystem::create_directory(folder_ / "full");
+    const int result = resultOnFullFileSystem(folder_ / "full", [&] {
+        extract({"a", "1"}, "full/first");
+        try {
+            extract({"a", "1"}, "full/second");
+        } catch (const Error &error) {
+            const std::string_view text = error.what();
+            return error.code() == FileError::fileNoSuchFile && error.systemError() == ENOSPC &&
+                   text.find("No space left on device") != std::string_view::npos;
+        }
+        return false;
+    });
+    if (result == 77)
+        GTEST_SKIP() << "file systems cannot be mounted here";
+    EXPECT_EQ(result, 0);
+}
+
+TEST_F(ToAURL, AnExistingItemIsFoundBeforeALinkIsRead) {
+    test::writeFile(folder_ / "file", "precious");
+    std::filesystem::create_symlink("nowhere", folder_ / "link");
+    for (const std::string name : {"file", "link"})
+        for (const std::string &target : {std::string("\xFF"), std::string(100000, 'x')}) {
+            const auto progress = Progress::make(42);
+            EXPECT_EQ(
+                errorOf([&] { extract(test::rawLink("l", target), name, {.progress = progress}); }),
+                FileError::fileWriteFileExists);
+            EXPECT_EQ(progress->totalUnitCount(), 42);
+            EXPECT_EQ(progress->completedUnitCount(), 0);
+        }
+}
+
+TEST_F(ToAURL, ALinkTooLongForAnySystemIsRefusedWithItsReason) {
+    for (const std::size_t length : {4096U, 70000U})
+        try {
+            extract(test::rawLink("l", std::string(length, 'x')), "x/l");
+            FAIL() << length;
+        } catch (const Error &error) {
+            EXPECT_EQ(error.systemError(), ENAMETOOLONG) << length;
+            EXPECT_EQ(error.path(), folder_ / "x/l");
+        }
+}
+
+TEST_F(ToAURL, ALinkThatIsRefusedMakesNoFolders) {
+    EXPECT_EQ(errorOf([&] { extract(test::rawLink("l", "\xFF"), "x/y/l"); }),
+              ArchiveError::invalidEntryPath);
+    EXPECT_FALSE(std::filesystem::exists(folder_ / "x"));
 }
 
 TEST_F(ToAURL, AParentThatIsAFileIsAnError) {

@@ -241,6 +241,17 @@ TEST(EntryPlace, DataBeginsBehindTheLocalHeader) {
     EXPECT_EQ(parts.entry().dataOffset(), (1ULL << 40U) + 30 + 2 * 65535);
 }
 
+TEST(EntryPlace, DataOffsetSaturatesOnOverflow) {
+    constexpr std::uint64_t greatest = std::numeric_limits<std::uint64_t>::max();
+    Parts parts = sized();
+    parts.directory.versionNeededToExtract = 45;
+    parts.directory.extraFields = {{zip64Sizes()}};
+    for (const std::uint64_t offset : {greatest - 41, greatest - 30, greatest}) {
+        parts.directory.extraFields->front().relativeOffsetOfLocalHeader = offset;
+        EXPECT_EQ(parts.entry().dataOffset(), greatest) << offset;
+    }
+}
+
 TEST(EntryPlace, LocalSizeCountsTheStoredBytes) {
     Parts parts = sized();
     EXPECT_EQ(parts.entry().localSize(), 30U + 5 + 7 + 102);

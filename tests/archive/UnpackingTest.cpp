@@ -1,0 +1,291 @@
+// What happens to a folder that is being unpacked into: attributes of folders, neighbours that swap
+// things, cancellation, and the limits that the archive's directory sets.
+
+#include "archive/FileManager.h"
+#include "tests/support/Random.h"
+#include "tests/support/RawArchive.h"
+#include "tests/support/TemporaryFolder.h"
+
+#include <gmock/gmock.h>
+#include <sys/stat.h>
+
+using archive::Archive;
+using archive::Error;
+using archive::FileError;
+using archive::FileManager;
+using archive::Progress;
+using ArchiveError = Archive::ArchiveError;
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr time_t storedTime = 1735737958; // 2025-01-01 13:25:58 UTC
+
+class Unpacking : public testing::Test {
+protected:
+    void archiveOf(const std::vector<test::RawEntry> &entries) {
+        test::writeFile(folder_ / "a.zip", test::rawArchive(entries));
+    }
+
+    /// The error of unpacking; one without a code if there is none.
+    Error unzip(const FileManager::UnzipOptions &options = {}) {
+        try {
+            FileManager().unzipItem(folder_.url("a.zip"), folder_.url("out"), options);
+        } catch (const Error &error) {
+            return error;
+        }
+        return Error(std::error_code());
+    }
+
+    /// The same, with something that happens as soon as a byte of the first file is written.
+    Error unzipWith(const std::function<void()> &happening) {
+        const auto progress = Progress::make();
+        bool hasHappened = false;
+        progress->setObserver([&](const Progress &each) {
+            if (each.fractionCompleted() == 0 || hasHappened || !fs::exists(folder_ / "out/a"))
+                return;
+            hasHappened = true;
+            happening();
+        });
+        Error error = unzip({.progress = progress});
+        EXPECT_TRUE(hasHappened);
+        return error;
+    }
+
+    struct stat status(const std::string &name) {
+        struct stat result {};
+        EXPECT_EQ(::lstat((folder_ / name).c_str(), &result), 0) << name;
+        return result;
+    }
+
+    test::TemporaryFolder folder_;
+};
+
+test::RawEntry directory(const std::string &name, std::uint32_t mode) {
+    test::RawEntry entry = test::rawDirectory(name);
+    entry.attributes = (0040000U | mode) << 16U;
+    return entry;
+}
+
+// --- Attributes of folders ----------------------------------------------------------------------
+
+TEST_F(Unpacking, FolderAttributesAreAppliedAlsoWhenAnEntryFails) {
+    test::RawEntry damaged{"d/bad", "content"};
+    damaged.checksum = 1;
+    archiveOf({directory("d/", 0555), directory("d/e/", 0711), damaged, {"later", "1"}});
+    EXPECT_EQ(unzip().code(), ArchiveError::invalidCRC32);
+    EXPECT_EQ(status("out/d").st_mode, 0040555U);
+    EXPECT_EQ(status("out/d").st_mtime, storedTime);
+    EXPECT_EQ(status("out/d/e").st_mode, 0040711U);
+    EXPECT_EQ(status("out/d/e").st_mtime, storedTime);
+    EXPECT_FALSE(fs::exists(folder_ / "out/later"));
+}
+
+TEST_F(Unpacking, FolderAttributesAreAppliedAlsoAfterACancellation) {
+    archiveOf({directory("d/", 0711), {"a", test::randomText(20000)}, {"b", "1"}});
+    const auto progress = Progress::make();
+    progress->setObserver([&](const Progress &) {
+        if (fs::exists(folder_ / "out/a"))
+            progress->cancel();
+    });
+    EXPECT_EQ(unzip({.progress = progress}).code(), ArchiveError::cancelledOperation);
+    EXPECT_EQ(status("out/d").st_mode, 0040711U);
+    EXPECT_EQ(status("out/d").st_mtime, storedTime);
+    progress->setObserver(nullptr);
+}
+
+TEST_F(Unpacking, FoldersAreClosedToOthersUntilTheyAreFinished) {
+    archiveOf({directory("d/", 0777), {"a", "1"}});
+    mode_t mode = 0;
+    EXPECT_FALSE(unzipWith([&] { mode = status("out/d").st_mode; }).code());
+    EXPECT_EQ(mode, 0040700U);
+    EXPECT_EQ(status("out/d").st_mode, 0040777U);
+}
+
+TEST_F(Unpacking, AFolderWithoutPermissionsOfItsOwnGetsThem) {
+    fs::create_directories(folder_ / "out/d");
+    fs::permissions(folder_ / "out/d", fs::perms(0300));
+    archiveOf({directory("d/", 0), directory("d/", 0311), {"a", "1"}});
+    EXPECT_FALSE(unzip().code());
+    EXPECT_EQ(status("out/d").st_mode, 0040311U);
+    EXPECT_EQ(status("out/d").st_mtime, storedTime);
+}
+
+TEST_F(Unpacking, EveryFolderGetsItsAttributesAlthoughOneIsGone) {
+    archiveOf({directory("d/", 0711), directory("longer/", 0711), {"a", "1"}});
+    const Error error = unzipWith([&] { fs::remove(folder_ / "out/longer"); });
+    EXPECT_EQ(error.code(), FileError::fileWriteUnknown);
+    EXPECT_EQ(error.path(), folder_ / "out/longer");
+    EXPECT_EQ(status("out/d").st_mode, 0040711U);
+    EXPECT_FALSE(fs::exists(folder_ / "out/longer")) << "it was made again";
+}
+
+// --- Hostile neighbours -------------------------------------------------------------------------
+
+class PlantedItem : public Unpacking, public testing::WithParamInterface<const char *> {
+protected:
+    void SetUp() override {
+        fs::create_directory(folder_ / "victim");
+        fs::permissions(folder_ / "victim", fs::perms(0700));
+        before_ = status("victim");
+    }
+
+    struct stat before_ {};
+};
+
+INSTANTIATE_TEST_SUITE_P(Paths, PlantedItem, testing::Values("d", "d/e", "d/e/f"));
+
+TEST_P(PlantedItem, LinkInPlaceOfAFolderIsNotFollowed) {
+    archiveOf(
+        {directory("d/", 0777), directory("d/e/", 04777), directory("d/e/f/", 06777), {"a", "1"}});
+    const std::string path = std::string("out/") + GetParam();
+    const Error error = unzipWith([&] {
+        fs::rename(folder_ / path, folder_ / "moved");
+        fs::create_directories(folder_ / "victim/e/f");
+        fs::create_directory_symlink(folder_ / "victim", folder_ / path);
+        before_ = status("victim");
+    });
+    EXPECT_EQ(error.code(), FileError::fileWriteUnknown);
+    EXPECT_EQ(status("victim").st_mode, before_.st_mode);
+    EXPECT_EQ(status("victim").st_mtim.tv_nsec, before_.st_mtim.tv_nsec);
+    for (const std::string inner : {"victim/e", "victim/e/f"})
+        EXPECT_EQ(status(inner).st_mode & 07000U, 0U) << inner;
+}
+
+TEST_P(PlantedItem, AnotherFolderInPlaceOfAFolderIsLeftAlone) {
+    archiveOf(
+        {directory("d/", 0777), directory("d/e/", 04777), directory("d/e/f/", 06777), {"a", "1"}});
+    const std::string path = std::string("out/") + GetParam();
+    const Error error = unzipWith([&] {
+        fs::rename(folder_ / path, folder_ / "moved");
+        fs::rename(folder_ / "victim", folder_ / path);
+    });
+    EXPECT_EQ(error.code(), FileError::fileWriteUnknown);
+    EXPECT_EQ(status(path).st_mode, before_.st_mode);
+    EXPECT_EQ(status(path).st_mtim.tv_sec, before_.st_mtim.tv_sec);
+}
+
+TEST_F(Unpacking, AFileInPlaceOfAFolderIsLeftAlone) {
+    archiveOf({directory("d/", 04777), {"a", "1"}});
+    const Error error = unzipWith([&] {
+        fs::remove(folder_ / "out/d");
+        test::writeFile(folder_ / "out/d", "");
+        fs::permissions(folder_ / "out/d", fs::perms(0600));
+    });
+    EXPECT_EQ(error.code(), FileError::fileWriteUnknown);
+    EXPECT_EQ(status("out/d").st_mode, 0100600U);
+}
+
+TEST_F(Unpacking, ADestinationThatMovesTakesEverythingWithIt) {
+    archiveOf({directory("d/", 0711), {"a", "1"}, {"d/b", "2"}, {"new/c", "3"}});
+    EXPECT_FALSE(unzipWith([&] {
+                     fs::rename(folder_ / "out", folder_ / "moved");
+                     fs::create_directory(folder_ / "out");
+                 }).code());
+    EXPECT_TRUE(fs::is_empty(folder_ / "out"));
+    EXPECT_EQ(test::readFile(folder_ / "moved/d/b"), "2");
+    EXPECT_EQ(test::readFile(folder_ / "moved/new/c"), "3");
+    EXPECT_EQ(status("moved/d").st_mode, 0040711U);
+}
+
+// --- Deep folders -------------------------------------------------------------------------------
+
+TEST_F(Unpacking, AlternatingDeepFoldersAreFilled) {
+    std::string deep;
+    for (int level = 0; level < 500; ++level)
+        deep += "f/";
+    std::vector<test::RawEntry> entries;
+    for (int index = 0; index < 40; ++index)
+        entries.push_back({(index % 2 == 0 ? "a/" : "b/") + deep + std::to_string(index), "1"});
+    archiveOf(entries);
+    EXPECT_FALSE(unzip().code());
+    EXPECT_TRUE(fs::exists(folder_ / ("out/a/" + deep + "38")));
+    EXPECT_TRUE(fs::exists(folder_ / ("out/b/" + deep + "39")));
+}
+
+TEST_F(Unpacking, GrowingChainsOfFoldersAreMadeOnTheWay) {
+    std::vector<test::RawEntry> entries;
+    std::string chain;
+    for (int level = 0; level < 200; ++level) {
+        chain += "f/";
+        entries.push_back({"a/" + chain + "x", "1"});
+        entries.push_back({"b/" + chain + "x", "1"});
+    }
+    archiveOf(entries);
+    EXPECT_FALSE(unzip().code());
+    EXPECT_TRUE(fs::exists(folder_ / ("out/a/" + chain + "x")));
+    EXPECT_TRUE(fs::exists(folder_ / ("out/b/" + chain + "x")));
+}
+
+// --- Cancellation -------------------------------------------------------------------------------
+
+TEST_F(Unpacking, IsCancelledBeforeAnythingIsMade) {
+    archiveOf({directory("d/", 0755), test::rawLink("l", "d")});
+    const auto progress = Progress::make();
+    progress->cancel();
+    EXPECT_EQ(unzip({.progress = progress}).code(), ArchiveError::cancelledOperation);
+    EXPECT_FALSE(fs::exists(folder_ / "out"));
+}
+
+TEST_F(Unpacking, IsCancelledBetweenFoldersAndBetweenLinks) {
+    archiveOf({directory("d/", 0755), directory("e/", 0755), test::rawLink("l", "d"),
+               test::rawLink("m", "d")});
+    for (const std::string last : {"d", "l"}) {
+        fs::remove_all(folder_ / "out");
+        const auto progress = Progress::make();
+        progress->setObserver([&](const Progress &) {
+            if (fs::symlink_status(folder_ / "out" / last).type() != fs::file_type::not_found)
+                progress->cancel();
+        });
+        EXPECT_EQ(unzip({.progress = progress}).code(), ArchiveError::cancelledOperation);
+        EXPECT_FALSE(fs::exists(folder_ / (last == "d" ? "out/e" : "out/m"))) << last;
+        progress->setObserver(nullptr);
+    }
+}
+
+// --- Limits -------------------------------------------------------------------------------------
+
+TEST_F(Unpacking, AnEntryDeliversNoMoreThanItsDirectoryRecordSays) {
+    test::RawEntry bomb = test::rawDeflated("a", std::string(3'000'000, 'x'));
+    bomb.uncompressedSize = 10;
+    test::RawEntry link = test::rawLink("a", "a long target");
+    link.uncompressedSize = 10;
+    for (const test::RawEntry &entry : {bomb, link}) {
+        fs::remove_all(folder_ / "out");
+        archiveOf({entry});
+        const Error error = unzip({.holdsToDirectory = true});
+        EXPECT_EQ(error.code(), ArchiveError::invalidEntrySize);
+        EXPECT_EQ(error.entry(), "a");
+        EXPECT_THAT(error.what(), testing::HasSubstr("longer than the 10 bytes"));
+        EXPECT_FALSE(fs::is_symlink(folder_ / "out/a"));
+        EXPECT_EQ(fs::exists(folder_ / "out/a") ? fs::file_size(folder_ / "out/a") : 0, 0U);
+        fs::remove_all(folder_ / "out");
+        EXPECT_FALSE(unzip().code()) << "off by default";
+    }
+}
+
+TEST_F(Unpacking, TooLittleRoomIsSaidBeforeAnythingIsWritten) {
+    std::vector<test::RawEntry> entries;
+    for (int index = 0; index < 60'000; ++index) { // 258 TB
+        test::RawEntry huge = test::rawDeflated(std::to_string(index), "x");
+        huge.uncompressedSize = 0xFFFFFFF0;
+        entries.push_back(std::move(huge));
+    }
+    archiveOf(entries);
+    const Error error = unzip({.holdsToDirectory = true});
+    EXPECT_EQ(error.code(), FileError::fileWriteOutOfSpace);
+    EXPECT_EQ(error.path(), folder_ / "out");
+    EXPECT_THAT(error.what(), testing::HasSubstr("257698036800000 bytes are needed"));
+    EXPECT_FALSE(fs::exists(folder_ / "out"));
+}
+
+TEST_F(Unpacking, EnoughRoomIsNoError) {
+    archiveOf({directory("d/", 0755),
+               {"d/a", "1"},
+               test::rawDeflated("b", "content"),
+               test::rawLink("l", "b")});
+    EXPECT_FALSE(unzip({.holdsToDirectory = true}).code());
+    EXPECT_EQ(test::readFile(folder_ / "out/b"), "content");
+}
+
+} // namespace

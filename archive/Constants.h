@@ -29,6 +29,8 @@ inline constexpr std::uint16_t maxTotalNumberOfEntries = maxUInt16;
 inline constexpr std::int64_t defaultReadChunkSize = 16384;
 inline constexpr std::int64_t defaultWriteChunkSize = defaultReadChunkSize;
 inline constexpr std::int64_t defaultPOSIXBufferSize = defaultReadChunkSize;
+/// The largest buffer that may be asked for.
+inline constexpr std::int64_t maxBufferSize = std::int64_t{1} << 30U;
 
 /// Permissions of an item whose entry carries none.
 inline constexpr std::uint16_t defaultFilePermissions = 0644;

@@ -1,6 +1,6 @@
 #include "archive/Archive.h"
 
-#include "archive/EndRecords.h"
+#include "archive/DirectoryCheck.h"
 #include "archive/FileDescriptor.h"
 
 #include <cerrno>
@@ -66,7 +66,7 @@ Error explainMissingRecord(std::FILE *file) {
 
 Archive::BackingConfiguration scanned(Archive::BackingConfiguration configuration,
                                       const Archive::ProgressPointer &progress) {
-    EndRecordsScan scan = scanForEndRecords(configuration.file.get(), progress.get());
+    EndRecordsScan scan = scanForEndOfCentralDirectoryRecord(configuration.file.get(), progress.get());
     switch (scan.failure) {
     case EndRecordsScan::Failure::missing:
         throw explainMissingRecord(configuration.file.get());
@@ -226,15 +226,31 @@ std::uint64_t Archive::offsetToStartOfCentralDirectory() const {
     return endRecords().offsetToStartOfCentralDirectory();
 }
 
-void Archive::truncate(std::uint64_t size) {
-    std::fflush(archiveFile_.get());
+void Archive::setEndRecords(EndRecords records) {
+    endOfCentralDirectoryRecord_ = std::move(records.record);
+    zip64EndOfCentralDirectory_ = std::move(records.zip64);
+}
+
+/// The directory before a change. It is checked once; what the engine then writes is sound.
+Data Archive::readDirectory() {
+    Data directory = readCentralDirectory(archiveFile(), endRecords());
+    if (!isDirectoryChecked_)
+        requireSoundDirectory(directory, archiveFile(), endRecords());
+    isDirectoryChecked_ = true;
+    return directory;
+}
+
+/// False for a stream that cannot be cut: one of the caller's own that is no file.
+bool Archive::truncate(std::uint64_t size) {
+    std::fflush(archiveFile());
     if (memoryFile_) {
         memoryFile_->resize(size);
-        return;
+        return true;
     }
-    const int descriptor = ::fileno(archiveFile_.get());
+    const int descriptor = ::fileno(archiveFile());
     if (descriptor >= 0 && ::ftruncate(descriptor, static_cast<off_t>(size)) != 0)
         throw Error(Data::DataError::unwritableFile, {.systemError = errno});
+    return descriptor >= 0;
 }
 
 } // namespace archive

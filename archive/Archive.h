@@ -141,6 +141,9 @@ public:
     [[nodiscard]] bool isMemory() const { return url_.scheme() == memoryURLScheme; }
     /// The bytes of an archive in memory; nothing for a file.
     [[nodiscard]] std::optional<Data> data() const;
+    /// The stream that everything is read from and written to. Every operation moves its position.
+    /// Owned by the archive, and another one after entries were removed.
+    [[nodiscard]] std::FILE *archiveFile() const { return archiveFile_.get(); }
 
     /// By the ZIP64 record where there is one, whatever the plain record says; so are the other
     /// two.
@@ -275,16 +278,20 @@ public:
     /// Each addition is complete, rolled back (cancelled: the entries are as before) or, after
     /// another error, left as far as it was written, in which case the archive may not open again.
     ///
-    /// They throw `unwritableArchive` for an archive opened for reading, `invalidEntryPath` (not
-    /// UTF-8, or above 65,535 bytes), `invalidBufferSize`, `invalidEntrySize`, the errors of the
-    /// directory's place and size, `cancelledOperation`, `DataError::unwritableFile` and
-    /// `CompressionError`.
+    /// The directory is checked before the first change: the end record's count and size must agree
+    /// with the records. If they don't, nothing is changed, and `invalidCentralDirectoryOffset`,
+    /// `invalidCentralDirectorySize` or `invalidCentralDirectoryEntryCount` is thrown;
+    /// `unreadableArchive` if another program has changed the archive since it was opened.
+    ///
+    /// They also throw `unwritableArchive` for an archive opened for reading, `invalidEntryPath`
+    /// (not UTF-8, or above 65,535 bytes), `invalidBufferSize`, `invalidEntrySize`,
+    /// `cancelledOperation`, `DataError::unwritableFile` and `CompressionError`.
     /// @{
 
     /// How to add.
     struct AddOptions {
         CompressionMethod compressionMethod = CompressionMethod::none; ///< for files only
-        std::int64_t bufferSize = defaultWriteChunkSize;               ///< bytes of a chunk
+        std::int64_t bufferSize = defaultWriteChunkSize; ///< bytes of a chunk, 1 to `maxBufferSize`
         ProgressPointer progress = nullptr;
     };
 
@@ -309,6 +316,9 @@ public:
 
     /// Adds what the provider yields, asked on this thread. Without permissions the defaults of the
     /// type are written. What the provider throws passes through.
+    ///
+    /// If the provider returns more bytes than it was asked for, the surplus is ignored: the same
+    /// for stored and deflated files and for links.
     void addEntry(const std::string &with, Entry::EntryType type, std::int64_t uncompressedSize,
                   Date modificationDate, std::optional<std::uint16_t> permissions,
                   const Provider &provider, const AddOptions &options);
@@ -353,7 +363,7 @@ public:
 
     /// How to remove.
     struct RemoveOptions {
-        std::int64_t bufferSize = defaultReadChunkSize; ///< bytes of a chunk
+        std::int64_t bufferSize = defaultReadChunkSize; ///< bytes of a chunk, 1 to `maxBufferSize`
         ProgressPointer progress = nullptr;             ///< counts the bytes that are kept
     };
 
@@ -364,7 +374,9 @@ public:
     ///
     /// Throws `unwritableArchive` for an archive opened for reading or where no temporary one can
     /// be made, `unreadableArchive` if it holds entries that cannot be reached and would be lost,
-    /// `invalidEntryPath` if it does not hold this one, and what reading and writing throw.
+    /// or if another file has taken its place, the errors of a directory that disagrees with its
+    /// end record (see Adding), `invalidEntryPath` if it does not hold this entry, and what reading
+    /// and writing throw.
     void remove(const Entry &entry, const RemoveOptions &options);
     void remove(const Entry &entry) { remove(entry, RemoveOptions{}); }
     /// The same for several entries at once: all of them go, or none.
@@ -393,15 +405,16 @@ private:
     static BackingConfiguration makeBackingConfiguration(FilePointer stream, AccessMode mode,
                                                          const ProgressPointer &progress = nullptr);
     [[nodiscard]] EndRecords endRecords() const;
-    void truncate(std::uint64_t size);
+    void setEndRecords(EndRecords records);
+    [[nodiscard]] Data readDirectory();
+    [[nodiscard]] bool truncate(std::uint64_t size);
 
     struct Replacement;
-    void copyAllBut(std::span<const Entry> removed, Archive &target,
-                    const RemoveOptions &options) const;
+    [[nodiscard]] EndRecords copyAllBut(std::span<const Entry> removed, Archive &target,
+                                        const RemoveOptions &options) const;
     [[nodiscard]] std::int64_t totalUnitCountForRemoving(std::span<const Entry> entries) const;
-    void makeTemp(Replacement &replacement) const;
-    void replaceCurrent(const Archive &with);
-    void adopt(BackingConfiguration configuration);
+    [[nodiscard]] Replacement makeTemp() const;
+    void replaceCurrent(Archive &with);
 
     CRC32 readUncompressed(const Entry &entry, const Consumer &consumer,
                            const ExtractOptions &options) const;
@@ -420,6 +433,8 @@ private:
     FilePointer archiveFile_;
     EndOfCentralDirectoryRecord endOfCentralDirectoryRecord_;
     std::optional<ZIP64EndOfCentralDirectory> zip64EndOfCentralDirectory_;
+    /// Whether every record of the directory has been looked at since the last failure.
+    bool isDirectoryChecked_ = false;
 };
 
 /// Lets the code of an `Error` be compared with the enumeration.

@@ -1,5 +1,6 @@
 #include "archive/Archive.h"
 
+#include "archive/BufferSize.h"
 #include "archive/EndRecords.h"
 #include "archive/StreamWriter.h"
 #include "archive/TemporaryReplacementDirectory.h"
@@ -81,8 +82,7 @@ class EntryCopier {
 public:
     EntryCopier(std::FILE *from, StreamWriter &to, std::int64_t bufferSize,
                 Archive::ProgressPointer progress)
-        : from_(from), to_(to),
-          buffer_(std::make_unique<std::byte[]>(static_cast<std::size_t>(bufferSize))),
+        : from_(from), to_(to), buffer_(makeBuffer(static_cast<std::size_t>(bufferSize))),
           bufferSize_(static_cast<std::uint64_t>(bufferSize)), progress_(std::move(progress)) {}
 
     void copy(const Entry &entry, const std::string &path) try {
@@ -136,20 +136,19 @@ void Archive::remove(const Entry &entry, const RemoveOptions &options) {
 void Archive::remove(std::span<const Entry> entries, const RemoveOptions &options) {
     if (accessMode_ == AccessMode::read)
         throw Error(ArchiveError::unwritableArchive, {.detail = "The archive is open for reading"});
-    if (options.bufferSize <= 0)
-        throw Error(ArchiveError::invalidBufferSize);
-    Replacement replacement;
-    makeTemp(replacement);
+    requireBufferSize(options.bufferSize);
+    static_cast<void>(readDirectory()); // for its check
+    const Replacement replacement = makeTemp();
     if (options.progress)
         options.progress->setTotalUnitCount(totalUnitCountForRemoving(entries));
-    copyAllBut(entries, *replacement.archive, options);
+    replacement.archive->setEndRecords(copyAllBut(entries, *replacement.archive, options));
     replaceCurrent(*replacement.archive);
 }
 
-void Archive::copyAllBut(std::span<const Entry> removed, Archive &target,
-                         const RemoveOptions &options) const {
-    StreamWriter writer(target.archiveFile_.get(), 0);
-    EntryCopier copier(archiveFile_.get(), writer, options.bufferSize, options.progress);
+EndRecords Archive::copyAllBut(std::span<const Entry> removed, Archive &target,
+                               const RemoveOptions &options) const {
+    StreamWriter writer(target.archiveFile(), 0);
+    EntryCopier copier(archiveFile(), writer, options.bufferSize, options.progress);
     Removals removals(removed);
     Data directory;
     std::uint64_t count = 0;
@@ -168,47 +167,33 @@ void Archive::copyAllBut(std::span<const Entry> removed, Archive &target,
             ArchiveError::unreadableArchive,
             {.detail = "The archive holds entries that cannot be read, which would be lost"});
     removals.requireAllTaken();
-    const EndRecords records = endRecords().with(count, directory.size(), writer.position());
+    EndRecords records = endRecords().with(count, directory.size(), writer.position());
     writer.write(directory);
-    writer.write(records.data());
+    writeEndOfCentralDirectory(records, writer);
     writer.flush();
+    return records;
 }
 
-void Archive::makeTemp(Replacement &replacement) const {
-    if (isMemory()) {
-        replacement.archive = open(Data(), AccessMode::create, preferredEncoding_);
-        return;
-    }
-    replacement.folder.emplace(url_);
+Archive::Replacement Archive::makeTemp() const {
+    if (isMemory())
+        return {std::nullopt, open(Data(), AccessMode::create, preferredEncoding_)};
+    Replacement replacement;
+    replacement.folder = temporaryReplacementDirectory(*this);
     replacement.archive =
         open(replacement.folder->url().appendingPathComponent(globallyUniqueString()),
              AccessMode::create, preferredEncoding_);
+    return replacement;
 }
 
 /// The current stream stays open until the new archive is in place, so that a failure leaves this
 /// object as it was, on the old file.
-void Archive::replaceCurrent(const Archive &with) {
-    if (isMemory()) {
-        auto data = with.data();
-        if (!data)
-            throw Error(ArchiveError::unwritableArchive);
-        adopt(makeBackingConfiguration(std::move(*data), AccessMode::update));
-        return;
-    }
-    replaceItem(url_, with.url_);
-    try {
-        adopt(makeBackingConfiguration(url_, AccessMode::update));
-    } catch (const Error &error) {
-        throw Error(ArchiveError::unreadableArchive, {.path = url_.path(), .detail = error.what()});
-    }
-}
-
-void Archive::adopt(BackingConfiguration configuration) {
-    archiveFile_ = std::move(configuration.file); // the old stream goes before its buffer
-    streamBuffer_ = std::move(configuration.streamBuffer);
-    memoryFile_ = std::move(configuration.memoryFile);
-    endOfCentralDirectoryRecord_ = std::move(configuration.endOfCentralDirectoryRecord);
-    zip64EndOfCentralDirectory_ = std::move(configuration.zip64EndOfCentralDirectory);
+void Archive::replaceCurrent(Archive &with) {
+    if (!isMemory())
+        replaceItem(url_, with.url_);
+    archiveFile_ = std::move(with.archiveFile_); // the old stream goes before its buffer
+    streamBuffer_ = std::move(with.streamBuffer_);
+    memoryFile_ = std::move(with.memoryFile_);
+    setEndRecords(with.endRecords());
 }
 
 std::int64_t Archive::totalUnitCountForRemoving(std::span<const Entry> entries) const {

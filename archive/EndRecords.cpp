@@ -161,7 +161,24 @@ EndRecords EndRecords::after(Archive::ModifyOperation operation,
     return with(count, size, startOfCentralDirectory);
 }
 
-EndRecordsScan scanForEndRecords(std::FILE *file, const Progress *progress) {
+std::int64_t EndRecordsScan::displacement() const {
+    const std::uint64_t zip64Size = records.zip64 ? records.zip64->data().size() : 0;
+    const std::uint64_t expectedEnd =
+        records.offsetToStartOfCentralDirectory() + records.sizeOfCentralDirectory();
+    return static_cast<std::int64_t>(offset - zip64Size - expectedEnd);
+}
+
+void writeEndOfCentralDirectory(const EndRecords &records, StreamWriter &writer) {
+    if (records.zip64)
+        writeZIP64EOCD(*records.zip64, writer);
+    writer.write(records.record.data());
+}
+
+void writeZIP64EOCD(const ZIP64EndOfCentralDirectory &zip64, StreamWriter &writer) {
+    writer.write(zip64.data());
+}
+
+EndRecordsScan scanForEndOfCentralDirectoryRecord(std::FILE *file, const Progress *progress) {
     EndRecordsScan scan;
     const auto offset = scanForSignature(file, length(file), progress);
     if (!offset) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "archive/Archive.h"
+#include "archive/StreamWriter.h"
 
 #include <cstdint>
 #include <cstdio>
@@ -20,6 +21,7 @@ struct EndRecords {
 
     /// The bytes as they stand in a file.
     [[nodiscard]] Data data() const;
+    friend bool operator==(const EndRecords &, const EndRecords &) = default;
 
     /// The records of a directory that was written anew; the end records follow it directly.
     /// Offsets are from the start of the archive.
@@ -34,6 +36,13 @@ struct EndRecords {
                                    std::uint64_t startOfCentralDirectory) const;
 };
 
+/// Writes the end records where the writer is: directly behind the directory they describe. Throws
+/// `DataError::unwritableFile`.
+void writeEndOfCentralDirectory(const EndRecords &records, StreamWriter &writer);
+
+/// The ZIP64 part of it: the record, then its locator.
+void writeZIP64EOCD(const ZIP64EndOfCentralDirectory &zip64, StreamWriter &writer);
+
 /// The records at the end of the stream, or why there are none.
 struct EndRecordsScan {
     enum class Failure { none, missing, damaged };
@@ -42,12 +51,17 @@ struct EndRecordsScan {
     EndRecords records;
     /// Where the plain record starts, from the start of the stream.
     std::uint64_t offset = 0;
+
+    /// Bytes by which the directory lies behind the place that the records give, if the end records
+    /// follow it directly; negative if it does not fit in front of them. 0 as a rule.
+    [[nodiscard]] std::int64_t displacement() const;
 };
 
 /// Looks for the plain record from the end of the stream backwards, to its start if need be. The
 /// first signature counts, also one inside a comment. The ZIP64 record is looked for directly
 /// before its locator. Moves the stream's position; throws `DataError::unreadableFile`, and
 /// `cancelledOperation` between two blocks of 256 KiB if the progress was cancelled.
-[[nodiscard]] EndRecordsScan scanForEndRecords(std::FILE *file, const Progress *progress = nullptr);
+[[nodiscard]] EndRecordsScan
+scanForEndOfCentralDirectoryRecord(std::FILE *file, const Progress *progress = nullptr);
 
 } // namespace archive

@@ -1,5 +1,6 @@
 #include "archive/EntryAppender.h"
 
+#include "archive/BufferSize.h"
 #include "archive/FileManager.h"
 
 #include <algorithm>
@@ -22,17 +23,16 @@ void throwIfCancelled(const Archive::ProgressPointer &progress) {
         throw Error(ArchiveError::cancelledOperation);
 }
 
-/// The existing directory. It is rewritten behind the new entry, so it must be whole, and within
-/// the file: the end records stand behind it.
-Data readDirectory(std::FILE *file, const EndRecords &records) {
-    const std::uint64_t offset = records.offsetToStartOfCentralDirectory();
-    const std::uint64_t size = records.sizeOfCentralDirectory();
-    if (!Data::seek(file, offset))
-        throw Error(ArchiveError::invalidCentralDirectoryOffset);
-    Data directory = Data::readChunk(size, file);
-    if (directory.size() != size || std::fgetc(file) == EOF)
-        throw Error(ArchiveError::invalidCentralDirectorySize);
-    return directory;
+/// A provider that never returns more than it was asked for.
+Provider bounded(const Provider &provider) {
+    return [&provider](std::int64_t position, std::size_t size) {
+        const auto chunk = provider(position, size);
+        return chunk.first(std::min(chunk.size(), size));
+    };
+}
+
+bool needsZIP64(std::uint64_t uncompressedSize, std::uint64_t compressedSize) {
+    return uncompressedSize >= maxUncompressedSize || compressedSize >= maxCompressedSize;
 }
 
 Archive &writable(Archive &archive) {
@@ -45,22 +45,21 @@ Archive &writable(Archive &archive) {
 
 EntryAppender::EntryAppender(Archive &archive)
     : archive_(writable(archive)),
-      writer_(archive.archiveFile_.get(), archive.offsetToStartOfCentralDirectory()),
-      directory_(readDirectory(archive.archiveFile_.get(), archive.endRecords())) {}
+      writer_(archive.archiveFile(), archive.offsetToStartOfCentralDirectory()),
+      directory_(archive.readDirectory()), records_(archive.endRecords()) {}
 
 EntryAppender::~EntryAppender() {
     try {
         if (!isFinished_)
             finish();
-    } catch (const Error &) { // the error that led here is on its way already
+    } catch (...) { // the error that led here is on its way already
     }
 }
 
 void EntryAppender::add(const std::string &path, EntryType type, std::int64_t uncompressedSize,
                         Date modificationDate, std::optional<std::uint16_t> permissions,
                         const Provider &provider, const Archive::AddOptions &options) {
-    if (options.bufferSize <= 0)
-        throw Error(ArchiveError::invalidBufferSize);
+    requireBufferSize(options.bufferSize);
     if (uncompressedSize < 0)
         throw Error(ArchiveError::invalidEntrySize);
     const std::uint64_t localFileHeaderStart = writer_.position();
@@ -71,9 +70,10 @@ void EntryAppender::add(const std::string &path, EntryType type, std::int64_t un
         type == EntryType::directory ? defaultDirectoryPermissions : defaultFilePermissions;
     try {
         writeWholeEntry(path, type, uncompressedSize, modificationDate.fileModificationDateTime(),
-                        permissions.value_or(defaultPermissions), provider, options);
+                        permissions.value_or(defaultPermissions), bounded(provider), options);
     } catch (const Error &error) {
         isFinished_ = true;
+        archive_.isDirectoryChecked_ = false;
         if (error.code() == ArchiveError::cancelledOperation)
             rollback(localFileHeaderStart);
         else
@@ -81,6 +81,7 @@ void EntryAppender::add(const std::string &path, EntryType type, std::int64_t un
         throw;
     } catch (...) { // of the provider
         isFinished_ = true;
+        archive_.isDirectoryChecked_ = false;
         leaveAsWritten(localFileHeaderStart);
         throw;
     }
@@ -88,11 +89,27 @@ void EntryAppender::add(const std::string &path, EntryType type, std::int64_t un
 
 void EntryAppender::finish() {
     isFinished_ = true;
-    if (!isDirectoryWritten_) {
-        writer_.write(directory_);
-        writer_.write(archive_.endRecords().data());
-    }
+    if (isDirectoryWritten_)
+        return;
+    archive_.isDirectoryChecked_ = false; // until it is written
+    writer_.write(directory_);
+    writeEndOfCentralDirectory(records_, writer_);
     writer_.flush();
+    cutBehindTheEnd();
+    archive_.setEndRecords(std::move(records_));
+    archive_.isDirectoryChecked_ = true;
+}
+
+/// Old bytes behind the end records would be taken for a comment, or, if an old end record is among
+/// them, for the end of the archive.
+void EntryAppender::cutBehindTheEnd() {
+    const std::uint64_t end = writer_.position();
+    if (archive_.truncate(end))
+        return;
+    std::FILE *file = archive_.archiveFile();
+    if (::fseeko(file, 0, SEEK_END) != 0 || ::ftello(file) != static_cast<off_t>(end))
+        throw Error(Data::DataError::unwritableFile,
+                    {.detail = "The stream cannot be cut behind the archive's new end"});
 }
 
 void EntryAppender::writeWholeEntry(const std::string &path, EntryType type,
@@ -103,30 +120,29 @@ void EntryAppender::writeWholeEntry(const std::string &path, EntryType type,
     const auto size = static_cast<std::uint64_t>(uncompressedSize);
     const CompressionMethod method =
         type == EntryType::file ? options.compressionMethod : CompressionMethod::none;
-    const Data firstHeader =
-        makeLocalFileHeader(path, method, {size, 0}, 0, modificationDateTime).data();
-    writer_.write(firstHeader);
+    writeLocalFileHeader(start, path, method, {size, 0}, 0, modificationDateTime);
     const auto [written, checksum] = writeEntry(uncompressedSize, type, options, provider);
-    const LocalFileHeader header = makeLocalFileHeader(
-        path, method, {size, static_cast<std::uint64_t>(written)}, checksum, modificationDateTime);
+    const Sizes sizes = {size, static_cast<std::uint64_t>(written)};
     // Data that grew to 4 GiB on its way in would need a longer header, over its own first bytes.
-    if (header.data().size() != firstHeader.size())
+    if (needsZIP64(size, 0) != needsZIP64(sizes.uncompressed, sizes.compressed))
         throw Error(ArchiveError::invalidEntrySize,
                     {.detail = "The data is 4 GiB or more only after compression"});
-    writer_.patch(start, header.data());
-    updateEndRecords(writeCentralDirectoryStructure(
-        header, start, FileManager::externalFileAttributesForEntry(type, permissions)));
+    const LocalFileHeader header =
+        writeLocalFileHeader(start, path, method, sizes, checksum, modificationDateTime);
+    const CentralDirectoryStructure structure = writeCentralDirectoryStructure(
+        header, start, FileManager::externalFileAttributesForEntry(type, permissions));
+    records_ = records_.after(Archive::ModifyOperation::add, structure, writer_.position());
 }
 
-LocalFileHeader EntryAppender::makeLocalFileHeader(const std::string &path,
-                                                   CompressionMethod compressionMethod, Sizes size,
-                                                   CRC32 checksum,
-                                                   Date::DateTime modificationDateTime) {
+/// Behind everything else, or over the first version of the same header.
+LocalFileHeader EntryAppender::writeLocalFileHeader(std::uint64_t offset, const std::string &path,
+                                                    CompressionMethod compressionMethod, Sizes size,
+                                                    CRC32 checksum,
+                                                    Date::DateTime modificationDateTime) {
     if (!isValidUTF8(path) || path.size() > maxUInt16)
         throw Error(ArchiveError::invalidEntryPath);
-    const bool needsZIP64 =
-        size.uncompressed >= maxUncompressedSize || size.compressed >= maxCompressedSize;
-    const auto version = needsZIP64 ? Archive::Version::v45 : Archive::Version::v20;
+    const bool isLarge = needsZIP64(size.uncompressed, size.compressed);
+    const auto version = isLarge ? Archive::Version::v45 : Archive::Version::v20;
     LocalFileHeader header;
     header.versionNeededToExtract = static_cast<std::uint16_t>(version);
     header.generalPurposeBitFlag = utf8PathFlag;
@@ -136,10 +152,9 @@ LocalFileHeader EntryAppender::makeLocalFileHeader(const std::string &path,
     header.crc32 = checksum;
     header.fileNameData = Data(path);
     header.fileNameLength = static_cast<std::uint16_t>(path.size());
-    header.compressedSize = needsZIP64 ? maxUInt32 : static_cast<std::uint32_t>(size.compressed);
-    header.uncompressedSize =
-        needsZIP64 ? maxUInt32 : static_cast<std::uint32_t>(size.uncompressed);
-    if (needsZIP64) {
+    header.compressedSize = isLarge ? maxUInt32 : static_cast<std::uint32_t>(size.compressed);
+    header.uncompressedSize = isLarge ? maxUInt32 : static_cast<std::uint32_t>(size.uncompressed);
+    if (isLarge) {
         ZIP64ExtendedInformation field;
         field.dataSize = 2 * sizeof(std::uint64_t);
         field.uncompressedSize = size.uncompressed;
@@ -147,6 +162,10 @@ LocalFileHeader EntryAppender::makeLocalFileHeader(const std::string &path,
         header.extraFieldData = field.data();
         header.extraFieldLength = static_cast<std::uint16_t>(header.extraFieldData.size());
     }
+    if (offset == writer_.position())
+        writer_.write(header.data());
+    else
+        writer_.patch(offset, header.data());
     return header;
 }
 
@@ -206,7 +225,9 @@ EntryAppender::Written EntryAppender::writeCompressed(std::int64_t size,
         writer_.write(chunk);
         written += static_cast<std::int64_t>(chunk.size());
     };
-    const CRC32 checksum = Data::compress(size, options.bufferSize, source, sink);
+    // One byte more than the data already makes the first chunk the last one.
+    const std::int64_t bufferSize = std::min(options.bufferSize - 1, size) + 1;
+    const CRC32 checksum = Data::compress(size, bufferSize, source, sink);
     return {written, checksum};
 }
 
@@ -242,22 +263,18 @@ EntryAppender::writeCentralDirectoryStructure(const LocalFileHeader &localFileHe
     return structure;
 }
 
-void EntryAppender::updateEndRecords(const CentralDirectoryStructure &centralDirectoryStructure) {
-    EndRecords records = archive_.endRecords().after(Archive::ModifyOperation::add,
-                                                     centralDirectoryStructure, writer_.position());
-    archive_.endOfCentralDirectoryRecord_ = std::move(records.record);
-    archive_.zip64EndOfCentralDirectory_ = std::move(records.zip64);
-}
-
 /// The directory is written twice: the first copy is the one that the end records point at.
 void EntryAppender::rollback(std::uint64_t localFileHeaderStart) {
     writer_.goBack(localFileHeaderStart);
     writer_.flush();
-    archive_.truncate(localFileHeaderStart);
+    const bool isCut = archive_.truncate(localFileHeaderStart);
     writer_.write(directory_);
     writer_.write(directory_);
-    writer_.write(archive_.endRecords().data());
+    writeEndOfCentralDirectory(records_, writer_);
     writer_.flush();
+    if (!isCut)
+        cutBehindTheEnd();
+    archive_.setEndRecords(std::move(records_));
 }
 
 /// What is written of the entry stands over the beginning of the directory; where the directory was
@@ -267,13 +284,14 @@ void EntryAppender::leaveAsWritten(std::uint64_t localFileHeaderStart) {
         Data behind;
         if (!isDirectoryWritten_) {
             behind = directory_;
-            behind.append(archive_.endRecords().data());
+            behind.append(records_.data());
         }
         const auto written = static_cast<std::size_t>(writer_.position() - localFileHeaderStart);
         if (written < behind.size())
             writer_.write(behind.bytes().subspan(written));
         writer_.flush();
-    } catch (const Error &) { // the first error is the one to tell
+        archive_.setEndRecords(std::move(records_));
+    } catch (...) { // the first error is the one to tell
     }
 }
 

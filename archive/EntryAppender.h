@@ -20,9 +20,8 @@ namespace archive {
 /// One appender an archive at a time, and nothing else done with the archive meanwhile.
 class EntryAppender {
 public:
-    /// Throws `unwritableArchive` for an archive opened for reading, and
-    /// `invalidCentralDirectoryOffset` or `invalidCentralDirectorySize` for one whose directory is
-    /// not where it should be; nothing is written then.
+    /// Reads the directory, and checks it once an archive (see `Archive`, Adding). Throws
+    /// `unwritableArchive` for an archive opened for reading; nothing is written then.
     explicit EntryAppender(Archive &archive);
     /// Finishes what is not finished, as far as that is possible.
     ~EntryAppender();
@@ -33,6 +32,8 @@ public:
     void add(const std::string &path, Entry::EntryType type, std::int64_t uncompressedSize,
              Date modificationDate, std::optional<std::uint16_t> permissions,
              const Provider &provider, const Archive::AddOptions &options);
+    /// Writes the directory and the end records, and cuts the file behind them. The archive object
+    /// gets its new end records when all of that has gone well.
     void finish();
 
 private:
@@ -47,10 +48,9 @@ private:
                          std::int64_t uncompressedSize, Date::DateTime modificationDateTime,
                          std::uint16_t permissions, const Provider &provider,
                          const Archive::AddOptions &options);
-    [[nodiscard]] static LocalFileHeader makeLocalFileHeader(const std::string &path,
-                                                             CompressionMethod compressionMethod,
-                                                             Sizes size, CRC32 checksum,
-                                                             Date::DateTime modificationDateTime);
+    LocalFileHeader writeLocalFileHeader(std::uint64_t offset, const std::string &path,
+                                         CompressionMethod compressionMethod, Sizes size,
+                                         CRC32 checksum, Date::DateTime modificationDateTime);
     Written writeEntry(std::int64_t uncompressedSize, Entry::EntryType type,
                        const Archive::AddOptions &options, const Provider &provider);
     Written writeUncompressed(std::int64_t size, const Archive::AddOptions &options,
@@ -61,14 +61,15 @@ private:
     CentralDirectoryStructure writeCentralDirectoryStructure(const LocalFileHeader &localFileHeader,
                                                              std::uint64_t relativeOffset,
                                                              std::uint32_t externalFileAttributes);
-    void updateEndRecords(const CentralDirectoryStructure &centralDirectoryStructure);
+    void cutBehindTheEnd();
     void rollback(std::uint64_t localFileHeaderStart);
     void leaveAsWritten(std::uint64_t localFileHeaderStart);
 
     Archive &archive_;
     StreamWriter writer_;
-    /// All records of the directory, the new ones included.
+    /// All records of the directory, the new ones included, and the end records that fit them.
     Data directory_;
+    EndRecords records_;
     /// Whether the directory in the file, where it stands, is the current one.
     bool isDirectoryWritten_ = true;
     bool isFinished_ = false;

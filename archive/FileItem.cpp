@@ -1,5 +1,6 @@
 #include "archive/FileItem.h"
 
+#include "archive/BufferSize.h"
 #include "archive/FileDescriptor.h"
 
 #include <algorithm>
@@ -10,13 +11,25 @@
 namespace archive {
 namespace {
 
-/// Reads a file from its beginning to the size it had when it was looked at.
+/// Opens a file for reading; never waits, not even for a pipe that took its place.
+FileDescriptor openFile(int folder, const std::string &name, const std::string &path) {
+    FileDescriptor descriptor(
+        ::openat(folder, name.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
+    if (descriptor.isOpen())
+        return descriptor;
+    if (errno == EACCES || errno == EPERM)
+        throw readError(path, errno);
+    throw Error(FileError::fileNoSuchFile, {.path = path, .systemError = errno});
+}
+
+/// Reads an open file from its beginning to the size it had when it was opened.
 class FileProvider {
 public:
-    FileProvider(const std::string &path, std::int64_t size, std::int64_t bufferSize)
-        : path_(path), descriptor_(open(path)),
+    FileProvider(const FileDescriptor &descriptor, const std::string &path, std::int64_t size,
+                 std::int64_t bufferSize)
+        : path_(path), descriptor_(descriptor),
           capacity_(static_cast<std::size_t>(std::clamp<std::int64_t>(size, 0, bufferSize))),
-          buffer_(new std::byte[capacity_]) {}
+          buffer_(makeBuffer(capacity_)) {}
 
     std::span<const std::byte> operator()(std::int64_t /*position*/, std::size_t size) {
         const auto chunk = std::span(buffer_.get(), std::min(size, capacity_));
@@ -35,25 +48,16 @@ public:
     }
 
 private:
-    static FileDescriptor open(const std::string &path) {
-        FileDescriptor descriptor(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW));
-        if (descriptor.isOpen())
-            return descriptor;
-        if (errno == EACCES || errno == EPERM)
-            throw readError(path, errno);
-        throw Error(FileError::fileNoSuchFile, {.path = path, .systemError = errno});
-    }
-
     const std::string &path_;
-    FileDescriptor descriptor_;
+    const FileDescriptor &descriptor_;
     std::size_t capacity_;
     std::unique_ptr<std::byte[]> buffer_;
 };
 
-std::string readLink(const std::string &path) {
+std::string readLink(int folder, const std::string &name, const std::string &path) {
     std::string target(256, '\0');
     for (;;) {
-        const ssize_t length = ::readlink(path.c_str(), target.data(), target.size());
+        const ssize_t length = ::readlinkat(folder, name.c_str(), target.data(), target.size());
         if (length < 0)
             throw readError(path, errno);
         const bool isWhole = static_cast<std::size_t>(length) < target.size();
@@ -69,8 +73,19 @@ std::span<const std::byte> nothing(std::int64_t /*position*/, std::size_t /*size
 
 } // namespace
 
-FileItem::FileItem(const URL &url) : path_(url.path()) {
-    if (!url.isFileURL() || ::lstat(path_.c_str(), &status_) != 0)
+FileItem::FileItem(const URL &url) : folder_(AT_FDCWD), name_(url.path()), path_(name_) {
+    if (!url.isFileURL())
+        throw Error(FileError::fileReadNoSuchFile, {.path = path_});
+    look();
+}
+
+FileItem::FileItem(int folder, std::string name, std::string path)
+    : folder_(folder), name_(std::move(name)), path_(std::move(path)) {
+    look();
+}
+
+void FileItem::look() {
+    if (::fstatat(folder_, name_.c_str(), &status_, AT_SYMLINK_NOFOLLOW) != 0)
         throw Error(FileError::fileReadNoSuchFile,
                     {.path = path_, .systemError = errno == ENOENT ? 0 : errno});
 }
@@ -88,6 +103,7 @@ std::int64_t FileItem::size() const {
 
 void FileItem::add(EntryAppender &appender, std::string path,
                    const Archive::AddOptions &options) const {
+    requireBufferSize(options.bufferSize);
     switch (type()) {
     case Entry::EntryType::file:
         return addFile(appender, path, options);
@@ -96,26 +112,35 @@ void FileItem::add(EntryAppender &appender, std::string path,
     case Entry::EntryType::directory:
         break;
     }
-    if (::faccessat(AT_FDCWD, path_.c_str(), R_OK, AT_EACCESS) != 0)
+    if (::faccessat(folder_, name_.c_str(), R_OK, AT_EACCESS) != 0)
         throw Error(FileError::fileReadNoPermission, {.path = path_});
     if (!path.ends_with('/'))
         path += '/';
     appender.add(path, type(), 0, modificationDate(), permissions(), nothing, options);
 }
 
-void FileItem::addFile(EntryAppender &appender, const std::string &path,
-                       const Archive::AddOptions &options) const {
+void FileItem::requireRegular() const {
     if (!S_ISREG(status_.st_mode))
         throw Error(FileError::fileReadUnknown,
                     {.path = path_, .detail = "The item is no file, no folder and no link"});
-    FileProvider provider(path_, size(), options.bufferSize);
-    appender.add(path, type(), size(), modificationDate(), permissions(), std::ref(provider),
-                 options);
+}
+
+void FileItem::addFile(EntryAppender &appender, const std::string &path,
+                       const Archive::AddOptions &options) const {
+    requireRegular();
+    const FileDescriptor descriptor = openFile(folder_, name_, path_);
+    FileItem opened = *this; // with the size, mode and date of what was opened
+    if (::fstat(descriptor.get(), &opened.status_) != 0)
+        throw readError(path_, errno);
+    opened.requireRegular();
+    FileProvider provider(descriptor, path_, opened.size(), options.bufferSize);
+    appender.add(path, type(), opened.size(), opened.modificationDate(), opened.permissions(),
+                 std::ref(provider), options);
 }
 
 void FileItem::addSymbolicLink(EntryAppender &appender, const std::string &path,
                                const Archive::AddOptions &options) const {
-    const Data target{std::string_view(readLink(path_))};
+    const Data target{std::string_view(readLink(folder_, name_, path_))};
     const auto provider = [&](std::int64_t, std::size_t) { return target.bytes(); };
     appender.add(path, type(), static_cast<std::int64_t>(target.size()), modificationDate(),
                  permissions(), provider, options);

@@ -13,6 +13,9 @@ class FileItem {
 public:
     /// Throws `fileReadNoSuchFile` with the path if there is no such item.
     explicit FileItem(const URL &url);
+    /// The same by its name in an open folder, which must stay open as long as the object is used;
+    /// `path` is for errors.
+    FileItem(int folder, std::string name, std::string path);
 
     [[nodiscard]] Entry::EntryType type() const { return Entry::entryType(status_.st_mode); }
     [[nodiscard]] std::uint16_t permissions() const {
@@ -40,6 +43,11 @@ private:
     void addSymbolicLink(EntryAppender &appender, const std::string &path,
                          const Archive::AddOptions &options) const;
 
+    void look();
+    void requireRegular() const;
+
+    int folder_;
+    std::string name_;
     std::string path_;
     struct stat status_ {};
 };

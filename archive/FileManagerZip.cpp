@@ -4,7 +4,10 @@
 #include "archive/EntryAppender.h"
 #include "archive/FileItem.h"
 #include "archive/ItemListing.h"
+#include "archive/SourceFolder.h"
 #include "archive/UnitCount.h"
+
+#include <filesystem>
 
 namespace archive {
 namespace {
@@ -16,27 +19,56 @@ void requireExisting(const URL &at) {
     static_cast<void>(FileItem(at));
 }
 
+/// The name of the item itself: a path may end in "." or "..".
+std::string ownName(const URL &at) {
+    const std::string name = at.lastPathComponent();
+    if (name != "." && name != "..")
+        return name;
+    std::error_code error;
+    const auto path = std::filesystem::canonical(at.path(), error);
+    if (error)
+        throw readError(at.path(), error.value());
+    return path.filename().string();
+}
+
+/// An item that will be added.
+struct PlannedItem {
+    std::string path;
+    std::int64_t unitCount;
+};
+
+/// All items but the archive itself, which may be made in the folder that it packs.
+std::vector<PlannedItem> plan(SourceFolder &source, const URL &at, const Archive &archive,
+                              const ProgressPointer &progress) {
+    const FileItem archiveItem(archive.url());
+    std::vector<PlannedItem> items;
+    UnitCount total;
+    for (std::string &path : subpaths(at)) {
+        if (progress && progress->isCancelled())
+            throw Error(Archive::ArchiveError::cancelledOperation);
+        const FileItem item = source.item(path);
+        if (item.isSameAs(archiveItem))
+            continue;
+        items.push_back({std::move(path), item.unitCount()});
+        total += items.back().unitCount;
+    }
+    if (progress)
+        progress->setTotalUnitCount(total.value());
+    return items;
+}
+
 void zipFolder(Archive &archive, const URL &at, const std::string &prefix,
                CompressionMethod compressionMethod, const ProgressPointer &progress) {
-    const std::vector<std::string> paths = subpaths(at);
-    if (progress) {
-        UnitCount total;
-        for (const std::string &path : paths)
-            total += FileManager().totalUnitCountForAddingItem(at.appendingPathComponent(path));
-        progress->setTotalUnitCount(total.value());
-    }
-    const FileItem archiveItem(archive.url());
+    SourceFolder source(at);
+    const std::vector<PlannedItem> items = plan(source, at, archive, progress);
     EntryAppender appender(archive);
-    for (const std::string &path : paths) {
-        const FileItem item(at.appendingPathComponent(path));
-        if (item.isSameAs(archiveItem))
-            continue; // the archive itself, made in the folder that it packs
-        const auto part = childProgress(progress, [&] { return item.unitCount(); });
+    for (const PlannedItem &each : items) {
+        const auto part = childProgress(progress, [&] { return each.unitCount; });
         try {
-            item.add(appender, prefix + path,
-                     {.compressionMethod = compressionMethod, .progress = part});
+            source.item(each.path).add(appender, prefix + each.path,
+                                       {.compressionMethod = compressionMethod, .progress = part});
         } catch (const Error &error) {
-            throw error.about(prefix + path);
+            throw error.about(prefix + each.path);
         }
     }
     appender.finish();
@@ -63,11 +95,12 @@ void FileManager::zipItem(const URL &at, const URL &to, bool shouldKeepParent,
     requireExisting(at);
     if (itemExists(to))
         throw Error(FileError::fileWriteFileExists, {.path = to.path()});
+    const bool isFolder = typeForItem(at) == EntryType::directory;
+    const std::string name = isFolder && !shouldKeepParent ? std::string() : ownName(at);
     const auto archive = Archive::open(to, Archive::AccessMode::create);
-    const std::string name = at.lastPathComponent();
-    if (typeForItem(at) == EntryType::directory)
-        return zipFolder(*archive, at, shouldKeepParent ? name + '/' : std::string(),
-                         compressionMethod, progress);
+    if (isFolder) // the root has no name
+        return zipFolder(*archive, at, name.empty() ? name : name + '/', compressionMethod,
+                         progress);
     archive->addEntry(name, at.deletingLastPathComponent(),
                       {.compressionMethod = compressionMethod, .progress = progress});
 }

@@ -38,18 +38,19 @@ void takeOver(int file, const struct stat &old, const std::string &path) {
 
 } // namespace
 
-TemporaryReplacementDirectory::TemporaryReplacementDirectory(const URL &archive) {
-    std::string path = makeFolder(fs::path(realPath(archive)).parent_path());
+TemporaryReplacementDirectory::~TemporaryReplacementDirectory() {
+    std::error_code ignored;
+    if (!url_.path().empty())
+        fs::remove_all(url_.path(), ignored);
+}
+
+TemporaryReplacementDirectory temporaryReplacementDirectory(const Archive &archive) {
+    std::string path = makeFolder(fs::path(realPath(archive.url())).parent_path());
     if (path.empty())
         path = makeFolder(fs::temp_directory_path());
     if (path.empty())
         throw writeError(fs::temp_directory_path().string(), errno);
-    url_ = URL::folder(path);
-}
-
-TemporaryReplacementDirectory::~TemporaryReplacementDirectory() {
-    std::error_code ignored;
-    fs::remove_all(url_.path(), ignored);
+    return TemporaryReplacementDirectory(URL::folder(path));
 }
 
 void replaceItem(const URL &at, const URL &withItemAt) {

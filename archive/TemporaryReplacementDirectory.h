@@ -1,25 +1,36 @@
 #pragma once
 
+#include "archive/Archive.h"
 #include "archive/URL.h"
+
+#include <utility>
 
 namespace archive {
 
-/// A folder for the file that will replace an archive: beside it, on its volume, so that one rename
-/// does it. Only its owner may look inside. Deleted with the object, with everything in it.
+/// A folder for the file that will replace an archive. Only its owner may look inside. Deleted with
+/// the object, with everything in it.
 class TemporaryReplacementDirectory {
 public:
-    /// Where no folder can be made beside the archive, it is made in the system's temporary folder.
-    /// Throws a `FileError` if it cannot be made there either.
-    explicit TemporaryReplacementDirectory(const URL &archive);
+    /// Takes over a folder that exists.
+    explicit TemporaryReplacementDirectory(URL url) : url_(std::move(url)) {}
+    TemporaryReplacementDirectory(TemporaryReplacementDirectory &&other) noexcept
+        : url_(std::exchange(other.url_, {})) {}
+    TemporaryReplacementDirectory &operator=(TemporaryReplacementDirectory &&other) noexcept {
+        std::swap(url_, other.url_);
+        return *this;
+    }
     ~TemporaryReplacementDirectory();
-    TemporaryReplacementDirectory(const TemporaryReplacementDirectory &) = delete;
-    TemporaryReplacementDirectory &operator=(const TemporaryReplacementDirectory &) = delete;
 
     [[nodiscard]] const URL &url() const { return url_; }
 
 private:
     URL url_;
 };
+
+/// Makes such a folder beside the archive, on its volume, so that one rename does it; where that is
+/// not possible, in the system's temporary folder. Throws a `FileError` if it cannot be made there
+/// either.
+[[nodiscard]] TemporaryReplacementDirectory temporaryReplacementDirectory(const Archive &archive);
 
 /// Puts the file in the place of the item at the URL, in one step: whoever looks sees the one or
 /// the other, whole. The new file takes over permissions and, where that is allowed, owner of the

@@ -49,7 +49,7 @@ bool contradicts(Field plain, Field sentinel, std::uint64_t zip64) {
 ArchiveTest::ArchiveTest(const std::string &path, bool inMemory, Report report,
                          archive::Progress &progress)
     : report_(std::move(report)), progress_(progress), file_(openFile(path, inMemory)),
-      end_(archive::scanForEndRecords(file_.get())) {
+      end_(archive::scanForEndOfCentralDirectoryRecord(file_.get())) {
     window_.emplace(file_.get(), end_.records.sizeOfCentralDirectory());
     position_ = end_.records.offsetToStartOfCentralDirectory();
     progress_.setTotalUnitCount(static_cast<std::int64_t>(end_.offset));
@@ -82,7 +82,7 @@ std::optional<CentralDirectoryStructure> ArchiveTest::nextRecord() {
 
 void ArchiveTest::testEndRecords() {
     const auto &plain = end_.records.record;
-    const std::int64_t displacement = displacementOf(end_);
+    const std::int64_t displacement = end_.displacement();
     if (displacement > 0)
         report("the directory lies " + countText(static_cast<std::uint64_t>(displacement), "byte") +
                " behind the place that the end record gives");

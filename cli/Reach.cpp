@@ -5,8 +5,6 @@
 
 #include "archive/DirectoryWindow.h"
 
-#include <cstdio>
-
 namespace cli {
 namespace {
 
@@ -95,22 +93,9 @@ Reach reachAfter(const archive::Archive &archive, const archive::Archive::EntryI
     return reach;
 }
 
-std::int64_t displacementOf(const archive::EndRecordsScan &scan) {
-    // The directory ends where the first of the end records starts.
-    const std::uint64_t zip64Size = scan.records.zip64 ? scan.records.zip64->data().size() : 0;
-    const std::uint64_t expectedEnd =
-        scan.records.offsetToStartOfCentralDirectory() + scan.records.sizeOfCentralDirectory();
-    return static_cast<std::int64_t>(scan.offset - zip64Size - expectedEnd);
-}
-
 std::int64_t findDisplacement(const archive::Archive &archive) {
-    const archive::Archive::FilePointer file(
-        archive.isMemory() ? archive::MemoryFile::make(archive.data().value())->open("rb")
-                           : std::fopen(archive.url().path().c_str(), "rbe"));
-    if (!file)
-        return 0;
-    const archive::EndRecordsScan scan = archive::scanForEndRecords(file.get());
-    return scan.failure == archive::EndRecordsScan::Failure::none ? displacementOf(scan) : 0;
+    const auto scan = archive::scanForEndOfCentralDirectoryRecord(archive.archiveFile());
+    return scan.failure == archive::EndRecordsScan::Failure::none ? scan.displacement() : 0;
 }
 
 std::optional<std::string> shortfall(const Reach &reach) {

@@ -34,9 +34,6 @@ struct Reach {
 
 /// Bytes in front of the archive in its file: by how much the directory lies behind the place that
 /// the end record gives for it. Negative if bytes are missing.
-[[nodiscard]] std::int64_t displacementOf(const archive::EndRecordsScan &scan);
-
-/// The same of the archive's file; 0 if that cannot be read.
 [[nodiscard]] std::int64_t findDisplacement(const archive::Archive &archive);
 
 /// What is missing; nothing if every entry was reached. "the directory promises 3 entries, 1 could

@@ -114,6 +114,52 @@ TEST_P(Packing, FailedBytesAreTheSame) {
     EXPECT_TRUE(bytes == addedOneByOne(never));
 }
 
+/// An archive in the folder that it packs is skipped, and not counted.
+TEST_P(Packing, IntoThePackedFolderEndsAtTheTotal) {
+    const auto inside = folder_.url("in/d1/packed.zip");
+    const auto progress = Progress::make();
+    FileManager().zipItem(folder_.url("in"), inside, false, GetParam(), progress);
+    EXPECT_EQ(progress->completedUnitCount(), progress->totalUnitCount());
+    EXPECT_DOUBLE_EQ(progress->fractionCompleted(), 1.0);
+    EXPECT_GT(progress->totalUnitCount(), 800000);
+}
+
+/// What grows or shrinks after it was counted doesn't move the end.
+TEST_P(Packing, OfFilesThatChangeEndsAtTheTotal) {
+    const auto progress = Progress::make();
+    bool isChanged = false;
+    progress->setObserver([&](const Progress &each) {
+        if (isChanged || each.completedUnitCount() == 0)
+            return;
+        isChanged = true;
+        for (const std::string name : {"d0/file28", "d1/file29", "d2/file26", "d3/file27"})
+            fs::resize_file(folder_ / "in" / name, name == "d1/file29" ? 200000 : 10);
+    });
+    packed(progress);
+    EXPECT_EQ(error_, "");
+    EXPECT_EQ(progress->completedUnitCount(), progress->totalUnitCount());
+}
+
+TEST_P(Packing, KeepsTheRealNameOfAParentThatIsDots) {
+    const auto names = [&](const std::string &source) {
+        fs::remove(folder_ / "packed.zip");
+        FileManager().zipItem(folder_.url(source), folder_.url("packed.zip"), true, GetParam());
+        const auto archive = Archive::open(folder_.url("packed.zip"), AccessMode::read);
+        std::vector<std::string> found;
+        for (const auto &entry : *archive)
+            found.push_back(entry.path());
+        return found;
+    };
+    const auto expected = names("in");
+    EXPECT_THAT(expected, testing::Each(testing::StartsWith("in/")));
+    EXPECT_EQ(names("in/."), expected);
+    EXPECT_EQ(names("in/d1/.."), expected);
+    EXPECT_EQ(names("in/d1/../"), expected);
+    fs::create_directory_symlink("in/d1", folder_ / "elsewhere");
+    EXPECT_EQ(names("elsewhere/.."), expected)
+        << "the folder behind the link, as the system sees it";
+}
+
 /// An entry that fails after some of its data, behind others in the same appender, or behind others
 /// that were added one by one.
 TEST_P(Packing, BytesOfAnEntryThatFailsHalfwayAreTheSame) {

@@ -41,6 +41,14 @@ class Create(Case):
         self.succeed("archive", "create", "new.zip", "src/", "--keep-parent")
         self.assertEqual(self.names()[0], "src/a.txt")
 
+    def testKeepParentStoresTheRealNameOfDots(self):
+        for source, cwd in [(".", "src"), ("..", "src/d"), ("./", "src"), ("d/..", "src")]:
+            self.succeed("archive", "create", self.folder / "new.zip", source, "--keep-parent",
+                         cwd=self.folder / cwd)
+            self.assertEqual(self.names(), ["src/a.txt", "src/d/", "src/d/run", "src/empty/",
+                                            "src/link", "src/ü"], source)
+            os.remove(self.folder / "new.zip")
+
     def testDeflate(self):
         self.succeed("archive", "create", "new.zip", "src", "--method", "deflate")
         with zipfile.ZipFile(self.folder / "new.zip") as found:

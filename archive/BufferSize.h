@@ -1,0 +1,26 @@
+#pragma once
+
+#include "archive/Archive.h"
+
+#include <cstddef>
+#include <memory>
+#include <new>
+
+namespace archive {
+
+/// Throws `invalidBufferSize` for a size below 1 or above `maxBufferSize`.
+inline void requireBufferSize(std::int64_t bufferSize) {
+    if (bufferSize < 1 || bufferSize > maxBufferSize)
+        throw Error(Archive::ArchiveError::invalidBufferSize);
+}
+
+/// A buffer without content. Throws `invalidBufferSize` if there is no memory for it.
+[[nodiscard]] inline std::unique_ptr<std::byte[]> makeBuffer(std::size_t size) {
+    std::unique_ptr<std::byte[]> buffer(new (std::nothrow) std::byte[size]);
+    if (!buffer)
+        throw Error(Archive::ArchiveError::invalidBufferSize,
+                    {.detail = "There is no memory for a buffer of this size"});
+    return buffer;
+}
+
+} // namespace archive

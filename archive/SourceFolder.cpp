@@ -1,0 +1,60 @@
+#include "archive/SourceFolder.h"
+
+#include "archive/Error.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <fcntl.h>
+
+namespace archive {
+namespace {
+
+constexpr int folderFlags = O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
+
+FileDescriptor openFolder(int parent, const std::string &name, const std::string &path) {
+    FileDescriptor folder(::openat(parent, name.c_str(), folderFlags));
+    if (folder.isOpen())
+        return folder;
+    if (errno == ENOTDIR || errno == ELOOP)
+        throw Error(FileError::fileReadUnknown,
+                    {.path = path, .detail = "This is no longer a folder"});
+    throw readError(path, errno);
+}
+
+} // namespace
+
+SourceFolder::SourceFolder(const URL &url)
+    : rootPath_(url.path()), root_(openFolder(AT_FDCWD, rootPath_, rootPath_)) {}
+
+FileItem SourceFolder::item(std::string_view path) {
+    const std::size_t slash = path.rfind('/');
+    const bool isNested = slash != std::string_view::npos;
+    const int folder = openParent(isNested ? path.substr(0, slash) : std::string_view());
+    return FileItem(folder, std::string(isNested ? path.substr(slash + 1) : path),
+                    rootPath_ + '/' + std::string(path));
+}
+
+int SourceFolder::openParent(std::string_view parent) {
+    if (parent.empty())
+        return root_.get();
+    if (parent == parentPath_)
+        return parent_.get();
+    // From the last folder on, if the new one lies below it.
+    const bool isBelow = !parentPath_.empty() && parent.starts_with(parentPath_) &&
+                         parent[parentPath_.size()] == '/';
+    std::size_t walked = isBelow ? parentPath_.size() + 1 : 0;
+    FileDescriptor folder = isBelow ? std::move(parent_) : FileDescriptor();
+    parentPath_.clear();
+    while (walked < parent.size()) {
+        const std::size_t end = std::min(parent.find('/', walked), parent.size());
+        folder = openFolder(folder.isOpen() ? folder.get() : root_.get(),
+                            std::string(parent.substr(walked, end - walked)),
+                            rootPath_ + '/' + std::string(parent.substr(0, end)));
+        walked = end + 1;
+    }
+    parent_ = std::move(folder);
+    parentPath_ = parent;
+    return parent_.get();
+}
+
+} // namespace archive

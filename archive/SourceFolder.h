@@ -1,0 +1,35 @@
+#pragma once
+
+#include "archive/FileDescriptor.h"
+#include "archive/FileItem.h"
+#include "archive/URL.h"
+
+#include <string>
+#include <string_view>
+
+namespace archive {
+
+/// A folder that is being packed. Its items are reached name by name from its descriptor, and never
+/// through a link: nothing outside is read, even if somebody swaps a folder for a link meanwhile.
+///
+/// The folder of the last item stays open, so that items of one folder in a row cost one step each.
+class SourceFolder {
+public:
+    /// Throws a `FileError` with the path if it is no folder, or a link to one.
+    explicit SourceFolder(const URL &url);
+
+    /// The item at a path below the folder, without ".", ".." and empty components. Valid until the
+    /// next call. Throws a `FileError` with the item's full path.
+    [[nodiscard]] FileItem item(std::string_view path);
+
+private:
+    int openParent(std::string_view parent);
+
+    std::string rootPath_;
+    FileDescriptor root_;
+    /// The folder that the last item was in.
+    std::string parentPath_;
+    FileDescriptor parent_;
+};
+
+} // namespace archive

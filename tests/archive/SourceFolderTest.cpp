@@ -1,0 +1,155 @@
+// What is packed lies below the folder that was named, whatever is swapped for a link meanwhile.
+
+#include "archive/SourceFolder.h"
+#include "archive/EntryAppender.h"
+#include "archive/FileManager.h"
+#include "tests/support/TemporaryFolder.h"
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <sys/stat.h>
+
+using archive::Archive;
+using archive::Error;
+using archive::FileError;
+using archive::FileManager;
+using archive::Progress;
+using archive::SourceFolder;
+using AccessMode = Archive::AccessMode;
+using testing::HasSubstr;
+using testing::Not;
+namespace fs = std::filesystem;
+
+namespace {
+
+class Swapping : public testing::Test {
+protected:
+    void SetUp() override {
+        test::writeFile(folder_ / "in/a", "first");
+        test::writeFile(folder_ / "in/b/deep/file", "inside");
+        test::writeFile(folder_ / "outside/deep/file", "SECRET");
+        test::writeFile(folder_ / "outside/file", "SECRET");
+    }
+
+    /// Packs, and swaps when the first item is complete: the listing is over then.
+    std::string packWhile(const std::function<void()> &swap) {
+        const auto progress = Progress::make();
+        bool isSwapped = false;
+        progress->setObserver([&](const Progress &each) {
+            if (!isSwapped && each.completedUnitCount() > 0) {
+                isSwapped = true;
+                swap();
+            }
+        });
+        try {
+            FileManager().zipItem(folder_.url("in"), folder_.url("a.zip"), false,
+                                  archive::CompressionMethod::none, progress);
+        } catch (const Error &error) {
+            error_ = error.what();
+        }
+        EXPECT_TRUE(isSwapped);
+        return test::readFile(folder_ / "a.zip");
+    }
+
+    void swapForLink(const std::string &path, const std::string &target) {
+        fs::rename(folder_ / path, folder_ / "away");
+        fs::create_symlink(folder_ / target, folder_ / path);
+    }
+
+    test::TemporaryFolder folder_;
+    std::string error_;
+};
+
+TEST_F(Swapping, AFolderForALinkPacksNothingFromOutside) {
+    EXPECT_THAT(packWhile([&] { swapForLink("in/b", "outside"); }), Not(HasSubstr("SECRET")));
+    EXPECT_THAT(error_, HasSubstr("no longer a folder"));
+    EXPECT_THAT(error_, HasSubstr("in/b"));
+}
+
+TEST_F(Swapping, ADeepFolderForALinkPacksNothingFromOutside) {
+    EXPECT_THAT(packWhile([&] { swapForLink("in/b/deep", "outside"); }), Not(HasSubstr("SECRET")));
+    EXPECT_THAT(error_, HasSubstr("no longer a folder"));
+}
+
+TEST_F(Swapping, TheSourceItselfForALinkPacksNothingFromOutside) {
+    test::writeFile(folder_ / "outside/b/deep/file", "SECRET");
+    const std::string packed = packWhile([&] { swapForLink("in", "outside"); });
+    EXPECT_THAT(packed, Not(HasSubstr("SECRET")));
+    EXPECT_THAT(packed, HasSubstr("inside")) << "the folder that was opened is packed";
+    EXPECT_EQ(error_, "");
+}
+
+TEST_F(Swapping, AFileForALinkPacksTheLinkOnly) {
+    const std::string packed = packWhile([&] { swapForLink("in/b/deep/file", "outside/file"); });
+    EXPECT_THAT(packed, Not(HasSubstr("SECRET")));
+}
+
+TEST_F(Swapping, AFileForAPipeFailsAndDoesNotWait) {
+    packWhile([&] {
+        fs::remove(folder_ / "in/b/deep/file");
+        ASSERT_EQ(::mkfifo((folder_ / "in/b/deep/file").c_str(), 0600), 0);
+    });
+    EXPECT_THAT(error_, HasSubstr("no file, no folder and no link"));
+}
+
+/// The item is looked at, then swapped, then added.
+TEST_F(Swapping, AfterAnItemWasLookedAtCountsWhatIsOpened) {
+    const auto archive = Archive::open(folder_.url("a.zip"), AccessMode::create);
+    SourceFolder source(folder_.url("in"));
+    archive::EntryAppender appender(*archive);
+    const archive::FileItem link = source.item("a");
+    fs::remove(folder_ / "in/a");
+    fs::create_symlink(folder_ / "outside/file", folder_ / "in/a");
+    EXPECT_THROW(link.add(appender, "link", {}), Error);
+
+    fs::remove(folder_ / "in/a");
+    test::writeFile(folder_ / "in/a", "first");
+    const archive::FileItem pipe = source.item("a");
+    fs::remove(folder_ / "in/a");
+    ASSERT_EQ(::mkfifo((folder_ / "in/a").c_str(), 0600), 0);
+    EXPECT_THROW(pipe.add(appender, "pipe", {}), Error);
+
+    fs::remove(folder_ / "in/a");
+    test::writeFile(folder_ / "in/a", "first");
+    const archive::FileItem grown = source.item("a");
+    test::writeFile(folder_ / "in/a", "grown meanwhile");
+    grown.add(appender, "grown", {});
+    appender.finish();
+    const auto entry = (*archive)["grown"];
+    ASSERT_TRUE(entry);
+    EXPECT_EQ(entry->uncompressedSize(), 15U);
+    EXPECT_EQ(entry->compressedSize(), 15U);
+}
+
+TEST(SourceFolder, FindsItsItemsInAnyOrder) {
+    const test::TemporaryFolder folder;
+    const std::vector<std::string> paths = {"a",    "b/c",   "b/d/e",   "b/d/f/g", "b/h",
+                                            "bb/i", "b/d/j", "b/d/f/k", "l",       "b/d/f/g"};
+    for (const std::string &path : paths)
+        test::writeFile(folder / path, path);
+    SourceFolder source(folder.url(""));
+    for (const std::string &path : paths)
+        EXPECT_EQ(source.item(path).size(), static_cast<std::int64_t>(path.size())) << path;
+}
+
+TEST(SourceFolder, NamesWhatIsMissing) {
+    const test::TemporaryFolder folder;
+    test::writeFile(folder / "in/file", "");
+    fs::create_symlink("in", folder / "link");
+    const auto pathOf = [](const std::function<void()> &action) {
+        try {
+            action();
+        } catch (const Error &error) {
+            return error.path();
+        }
+        return std::string("nothing was thrown");
+    };
+    EXPECT_EQ(pathOf([&] { SourceFolder{folder.url("no")}; }), folder / "no");
+    EXPECT_EQ(pathOf([&] { SourceFolder{folder.url("link")}; }), folder / "link");
+    SourceFolder source(folder.url("in"));
+    EXPECT_EQ(pathOf([&] { static_cast<void>(source.item("no")); }), folder / "in/no");
+    EXPECT_EQ(pathOf([&] { static_cast<void>(source.item("no/no")); }), folder / "in/no");
+    EXPECT_EQ(pathOf([&] { static_cast<void>(source.item("file/no")); }), folder / "in/file");
+}
+
+} // namespace

@@ -29,7 +29,7 @@ ModalPopup {
         SheetText {
             text: alert.title
             color: Style.white
-            font: Style.body
+            font: Fonts.forText(Style.body, text)
         }
 
         PlainButton {

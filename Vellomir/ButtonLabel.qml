@@ -6,6 +6,6 @@ Text {
     textFormat: Text.PlainText
     horizontalAlignment: Text.AlignHCenter
     verticalAlignment: Text.AlignVCenter
-    elide: Text.ElideRight
+    wrapMode: Text.WordWrap
     Accessible.ignored: true // The button has the same name.
 }

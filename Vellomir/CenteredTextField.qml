@@ -2,7 +2,8 @@ import QtQuick
 import QtQuick.Templates as T
 import Vellomir
 
-// A line of text, centred, typed with a number pad.
+// A line of text, centred, typed with a number pad. A pasted line break is dropped: "4<break>2"
+// becomes "42", so that a number copied with the end of its line is the number.
 T.TextField {
     id: control
 
@@ -26,7 +27,7 @@ T.TextField {
     }
 
     color: Style.white
-    font: Style.body
+    font: Fonts.forText(Style.body, text + preeditText)
     horizontalAlignment: TextInput.AlignHCenter
     verticalAlignment: TextInput.AlignVCenter
     inputMethodHints: Qt.ImhDigitsOnly
@@ -52,6 +53,10 @@ T.TextField {
     }
 
     NumberPad {
+        field: control
+    }
+
+    LineBreakFilter {
         field: control
     }
 

@@ -1,10 +1,12 @@
 import QtQuick
 import Vellomir
 
-// The look of the application's buttons: pressed, they shrink a little and spring back.
+// The look of the application's buttons: pressed, they shrink a little and spring back, and do not
+// dim.
 PlainButton {
     id: control
 
+    pressedOpacity: 1
     scale: spring.value
 
     SpringValue {

@@ -12,8 +12,17 @@ Sheet {
     isShown: launchState.showImageCropper
     onDismissed: launchState.showImageCropper = false
 
-    contentItem: CropperPage {
-        launchState: sheet.launchState
-        visible: launchState.hasSelectedImage
+    contentItem: Item {
+        CropperPage {
+            anchors.fill: parent
+            launchState: sheet.launchState
+            visible: launchState.hasSelectedImage
+        }
+
+        // Without a picture there is nothing to do here.
+        TapHandler {
+            enabled: !sheet.launchState.hasSelectedImage
+            onTapped: sheet.close()
+        }
     }
 }

@@ -6,6 +6,7 @@ Pressable {
     id: control
 
     text: "About Vellomir"
+    pressedOpacity: 0.6
     padding: 11
 
     contentItem: SymbolImage {

@@ -24,6 +24,7 @@ Flickable {
 
         ColumnLayout {
             Layout.fillWidth: true
+            Layout.maximumHeight: implicitHeight + space.most
             spacing: Style.spacing
 
             Image {
@@ -49,6 +50,16 @@ Flickable {
                 text: "V2.0"
                 color: Style.faded(Style.white, 0.4)
                 font: Style.boldBody
+            }
+
+            Item {
+                id: space
+
+                // More would tear the header apart.
+                readonly property real most: 2 * Style.padding
+
+                Layout.fillHeight: true
+                Layout.maximumHeight: most
             }
 
             SheetText {

@@ -13,12 +13,27 @@ Window {
     minimumWidth: 320
     minimumHeight: 400
     color: Style.background
-    title: "Vellomir"
+    title: launchState.isLoading ? launchState.percent + " % – Vellomir" : "Vellomir"
 
     // Ends text editing, wherever it is.
     function hideKeyboard(): void {
         if (activeFocusItem instanceof CenteredTextField)
             activeFocusItem.focus = false;
+    }
+
+    Shortcut {
+        sequences: ["Ctrl+W", "Ctrl+Q"]
+        onActivated: window.close()
+    }
+
+    // What scrolls and what is pressed would keep the tap to itself.
+    TapWatcher {
+        window: window
+        onTapped: place => {
+            const focused = window.activeFocusItem;
+            if (focused !== null && !focused.contains(focused.mapFromItem(null, place)))
+                window.launchState.hideKeyboard();
+        }
     }
 
     AppLaunchView {

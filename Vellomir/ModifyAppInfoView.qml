@@ -47,7 +47,7 @@ Rectangle {
         CenteredTextField {
             objectName: "duplicationNumber"
             Layout.fillWidth: true
-            Layout.preferredHeight: 22 + 2 * Style.padding
+            Layout.preferredHeight: Style.scaled(22) + 2 * Style.padding
             padding: Style.padding
             text: form.duplicationNumber
             placeholder: "Duplication Number"

@@ -1,12 +1,13 @@
 import QtQuick
 import Vellomir
 
-// A filled button as wide as there is room.
+// A filled button as wide as there is room. It dims while it is pressed.
 Pressable {
     id: control
 
     property color backgroundColor: Style.field
 
+    pressedOpacity: 0.6
     padding: Style.padding
     font: Style.headline
 

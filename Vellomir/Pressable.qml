@@ -1,11 +1,17 @@
 import QtQuick
 import QtQuick.Templates as T
+import Vellomir
 
-// What every control that is pressed has in common: the keys and what assistive programs are told.
+// What every control that is pressed has in common: the keys, what assistive programs are told, and
+// how it answers to the mouse.
 T.Button {
     id: control
 
+    property real pressedOpacity: 1
+
     focusPolicy: Qt.StrongFocus
+    hoverEnabled: true
+    opacity: !enabled ? Style.disabledOpacity : down ? pressedOpacity : 1
     implicitWidth: implicitContentWidth + leftPadding + rightPadding
     implicitHeight: implicitContentHeight + topPadding + bottomPadding
 
@@ -23,5 +29,18 @@ T.Button {
             event.accepted = true;
             control.clicked();
         }
+    }
+
+    DoubleClickFilter {
+        control: control
+    }
+
+    // Makes the control lighter while the mouse points at it.
+    Rectangle {
+        parent: control.background
+        anchors.fill: parent
+        visible: control.hovered && control.enabled
+        color: Style.faded(Style.white, 0.08)
+        radius: Style.radius
     }
 }

@@ -33,6 +33,9 @@ Item {
         ButtonLabel {
             text: content.text
             font: content.font
+            // White on orange could hardly be read without an edge.
+            style: content.isLoading ? Text.Outline : Text.Normal
+            styleColor: Style.faded(Style.black, 0.35)
         }
     }
 }

@@ -21,20 +21,31 @@ QtObject {
     readonly property real widestColumn: 640
 
     // Controls would take the system's otherwise, whatever the application's is.
-    // Without shaping where it is for looks alone: Inter would make "60x60" of a file name "60×60".
     readonly property string family: Fonts.family
-    readonly property font largeTitle: Qt.font({ family: family, preferShaping: false, pixelSize: 34, weight: Font.Bold })
-    readonly property font title: Qt.font({ family: family, preferShaping: false, pixelSize: 28, weight: Font.Bold })
-    readonly property real title2Size: 22
-    readonly property font headline: Qt.font({ family: family, preferShaping: false, pixelSize: 17, weight: Font.DemiBold })
-    readonly property font body: Qt.font({ family: family, preferShaping: false, pixelSize: 17 })
-    readonly property font boldBody: Qt.font({ family: family, preferShaping: false, pixelSize: 17, weight: Font.Bold })
-    readonly property font subheadline: Qt.font({ family: family, preferShaping: false, pixelSize: 15 })
-    readonly property font footnote: Qt.font({ family: family, preferShaping: false, pixelSize: 13 })
+    readonly property font largeTitle: textStyle(34, Font.Bold)
+    readonly property font title: textStyle(28, Font.Bold)
+    readonly property real title2Size: scaled(22)
+    readonly property font headline: textStyle(17, Font.DemiBold)
+    readonly property font body: textStyle(17, Font.Normal)
+    readonly property font boldBody: textStyle(17, Font.Bold)
+    readonly property font subheadline: textStyle(15, Font.Normal)
+    readonly property font footnote: textStyle(13, Font.Normal)
 
+    readonly property real disabledOpacity: 0.4
     // Milliseconds.
     readonly property int animation: Motion.isReduced ? 0 : 350
 
+    // A size that follows the text scale of the desktop.
+    function scaled(size: real) : int {
+        return Math.round(size * Fonts.scale);
+    }
+    function textStyle(size: int, weight: int) : font {
+        return Qt.font({
+            family: family,
+            pixelSize: scaled(size),
+            weight: weight
+        });
+    }
     function faded(shade: color, opacity: real) : color {
         return Qt.rgba(shade.r, shade.g, shade.b, opacity);
     }

@@ -37,8 +37,10 @@ set(qml_files
     SymbolImage.qml
     ContentView/ActivityView.qml
     ContentView/AppLaunchView.qml
+    ContentView/LogKeys.qml
     ContentView/LogPanel.qml
     ContentView/LogRow.qml
+    ContentView/LogSelection.qml
 )
 set_source_files_properties(Style.qml PROPERTIES QT_QML_SINGLETON_TYPE TRUE)
 
@@ -56,9 +58,14 @@ qt_add_qml_module(vellomir-window
     RESOURCES ${assets} ${launcher_icon}
     SOURCES
         Window/AppLaunchState.cpp Window/AppLaunchState.h
+        Window/Clipboard.cpp Window/Clipboard.h
+        Window/DesktopSettings.cpp Window/DesktopSettings.h
+        Window/DoubleClickFilter.cpp Window/DoubleClickFilter.h
         Window/FilePickers.cpp Window/FilePickers.h
-        Window/Fonts.h
+        Window/Fonts.cpp Window/Fonts.h
         Window/HexColors.cpp Window/HexColors.h
+        Window/JobNotices.cpp Window/JobNotices.h
+        Window/LineBreakFilter.cpp Window/LineBreakFilter.h
         Window/LogModel.cpp Window/LogModel.h
         Window/Motion.cpp Window/Motion.h
         Window/NumberPad.cpp Window/NumberPad.h
@@ -67,6 +74,7 @@ qt_add_qml_module(vellomir-window
         Window/Sharing.cpp Window/Sharing.h
         Window/SpringValue.cpp Window/SpringValue.h
         Window/SystemDesktop.cpp Window/SystemDesktop.h
+        Window/TapWatcher.cpp Window/TapWatcher.h
         Window/ThumbnailProvider.cpp Window/ThumbnailProvider.h
         Window/URLs.cpp Window/URLs.h
 )

@@ -14,8 +14,10 @@ Rectangle {
 
     Component.onCompleted: launchState.onAppear()
 
-    TapHandler {
-        onTapped: screen.launchState.hideKeyboard()
+    Shortcut {
+        sequence: "Ctrl+O"
+        enabled: !screen.sheetIsOpen && !screen.launchState.isLoading
+        onActivated: screen.launchState.selectFile()
     }
 
     Flickable {

@@ -2,23 +2,26 @@ import QtQuick
 import Vellomir
 
 // The status log: as high as its lines, at most 450 points and what there is room for, then it
-// scrolls. It stays at its end if that is where it is.
+// scrolls. It follows new lines while it is scrolled to its end. Its text can be selected.
 Flickable {
     id: panel
 
     required property LogModel messages
 
     readonly property real mostHeight: 450
+    readonly property bool isEmpty: list.count === 0
     property bool isAtEnd: true
+    property bool isClicked: false
 
     implicitHeight: Math.min(rows.height, mostHeight)
     contentHeight: rows.height
     clip: true
     boundsBehavior: Flickable.StopAtBounds
     interactive: contentHeight > height
-    activeFocusOnTab: interactive
+    activeFocusOnTab: !isEmpty
 
     function scroll(distance: real): void {
+        cancelFlick();
         contentY = Math.max(0, Math.min(contentY + distance, contentHeight - height));
         lookWhetherAtEnd();
     }
@@ -34,21 +37,43 @@ Flickable {
 
     Accessible.role: Accessible.List
     Accessible.name: "Status log"
-    Keys.onUpPressed: scroll(-40)
-    Keys.onDownPressed: scroll(40)
+
+    LogKeys {
+        id: keys
+
+        pageHeight: panel.height
+        selection: selection
+        onScrolled: distance => {
+            panel.isClicked = false;
+            panel.scroll(distance);
+        }
+    }
+    Keys.onPressed: event => keys.take(event)
 
     onMovementEnded: lookWhetherAtEnd()
     onContentHeightChanged: keepEnd()
     onHeightChanged: keepEnd()
+    onActiveFocusChanged: {
+        if (!activeFocus)
+            isClicked = false;
+    }
 
+    // Behind the lines, and as high as what is shown of them, so that all its corners are round.
     Rectangle {
+        parent: panel
+        z: -1
+        width: parent.width
+        height: Math.min(parent.height, rows.height)
+        visible: !panel.isEmpty
+        color: Style.logPanel
+        radius: Style.radius
+    }
+
+    Item {
         id: rows
 
         width: panel.width
-        height: list.count === 0 ? 0 : column.height + 2 * Style.padding
-        visible: list.count > 0
-        color: Style.logPanel
-        radius: Style.radius
+        height: panel.isEmpty ? 0 : column.height + 2 * Style.padding
 
         Column {
             id: column
@@ -67,16 +92,50 @@ Flickable {
                 }
             }
         }
+
+        LogSelection {
+            id: selection
+
+            anchors.fill: parent
+            panel: panel
+            lines: list
+            onStarted: {
+                panel.isClicked = true;
+                panel.forceActiveFocus(Qt.MouseFocusReason);
+            }
+            onScrolled: distance => panel.scroll(distance)
+        }
+    }
+
+    // Lines fade out at the upper edge instead of being cut.
+    Rectangle {
+        parent: panel
+        width: parent.width
+        height: Math.min(parent.height, 28)
+        visible: panel.contentY > 0
+        opacity: Math.min(1, panel.contentY / Style.padding)
+        radius: Style.radius
+        gradient: Gradient {
+            GradientStop {
+                position: 0.2
+                color: Style.logPanel
+            }
+            GradientStop {
+                position: 1
+                color: Style.faded(Style.logPanel, 0)
+            }
+        }
     }
 
     ScrollMark {
         panel: panel
+        onMoved: panel.lookWhetherAtEnd()
     }
 
     Rectangle {
         parent: panel
         anchors.fill: parent
-        visible: panel.activeFocus
+        visible: panel.activeFocus && !panel.isClicked
         color: "transparent"
         radius: Style.radius
         border.width: 2

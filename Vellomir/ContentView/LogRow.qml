@@ -1,12 +1,27 @@
 import QtQuick
 import Vellomir
 
-// A line of the log. A new one slides in from the leading edge.
+// A line of the log. A new one slides in from the leading edge. Its text can be selected, by who
+// holds the log.
 Item {
     id: row
 
     required property string line
     required property bool appears
+    readonly property alias selectedText: text.selectedText
+
+    function placeAt(x: real, y: real): int {
+        return text.positionAt(x - text.x, y);
+    }
+    // Where the word at that place begins and ends.
+    function wordAt(place: int): point {
+        text.cursorPosition = place;
+        text.selectWord();
+        return Qt.point(text.selectionStart, text.selectionEnd);
+    }
+    function select(from: int, to: int): void {
+        text.select(from, to);
+    }
 
     height: text.height
     Accessible.role: Accessible.ListItem
@@ -17,16 +32,22 @@ Item {
             slide.start();
     }
 
-    Text {
+    TextEdit {
         id: text
 
         width: row.width
         padding: 2
         text: row.line
         color: Style.accent
-        font: Style.body
-        textFormat: Text.PlainText
-        wrapMode: Text.Wrap
+        font: Fonts.forText(Style.body, row.line)
+        textFormat: TextEdit.PlainText
+        wrapMode: TextEdit.Wrap
+        // Neither mouse nor keyboard come here.
+        enabled: false
+        readOnly: true
+        persistentSelection: true
+        selectionColor: Style.accent
+        selectedTextColor: Style.background
         Accessible.ignored: true
     }
 

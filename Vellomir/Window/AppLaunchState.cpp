@@ -71,6 +71,13 @@ void AppLaunchState::setAlert(const QString &alert) {
     emit alertChanged();
 }
 
+void AppLaunchState::setPercent(int percent) {
+    if (percent_ == percent)
+        return;
+    percent_ = percent;
+    emit percentChanged();
+}
+
 bool AppLaunchState::openDocuments(const QList<QUrl> &urls) {
     return view_.openDocuments(fromQt(urls));
 }

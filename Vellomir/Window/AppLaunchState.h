@@ -14,7 +14,7 @@ class Pickers;
 class PreviewProvider;
 
 /// What the screens see of `AppLaunchView`: its state as typed properties, and its actions. It
-/// holds nothing of its own but the message of an alert. Main thread.
+/// holds nothing of its own but the message of an alert and the percentage of a job. Main thread.
 class AppLaunchState : public QObject {
     Q_OBJECT
     QML_ELEMENT
@@ -33,6 +33,8 @@ class AppLaunchState : public QObject {
     Q_PROPERTY(QUrl selectedImage READ selectedImage NOTIFY selectedImageChanged)
     Q_PROPERTY(bool hasSelectedImage READ hasSelectedImage NOTIFY selectedImageChanged)
     Q_PROPERTY(bool isLoading READ isLoading NOTIFY isLoadingChanged)
+    /// How much of the job that runs is done, 0 to 100.
+    Q_PROPERTY(int percent READ percent NOTIFY percentChanged)
     Q_PROPERTY(bool isProcessing READ isProcessing NOTIFY isProcessingChanged)
     Q_PROPERTY(QString errorMessage READ errorMessage NOTIFY errorMessageChanged)
     Q_PROPERTY(vellomir::LogModel *logMessages READ logMessages CONSTANT)
@@ -67,6 +69,8 @@ public:
     [[nodiscard]] QUrl selectedImage() const { return selectedImage_; }
     [[nodiscard]] bool hasSelectedImage() const { return !selectedImage_.isEmpty(); }
     [[nodiscard]] bool isLoading() const { return view_.isLoading.get(); }
+    [[nodiscard]] int percent() const { return percent_; }
+    void setPercent(int percent);
     [[nodiscard]] bool isProcessing() const { return view_.isProcessing.get(); }
     [[nodiscard]] QString errorMessage() const;
     [[nodiscard]] LogModel *logMessages() { return &logMessages_; }
@@ -101,6 +105,7 @@ signals:
     void showImageCropperChanged();
     void selectedImageChanged();
     void isLoadingChanged();
+    void percentChanged();
     void isProcessingChanged();
     void errorMessageChanged();
     void showInfoSheetChanged();
@@ -123,6 +128,7 @@ private:
     Sharing sharing_;
     QUrl selectedImage_;
     QString alert_;
+    int percent_ = 0;
     std::vector<Observation> observations_;
 };
 

@@ -2,8 +2,10 @@
 
 #include <QString>
 #include <QUrl>
+#include <QWindow>
 
 #include <functional>
+#include <optional>
 
 namespace vellomir {
 
@@ -22,6 +24,11 @@ public:
     virtual void showInFileManager(const QString &file, std::function<void(bool)> answer) = 0;
     /// Puts the file itself on the clipboard, to be pasted in a file manager or a message.
     virtual void copyToClipboard(const QString &file) = 0;
+    /// Marks the window's entry in lists of windows, until the user comes to it.
+    virtual void requestAttention(QWindow &window) { window.alert(0); }
+    /// Shows the share that is done, 0 to 1, at the program's entry; nothing takes it away. Not
+    /// every desktop does.
+    virtual void showProgress(std::optional<double> share) { static_cast<void>(share); }
 };
 
 } // namespace vellomir

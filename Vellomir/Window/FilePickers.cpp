@@ -2,6 +2,7 @@
 
 #include <QDir>
 #include <QListView>
+#include <QSettings>
 #include <QStandardPaths>
 
 namespace vellomir {
@@ -13,10 +14,10 @@ QUrl usualFolder(QStandardPaths::StandardLocation location) {
     return QUrl::fromLocalFile(QDir(folder).exists() ? folder : QDir::homePath());
 }
 
-std::unique_ptr<QFileDialog> makeDialog(const QString &title, const QUrl &folder) {
-    auto dialog = std::make_unique<QFileDialog>(nullptr, title);
-    dialog->setDirectoryUrl(folder);
-    return dialog;
+/// Qt's dialogs keep their settings in a file that all programs of the desktop share. Below a place
+/// that is no folder no file can be made, nor read.
+void keepSettingsOffTheDisk() {
+    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, QStringLiteral("/dev/null"));
 }
 
 /// Rows high enough to tell pictures apart.
@@ -40,18 +41,33 @@ std::optional<QUrl> firstOf(const QList<QUrl> &urls) {
 } // namespace
 
 FilePickers::FilePickers()
-    : documentFolder_(usualFolder(QStandardPaths::DownloadLocation)),
-      pictureFolder_(usualFolder(QStandardPaths::PicturesLocation)),
-      destinationFolder_(documentFolder_) {}
+    : documents_{.folder = usualFolder(QStandardPaths::DownloadLocation), .view = {}, .size = {}},
+      pictures_{.folder = usualFolder(QStandardPaths::PicturesLocation), .view = {}, .size = {}},
+      destinations_(documents_) {
+    keepSettingsOffTheDisk();
+}
 
 FilePickers::~FilePickers() = default;
 
+std::unique_ptr<QFileDialog> FilePickers::makeDialog(const QString &title,
+                                                     QFileDialog::ViewMode usualView,
+                                                     const Kind &kind) {
+    auto dialog = std::make_unique<QFileDialog>(nullptr, title);
+    dialog->setViewMode(usualView);
+    if (!kind.view.isEmpty())
+        dialog->restoreState(kind.view);
+    if (kind.size.isValid())
+        dialog->resize(kind.size);
+    dialog->setDirectoryUrl(kind.folder);
+    return dialog;
+}
+
 void FilePickers::pickDocument(Documents answer) {
-    auto dialog = makeDialog(QStringLiteral("Select IPA File"), documentFolder_);
+    auto dialog = makeDialog(QStringLiteral("Select IPA File"), QFileDialog::Detail, documents_);
     dialog->setFileMode(QFileDialog::ExistingFile);
     dialog->setNameFilters(
         {QStringLiteral("All files (*)"), QStringLiteral("iOS packages (*.ipa)")});
-    open(std::move(dialog), documentFolder_,
+    open(std::move(dialog), documents_,
          [answer = std::move(answer)](const QList<QUrl> &picked) {
              if (!picked.isEmpty())
                  answer(picked);
@@ -59,40 +75,41 @@ void FilePickers::pickDocument(Documents answer) {
 }
 
 void FilePickers::pickPicture(Place answer) {
-    auto dialog = makeDialog(QStringLiteral("Choose a picture"), pictureFolder_);
+    auto dialog = makeDialog(QStringLiteral("Choose a picture"), QFileDialog::List, pictures_);
     dialog->setFileMode(QFileDialog::ExistingFile);
     dialog->setNameFilters({QStringLiteral("Pictures (%1)").arg(pictureNames().join(u' ')),
                             QStringLiteral("All files (*)")});
     dialog->setIconProvider(&thumbnails_);
-    dialog->setViewMode(QFileDialog::List);
     showLargeIcons(*dialog);
-    open(std::move(dialog), pictureFolder_,
+    open(std::move(dialog), pictures_,
          [answer = std::move(answer)](const QList<QUrl> &picked) { answer(firstOf(picked)); });
 }
 
 void FilePickers::pickDestination(const QString &name, Place answer) {
-    auto dialog = makeDialog(QStringLiteral("Save a copy"), destinationFolder_);
+    auto dialog = makeDialog(QStringLiteral("Save a copy"), QFileDialog::Detail, destinations_);
     dialog->setAcceptMode(QFileDialog::AcceptSave);
     dialog->setFileMode(QFileDialog::AnyFile);
     dialog->setNameFilters(
         {QStringLiteral("iOS packages (*.ipa)"), QStringLiteral("All files (*)")});
     dialog->setDefaultSuffix(QStringLiteral("ipa"));
     dialog->selectFile(withoutQuotes(name));
-    open(std::move(dialog), destinationFolder_,
+    open(std::move(dialog), destinations_,
          [answer = std::move(answer)](const QList<QUrl> &picked) { answer(firstOf(picked)); });
 }
 
-void FilePickers::open(std::unique_ptr<QFileDialog> dialog, QUrl &folder, Finished finished) {
+void FilePickers::open(std::unique_ptr<QFileDialog> dialog, Kind &kind, Finished finished) {
     if (dialog_)
         dialog_->reject(); // Who asked for it waits for an answer.
     dialog_ = std::move(dialog);
     QFileDialog *const opened = dialog_.get();
     QObject::connect(opened, &QFileDialog::finished, opened,
-                     [this, opened, &folder, finished = std::move(finished)](int result) {
+                     [this, opened, &kind, finished = std::move(finished)](int result) {
                          const auto picked =
                              result == QDialog::Accepted ? opened->selectedUrls() : QList<QUrl>();
+                         kind.view = opened->saveState();
+                         kind.size = opened->size();
                          if (!picked.isEmpty())
-                             folder = picked.front().adjusted(QUrl::RemoveFilename);
+                             kind.folder = picked.front().adjusted(QUrl::RemoveFilename);
                          if (opened == dialog_.get())
                              forgetDialog();
                          finished(picked);

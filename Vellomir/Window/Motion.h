@@ -30,7 +30,6 @@ private slots:
 
 private:
     void combine();
-    void askPortal(const QString &group, const QString &key);
 
     bool isReduced_ = false;
     bool plasmaStandsStill_ = false;

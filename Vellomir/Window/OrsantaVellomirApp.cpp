@@ -1,6 +1,8 @@
 #include "Vellomir/Window/OrsantaVellomirApp.h"
 
+#include "Vellomir/Window/Fonts.h"
 #include "Vellomir/Window/HexColors.h"
+#include "Vellomir/Window/JobNotices.h"
 #include "Vellomir/Window/Motion.h"
 #include "Vellomir/Window/Pickers.h"
 #include "Vellomir/Window/PreviewProvider.h"
@@ -74,7 +76,9 @@ OrsantaVellomirApp::OrsantaVellomirApp(const Surroundings &surroundings)
     engine_->addImageProvider(QLatin1String(PreviewProvider::name), previews);
     state_ = std::make_unique<AppLaunchState>(AppLaunchState::Surroundings{
         *view_, *previews, surroundings.pickers, surroundings.desktop, eventLoopQueue()});
+    notices_ = std::make_unique<JobNotices>(*progress_, *state_, surroundings.desktop);
     load();
+    notices_->setWindow(*window_);
 }
 
 OrsantaVellomirApp::~OrsantaVellomirApp() {
@@ -86,6 +90,10 @@ OrsantaVellomirApp::~OrsantaVellomirApp() {
 
 Motion &OrsantaVellomirApp::motion() {
     return *engine_->singletonInstance<Motion *>(qmlTypeId("Vellomir", 1, 0, "Motion"));
+}
+
+Fonts &OrsantaVellomirApp::fonts() {
+    return *engine_->singletonInstance<Fonts *>(qmlTypeId("Vellomir", 1, 0, "Fonts"));
 }
 
 Services OrsantaVellomirApp::services(const Surroundings &surroundings) {

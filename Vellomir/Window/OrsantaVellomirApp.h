@@ -12,6 +12,8 @@
 
 namespace vellomir {
 
+class Fonts;
+class JobNotices;
 class Motion;
 
 /// The application: one window, always dark, whose content is the main screen.
@@ -38,6 +40,7 @@ public:
     [[nodiscard]] AppLaunchView &view() { return *view_; }
     [[nodiscard]] AppLaunchState &state() { return *state_; }
     [[nodiscard]] Motion &motion();
+    [[nodiscard]] Fonts &fonts();
 
     /// Font, colours and name of the program; once, after the `QApplication` was made.
     static void setUp();
@@ -48,6 +51,7 @@ private:
 
     InstanceFolder folder_;
     std::shared_ptr<archive::Progress> progress_;
+    std::unique_ptr<JobNotices> notices_; ///< outlives the jobs, whose threads call it
     BackgroundQueue backgroundQueue_;
     std::unique_ptr<AppLaunchView> view_;
     std::unique_ptr<QQmlApplicationEngine> engine_;

@@ -50,6 +50,25 @@ void SystemDesktop::showInFileManager(const QString &file, std::function<void(bo
                      });
 }
 
+/// https://wiki.ubuntu.com/Unity/LauncherAPI#Low_level_DBus_API:_com.canonical.Unity.LauncherEntry
+QDBusMessage launcherUpdate(std::optional<double> share) {
+    const QString program = QGuiApplication::desktopFileName() + QStringLiteral(".desktop");
+    const QVariantMap properties{{QStringLiteral("progress"), share.value_or(0)},
+                                 {QStringLiteral("progress-visible"), share.has_value()}};
+    QDBusMessage message =
+        QDBusMessage::createSignal(QStringLiteral("/com/canonical/unity/launcherentry/1"),
+                                   QStringLiteral("com.canonical.Unity.LauncherEntry"),
+                                   QStringLiteral("Update"));
+    message << QStringLiteral("application://") + program << properties;
+    return message;
+}
+
+void SystemDesktop::showProgress(std::optional<double> share) {
+    const QDBusConnection bus = QDBusConnection::sessionBus();
+    if (bus.isConnected())
+        bus.send(launcherUpdate(share));
+}
+
 void SystemDesktop::copyToClipboard(const QString &file) {
     const QUrl url = QUrl::fromLocalFile(file);
     auto *const data = new QMimeData;

@@ -2,6 +2,7 @@
 
 #include "Vellomir/Window/CommandLine.h"
 #include "Vellomir/Window/FilePickers.h"
+#include "Vellomir/Window/Fonts.h"
 #include "Vellomir/Window/Motion.h"
 #include "Vellomir/Window/OrsantaVellomirApp.h"
 #include "Vellomir/Window/SystemDesktop.h"
@@ -57,6 +58,7 @@ int runWindow(const WindowOptions &options) {
     OrsantaVellomirApp app({.dataFolder = dataFolder(), .pickers = pickers, .desktop = desktop});
     pickers.setOwner(&app.window());
     app.motion().followSystem();
+    app.fonts().followSystem();
     app.window().show();
     app.state().openDocuments(options.files);
     return QApplication::exec();

@@ -139,4 +139,21 @@ TEST_F(TheCropper, IsEmptyOnceThePictureHasGone) {
     EXPECT_FALSE(view().showImageCropper.get());
 }
 
+TEST_F(TheCropper, ClosesAtAPressAnywhereWhenItIsEmpty) {
+    for (const QPointF &place : {QPointF(195, 500), QPointF(20, 120), QPointF(370, 830)}) {
+        view().selectedImage.set(std::nullopt);
+        view().showImageCropper.set(true);
+        settle();
+        click(place);
+        EXPECT_FALSE(view().showImageCropper.get()) << place.x() << ' ' << place.y();
+    }
+}
+
+TEST_F(TheCropper, StaysOpenAtAPressOnThePicture) {
+    open(300, 200);
+    click(square().center());
+    click(square().bottomLeft() + QPointF(20, 40));
+    EXPECT_TRUE(view().showImageCropper.get());
+}
+
 } // namespace

@@ -5,7 +5,9 @@
 
 #include <QStringList>
 
+#include <optional>
 #include <utility>
+#include <vector>
 
 namespace test {
 
@@ -60,6 +62,11 @@ public:
     }
     void copyToClipboard(const QString &file) override { copied.append(file); }
 
+    void requestAttention(QWindow &) override { ++requests; }
+    void showProgress(std::optional<double> share) override { progress.push_back(share); }
+
+    int requests = 0;
+    std::vector<std::optional<double>> progress;
     bool hasFileManager = true;
     QStringList opened;
     QStringList shown;

@@ -7,11 +7,23 @@
 #include <QApplication>
 #include <QTest>
 
+#include <filesystem>
+
 #include <gmock/gmock.h>
 
 using testing::ElementsAre;
+using testing::UnorderedElementsAre;
 
 namespace {
+
+/// A home folder for the whole program; its place is read once, before anything else.
+const test::TemporaryFolder home;
+[[maybe_unused]] const bool isHome = [] {
+    qputenv("HOME", QByteArray::fromStdString(home.path().string()));
+    for (const char *const folder : {"XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_CACHE_HOME"})
+        qunsetenv(folder);
+    return true;
+}();
 
 class TheFilePickers : public testing::Test {
 protected:
@@ -24,6 +36,24 @@ protected:
                 return found;
         }
         return nullptr;
+    }
+
+    static std::vector<std::string> filesOfTheHome() {
+        std::vector<std::string> files;
+        for (const auto &each : std::filesystem::recursive_directory_iterator(home.path()))
+            files.push_back(each.path().filename().string());
+        return files;
+    }
+
+    static void closeDialog(const char *title) {
+        QFileDialog *const opened = dialog(title);
+        ASSERT_NE(opened, nullptr) << title;
+        opened->reject();
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    }
+
+    static QFileDialog::ViewMode viewOf(const char *title) {
+        return dialog(title)->viewMode();
     }
 
     /// Offers the name, agrees, and returns the name that comes of it.
@@ -55,6 +85,49 @@ TEST_F(TheFilePickers, AnswerForADialogThatAnotherOneTakesThePlaceOf) {
     EXPECT_THAT(answers, ElementsAre(false));
     EXPECT_EQ(dialog("Choose a picture"), nullptr);
     EXPECT_NE(dialog("Select IPA File"), nullptr);
+}
+
+TEST_F(TheFilePickers, LeaveNothingInTheHomeFolder) {
+    for (const char *const file : {".config", ".local"})
+        std::filesystem::create_directories(home.path() / file);
+    {
+        vellomir::FilePickers pickers;
+        pickers.pickDocument([](const auto &) {});
+        closeDialog("Select IPA File");
+        pickers.pickPicture([](const auto &) {});
+        closeDialog("Choose a picture");
+        pickers.pickDestination(QStringLiteral("Notes2.ipa"), [](const auto &) {});
+        closeDialog("Save a copy");
+        pickers.pickDocument([](const auto &) {}); // Open when the program ends.
+    }
+    EXPECT_THAT(filesOfTheHome(), UnorderedElementsAre(".config", ".local"));
+}
+
+TEST_F(TheFilePickers, HaveAViewOfTheirOwnEach) {
+    pickers_.pickPicture([](const auto &) {});
+    EXPECT_EQ(viewOf("Choose a picture"), QFileDialog::List);
+    closeDialog("Choose a picture");
+    pickers_.pickDocument([](const auto &) {});
+    EXPECT_EQ(viewOf("Select IPA File"), QFileDialog::Detail);
+    dialog("Select IPA File")->setViewMode(QFileDialog::List);
+    closeDialog("Select IPA File");
+    pickers_.pickDestination(QStringLiteral("Notes2.ipa"), [](const auto &) {});
+    EXPECT_EQ(viewOf("Save a copy"), QFileDialog::Detail);
+    closeDialog("Save a copy");
+    pickers_.pickDocument([](const auto &) {});
+    EXPECT_EQ(viewOf("Select IPA File"), QFileDialog::List) << "as it was left";
+    closeDialog("Select IPA File");
+}
+
+TEST_F(TheFilePickers, ForgetTheirViewsWithTheProgram) {
+    {
+        vellomir::FilePickers before;
+        before.pickDocument([](const auto &) {});
+        dialog("Select IPA File")->setViewMode(QFileDialog::List);
+        closeDialog("Select IPA File");
+    }
+    pickers_.pickDocument([](const auto &) {});
+    EXPECT_EQ(viewOf("Select IPA File"), QFileDialog::Detail);
 }
 
 } // namespace

@@ -26,7 +26,8 @@ std::string textProperty(const QObject &object, const char *name) {
 }
 
 bool isText(const QQuickItem &item) {
-    return item.inherits("QQuickText");
+    const bool isRead = item.inherits("QQuickTextEdit") && item.property("readOnly").toBool();
+    return isRead || item.inherits("QQuickText");
 }
 
 std::string plainText(const QQuickItem &text) {

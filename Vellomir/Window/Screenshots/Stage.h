@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Vellomir/Window/Desktop.h"
+#include "Vellomir/Window/Fonts.h"
 #include "Vellomir/Window/OrsantaVellomirApp.h"
 #include "Vellomir/Window/Pickers.h"
 
@@ -21,6 +22,7 @@ public:
     /// A folder that goes with the stage.
     [[nodiscard]] const QTemporaryDir &folder() const { return folder_; }
     [[nodiscard]] QQuickWindow &window() { return app_.window(); }
+    void setTextScale(double scale) { app_.fonts().setScale(scale); }
     /// The first item of the window with that name; null if there is none.
     [[nodiscard]] QQuickItem *item(const QString &objectName);
 

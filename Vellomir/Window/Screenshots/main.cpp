@@ -120,6 +120,30 @@ void fillLog(Stage &stage) {
     stage.view().logMessages.replace(lines);
 }
 
+void showNames(Stage &stage) {
+    stage.view().logMessages.replace(
+        {"File selected: AppIcon60x60@2x.ipa", "File selected: صورة العائلة.ipa",
+         "File selected: 🇩🇪 👩🏽‍🚀 é.ipa", "New App Name: ملاحظات2"});
+    stage.view().duplicationNumber.set("مرحبا");
+}
+
+void point(Stage &stage, const char *objectName) {
+    const QQuickItem *const item = stage.item(QString::fromLatin1(objectName));
+    const QPointF place = item->mapToScene({item->width() / 2, item->height() / 2});
+    QMouseEvent event(QEvent::MouseMove, place, stage.window().mapToGlobal(place), Qt::NoButton,
+                      Qt::NoButton, Qt::NoModifier);
+    QCoreApplication::sendEvent(&stage.window(), &event);
+}
+
+void selectLines(Stage &stage) {
+    finish(stage);
+    Stage::wait(30);
+    QQuickItem *const log = stage.item(QStringLiteral("logPanel"));
+    log->forceActiveFocus(Qt::MouseFocusReason);
+    QKeyEvent event(QEvent::KeyPress, Qt::Key_A, Qt::ControlModifier);
+    QCoreApplication::sendEvent(&stage.window(), &event);
+}
+
 void press(Stage &stage) {
     QQuickItem *const button = stage.item(QStringLiteral("selectButton"));
     const QPointF place = button->mapToScene({button->width() / 2, button->height() / 2});
@@ -155,6 +179,19 @@ const std::vector<State> states = {
     {QStringLiteral("main-keyboard-focus"),
      [](Stage &stage) {
          stage.item(QStringLiteral("iconButton"))->forceActiveFocus(Qt::TabFocusReason);
+     }},
+    {QStringLiteral("main-names"), showNames},
+    {QStringLiteral("main-pointed-at"), [](Stage &stage) { point(stage, "selectButton"); }},
+    {QStringLiteral("main-log-selected"), selectLines},
+    {QStringLiteral("main-large-text"),
+     [](Stage &stage) {
+         stage.setTextScale(1.5);
+         run(stage);
+     }},
+    {QStringLiteral("about-large-text"),
+     [](Stage &stage) {
+         stage.setTextScale(2);
+         stage.view().showInfoSheet.set(true);
      }},
     {QStringLiteral("cropper-tall"), [](Stage &stage) { crop(stage, 1000, 1600); }},
     {QStringLiteral("cropper-wide"), [](Stage &stage) { crop(stage, 1600, 1000); }},

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <QObject>
+#include <QtQml/qqmlregistration.h>
+
+#include <optional>
+
+namespace vellomir {
+
+/// Makes one press of a double click, or double tap, on a control: a press that follows another one
+/// within the desktop's time for double clicks does not reach it. Keys are not affected.
+class DoubleClickFilter : public QObject {
+    Q_OBJECT
+    QML_ELEMENT
+    /// Not owned.
+    Q_PROPERTY(QObject *control READ control WRITE setControl NOTIFY controlChanged)
+
+public:
+    explicit DoubleClickFilter(QObject *parent = nullptr) : QObject(parent) {}
+
+    [[nodiscard]] QObject *control() const { return control_; }
+    void setControl(QObject *control);
+
+    bool eventFilter(QObject *watched, QEvent *event) override;
+
+signals:
+    void controlChanged();
+
+private:
+    [[nodiscard]] bool isRepeated(quint64 time);
+
+    QObject *control_ = nullptr;
+    std::optional<quint64> lastPress_; ///< milliseconds, by the clock of the events
+};
+
+} // namespace vellomir

@@ -1,0 +1,151 @@
+// The duplication number's field: what ends editing, and what a paste brings in.
+
+#include "tests/window/WindowFixture.h"
+
+#include <QClipboard>
+#include <QGuiApplication>
+#include <QInputMethodEvent>
+
+using test::textProperty;
+
+namespace {
+
+class TheField : public test::WindowTest {
+protected:
+    QQuickItem &field() { return item("duplicationNumber"); }
+
+    void fillLog(int count) {
+        for (int line = 1; line <= count; ++line)
+            view().logMessages.append("Line " + std::to_string(line));
+        settle();
+    }
+
+    /// Whether a click there takes the focus from the field.
+    bool endsEditing(const QPointF &place) {
+        click(field());
+        EXPECT_TRUE(field().hasActiveFocus());
+        click(place);
+        return !field().hasActiveFocus();
+    }
+
+    QQuickItem &page() {
+        for (QQuickItem *const each : items())
+            if (each->inherits("QQuickFlickable"))
+                return *each;
+        throw std::runtime_error("the window has no page");
+    }
+
+    std::string number() { return view().duplicationNumber.get(); }
+
+    void paste(const QString &text) {
+        QGuiApplication::clipboard()->setText(text);
+        key(Qt::Key_V, Qt::ControlModifier);
+    }
+};
+
+// --- What ends editing --------------------------------------------------------------------------
+
+TEST_F(TheField, LosesTheFocusToAPressOnALogThatScrolls) {
+    fillLog(40);
+    const QRectF log = placeOf(item("logPanel"));
+    for (const QPointF &place :
+         {log.center(), log.topLeft() + QPointF(5, 30), log.bottomRight() - QPointF(40, 5)})
+        EXPECT_TRUE(endsEditing(place)) << place.x() << ' ' << place.y();
+}
+
+TEST_F(TheField, LosesTheFocusToAPressOnAPageThatScrolls) {
+    resize({320, 400});
+    fillLog(30);
+    ASSERT_TRUE(page().property("interactive").toBool());
+    EXPECT_TRUE(endsEditing(placeOf(text("Vellomir")).center()));
+    EXPECT_TRUE(endsEditing(placeOf(text("Modify App's Information")).center()));
+    page().setProperty("contentY", 60);
+    settle();
+    EXPECT_TRUE(endsEditing(placeOf(text("Modify App's Information")).center()));
+    EXPECT_TRUE(endsEditing({4, 200}));
+}
+
+TEST_F(TheField, LosesTheFocusToATap) {
+    fillLog(40);
+    const auto finger = std::unique_ptr<QPointingDevice>(QTest::createTouchDevice());
+    for (const QPointF &place : {placeOf(item("logPanel")).center(), QPointF(2, 2)}) {
+        click(field());
+        ASSERT_TRUE(field().hasActiveFocus());
+        QTest::touchEvent(&window(), finger.get()).press(1, place.toPoint());
+        QTest::touchEvent(&window(), finger.get()).release(1, place.toPoint());
+        settle();
+        EXPECT_FALSE(field().hasActiveFocus()) << place.x() << ' ' << place.y();
+    }
+}
+
+TEST_F(TheField, KeepsTheFocusAtAPressOnItself) {
+    click(field());
+    type("12345");
+    for (const double share : {0.1, 0.5, 0.9}) {
+        const QRectF place = placeOf(field());
+        click({place.left() + share * place.width(), place.center().y()});
+        EXPECT_TRUE(field().hasActiveFocus()) << share;
+    }
+    EXPECT_EQ(number(), "12345");
+}
+
+TEST_F(TheField, LetsAPressReachWhatIsBelowIt) {
+    click(field());
+    const QSignalSpy clicks = clicksOf("selectButton");
+    click("selectButton");
+    EXPECT_EQ(clicks.count(), 1);
+    EXPECT_FALSE(field().hasActiveFocus());
+}
+
+// --- Pasted line breaks -------------------------------------------------------------------------
+
+TEST_F(TheField, TakesAPastedLineWithoutItsLineBreaks) {
+    const char *const breaks[] = {"\n", "\r\n", "\r", "\u2028", "\u2029", "\u0085", "\v", "\f"};
+    for (const char *const lineBreak : breaks) {
+        view().duplicationNumber.set({});
+        settle();
+        click(field());
+        paste(QString::fromUtf8("4") + QString::fromUtf8(lineBreak) + QString::fromUtf8("2") +
+              QString::fromUtf8(lineBreak));
+        EXPECT_EQ(number(), "42");
+        EXPECT_EQ(textProperty(field(), "text"), "42");
+    }
+}
+
+TEST_F(TheField, NeverTellsOfALineBreak) {
+    std::vector<std::string> told;
+    const auto observation = view().duplicationNumber.observe(
+        [&told](const std::string &text) { told.push_back(text); });
+    click(field());
+    paste(QStringLiteral("7\n"));
+    for (const std::string &text : told)
+        EXPECT_EQ(text.find('\n'), std::string::npos) << testing::PrintToString(told);
+    EXPECT_EQ(number(), "7");
+}
+
+TEST_F(TheField, KeepsTheCaretBehindWhatWasPasted) {
+    click(field());
+    type("19");
+    key(Qt::Key_Left);
+    paste(QStringLiteral("2\n3\n"));
+    EXPECT_EQ(number(), "1239");
+    EXPECT_EQ(field().property("cursorPosition").toInt(), 3);
+}
+
+TEST_F(TheField, TakesAllOtherPastedText) {
+    click(field());
+    const QString text = QString::fromUtf8(" a\tb <i>7</i> é e\u0301 \u200f\u0645\u0631 👩🏽‍🚀\u00a0");
+    paste(text);
+    EXPECT_EQ(number(), text.toStdString());
+}
+
+TEST_F(TheField, TakesNoLineBreakFromAnInputMethod) {
+    click(field());
+    QInputMethodEvent event;
+    event.setCommitString(QStringLiteral("5\n"));
+    QCoreApplication::sendEvent(&field(), &event);
+    settle();
+    EXPECT_EQ(number(), "5");
+}
+
+} // namespace

@@ -1,0 +1,227 @@
+// Reading the log: by keys, by its scroll mark, and by selecting and copying its lines.
+
+#include "tests/window/WindowFixture.h"
+
+#include <QClipboard>
+#include <QGuiApplication>
+
+using test::distance;
+using test::Drawing;
+
+namespace {
+
+const QColor panelColour("#1D1D24");
+
+class ALog : public test::WindowTest {
+protected:
+    QQuickItem &panel() { return item("logPanel"); }
+    double position() { return panel().property("contentY").toDouble(); }
+    double end() { return panel().property("contentHeight").toDouble() - panel().height(); }
+
+    void fill(int count) {
+        for (int line = 1; line <= count; ++line)
+            view().logMessages.append("Line " + std::to_string(line));
+        settle();
+    }
+
+    void focusPanel() {
+        panel().forceActiveFocus(Qt::TabFocusReason);
+        settle();
+    }
+
+    void drag(const QPointF &from, const QPointF &to) {
+        QTest::mousePress(&window(), Qt::LeftButton, {}, from.toPoint());
+        constexpr int steps = 10;
+        for (int step = 1; step <= steps; ++step)
+            QTest::mouseMove(&window(), (from + (to - from) * step / steps).toPoint());
+        QTest::mouseRelease(&window(), Qt::LeftButton, {}, to.toPoint());
+        settle();
+    }
+
+    static std::string copied() { return QGuiApplication::clipboard()->text().toStdString(); }
+
+    /// Before the first letter, or behind the last one, of a line.
+    QPointF before(const std::string &line) {
+        const QRectF box = placeOf(text(line));
+        return {box.left() + 1, box.top() + 12};
+    }
+    QPointF behind(const std::string &line) {
+        const QRectF box = placeOf(text(line));
+        return {box.left() + 2 + text(line).property("contentWidth").toDouble() + 1,
+                box.center().y()};
+    }
+
+    void copy() {
+        QGuiApplication::clipboard()->setText(QStringLiteral("nothing"));
+        key(Qt::Key_C, Qt::ControlModifier);
+    }
+};
+
+// --- Keys ---------------------------------------------------------------------------------------
+
+TEST_F(ALog, MovesByPagesAndToItsEnds) {
+    fill(60);
+    focusPanel();
+    ASSERT_EQ(position(), end());
+    key(Qt::Key_PageUp);
+    EXPECT_LT(position(), end() - panel().height() / 2);
+    EXPECT_GE(position(), end() - panel().height()) << "a page is not more than what is shown";
+    key(Qt::Key_PageDown);
+    EXPECT_EQ(position(), end());
+    key(Qt::Key_Home);
+    EXPECT_EQ(position(), 0);
+    key(Qt::Key_End);
+    EXPECT_EQ(position(), end());
+}
+
+TEST_F(ALog, StaysWhereItIsWhenNewLinesComeAfterHome) {
+    fill(60);
+    focusPanel();
+    key(Qt::Key_Home);
+    view().logMessages.append("One more");
+    settle();
+    EXPECT_EQ(position(), 0);
+    key(Qt::Key_End);
+    view().logMessages.append("Another");
+    settle();
+    EXPECT_EQ(position(), end());
+}
+
+// --- The scroll mark ----------------------------------------------------------------------------
+
+TEST_F(ALog, MovesByItsScrollMark) {
+    fill(60);
+    const QRectF box = placeOf(panel());
+    const double x = box.right() - 5;
+    drag({x, box.bottom() - 10}, {x, box.top() + 2});
+    EXPECT_EQ(position(), 0);
+    view().logMessages.append("One more");
+    settle();
+    EXPECT_EQ(position(), 0) << "it was moved away from its end";
+    drag({x, box.top() + 10}, {x, box.bottom() + 40});
+    EXPECT_EQ(position(), end());
+    view().logMessages.append("Another");
+    settle();
+    EXPECT_EQ(position(), end());
+}
+
+TEST_F(ALog, ComesToWhereItsScrollMarkIsPressed) {
+    fill(60);
+    const QRectF box = placeOf(panel());
+    click({box.right() - 5, box.center().y()});
+    EXPECT_NEAR(position(), end() / 2, panel().height() / 4);
+}
+
+// --- The upper edge -----------------------------------------------------------------------------
+
+TEST_F(ALog, FadesAtItsUpperEdgeWhereItIsScrolled) {
+    fill(60);
+    const QRectF box = placeOf(panel());
+    const QRectF top(box.left() + 16, box.top(), 60, 2);
+    focusPanel();
+    key(Qt::Key_Home);
+    for (double offset = 18; offset < 50; offset += 3) {
+        panel().setProperty("contentY", offset);
+        settle();
+        EXPECT_LT(distance(draw().ink(top, panelColour), panelColour), 60) << offset;
+    }
+    const QRectF below(box.left() + 16, box.top() + 40, 60, 40);
+    EXPECT_GT(distance(draw().ink(below, panelColour), panelColour), 200);
+}
+
+// --- Selecting and copying ----------------------------------------------------------------------
+
+TEST_F(ALog, CopiesAPartOfALine) {
+    view().logMessages.append("New Bundle ID: com.example.sample2");
+    settle();
+    drag(before("New Bundle ID: com.example.sample2"), behind("New Bundle ID: com.example.sample2"));
+    copy();
+    EXPECT_EQ(copied(), "New Bundle ID: com.example.sample2");
+    const QPointF middle = placeOf(text("New Bundle ID: com.example.sample2")).center();
+    drag(before("New Bundle ID: com.example.sample2"), {90, middle.y()});
+    copy();
+    EXPECT_EQ(QStringLiteral("New Bundle ID").left(static_cast<int>(copied().size())).toStdString(),
+              copied());
+    EXPECT_GT(copied().size(), 3);
+}
+
+TEST_F(ALog, CopiesSeveralLinesInTheirOrder) {
+    fill(4);
+    drag(before("Line 2"), behind("Line 4"));
+    copy();
+    EXPECT_EQ(copied(), "Line 2\nLine 3\nLine 4");
+    drag(behind("Line 3"), before("Line 1"));
+    copy();
+    EXPECT_EQ(copied(), "Line 1\nLine 2\nLine 3");
+}
+
+TEST_F(ALog, ShowsWhatIsSelected) {
+    fill(3);
+    const Drawing plain = draw();
+    drag(before("Line 1"), behind("Line 2"));
+    EXPECT_FALSE(draw() == plain);
+    click(placeOf(text("Line 3")).center() + QPointF(100, 0));
+    copy();
+    EXPECT_EQ(copied(), "nothing") << "a click ends the selection";
+}
+
+TEST_F(ALog, SelectsAWordByADoubleClick) {
+    view().logMessages.append("Previous Bundle ID: com.example.sample");
+    settle();
+    const QPointF place = before("Previous Bundle ID: com.example.sample") + QPointF(20, 0);
+    QTest::mouseDClick(&window(), Qt::LeftButton, {}, place.toPoint());
+    settle();
+    copy();
+    EXPECT_EQ(copied(), "Previous");
+}
+
+TEST_F(ALog, SelectsAllByTheKeyboard) {
+    fill(60);
+    focusPanel();
+    key(Qt::Key_A, Qt::ControlModifier);
+    copy();
+    EXPECT_EQ(copied().substr(0, 14), "Line 1\nLine 2\n");
+    EXPECT_EQ(copied().substr(copied().size() - 7), "Line 60");
+}
+
+TEST_F(ALog, KeepsTheSelectionWhileLinesComeAndDropsItWithTheLog) {
+    fill(3);
+    drag(before("Line 1"), behind("Line 2"));
+    view().logMessages.append("One more");
+    settle();
+    copy();
+    EXPECT_EQ(copied(), "Line 1\nLine 2");
+    view().logMessages.replace({"Unzipping IPA...", "Line 1"});
+    settle();
+    copy();
+    EXPECT_EQ(copied(), "nothing");
+}
+
+TEST_F(ALog, ScrollsUnderAFingerAndSelectsNothing) {
+    fill(60);
+    const auto finger = std::unique_ptr<QPointingDevice>(QTest::createTouchDevice());
+    const QPoint from = placeOf(panel()).center().toPoint();
+    QTest::touchEvent(&window(), finger.get()).press(1, from);
+    for (int step = 1; step <= 10; ++step)
+        QTest::touchEvent(&window(), finger.get()).move(1, from + QPoint(0, 10 * step));
+    QTest::touchEvent(&window(), finger.get()).release(1, from + QPoint(0, 100));
+    ASSERT_TRUE(becomes([this] { return !panel().property("moving").toBool(); }));
+    EXPECT_LT(position(), end() - 20);
+    focusPanel();
+    copy();
+    EXPECT_EQ(copied(), "nothing");
+}
+
+TEST_F(ALog, ScrollsWhileASelectionIsDraggedBeyondItsEdge) {
+    fill(60);
+    const QRectF box = placeOf(panel());
+    QTest::mousePress(&window(), Qt::LeftButton, {}, box.center().toPoint());
+    QTest::mouseMove(&window(), QPoint(100, static_cast<int>(box.center().y()) - 20));
+    QTest::mouseMove(&window(), QPoint(100, static_cast<int>(box.top()) - 10));
+    EXPECT_TRUE(becomes([this] { return position() == 0; }));
+    QTest::mouseRelease(&window(), Qt::LeftButton, {}, QPoint(100, static_cast<int>(box.top()) - 10));
+    copy();
+    EXPECT_EQ(copied().substr(0, 7), "Line 1\n");
+}
+
+} // namespace

@@ -1,0 +1,51 @@
+// The keys that work wherever the focus is.
+
+#include "tests/window/WindowFixture.h"
+
+namespace {
+
+using TheShortcuts = test::WindowTest;
+
+TEST_F(TheShortcuts, AskForAFile) {
+    key(Qt::Key_O, Qt::ControlModifier);
+    waitForDocumentDialog();
+}
+
+TEST_F(TheShortcuts, AskForAFileWhileTheFieldHasTheFocus) {
+    click("duplicationNumber");
+    key(Qt::Key_O, Qt::ControlModifier);
+    waitForDocumentDialog();
+}
+
+TEST_F(TheShortcuts, AskForNoFileWhileAJobRunsOrASheetIsOpen) {
+    view().isLoading.set(true);
+    settle();
+    key(Qt::Key_O, Qt::ControlModifier);
+    view().isLoading.set(false);
+    view().showInfoSheet.set(true);
+    settle();
+    key(Qt::Key_O, Qt::ControlModifier);
+    view().showInfoSheet.set(false);
+    settle();
+    EXPECT_EQ(pickers_.documentDialogs, 0);
+    key(Qt::Key_O, Qt::ControlModifier);
+    waitForDocumentDialog();
+}
+
+TEST_F(TheShortcuts, CloseTheWindow) {
+    for (const auto closing : {Qt::Key_W, Qt::Key_Q}) {
+        open();
+        ASSERT_TRUE(window().isVisible());
+        QTest::keyClick(&window(), closing, Qt::ControlModifier);
+        EXPECT_FALSE(window().isVisible()) << closing;
+    }
+}
+
+TEST_F(TheShortcuts, CloseTheWindowWhileASheetIsOpen) {
+    view().showInfoSheet.set(true);
+    settle();
+    QTest::keyClick(&window(), Qt::Key_W, Qt::ControlModifier);
+    EXPECT_FALSE(window().isVisible());
+}
+
+} // namespace

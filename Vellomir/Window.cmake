@@ -28,6 +28,7 @@ set(qml_files
     Pressable.qml
     RunButtonLabel.qml
     ScrollMark.qml
+    ShareHeader.qml
     SharePage.qml
     Sheet.qml
     SheetRow.qml
@@ -57,7 +58,9 @@ qt_add_qml_module(vellomir-window
     SOURCES
         Window/AppLaunchState.cpp Window/AppLaunchState.h
         Window/FilePickers.cpp Window/FilePickers.h
+        Window/FileAssociations.cpp Window/FileAssociations.h
         Window/Fonts.h
+        Window/HomeFolder.cpp Window/HomeFolder.h
         Window/HexColors.cpp Window/HexColors.h
         Window/LogModel.cpp Window/LogModel.h
         Window/Motion.cpp Window/Motion.h

@@ -29,7 +29,8 @@ vellomir::Services JobRun::services(const std::string &folder) {
             .mainQueue = atOnce,
             .backgroundQueue = atOnce,
             .console = [this](std::string_view line) { note(line); },
-            .progress = session_.progress()};
+            .progress = session_.progress(),
+            .displayPath = [this](const std::string &path) { return asTyped(path); }};
 }
 
 void JobRun::run(const DuplicateOptions &options, const std::optional<vellomir::Picture> &icon) {
@@ -64,6 +65,11 @@ void JobRun::note(std::string_view line) {
 
 std::string JobRun::reason() const {
     return underUsersNames(reasonOf(log(), console_));
+}
+
+/// The package as the user wrote its name.
+std::string JobRun::asTyped(const std::string &path) const {
+    return path == archive::URL::file(package_).path() ? package_ : path;
 }
 
 std::string JobRun::underUsersNames(std::string text) const {

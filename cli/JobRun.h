@@ -33,6 +33,7 @@ private:
     [[nodiscard]] vellomir::Services services(const std::string &folder);
     void print(const vellomir::LogChange &change);
     void note(std::string_view line);
+    [[nodiscard]] std::string asTyped(const std::string &path) const;
 
     Session &session_;
     bool printsLog_;

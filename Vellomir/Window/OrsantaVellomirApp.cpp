@@ -1,6 +1,7 @@
 #include "Vellomir/Window/OrsantaVellomirApp.h"
 
 #include "Vellomir/Window/HexColors.h"
+#include "Vellomir/Window/HomeFolder.h"
 #include "Vellomir/Window/Motion.h"
 #include "Vellomir/Window/Pickers.h"
 #include "Vellomir/Window/PreviewProvider.h"
@@ -104,6 +105,10 @@ Services OrsantaVellomirApp::services(const Surroundings &surroundings) {
                     pickers.pickDocument([didPickDocuments](const QList<QUrl> &picked) {
                         didPickDocuments(fromQt(picked));
                     });
+                },
+            .displayPath =
+                [](const std::string &path) {
+                    return abbreviatedPath(QString::fromStdString(path)).toStdString();
                 },
             .tell =
                 [this](const std::string &message) {

@@ -52,7 +52,7 @@ class FakeDesktop : public vellomir::Desktop {
 public:
     bool open(const QUrl &url) override {
         opened.append(url.toString());
-        return true;
+        return hasBrowser;
     }
     void showInFileManager(const QString &file, std::function<void(bool)> answer) override {
         shown.append(file);
@@ -60,6 +60,7 @@ public:
     }
     void copyToClipboard(const QString &file) override { copied.append(file); }
 
+    bool hasBrowser = true;
     bool hasFileManager = true;
     QStringList opened;
     QStringList shown;

@@ -7,17 +7,18 @@
 namespace cli {
 namespace {
 
-/// Every occurrence.
-void replace(std::string &text, const std::string &old, const std::string &with) {
-    for (std::size_t found = text.find(old); found != std::string::npos;
-         found = text.find(old, found + with.size()))
-        text.replace(found, old.size(), with);
+/// The job takes one encoding for all names. Those that are marked as UTF-8 stay readable by either
+/// choice: UTF-8 for all of them, or else the job's own rule, which is code page 437 for the
+/// others.
+std::optional<archive::TextEncoding>
+encodingOfAllNames(std::optional<archive::TextEncoding> encoding) {
+    return encoding == archive::TextEncoding::utf8 ? encoding : std::nullopt;
 }
 
 } // namespace
 
-JobRun::JobRun(const std::string &folder, Session &session, bool printsLog)
-    : session_(session), printsLog_(printsLog), folder_(folder), view_(services(folder)),
+JobRun::JobRun(const std::string &folder, const DuplicateOptions &options, Session &session)
+    : session_(session), options_(options), view_(services(folder)),
       observation_(
           view_.logMessages.observe([this](const vellomir::LogChange &change) { print(change); })) {
 }
@@ -30,13 +31,13 @@ vellomir::Services JobRun::services(const std::string &folder) {
             .backgroundQueue = atOnce,
             .console = [this](std::string_view line) { note(line); },
             .progress = session_.progress(),
-            .displayPath = [this](const std::string &path) { return asTyped(path); }};
+            .displayPath = [this](const std::string &path) { return asTyped(path); },
+            .nameEncoding = encodingOfAllNames(options_.encoding)};
 }
 
-void JobRun::run(const DuplicateOptions &options, const std::optional<vellomir::Picture> &icon) {
-    package_ = options.package;
-    view_.selectedFileURL.set(archive::URL::file(options.package));
-    view_.duplicationNumber.set(options.number);
+void JobRun::run(const std::optional<vellomir::Picture> &icon) {
+    view_.selectedFileURL.set(archive::URL::file(options_.package));
+    view_.duplicationNumber.set(options_.number);
     view_.selectedImage.set(icon);
     view_.processIPAFile();
     session_.bar().hide();
@@ -46,7 +47,7 @@ void JobRun::run(const DuplicateOptions &options, const std::optional<vellomir::
 
 /// The job must not be left by an exception: it stops at its next chunk instead.
 void JobRun::print(const vellomir::LogChange &change) {
-    if (!printsLog_ || printingFailure_)
+    if (options_.json || session_.isQuiet() || printingFailure_)
         return;
     try {
         session_.bar().hide();
@@ -64,19 +65,12 @@ void JobRun::note(std::string_view line) {
 }
 
 std::string JobRun::reason() const {
-    return underUsersNames(reasonOf(log(), console_));
+    return reasonOf(log(), console_);
 }
 
 /// The package as the user wrote its name.
 std::string JobRun::asTyped(const std::string &path) const {
-    return path == archive::URL::file(package_).path() ? package_ : path;
-}
-
-std::string JobRun::underUsersNames(std::string text) const {
-    const std::string name = archive::URL::file(package_).lastPathComponent();
-    replace(text, folder_ + "/Documents/" + name, package_);
-    replace(text, folder_ + "/", "");
-    return text;
+    return path == archive::URL::file(options_.package).path() ? options_.package : path;
 }
 
 } // namespace cli

@@ -9,9 +9,15 @@ Sheet {
 
     title: "About Vellomir"
     isShown: launchState.showInfoSheet
+    onAboutToShow: {
+        page.contentY = 0;
+        page.focus = true;
+    }
     onDismissed: launchState.showInfoSheet = false
 
     contentItem: InfoPage {
+        id: page
+
         launchState: sheet.launchState
         onClosed: sheet.close()
     }

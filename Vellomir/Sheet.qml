@@ -16,13 +16,16 @@ ModalPopup {
     readonly property real edge: 28
     readonly property real restingY: parent ? parent.height - height : 0
     property real swipe: 0
+    // How far it is out of the window: 0 not at all, 1 by its whole height. The place follows from
+    // it, so that a height that changes on the way leaves nothing cut off.
+    property real hidden: 1
 
     // The second press of a double click on what opened it does not close it.
     closePolicy: opened ? T.Popup.CloseOnEscape | T.Popup.CloseOnPressOutside : T.Popup.CloseOnEscape
     width: parent ? Math.min(parent.width, Style.widestColumn) : 0
     height: parent ? Math.min(naturalHeight, parent.height - 12) : 0
     x: parent ? (parent.width - width) / 2 : 0
-    y: restingY + swipe
+    y: restingY + swipe + hidden * height
     padding: 0
     topPadding: edge
 
@@ -35,17 +38,18 @@ ModalPopup {
 
     enter: Transition {
         NumberAnimation {
-            property: "y"
-            from: sheet.restingY + sheet.height
-            to: sheet.restingY
+            target: sheet
+            property: "hidden"
+            to: 0
             duration: Style.animation
             easing.type: Easing.OutCubic
         }
     }
     exit: Transition {
         NumberAnimation {
-            property: "y"
-            to: sheet.restingY + sheet.height
+            target: sheet
+            property: "hidden"
+            to: 1
             duration: Style.animation
             easing.type: Easing.InCubic
         }

@@ -10,6 +10,7 @@ Pressable {
 
     padding: Style.padding
     font: Style.body
+    opacity: enabled ? 1 : 0.4
 
     contentItem: SheetRowLabel {
         symbol: control.symbol

@@ -28,6 +28,7 @@ set(qml_files
     Pressable.qml
     RunButtonLabel.qml
     ScrollMark.qml
+    ShareHeader.qml
     SharePage.qml
     Sheet.qml
     SheetRow.qml
@@ -63,6 +64,9 @@ qt_add_qml_module(vellomir-window
         Window/DoubleClickFilter.cpp Window/DoubleClickFilter.h
         Window/FilePickers.cpp Window/FilePickers.h
         Window/Fonts.cpp Window/Fonts.h
+        Window/FileAssociations.cpp Window/FileAssociations.h
+        Window/Fonts.h
+        Window/HomeFolder.cpp Window/HomeFolder.h
         Window/HexColors.cpp Window/HexColors.h
         Window/JobNotices.cpp Window/JobNotices.h
         Window/LineBreakFilter.cpp Window/LineBreakFilter.h

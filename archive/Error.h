@@ -43,6 +43,8 @@ public:
     [[nodiscard]] const std::string &path() const { return context_.path; }
     /// The path of the entry it is about; "" if it is about none.
     [[nodiscard]] const std::string &entry() const { return context_.entry; }
+    /// All of it, to make the same error under other names.
+    [[nodiscard]] const ErrorContext &context() const { return context_; }
     /// errno; 0 if the system did not complain.
     [[nodiscard]] int systemError() const { return context_.systemError; }
     /// The code as it is written in the source: "ArchiveError.unreadableArchive".

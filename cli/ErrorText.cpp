@@ -67,15 +67,6 @@ std::string withoutHiddenNames(std::string text) {
     return text;
 }
 
-std::size_t findFullDisk(const std::string &text) {
-    for (const int systemError : {ENOSPC, EDQUOT}) {
-        const auto found = text.rfind(": " + std::generic_category().message(systemError));
-        if (found != std::string::npos)
-            return found;
-    }
-    return std::string::npos;
-}
-
 std::string errorLine(const std::string &text) {
     return "vellomir-cli: " + archive::printable(text) + "\n";
 }

@@ -27,10 +27,6 @@ public:
 /// is left is the path of the folder that they are in.
 [[nodiscard]] std::string withoutHiddenNames(std::string text);
 
-/// Whether the words of the system in a text say that a disk is full, and where they start: at the
-/// ": " in front of them; npos if they are not there.
-[[nodiscard]] std::size_t findFullDisk(const std::string &text);
-
 /// One line for a terminal, whatever names the text holds: "vellomir-cli: …".
 [[nodiscard]] std::string errorLine(const std::string &text);
 

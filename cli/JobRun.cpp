@@ -1,21 +1,11 @@
 #include "cli/JobRun.h"
 
-#include "cli/ErrorText.h"
 #include "cli/JobReport.h"
 
 #include "archive/URL.h"
 
-#include <algorithm>
-
 namespace cli {
 namespace {
-
-/// Every occurrence.
-void replace(std::string &text, const std::string &old, const std::string &with) {
-    for (std::size_t found = text.find(old); found != std::string::npos;
-         found = text.find(old, found + with.size()))
-        text.replace(found, old.size(), with);
-}
 
 /// The job takes one encoding for all names. Those that are marked as UTF-8 stay readable by either
 /// choice: UTF-8 for all of them, or else the job's own rule, which is code page 437 for the
@@ -28,7 +18,7 @@ encodingOfAllNames(std::optional<archive::TextEncoding> encoding) {
 } // namespace
 
 JobRun::JobRun(const std::string &folder, const DuplicateOptions &options, Session &session)
-    : session_(session), options_(options), folder_(folder), view_(services(folder)),
+    : session_(session), options_(options), view_(services(folder)),
       observation_(
           view_.logMessages.observe([this](const vellomir::LogChange &change) { print(change); })) {
 }
@@ -41,6 +31,7 @@ vellomir::Services JobRun::services(const std::string &folder) {
             .backgroundQueue = atOnce,
             .console = [this](std::string_view line) { note(line); },
             .progress = session_.progress(),
+            .displayPath = [this](const std::string &path) { return asTyped(path); },
             .nameEncoding = encodingOfAllNames(options_.encoding)};
 }
 
@@ -61,7 +52,7 @@ void JobRun::print(const vellomir::LogChange &change) {
     try {
         session_.bar().hide();
         for (const std::string &line : change.lines)
-            session_.out().line(underUsersNames(line));
+            session_.out().line(line);
         session_.out().flush();
     } catch (...) {
         printingFailure_ = std::current_exception();
@@ -73,38 +64,13 @@ void JobRun::note(std::string_view line) {
     console_.emplace_back(line);
 }
 
-std::vector<std::string> JobRun::log() const {
-    std::vector<std::string> lines;
-    for (const std::string &line : view_.logMessages.get())
-        lines.push_back(underUsersNames(line));
-    return lines;
-}
-
 std::string JobRun::reason() const {
-    return underUsersNames(reasonOf(view_.logMessages.get(), console_));
+    return reasonOf(log(), console_);
 }
 
-std::string JobRun::underUsersNames(std::string text) const {
-    nameFullDisk(text);
-    const std::string documents = folder_ + "/Documents/";
-    const std::string name = archive::URL::file(options_.package).lastPathComponent();
-    const std::string stem = archive::URL::file(name).deletingPathExtension().lastPathComponent();
-    replace(text, documents + stem + "/unzipped/", "");
-    replace(text, documents + "tempFolder/", "");
-    replace(text, documents + name, options_.package);
-    replace(text, documents, "");
-    replace(text, folder_ + "/", "");
-    return text;
-}
-
-/// What matters is the folder on that disk, and not the file that was being written.
-void JobRun::nameFullDisk(std::string &text) const {
-    const std::size_t reason = findFullDisk(text);
-    if (reason == std::string::npos)
-        return;
-    const std::size_t path = std::min(text.find(": " + folder_), reason);
-    const std::string folder = archive::URL::file(folder_).deletingLastPathComponent().path();
-    text.replace(path, reason - path, ": " + folder);
+/// The package as the user wrote its name.
+std::string JobRun::asTyped(const std::string &path) const {
+    return path == archive::URL::file(options_.package).path() ? options_.package : path;
 }
 
 } // namespace cli

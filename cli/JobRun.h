@@ -22,24 +22,19 @@ public:
     void run(const std::optional<vellomir::Picture> &icon);
 
     [[nodiscard]] std::optional<archive::URL> result() const { return view_.modifiedFileURL.get(); }
-    /// The log as it was printed, under the user's names.
-    [[nodiscard]] std::vector<std::string> log() const;
+    [[nodiscard]] std::vector<std::string> log() const { return view_.logMessages.get(); }
     [[nodiscard]] std::string errorMessage() const { return view_.errorMessage.get(); }
     /// Why there is no result, in one line.
     [[nodiscard]] std::string reason() const;
 
 private:
-    /// A text of the job with names that the user knows: the package's own, and those of items as
-    /// the package has them.
-    [[nodiscard]] std::string underUsersNames(std::string text) const;
-    void nameFullDisk(std::string &text) const;
     [[nodiscard]] vellomir::Services services(const std::string &folder);
     void print(const vellomir::LogChange &change);
     void note(std::string_view line);
+    [[nodiscard]] std::string asTyped(const std::string &path) const;
 
     Session &session_;
     DuplicateOptions options_;
-    std::string folder_;
     std::exception_ptr printingFailure_;
     std::vector<std::string> console_;
     vellomir::AppLaunchView view_;

@@ -9,13 +9,18 @@ Sheet {
 
     readonly property Sharing sharing: launchState.sharing
 
-    title: "Share " + sharing.fileName
+    title: "Share " + sharing.displayName
     isShown: launchState.showShareSheet
     naturalHeight: implicitContentHeight + topPadding
-    onAboutToShow: sharing.prepare()
+    onAboutToShow: {
+        sharing.prepare();
+        page.startAfresh();
+    }
     onDismissed: launchState.didFinishSharing()
 
     contentItem: SharePage {
+        id: page
+
         launchState: sheet.launchState
         onClosed: sheet.close()
     }

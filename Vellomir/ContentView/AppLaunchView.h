@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Vellomir/ContentView/JobProgress.h"
+#include "Vellomir/ContentView/ResultRemarks.h"
 #include "Vellomir/Platform/BackgroundWork.h"
 #include "Vellomir/Platform/LogMessages.h"
 #include "Vellomir/Platform/Picture.h"
@@ -40,6 +41,7 @@ public:
 
     Property<std::optional<archive::URL>> selectedFileURL;
     Property<std::optional<archive::URL>> modifiedFileURL; ///< kept when a later job fails
+    Property<ResultRemarks> modifiedFileRemarks;           ///< of the file in `modifiedFileURL`
     const std::shared_ptr<DocumentPickerManager> documentPickerManager;
     Property<bool> showShareSheet;
     Property<std::string> duplicationNumber;
@@ -111,6 +113,9 @@ private:
     [[nodiscard]] Task whileAlive(Task task) const;
     [[nodiscard]] PresentationMode presentationMode(Property<bool> &isShown) const;
     void imageChanged(const std::optional<Picture> &image);
+
+    [[nodiscard]] std::string reason(const std::exception &error) const;
+    [[nodiscard]] std::string rawReason(const std::exception &error) const;
 
     void clearDocumentsAndThen(Task next);
     void whenFileIsSettled(Task task);

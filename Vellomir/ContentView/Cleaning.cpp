@@ -1,7 +1,6 @@
 // AppLaunchView: emptying the sandbox's folders.
 
 #include "Vellomir/ContentView/AppLaunchView.h"
-#include "Vellomir/ContentView/Diagnostics.h"
 #include "Vellomir/ContentView/JobCounter.h"
 
 #include <cstdlib>
@@ -24,7 +23,7 @@ void AppLaunchView::clearDocuments() {
             files_.remove(child);
         logMessages.replace({});
     } catch (const std::exception &error) {
-        services_.console("Error clearing Documents folder: " + rawText(error));
+        services_.console("Error clearing Documents folder: " + rawReason(error));
     }
 }
 
@@ -34,8 +33,8 @@ void AppLaunchView::clearTemporaryFiles() {
             files_.remove(child);
         logMessages.append("Temporary files cleared");
     } catch (const std::exception &error) {
-        logMessages.append(std::string("Error clearing temporary files: ") + error.what());
-        services_.console(rawText(error));
+        logMessages.append("Error clearing temporary files: " + reason(error));
+        services_.console(rawReason(error));
     }
 }
 
@@ -54,7 +53,7 @@ void AppLaunchView::clearAtTheEnd(const archive::URL &folder) const {
         try {
             action();
         } catch (const std::exception &error) {
-            services_.console("Error clearing Documents folder: " + rawText(error));
+            services_.console("Error clearing Documents folder: " + rawReason(error));
         }
     };
     attempt([&] {

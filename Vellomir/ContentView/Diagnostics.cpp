@@ -4,9 +4,9 @@
 
 namespace vellomir {
 
-std::string rawText(const std::exception &error) {
+std::string rawText(const std::exception &error, const std::string &description) {
     const auto *known = dynamic_cast<const archive::Error *>(&error);
-    return (known == nullptr ? std::string() : known->name() + ": ") + error.what();
+    return (known == nullptr ? std::string() : known->name() + ": ") + description;
 }
 
 } // namespace vellomir

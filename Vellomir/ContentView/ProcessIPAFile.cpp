@@ -1,8 +1,29 @@
 // AppLaunchView: the job from end to end.
 
 #include "Vellomir/ContentView/AppLaunchView.h"
+#include "Vellomir/ContentView/Diagnostics.h"
+#include "Vellomir/ContentView/UserNames.h"
+#include "Vellomir/Platform/ErrorText.h"
+#include "archive/Archive.h"
 
 namespace vellomir {
+namespace {
+
+/// An archive whose directory breaks off gives what stands before that place, and no error.
+void countEntries(const archive::URL &package, ResultRemarks &remarks) {
+    using archive::Archive;
+    const auto archive = Archive::make(package, Archive::AccessMode::read);
+    if (!archive)
+        return;
+    auto walk = archive->makeIterator();
+    while (walk.next())
+        ++remarks.readEntries;
+    remarks.promisedEntries = walk.end() == Archive::EntryIterator::End::complete
+                                  ? remarks.readEntries
+                                  : archive->totalNumberOfEntriesInCentralDirectory();
+}
+
+} // namespace
 
 void AppLaunchView::processIPAFile() {
     const auto package = selectedFileURL.get();
@@ -20,6 +41,8 @@ void AppLaunchView::processIPAFile() {
         logMessages.append("No image selected");
     }
 
+    ResultRemarks remarks{.keepsIdentifier = duplicationNumber.get().empty()};
+    countEntries(documentsFolder().appendingPathComponent(package->lastPathComponent()), remarks);
     const auto appName = updateInfoPlist(*unzipped);
     const auto result = appName ? zipUpdatedIPA(*unzipped, *appName) : std::nullopt;
     if (!result)
@@ -28,6 +51,7 @@ void AppLaunchView::processIPAFile() {
     static const std::string success = "Zipped IPA file: ";
     logMessages.append(success + result->lastPathComponent());
     errorMessage.set(success + result->absoluteString());
+    modifiedFileRemarks.set(remarks);
     modifiedFileURL.set(result);
     clearTemporaryFiles();
 }
@@ -35,6 +59,17 @@ void AppLaunchView::processIPAFile() {
 void AppLaunchView::fail(const std::string &message) {
     logMessages.append(message);
     errorMessage.set(message);
+}
+
+/// For the log: under the names that the user knows.
+std::string AppLaunchView::reason(const std::exception &error) const {
+    return errorText(error,
+                     UserNames(services_.sandbox, selectedFileURL.get(), services_.displayPath));
+}
+
+/// The same for the console.
+std::string AppLaunchView::rawReason(const std::exception &error) const {
+    return rawText(error, reason(error));
 }
 
 } // namespace vellomir

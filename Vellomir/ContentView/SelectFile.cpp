@@ -59,6 +59,12 @@ bool AppLaunchView::openDocuments(const std::vector<URL> &urls) {
                        "somewhere else first.");
         return false;
     }
+    if (urls.size() > 1)
+        services_.tell(
+            "Only one file can be opened at a time. " + urls.front().lastPathComponent() +
+            " was taken, the other " +
+            (urls.size() == 2 ? "file was" : std::to_string(urls.size() - 1) + " files were") +
+            " not.");
     clearDocumentsAndThen([this, urls] { documentPickerManager->documentPicker(urls); });
     return true;
 }

@@ -57,7 +57,7 @@ void AppLaunchView::pickedImage(const archive::URL &url) {
         try {
             picture = Picture::read(url);
         } catch (const std::exception &caught) {
-            error = caught.what();
+            error = reason(caught);
         }
         return [this, picture = std::move(picture), error] {
             if (!picture) {

@@ -1,7 +1,6 @@
 // AppLaunchView: the picked package becomes a folder.
 
 #include "Vellomir/ContentView/AppLaunchView.h"
-#include "Vellomir/ContentView/Diagnostics.h"
 #include "archive/FileManager.h"
 
 namespace vellomir {
@@ -26,8 +25,8 @@ std::optional<archive::URL> AppLaunchView::unzipIPA(const archive::URL &url) try
     logMessages.append("Unzipped IPA file successfully");
     return folder;
 } catch (const std::exception &error) {
-    logMessages.append(std::string("Error unzipping IPA file: ") + error.what());
-    services_.console(rawText(error));
+    logMessages.append("Error unzipping IPA file: " + reason(error));
+    services_.console(rawReason(error));
     return std::nullopt;
 }
 

@@ -1,7 +1,6 @@
 // AppLaunchView: the new icon goes into the bundle.
 
 #include "Vellomir/ContentView/AppLaunchView.h"
-#include "Vellomir/ContentView/Diagnostics.h"
 #include "Vellomir/ContentView/IconFiles.h"
 
 namespace vellomir {
@@ -48,7 +47,7 @@ std::optional<archive::URL> AppLaunchView::findBundle(const archive::URL &url) c
         files_.requireItem(*bundle);
     return bundle;
 } catch (const std::exception &error) {
-    services_.console(rawText(error));
+    services_.console(rawReason(error));
     return std::nullopt;
 }
 
@@ -56,7 +55,7 @@ std::optional<archive::Data> AppLaunchView::encodeIcon(const Picture &newIcon) t
     return newIcon.pngData();
 } catch (const std::exception &error) {
     logMessages.append("Error converting new icon to PNG data");
-    services_.console(rawText(error));
+    services_.console(rawReason(error));
     return std::nullopt;
 }
 
@@ -66,8 +65,8 @@ bool AppLaunchView::writeIcons(const archive::URL &bundle, const archive::Data &
             files_.write(bundle.appendingPathComponent(name), png);
             logMessages.append(name + " updated");
         } catch (const std::exception &error) {
-            logMessages.append("Error while updating " + name + ": " + error.what());
-            services_.console(rawText(error));
+            logMessages.append("Error while updating " + name + ": " + reason(error));
+            services_.console(rawReason(error));
             return false;
         }
     }

@@ -1,7 +1,6 @@
 // AppLaunchView: the bundle gets its new identifier, names and icons.
 
 #include "Vellomir/ContentView/AppLaunchView.h"
-#include "Vellomir/ContentView/Diagnostics.h"
 #include "Vellomir/ContentView/IconFiles.h"
 
 namespace vellomir {
@@ -33,17 +32,17 @@ std::optional<archive::URL> AppLaunchView::findInfoPlist(const archive::URL &url
         files_.requireFile(*file);
     return file;
 } catch (const std::exception &error) {
-    services_.console(rawText(error));
+    services_.console(rawReason(error));
     return std::nullopt;
 }
 
 std::optional<PropertyList> AppLaunchView::readInfoPlist(const archive::URL &file) const try {
     return PropertyList::parse(files_.read(file, PropertyList::maximumSize), progress_.progress());
 } catch (const archive::Error &error) {
-    services_.console(rawText(error.about({}, file.path())));
+    services_.console(rawReason(error.about({}, file.path())));
     return std::nullopt;
 } catch (const std::exception &error) {
-    services_.console(rawText(error));
+    services_.console(rawReason(error));
     return std::nullopt;
 }
 
@@ -74,16 +73,15 @@ void AppLaunchView::writeInfoPlist(const PropertyList &propertyList, const archi
         xml = propertyList.xmlData(progress_.progress());
     } catch (const std::exception &error) {
         logMessages.append("Unable to update the Info.plist file");
-        services_.console(rawText(error));
+        services_.console(rawReason(error));
         return;
     }
     try {
         files_.write(file, *xml);
         logMessages.append("Info.plist updated successfully");
     } catch (const std::exception &error) {
-        logMessages.append(std::string("Error while writing the updated Info.plist data: ") +
-                           error.what());
-        services_.console(rawText(error));
+        logMessages.append("Error while writing the updated Info.plist data: " + reason(error));
+        services_.console(rawReason(error));
     }
 }
 

@@ -1,7 +1,6 @@
 // AppLaunchView: the changed bundle becomes a package again.
 
 #include "Vellomir/ContentView/AppLaunchView.h"
-#include "Vellomir/ContentView/Diagnostics.h"
 #include "archive/FileManager.h"
 
 namespace vellomir {
@@ -26,8 +25,8 @@ std::optional<archive::URL> AppLaunchView::zipUpdatedIPA(const archive::URL &url
         logMessages.append("Zipped updated app successfully");
         return output;
     } catch (const std::exception &error) {
-        logMessages.append(std::string("Error while zipping updated app: ") + error.what());
-        services_.console(rawText(error));
+        logMessages.append("Error while zipping updated app: " + reason(error));
+        services_.console(rawReason(error));
         return std::nullopt;
     }
 }
@@ -38,16 +37,16 @@ void AppLaunchView::stagePayload(const archive::URL &url, const archive::URL &st
         files_.createFolder(staging);
         logMessages.append("Created temporary folder");
     } catch (const std::exception &error) {
-        logMessages.append(std::string("Error while creating temporary folder: ") + error.what());
-        services_.console(rawText(error));
+        logMessages.append("Error while creating temporary folder: " + reason(error));
+        services_.console(rawReason(error));
     }
     try {
         files_.move(url.appendingPathComponent("Payload"),
                     staging.appendingPathComponent("Payload"));
         logMessages.append("Moved Payload folder");
     } catch (const std::exception &error) {
-        logMessages.append(std::string("Error while moving Payload folder: ") + error.what());
-        services_.console(rawText(error));
+        logMessages.append("Error while moving Payload folder: " + reason(error));
+        services_.console(rawReason(error));
     }
 }
 
@@ -77,7 +76,7 @@ void AppLaunchView::removeOldPackage(const archive::URL &place) const {
     try {
         files_.removeIfThere(place);
     } catch (const std::exception &error) {
-        services_.console(rawText(error)); // Packing will tell if it is in the way.
+        services_.console(rawReason(error)); // Packing will tell if it is in the way.
     }
 }
 

@@ -47,9 +47,9 @@ Picture Picture::read(const archive::URL &url) {
 }
 
 Picture Picture::decode(std::span<const std::byte> bytes, const std::string &name) {
-    if (isDamagedPicture(bytes))
+    if (auto fault = pictureFault(bytes))
         throw archive::Error(PictureError::unreadablePicture,
-                             {.path = name, .detail = "The picture is damaged or cut short"});
+                             {.path = name, .detail = std::move(*fault)});
     PictureCodec::Decoded decoded = decodeByContent(bytes);
     if (!decoded.bitmap.pixels)
         throw archive::Error(PictureError::unreadablePicture,

@@ -29,6 +29,17 @@ struct PictureCodec {
     /// Larger pictures are refused before they are decoded.
     static constexpr std::int64_t maximumPixels = 256 << 20;
 
+    /// The most pixels that a file of this size, in bytes, may have: 16 million, which take little
+    /// memory, and more only as far as a real picture could need them. So the memory is bounded by
+    /// the file's size, whatever the format packs into a byte.
+    [[nodiscard]] static constexpr std::int64_t pixelLimit(std::size_t fileSize) {
+        constexpr std::int64_t always = 16 << 20;
+        constexpr std::int64_t perByte = 4096;
+        const auto most = static_cast<std::size_t>((maximumPixels - always) / perByte);
+        return fileSize >= most ? maximumPixels
+                                : always + perByte * static_cast<std::int64_t>(fileSize);
+    }
+
     /// The name of the function in a library that returns the codec: `const PictureCodec *()`.
     static constexpr const char *entryPoint = "vellomirPictureCodec";
 };

@@ -82,6 +82,8 @@ PictureCodec::Decoded decode(std::span<const std::byte> bytes) {
     const QSize size = reader.size();
     if (qint64{size.width()} * size.height() > PictureCodec::maximumPixels)
         return failed("The picture has more than 256 million pixels");
+    if (qint64{size.width()} * size.height() > PictureCodec::pixelLimit(bytes.size()))
+        return failed("The picture says that it has more pixels than its file can hold");
     QImage image = reader.read();
     if (image.isNull())
         return failed("The picture is damaged");

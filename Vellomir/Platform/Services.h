@@ -36,6 +36,10 @@ struct Services {
     /// Counts, and cancels, copying, unpacking and packing. Null: neither.
     std::shared_ptr<archive::Progress> progress = nullptr;
     PresentDocumentPicker presentDocumentPicker = nullptr; ///< null: there is none
+    /// A path of the user's own as it stands in texts. Any thread.
+    std::function<std::string(const std::string &path)> displayPath = [](const std::string &path) {
+        return path;
+    };
     /// Tells the user what no other place tells, in a sentence or two; called on the main thread.
     std::function<void(const std::string &message)> tell = [](const std::string &) {};
     /// Lists the folders in which the job looks for the bundle; for tests.

@@ -39,8 +39,11 @@ void AppLaunchState::followAll() {
     connect(this, &AppLaunchState::showImagePickerChanged, &AppLaunchState::presentImagePicker);
     observations_.push_back(view_.selectedImage.observe(
         [this](const std::optional<Picture> &picture) { showPicture(picture); }));
-    observations_.push_back(view_.modifiedFileURL.observe(
-        [this](const std::optional<archive::URL> &result) { sharing_.setItem(toQt(result)); }));
+    const auto showResult = [this](const auto &) {
+        sharing_.setItem(modifiedFileURL(), view_.modifiedFileRemarks.get());
+    };
+    observations_.push_back(view_.modifiedFileRemarks.observe(showResult));
+    observations_.push_back(view_.modifiedFileURL.observe(showResult));
     connect(&sharing_, &Sharing::savingFailed, this, &AppLaunchState::tellSavingFailed);
 }
 
@@ -79,7 +82,11 @@ void AppLaunchState::setPercent(int percent) {
 }
 
 bool AppLaunchState::openDocuments(const QList<QUrl> &urls) {
-    return view_.openDocuments(fromQt(urls));
+    const auto files = fromQt(urls);
+    if (files.empty() && !urls.isEmpty())
+        setAlert(QStringLiteral("Only files on this computer can be opened, not %1")
+                     .arg(urls.constFirst().toDisplayString()));
+    return view_.openDocuments(files);
 }
 
 void AppLaunchState::useImage() {
@@ -105,8 +112,8 @@ void AppLaunchState::tellSavingFailed() {
 
 void AppLaunchState::openLink(const QString &url) {
     const QUrl address(url, QUrl::StrictMode);
-    if (!url.isEmpty() && address.isValid())
-        desktop_.open(address);
+    if (!url.isEmpty() && address.isValid() && !desktop_.open(address))
+        setAlert(QStringLiteral("No browser opened the link. Its address is %1").arg(url));
 }
 
 void AppLaunchState::presentImagePicker() {

@@ -17,7 +17,7 @@ public:
     Desktop &operator=(const Desktop &) = delete;
     virtual ~Desktop() = default;
 
-    /// Has the program open it that the system holds responsible; whether one was found.
+    /// Has the program open it that the system holds responsible; whether there is one.
     virtual bool open(const QUrl &url) = 0;
     /// Shows the folder of a file with the file marked, or at least the folder. The answer, whether
     /// a program was found that does so, comes later.

@@ -3,6 +3,7 @@
 #include "Vellomir/Window/Fonts.h"
 #include "Vellomir/Window/HexColors.h"
 #include "Vellomir/Window/JobNotices.h"
+#include "Vellomir/Window/HomeFolder.h"
 #include "Vellomir/Window/Motion.h"
 #include "Vellomir/Window/Pickers.h"
 #include "Vellomir/Window/PreviewProvider.h"
@@ -112,6 +113,10 @@ Services OrsantaVellomirApp::services(const Surroundings &surroundings) {
                     pickers.pickDocument([didPickDocuments](const QList<QUrl> &picked) {
                         didPickDocuments(fromQt(picked));
                     });
+                },
+            .displayPath =
+                [](const std::string &path) {
+                    return abbreviatedPath(QString::fromStdString(path)).toStdString();
                 },
             .tell =
                 [this](const std::string &message) {

@@ -1,10 +1,12 @@
 #include "Vellomir/Window/Sharing.h"
 
+#include "Vellomir/Platform/ErrorText.h"
 #include "Vellomir/Platform/SaveCopy.h"
 #include "Vellomir/Window/Desktop.h"
+#include "Vellomir/Window/HomeFolder.h"
 #include "Vellomir/Window/Pickers.h"
+#include "archive/TextEncoding.h"
 
-#include <QDir>
 #include <QFileInfo>
 #include <QLocale>
 #include <QPointer>
@@ -12,6 +14,17 @@
 #include <exception>
 
 namespace vellomir {
+namespace {
+
+/// Without the name of the destination, which stands in front of it.
+QString saveFailure(const std::exception &error, const QString &destination) {
+    return QString::fromStdString(errorText(error, [&](archive::ErrorContext &context) {
+        const QString path = QString::fromStdString(context.path);
+        context.path = path == destination ? "" : abbreviatedPath(path).toStdString();
+    }));
+}
+
+} // namespace
 
 Sharing::Sharing(Pickers &pickers, Desktop &desktop, QObject *parent)
     : QObject(parent), pickers_(pickers), desktop_(desktop) {}
@@ -21,31 +34,62 @@ Sharing::~Sharing() {
         saver_.join();
 }
 
-void Sharing::setItem(const QUrl &item) {
+void Sharing::setItem(const QUrl &item, const ResultRemarks &remarks) {
     item_ = item;
+    remarks_ = remarks;
     prepare();
 }
 
+/// An earlier result goes when another file is picked, but is offered again when the job makes
+/// nothing of that file.
 void Sharing::prepare() {
     emit itemChanged(); // There may be another file of the same name, or none any more.
-    if (!isSaving_)
+    if (isSaving_)
+        return;
+    if (item_.isEmpty() || isThere())
         say({});
+    else
+        say(QStringLiteral("The last job made no file; the log says why"), true);
+}
+
+QString Sharing::displayName() const {
+    return QString::fromStdString(archive::printable(fileName().toStdString()));
+}
+
+bool Sharing::isThere() const {
+    return !item_.isEmpty() && QFileInfo(path()).isFile();
 }
 
 QString Sharing::fileSize() const {
     if (item_.isEmpty())
         return {};
-    const QFileInfo file(path());
-    return file.exists() ? QLocale::c().formattedDataSize(file.size(), 1, QLocale::DataSizeSIFormat)
-                         : QStringLiteral("No longer there");
+    return isThere() ? QLocale::c().formattedDataSize(QFileInfo(path()).size(), 1,
+                                                      QLocale::DataSizeSIFormat)
+                     : QStringLiteral("No longer there");
 }
 
-/// An earlier result goes when another file is picked, but is offered again if nothing comes of
-/// that.
+QString Sharing::made() const {
+    if (!isThere())
+        return {};
+    return madeText(QFileInfo(path()).lastModified(), QDateTime::currentDateTime());
+}
+
+QStringList Sharing::remarks() const {
+    QStringList sentences;
+    if (isThere() && remarks_.readEntries != remarks_.promisedEntries)
+        sentences.append(QStringLiteral("%1 of %2 entries could be read: this copy is incomplete.")
+                             .arg(remarks_.readEntries)
+                             .arg(remarks_.promisedEntries));
+    if (isThere() && remarks_.keepsIdentifier)
+        sentences.append(QStringLiteral("Same identifier as the original: it would replace it"));
+    return sentences;
+}
+
 bool Sharing::isMissing() {
-    if (QFileInfo::exists(path()))
+    if (isThere())
         return false;
-    say(QStringLiteral("%1 is no longer there").arg(fileName()), true);
+    emit itemChanged();
+    say(QStringLiteral("%1 is no longer there").arg(displayName()), true);
     return true;
 }
 
@@ -66,7 +110,7 @@ void Sharing::save(const QUrl &destination) {
                        .arg(destination.toDisplayString()),
                    true);
     setSaving(true);
-    say(QStringLiteral("Saving %1…").arg(QDir::toNativeSeparators(to)));
+    say(QStringLiteral("Saving %1…").arg(abbreviatedPath(to)));
     if (saver_.joinable())
         saver_.join(); // It has said its last word already.
     saver_ = std::thread([this, from = path(), to] {
@@ -75,7 +119,7 @@ void Sharing::save(const QUrl &destination) {
             vellomir::saveCopy(archive::URL::file(from.toStdString()),
                                archive::URL::file(to.toStdString()), nullptr);
         } catch (const std::exception &error) {
-            failure = QString::fromStdString(error.what());
+            failure = saveFailure(error, to);
         }
         QMetaObject::invokeMethod(this, [this, to, failure] { saved(to, failure); });
     });
@@ -84,8 +128,8 @@ void Sharing::save(const QUrl &destination) {
 void Sharing::saved(const QString &destination, const QString &failure) {
     setSaving(false);
     if (failure.isEmpty())
-        return say(QStringLiteral("Saved as %1").arg(destination));
-    say(QStringLiteral("Could not save %1: %2").arg(destination, failure), true);
+        return say(QStringLiteral("Saved as %1").arg(abbreviatedPath(destination)));
+    say(QStringLiteral("Could not save %1: %2").arg(abbreviatedPath(destination), failure), true);
     emit savingFailed();
 }
 
@@ -96,9 +140,12 @@ void Sharing::showInFileManager() {
         if (!self)
             return;
         if (isShown)
-            self->say(QStringLiteral("Asked the file manager to show %1").arg(file));
+            self->say(
+                QStringLiteral("Asked the file manager to show %1").arg(abbreviatedPath(file)));
         else
-            self->say(QStringLiteral("No file manager answered. The file is %1").arg(file), true);
+            self->say(QStringLiteral("No file manager answered. The file is %1")
+                          .arg(abbreviatedPath(file)),
+                      true);
     });
 }
 
@@ -133,6 +180,14 @@ void Sharing::setSaving(bool isSaving) {
         return;
     isSaving_ = isSaving;
     emit isSavingChanged();
+}
+
+QString madeText(const QDateTime &made, const QDateTime &now) {
+    const QString time = made.toString(QStringLiteral("HH:mm"));
+    if (made.date() == now.date())
+        return QStringLiteral("Made today at %1").arg(time);
+    const QString date = QLocale::c().toString(made.date(), QStringLiteral("d MMMM yyyy"));
+    return QStringLiteral("Made on %1 at %2").arg(date, time);
 }
 
 } // namespace vellomir

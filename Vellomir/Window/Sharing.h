@@ -1,7 +1,10 @@
 #pragma once
 
+#include "Vellomir/ContentView/ResultRemarks.h"
+
+#include <QDateTime>
 #include <QObject>
-#include <QString>
+#include <QStringList>
 #include <QUrl>
 #include <QtQml/qqmlregistration.h>
 
@@ -23,8 +26,17 @@ class Sharing : public QObject {
     /// The file as a list of addresses, as it is dragged (RFC 2483).
     Q_PROPERTY(QString uriList READ uriList NOTIFY itemChanged)
     Q_PROPERTY(QString fileName READ fileName NOTIFY itemChanged)
+    /// The name without line breaks and other control characters.
+    Q_PROPERTY(QString displayName READ displayName NOTIFY itemChanged)
+    /// Whether the file is there; looked at when it is set, when the sheet opens and before the
+    /// file is handed on.
+    Q_PROPERTY(bool isThere READ isThere NOTIFY itemChanged)
     /// In words, such as "12.3 MB", or that the file has gone.
     Q_PROPERTY(QString fileSize READ fileSize NOTIFY itemChanged)
+    /// In words, such as "Made today at 14:05"; empty if the file has gone.
+    Q_PROPERTY(QString made READ made NOTIFY itemChanged)
+    /// What to know of the file, a sentence each; empty if the file has gone.
+    Q_PROPERTY(QStringList remarks READ remarks NOTIFY itemChanged)
     /// What happened, in one sentence.
     Q_PROPERTY(QString message READ message NOTIFY messageChanged)
     Q_PROPERTY(bool hasFailed READ hasFailed NOTIFY messageChanged)
@@ -37,12 +49,16 @@ public:
 
     [[nodiscard]] QUrl item() const { return item_; }
     /// Another file; what was said of the last one is forgotten.
-    void setItem(const QUrl &item);
+    void setItem(const QUrl &item, const ResultRemarks &remarks);
     [[nodiscard]] QString uriList() const {
         return item_.toString(QUrl::FullyEncoded) + QStringLiteral("\r\n");
     }
     [[nodiscard]] QString fileName() const { return item_.fileName(); }
+    [[nodiscard]] QString displayName() const;
+    [[nodiscard]] bool isThere() const;
     [[nodiscard]] QString fileSize() const;
+    [[nodiscard]] QString made() const;
+    [[nodiscard]] QStringList remarks() const;
     [[nodiscard]] QString message() const { return message_; }
     [[nodiscard]] bool hasFailed() const { return hasFailed_; }
     [[nodiscard]] bool isSaving() const { return isSaving_; }
@@ -77,10 +93,14 @@ private:
     Pickers &pickers_;
     Desktop &desktop_;
     QUrl item_;
+    ResultRemarks remarks_;
     QString message_;
     bool hasFailed_ = false;
     bool isSaving_ = false;
     std::thread saver_;
 };
+
+/// "Made today at 14:05", "Made on 3 May 2026 at 14:05"; both times in the same time zone.
+[[nodiscard]] QString madeText(const QDateTime &made, const QDateTime &now);
 
 } // namespace vellomir

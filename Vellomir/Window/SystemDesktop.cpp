@@ -1,5 +1,7 @@
 #include "Vellomir/Window/SystemDesktop.h"
 
+#include "Vellomir/Window/FileAssociations.h"
+
 #include <QClipboard>
 #include <QDBusConnection>
 #include <QDBusMessage>
@@ -9,6 +11,7 @@
 #include <QFileInfo>
 #include <QGuiApplication>
 #include <QMimeData>
+#include <QStandardPaths>
 
 namespace vellomir {
 namespace {
@@ -27,14 +30,26 @@ QDBusMessage showItems(const QString &file) {
     return message;
 }
 
+/// The system's answer alone does not count: it is "yes" as soon as a helper was started, even if
+/// that helper finds no program.
 bool openFolder(const QString &file) {
-    return QDesktopServices::openUrl(QUrl::fromLocalFile(QFileInfo(file).path()));
+    const bool isStarted = QDesktopServices::openUrl(QUrl::fromLocalFile(QFileInfo(file).path()));
+    return isStarted && hasProgramFor(QStringLiteral("inode/directory"));
+}
+
+/// Browsers that no desktop file names may still be known to the helper.
+bool hasBrowser() {
+    return qEnvironmentVariableIsSet("BROWSER") ||
+           !QStandardPaths::findExecutable(QStringLiteral("x-www-browser")).isEmpty() ||
+           !QStandardPaths::findExecutable(QStringLiteral("www-browser")).isEmpty();
 }
 
 } // namespace
 
 bool SystemDesktop::open(const QUrl &url) {
-    return QDesktopServices::openUrl(url);
+    const bool isStarted = QDesktopServices::openUrl(url);
+    return isStarted &&
+           (hasProgramFor(QStringLiteral("x-scheme-handler/") + url.scheme()) || hasBrowser());
 }
 
 void SystemDesktop::showInFileManager(const QString &file, std::function<void(bool)> answer) {

@@ -68,12 +68,6 @@ TEST(ErrorText, HiddenNamesAreLeftOut) {
     EXPECT_EQ(cli::withoutHiddenNames(""), "");
 }
 
-TEST(ErrorText, FullDisksAreFoundInTexts) {
-    EXPECT_EQ(cli::findFullDisk("a: No space left on device (X)"), 1U);
-    EXPECT_EQ(cli::findFullDisk("a: b: Disk quota exceeded"), 4U);
-    EXPECT_EQ(cli::findFullDisk("a: Permission denied"), std::string::npos);
-}
-
 TEST(ErrorText, AnErrorIsOneLineThatDrivesNoTerminal) {
     EXPECT_EQ(cli::errorLine("cannot read ü\n\x1b[2J\xff\xc2\x9b"),
               "vellomir-cli: cannot read ü\\x0a\\x1b[2J\\xff\\xc2\\x9b\n");

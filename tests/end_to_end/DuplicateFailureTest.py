@@ -180,7 +180,7 @@ class Packages(Failure):
         result = self.duplicate(**options)
         if os.geteuid() != 0 or options:
             self.assertEqual(result.code, 1)
-            self.assertRegex(self.errorLine(result.err), r"app\.ipa.*Permission denied "
+            self.assertRegex(self.errorLine(result.err), r"The file may not be read: app\.ipa "
                                                          r"\(FileError\.fileReadNoPermission\)")
             self.assertEqual(os.listdir(self.folder / "out"), [])
 
@@ -294,7 +294,7 @@ class FullDisks(Failure):
         if mount.returncode != 0:
             self.skipTest("no file system can be mounted here")
         self.addCleanup(subprocess.run, ["umount", disk], check=True)
-        self.fails(UNZIP + r".*No space left on device.*", ["Unzipping IPA...", UNZIP])
+        self.fails(UNZIP + r"There is no room left for the file .*app\.ipa.*", ["Unzipping IPA...", UNZIP])
         self.assertEqual(os.listdir(disk), [])
 
 

@@ -129,6 +129,39 @@ TEST_F(TheAboutSheet, IsLeftByItsButtonByEscapeAndByAPressBesideIt) {
     }
 }
 
+TEST_F(TheAboutSheet, SaysThatNoBrowserTookALink) {
+    desktop_.hasBrowser = false;
+    state().openLink(QStringLiteral("https://orsanta.example/"));
+    settle();
+    EXPECT_EQ(state().alert(),
+              "No browser opened the link. Its address is https://orsanta.example/");
+    EXPECT_TRUE(isShown("alertButton"));
+}
+
+TEST_F(TheAboutSheet, SaysNothingOfALinkThatIsNoAddress) {
+    desktop_.hasBrowser = false;
+    for (const char *const url : {"", "https://[no address"}) {
+        state().openLink(QString::fromLatin1(url));
+        EXPECT_EQ(state().alert(), "") << url;
+    }
+    EXPECT_TRUE(desktop_.opened.isEmpty());
+}
+
+TEST_F(TheAboutSheet, BeginsAtItsTopWheneverItOpens) {
+    resize({320, 400});
+    item("closeButton").forceActiveFocus(Qt::TabFocusReason);
+    settle();
+    QQuickItem *page = item("closeButton").parentItem();
+    while (!page->inherits("QQuickFlickable"))
+        page = page->parentItem();
+    ASSERT_GT(page->property("contentY").toDouble(), 0);
+    key(Qt::Key_Escape);
+    view().showInfoSheet.set(true);
+    settle();
+    EXPECT_EQ(page->property("contentY").toDouble(), 0);
+    EXPECT_FALSE(item("closeButton").hasActiveFocus());
+}
+
 TEST_F(TheAboutSheet, IsLeftByASwipeDownFromItsUpperEdge) {
     const QPoint from(195, 12 + 10);
     const auto swipe = [&](int distance) {

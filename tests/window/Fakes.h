@@ -54,7 +54,7 @@ class FakeDesktop : public vellomir::Desktop {
 public:
     bool open(const QUrl &url) override {
         opened.append(url.toString());
-        return true;
+        return hasBrowser;
     }
     void showInFileManager(const QString &file, std::function<void(bool)> answer) override {
         shown.append(file);
@@ -67,6 +67,7 @@ public:
 
     int requests = 0;
     std::vector<std::optional<double>> progress;
+    bool hasBrowser = true;
     bool hasFileManager = true;
     QStringList opened;
     QStringList shown;

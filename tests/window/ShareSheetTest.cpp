@@ -8,6 +8,7 @@ using test::distance;
 using test::textProperty;
 using testing::ElementsAre;
 using testing::HasSubstr;
+using testing::Not;
 using testing::StartsWith;
 namespace fs = std::filesystem;
 
@@ -42,6 +43,7 @@ protected:
 TEST_F(TheShareSheet, ShowsTheFileAndTheWays) {
     EXPECT_TRUE(showsText("Notes2.ipa"));
     EXPECT_TRUE(showsText("2.5 kB"));
+    EXPECT_TRUE(showsText("Kept until you select another file. Save a copy to keep it."));
     double last = 0;
     for (const char *const row : {"saveRow", "showRow", "copyRow", "dragRow", "doneButton"}) {
         EXPECT_GT(placeOf(item(row)).top(), last) << row;
@@ -74,7 +76,9 @@ TEST_F(TheShareSheet, TellsThatACopyCouldNotBeSaved) {
     click("saveRow");
     pickers_.answerDestination(QUrl::fromLocalFile(file("missing/copy.ipa")));
     ASSERT_TRUE(becomes([this] { return message().starts_with("Could"); }));
-    EXPECT_THAT(message(), StartsWith("Could not save " + (folder_ / "missing/copy.ipa").string()));
+    const std::string start = "Could not save " + (folder_ / "missing/copy.ipa").string() + ": ";
+    EXPECT_THAT(message(), StartsWith(start));
+    EXPECT_THAT(message().substr(start.size()), Not(HasSubstr("copy.ipa"))) << "named twice";
     expectMessage(message(), red);
     EXPECT_TRUE(item("saveRow").isEnabled()) << "one may try again";
     EXPECT_FALSE(fs::exists(folder_ / "missing"));
@@ -147,20 +151,94 @@ TEST_F(TheShareSheet, LooksAtTheFileWheneverItOpens) {
     EXPECT_TRUE(showsText("3.6 kB"));
 }
 
-TEST_F(TheShareSheet, HandsOnNoFileThatHasGone) {
-    click("doneButton");
-    fs::remove(result_);
-    view().showShareSheet.set(true);
-    settle();
-    EXPECT_TRUE(showsText("No longer there"));
-    for (const char *const row : {"saveRow", "showRow", "copyRow"}) {
+TEST_F(TheShareSheet, HandsOnNoFileThatHasGoneMeanwhile) {
+    const std::vector<std::function<void()>> ways = {
+        [this] { click("saveRow"); }, [this] { click("showRow"); }, [this] { click("copyRow"); }};
+    for (const auto &way : ways) {
+        test::writeFile(result_, "content");
         state().sharing()->prepare();
-        click(row);
+        settle();
+        fs::remove(result_);
+        way();
         expectMessage("Notes2.ipa is no longer there", red);
+        EXPECT_FALSE(item("saveRow").isEnabled());
     }
     EXPECT_EQ(pickers_.destinationDialogs, 0);
     EXPECT_TRUE(desktop_.shown.empty());
     EXPECT_TRUE(desktop_.copied.empty());
+}
+
+TEST_F(TheShareSheet, DisablesItsRowsVisiblyWhenTheFileIsGone) {
+    const QColor before = draw().ink(placeOf(item("saveRow")), ground);
+    click("doneButton");
+    fs::remove(result_);
+    view().showShareSheet.set(true);
+    settle();
+    expectMessage("The last job made no file; the log says why", red);
+    EXPECT_TRUE(showsText("No longer there"));
+    EXPECT_FALSE(showsText("Kept until you select another file. Save a copy to keep it."));
+    for (const char *const row : {"saveRow", "showRow", "copyRow", "dragRow"})
+        EXPECT_FALSE(item(row).isEnabled()) << row;
+    const QColor after = draw().ink(placeOf(item("saveRow")), ground);
+    EXPECT_LT(distance(after, ground), distance(before, ground) / 2);
+    EXPECT_TRUE(item("doneButton").isEnabled());
+}
+
+TEST_F(TheShareSheet, SaysWhenTheFileWasMade) {
+    const QDateTime made = QFileInfo(QString::fromStdString(result_.string())).lastModified();
+    EXPECT_TRUE(showsText(vellomir::madeText(made, QDateTime::currentDateTime()).toStdString()));
+    const QDateTime noon(QDate(2026, 5, 3), QTime(12, 7, 59));
+    EXPECT_EQ(vellomir::madeText(noon, noon.addSecs(3600)), "Made today at 12:07");
+    EXPECT_EQ(vellomir::madeText(noon, noon.addDays(1)), "Made on 3 May 2026 at 12:07");
+    EXPECT_EQ(vellomir::madeText(noon, noon.addYears(1)), "Made on 3 May 2026 at 12:07");
+}
+
+TEST_F(TheShareSheet, WarnsOfTheSameIdentifier) {
+    const std::string warning = "Same identifier as the original: it would replace it";
+    EXPECT_FALSE(showsText(warning));
+    view().modifiedFileRemarks.set({.keepsIdentifier = true});
+    settle();
+    EXPECT_TRUE(showsText(warning));
+    view().modifiedFileRemarks.set({});
+    settle();
+    EXPECT_FALSE(showsText(warning));
+}
+
+TEST_F(TheShareSheet, WarnsOfAnIncompleteCopy) {
+    view().modifiedFileRemarks.set({.promisedEntries = 24, .readEntries = 8});
+    settle();
+    EXPECT_TRUE(showsText("8 of 24 entries could be read: this copy is incomplete."));
+    view().modifiedFileRemarks.set({.promisedEntries = 24, .readEntries = 24});
+    settle();
+    EXPECT_FALSE(showsText("24 of 24 entries could be read: this copy is incomplete."));
+}
+
+TEST_F(TheShareSheet, WritesHomeAsATilde) {
+    const QByteArray home = qgetenv("HOME");
+    qputenv("HOME", QByteArray::fromStdString(folder_.path().string()));
+    click("showRow");
+    EXPECT_EQ(message(), "Asked the file manager to show ~/Notes2.ipa");
+    desktop_.hasFileManager = false;
+    click("showRow");
+    EXPECT_EQ(message(), "No file manager answered. The file is ~/Notes2.ipa");
+    click("saveRow");
+    pickers_.answerDestination(QUrl::fromLocalFile(file("copy.ipa")));
+    EXPECT_TRUE(becomes([this] { return message() == "Saved as ~/copy.ipa"; })) << message();
+    qputenv("HOME", home);
+}
+
+TEST_F(TheShareSheet, BeginsAfreshWheneverItOpens) {
+    resize({320, 400});
+    item("dragRow").forceActiveFocus(Qt::TabFocusReason);
+    settle();
+    ASSERT_GT(item("shareScroller").property("contentY").toDouble(), 0);
+    key(Qt::Key_Escape);
+    view().showShareSheet.set(true);
+    settle();
+    EXPECT_EQ(item("shareScroller").property("contentY").toDouble(), 0);
+    EXPECT_FALSE(item("dragRow").hasActiveFocus());
+    key(Qt::Key_Tab);
+    EXPECT_TRUE(item("saveRow").hasActiveFocus());
 }
 
 TEST_F(TheShareSheet, TellsThatACopyFailedAfterItWasClosed) {

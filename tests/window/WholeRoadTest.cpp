@@ -68,9 +68,11 @@ protected:
     fs::path result() { return view().modifiedFileURL.get()->path(); }
 
     /// Drops a file on the window; whether it is taken when it comes over the window.
-    bool drop(const QString &file) {
+    bool drop(const QString &file) { return drop(QList{QUrl::fromLocalFile(file)}); }
+
+    bool drop(const QList<QUrl> &urls) {
         QMimeData data;
-        data.setUrls({QUrl::fromLocalFile(file)});
+        data.setUrls(urls);
         const QPoint place(window().width() / 2, window().height() / 2);
         QDragEnterEvent enter(place, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
         enter.setAccepted(false);
@@ -304,6 +306,47 @@ TEST_F(TheWholeRoad, RefusesADropWhileItRuns) {
     settle();
     EXPECT_FALSE(drop(file("Other.ipa")));
     EXPECT_THAT(log(), ElementsAre("File selected: Notes.ipa"));
+}
+
+TEST_F(TheWholeRoad, TakesTheFirstOfSeveralDroppedFilesAndSaysSo) {
+    QList<QUrl> urls{QUrl::fromLocalFile(file("Notes.ipa")),
+                     QUrl::fromLocalFile(file("Other.ipa"))};
+    drop(urls);
+    ASSERT_TRUE(becomes([&] { return showsText("File selected: Notes.ipa"); }));
+    EXPECT_EQ(state().alert(), "Only one file can be opened at a time. Notes.ipa was taken, the "
+                               "other file was not.");
+    click("alertButton");
+    urls.append(QUrl::fromLocalFile(file("Broken.ipa")));
+    drop(urls);
+    EXPECT_TRUE(state().alert().endsWith(QStringLiteral("the other 2 files were not.")));
+    ASSERT_TRUE(becomes([&] { return log().size() == 1; }));
+    EXPECT_EQ(view().selectedFileURL.get(), folder_.url("Notes.ipa"));
+}
+
+TEST_F(TheWholeRoad, SaysThatADroppedLinkIsNoFile) {
+    drop(QList{QUrl(QStringLiteral("https://example.com/Notes.ipa"))});
+    EXPECT_EQ(state().alert(), "Only files on this computer can be opened, not "
+                               "https://example.com/Notes.ipa");
+    EXPECT_TRUE(log().empty());
+}
+
+TEST_F(TheWholeRoad, WarnsWhereTheCopyHasTheSameIdentifier) {
+    const std::string warning = "Same identifier as the original: it would replace it";
+    choose("Notes.ipa");
+    doIt();
+    EXPECT_TRUE(showsText(warning));
+    click("doneButton");
+    makeCopy("Notes.ipa", "2");
+    EXPECT_FALSE(showsText(warning));
+}
+
+TEST_F(TheWholeRoad, OffersNoFileThatTheNextPickHasRemoved) {
+    makeCopy("Notes.ipa", "2");
+    click("doneButton");
+    choose("Broken.ipa");
+    doIt();
+    EXPECT_TRUE(showsText("The last job made no file; the log says why"));
+    EXPECT_FALSE(item("saveRow").isEnabled());
 }
 
 TEST_F(TheWholeRoad, RefusesItsOwnFilesThatTheDropWouldDestroy) {

@@ -21,8 +21,8 @@ QQuickItem *find(QQuickItem *item, const QString &objectName) {
 
 } // namespace
 
-Stage::Stage(const QSize &size) : app_(surroundings()) {
-    app_.motion().setReduced(true); // Everything is in its place at once.
+Stage::Stage(const QSize &size, Movement movement) : movement_(movement), app_(surroundings()) {
+    app_.motion().setReduced(movement == Movement::reduced);
     window().resize(size);
     window().show();
     wait(30);
@@ -46,6 +46,9 @@ void Stage::wait(int milliseconds) {
 }
 
 QImage Stage::draw() {
+    constexpr int longestMovement = 1000; // milliseconds
+    if (movement_ == Movement::whole)
+        wait(longestMovement);
     const auto isScaled = [this] {
         const QQuickItem *const preview = item(QStringLiteral("preview"));
         return preview == nullptr || preview->property("progress").toDouble() == 1 ||

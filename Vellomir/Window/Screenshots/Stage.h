@@ -15,7 +15,10 @@ namespace vellomir {
 /// by hand, and it is drawn when it has come to rest.
 class Stage {
 public:
-    explicit Stage(const QSize &size);
+    enum class Movement { reduced, whole };
+
+    /// With reduced movement, everything is in its place at once.
+    explicit Stage(const QSize &size, Movement movement = Movement::reduced);
 
     [[nodiscard]] AppLaunchView &view() { return app_.view(); }
     [[nodiscard]] AppLaunchState &state() { return app_.state(); }
@@ -28,7 +31,7 @@ public:
 
     /// Lets the event loop run for a while.
     static void wait(int milliseconds);
-    /// The window as it is drawn now.
+    /// The window as it is drawn when nothing moves any more.
     [[nodiscard]] QImage draw();
 
 private:
@@ -39,7 +42,9 @@ private:
     };
     class NoDesktop : public Desktop {
         bool open(const QUrl &) override { return false; }
-        void showInFileManager(const QString &, std::function<void(bool)>) override {}
+        void showInFileManager(const QString &, std::function<void(bool)> answer) override {
+            answer(false);
+        }
         void copyToClipboard(const QString &) override {}
     };
 
@@ -48,6 +53,7 @@ private:
     QTemporaryDir folder_;
     NoPickers pickers_;
     NoDesktop desktop_;
+    Movement movement_;
     OrsantaVellomirApp app_;
 };
 

@@ -35,6 +35,7 @@ const std::vector<Format> formats = {
 struct State {
     QString name;
     std::function<void(Stage &)> enter;
+    Stage::Movement movement = Stage::Movement::reduced;
 };
 
 /// A picture with something to recognise in it.
@@ -156,15 +157,38 @@ void crop(Stage &stage, int width, int height) {
     stage.view().selectedImage.set(landscape(width, height));
 }
 
-void share(Stage &stage) {
+void openShareSheet(Stage &stage, const QString &name) {
     finish(stage);
-    QFile file(stage.folder().filePath(QStringLiteral("Sample2.ipa")));
+    QFile file(stage.folder().filePath(name));
     if (file.open(QIODevice::WriteOnly))
         file.resize(12'345'678);
     stage.view().modifiedFileURL.set(archive::URL::file(file.fileName().toStdString()));
     stage.view().showShareSheet.set(true);
     Stage::wait(50);
+}
+
+void share(Stage &stage) {
+    openShareSheet(stage, QStringLiteral("Sample2.ipa"));
     stage.state().sharing()->copyFile();
+}
+
+void shareLongName(Stage &stage) {
+    openShareSheet(stage, QStringLiteral("Holiday photographs of the whole family, summer2.ipa"));
+}
+
+/// With all that the sheet can tell.
+void shareEverything(Stage &stage) {
+    stage.view().modifiedFileRemarks.set({.keepsIdentifier = true});
+    openShareSheet(stage, QStringLiteral("A name that is so long that not even two lines of the "
+                                         "sheet can hold it, whatever the window's size.ipa"));
+    stage.state().sharing()->showInFileManager();
+}
+
+/// The earlier file went when another one was selected, and nothing came of that one.
+void shareNothing(Stage &stage) {
+    openShareSheet(stage, QStringLiteral("Sample2.ipa"));
+    QFile::remove(stage.folder().filePath(QStringLiteral("Sample2.ipa")));
+    stage.state().sharing()->prepare();
 }
 
 const std::vector<State> states = {
@@ -196,7 +220,20 @@ const std::vector<State> states = {
     {QStringLiteral("cropper-tall"), [](Stage &stage) { crop(stage, 1000, 1600); }},
     {QStringLiteral("cropper-wide"), [](Stage &stage) { crop(stage, 1600, 1000); }},
     {QStringLiteral("share-sheet"), share},
+    {QStringLiteral("share-sheet-moved-in"), share, Stage::Movement::whole},
+    {QStringLiteral("share-sheet-long-name"), shareLongName, Stage::Movement::whole},
+    {QStringLiteral("share-sheet-right-to-left"),
+     [](Stage &stage) {
+         openShareSheet(stage, QStringLiteral("\u05EA\u05DE\u05D5\u05E0\u05D5\u05EA2.ipa"));
+     },
+     Stage::Movement::whole},
+    {QStringLiteral("share-sheet-everything"), shareEverything, Stage::Movement::whole},
+    {QStringLiteral("share-sheet-no-file"), shareNothing, Stage::Movement::whole},
     {QStringLiteral("about-sheet"), [](Stage &stage) { stage.view().showInfoSheet.set(true); }},
+    {QStringLiteral("about-sheet-moved-in"),
+     [](Stage &stage) { stage.view().showInfoSheet.set(true); }, Stage::Movement::whole},
+    {QStringLiteral("cropper-moved-in"), [](Stage &stage) { crop(stage, 1000, 1600); },
+     Stage::Movement::whole},
     {QStringLiteral("alert"),
      [](Stage &stage) {
          stage.state().setAlert(QStringLiteral("This is no picture of a known kind: "
@@ -206,7 +243,7 @@ const std::vector<State> states = {
 
 bool drawAll(const Format &format, const QDir &folder) {
     for (const State &state : states) {
-        Stage stage(format.size);
+        Stage stage(format.size, state.movement);
         state.enter(stage);
         const QString file =
             folder.filePath(state.name + u'-' + format.name + QStringLiteral(".png"));

@@ -21,12 +21,16 @@ std::optional<std::string> AppLaunchView::updateInfoPlist(const archive::URL &ur
     return displayName;
 }
 
-std::optional<archive::URL> AppLaunchView::findInfoPlist(const archive::URL &url) const try {
-    auto file = files_.findFirst(url, [](const archive::URL &item) {
+std::optional<archive::URL> AppLaunchView::firstInfoPlist(const archive::URL &url) const {
+    return files_.findFirst(url, [](const archive::URL &item) {
         return item.absoluteString().find(".app/Info.plist") != std::string::npos;
     });
+}
+
+std::optional<archive::URL> AppLaunchView::findInfoPlist(const archive::URL &url) const try {
+    auto file = firstInfoPlist(url);
     if (file)
-        files_.requireItem(*file);
+        files_.requireFile(*file);
     return file;
 } catch (const std::exception &error) {
     services_.console(rawText(error));

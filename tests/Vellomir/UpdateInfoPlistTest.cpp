@@ -158,9 +158,19 @@ TEST(TheInfoPlist, MayHaveALongerName) {
     EXPECT_EQ(job.view.updateInfoPlist(job.unzippedURL()), "Notes");
 }
 
-TEST(TheInfoPlist, ThatCannotBeReadEndsTheStepWithoutAWord) {
+TEST(TheInfoPlist, ThatIsAFolderIsNotFound) {
     Job job;
     fs::create_directories(job.unzipped() / "Payload/Notes.app/Info.plist");
+    EXPECT_FALSE(job.view.updateInfoPlist(job.unzippedURL()));
+    EXPECT_THAT(job.log(), ElementsAre("Info.plist not found in the unzipped folder"));
+    EXPECT_EQ(job.view.errorMessage.get(), "Info.plist not found in the unzipped folder");
+}
+
+TEST(TheInfoPlist, ThatCannotBeReadEndsTheStepWithoutAWord) {
+    Job job;
+    const fs::path bundle = job.unzipped() / "Payload/Notes.app";
+    fs::create_directories(bundle);
+    ASSERT_EQ(::mkfifo((bundle / "Info.plist").c_str(), 0600), 0);
     EXPECT_FALSE(job.view.updateInfoPlist(job.unzippedURL()));
     EXPECT_THAT(job.log(), ElementsAre("Updating Info.plist"));
     EXPECT_EQ(job.view.errorMessage.get(), "");

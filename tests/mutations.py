@@ -78,9 +78,9 @@ def statements(code):
         end = start
         while end < len(code) and code[end] not in ";{}":
             end = closing(code, end) if code[end] in "([" else end + 1
-        if code[end:end + 1] != ";" or NO_STATEMENT.match(code, start):
-            continue
         text = code[start:end]
+        if code[end:end + 1] != ";" or NO_STATEMENT.match(text) or ".reserve(" in text:
+            continue
         head = re.split(r"[=(\[{]", text, maxsplit=1)[0].rstrip(" +-|&<>*/%")
         isLastReturn = text.startswith("return") and re.match(r"(\s*\})*\n\}", code[end + 1:])
         if isLastReturn or (" " in head and not text.startswith(("return", "throw"))):

@@ -103,7 +103,8 @@ def applied(text, change):
 
 
 def lineOf(text, change):
-    """Where the change is, as "line:column", and the text of that line."""
+    """Where the change is, as "line:column", and the text of that line and of the one before."""
     number = text.count("\n", 0, change.start) + 1
     column = change.start - text.rfind("\n", 0, change.start)
-    return f"{number}:{column}", text.splitlines()[number - 1].strip()
+    before, line = ["", *text.splitlines()][number - 1:number + 1]
+    return f"{number}:{column}", line.strip(), before.strip()

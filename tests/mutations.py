@@ -73,16 +73,16 @@ def conditions(code):
 
 def statements(code):
     """Calls, assignments, throws and early returns; not declarations, nor the last return."""
-    for found in re.finditer(r"(?<=[;{}):])\s*\n\s+(?=[\w*+(-])|\belse\s+(?=[\w*+(-])", code):
+    for found in re.finditer(r"(?<=[;{}):])\s*\n +(?=[\w*+(-])|\belse\s+(?=[\w*+(-])", code):
         start = found.end()
         end = start
         while end < len(code) and code[end] not in ";{}":
             end = closing(code, end) if code[end] in "([" else end + 1
-        if code[end:end + 1] != ";" or NO_STATEMENT.match(code, start):
-            continue
         text = code[start:end]
+        if code[end:end + 1] != ";" or NO_STATEMENT.match(text) or ".reserve(" in text:
+            continue
         head = re.split(r"[=(\[{]", text, maxsplit=1)[0].rstrip(" +-|&<>*/%")
-        isLastReturn = text.startswith("return") and code[end + 1:].startswith("\n}")
+        isLastReturn = text.startswith("return") and re.match(r"(\s*\})*\n\}", code[end + 1:])
         if isLastReturn or (" " in head and not text.startswith(("return", "throw"))):
             continue
         yield Change(start, end, "", f"{' '.join(text.split())[:40]} dropped")
@@ -103,6 +103,8 @@ def applied(text, change):
 
 
 def lineOf(text, change):
-    """The number and the text of the line where the change is."""
+    """Where the change is, as "line:column", and the text of that line and of the one before."""
     number = text.count("\n", 0, change.start) + 1
-    return number, text.splitlines()[number - 1].strip()
+    column = change.start - text.rfind("\n", 0, change.start)
+    before, line = ["", *text.splitlines()][number - 1:number + 1]
+    return f"{number}:{column}", line.strip(), before.strip()

@@ -1,6 +1,7 @@
 #include "archive/FileManager.h"
 #include "tests/Vellomir/JobFixture.h"
 #include "tests/support/FileSizeLimit.h"
+#include "tests/support/RawArchive.h"
 #include "tests/support/Referee.h"
 
 #include <iostream>
@@ -64,6 +65,14 @@ TEST(Unzipping, ReplacesTheEarlierCopyAndFolderOfTheSameName) {
     EXPECT_FALSE(fs::exists(job.unzipped() / "Payload/old.txt"));
     EXPECT_FALSE(fs::exists(job.unzipped() / "added.txt"));
     EXPECT_EQ(readFile(job.unzipped() / "Payload/new.txt"), "new");
+}
+
+TEST(Unzipping, AnArchiveWithoutEntriesGivesAnEmptyFolder) {
+    Job job;
+    job.pick(test::rawArchive({}));
+    EXPECT_EQ(unzip(job), job.unzippedURL());
+    EXPECT_TRUE(fs::is_directory(job.unzipped()));
+    EXPECT_TRUE(fs::is_empty(job.unzipped()));
 }
 
 TEST(Unzipping, OnlyTheLastExtensionIsNoPartOfTheFoldersName) {

@@ -65,6 +65,8 @@ RecordEntry described(RecordEntry entry, bool isSigned = true) {
     entry.header.generalPurposeBitFlag |= archive::dataDescriptorFlag;
     entry.record.generalPurposeBitFlag |= archive::dataDescriptorFlag;
     entry.header.crc32 = entry.header.compressedSize = entry.header.uncompressedSize = 0;
+    test::setTail(entry.header.extraFieldLength, entry.header.extraFieldData,
+                  std::string("UT\5\0\1time", 9));
     if (sizeof(Size) == 8)
         entry.header.versionNeededToExtract = entry.record.versionNeededToExtract = 45;
     return entry;

@@ -24,6 +24,7 @@ std::unique_ptr<Archive> archiveOf(const std::vector<RawEntry> &entries) {
 
 CopyContents contents(const std::vector<std::string> &names) {
     std::vector<RawEntry> entries;
+    entries.reserve(names.size());
     for (const std::string &name : names)
         entries.push_back(name.ends_with('/') ? test::rawDirectory(name) : RawEntry{.name = name});
     return CopyContents::of(*archiveOf(entries));

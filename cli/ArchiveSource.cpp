@@ -1,5 +1,7 @@
 #include "cli/ArchiveSource.h"
 
+#include "cli/Interruption.h"
+
 #include "Vellomir/Platform/WholeFile.h"
 
 #include <cerrno>
@@ -15,7 +17,8 @@ using archive::URL;
 
 archive::Data readBytes(const std::string &path) {
     const archive::FileDescriptor file(::open(path.c_str(), vellomir::wholeFileFlags));
-    return vellomir::readWholeFile(file, path, std::numeric_limits<std::size_t>::max());
+    return vellomir::readWholeFile(file, path, std::numeric_limits<std::size_t>::max(),
+                                   &Interruption::throwIfInterrupted);
 }
 
 } // namespace

@@ -52,6 +52,7 @@ SandboxPlace SandboxPath::resolve(FinalLink finalLink, MissingFolders missingFol
         }
         const bool isLast = names_.empty();
         Item item = open(name, missingFolders);
+        --stepsLeft_;
         if (S_ISLNK(item.mode) && !(isLast && finalLink == FinalLink::keep))
             followLink(item);
         else if (isLast)
@@ -71,6 +72,8 @@ SandboxPlace SandboxPath::item(const archive::URL &root, const archive::URL &url
 }
 
 SandboxPath::Item SandboxPath::open(const std::string &name, MissingFolders missingFolders) const {
+    if (stepsLeft_ == 0)
+        throw archive::readError(path_, ELOOP);
     const int folder = folder_.get();
     Item item{archive::FileDescriptor(::openat(folder, name.c_str(), pathFlags))};
     if (!item.descriptor.isOpen() && errno == ENOENT && missingFolders == MissingFolders::make) {

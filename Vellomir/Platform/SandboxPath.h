@@ -64,6 +64,9 @@ private:
     archive::FileDescriptor folder_;       ///< where the walk has come to
     std::vector<std::string> folderNames_; ///< from the root to there
     int linksLeft_ = 40;
+    /// Names that may still be opened. Every ".." in a link opens all names above it again, so that
+    /// a few links could ask for millions.
+    int stepsLeft_ = 20'000;
 };
 
 } // namespace vellomir

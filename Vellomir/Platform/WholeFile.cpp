@@ -2,12 +2,18 @@
 
 #include "archive/Error.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <vector>
 
 namespace vellomir {
+namespace {
+
+constexpr std::size_t blockSize = std::size_t{1} << 24U;
+
+} // namespace
 
 std::uint64_t regularFileSize(const archive::FileDescriptor &file, const std::string &path) {
     struct stat status {};
@@ -20,13 +26,18 @@ std::uint64_t regularFileSize(const archive::FileDescriptor &file, const std::st
 }
 
 archive::Data readWholeFile(const archive::FileDescriptor &file, const std::string &path,
-                            std::size_t limit) {
+                            std::size_t limit, const std::function<void()> &beforeBlock) {
     const std::uint64_t size = regularFileSize(file, path);
     if (size > limit)
         throw archive::Error(archive::FileError::fileReadTooLarge, {.path = path});
-    std::vector<std::byte> bytes(static_cast<std::size_t>(size));
+    std::vector<std::byte> bytes;
+    bytes.reserve(static_cast<std::size_t>(size));
     std::size_t done = 0;
-    while (done < bytes.size()) {
+    while (done < size) {
+        if (done == bytes.size()) {
+            beforeBlock();
+            bytes.resize(std::min(static_cast<std::size_t>(size), done + blockSize));
+        }
         const ssize_t count = ::read(file.get(), bytes.data() + done, bytes.size() - done);
         if (count < 0 && errno != EINTR)
             throw archive::readError(path, errno);

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <fcntl.h>
+#include <functional>
 #include <string>
 
 namespace vellomir {
@@ -18,8 +19,10 @@ inline constexpr int wholeFileFlags = O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEX
                                             const std::string &path);
 
 /// All bytes of a regular file. Throws like `regularFileSize`, and `FileError::fileReadTooLarge` if
-/// there are more than `limit`.
-[[nodiscard]] archive::Data readWholeFile(const archive::FileDescriptor &file,
-                                          const std::string &path, std::size_t limit);
+/// there are more than `limit`. `beforeBlock` is called before each block of 16 MiB and may throw,
+/// which ends the reading.
+[[nodiscard]] archive::Data readWholeFile(
+    const archive::FileDescriptor &file, const std::string &path, std::size_t limit,
+    const std::function<void()> &beforeBlock = [] {});
 
 } // namespace vellomir

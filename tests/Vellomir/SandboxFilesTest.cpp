@@ -163,6 +163,27 @@ TEST_F(SandboxFilesTest, ItemsWithoutANameOfTheirOwnAreNeitherMadeNorRemoved) {
     EXPECT_TRUE(fs::exists(box("in/a.txt")));
 }
 
+/// The names above are walked again for every "..".
+TEST_F(SandboxFilesTest, LinksThatTakeTooManyStepsAreRefused) {
+    std::string down;
+    std::string up;
+    for (int depth = 1; depth <= 300; ++depth) {
+        down += "f/";
+        up += "../";
+        if (depth == 100)
+            link("far", down + up + "in/a.txt"); // 5,000 steps
+    }
+    fs::create_directories(box(down));
+    link("farther", down + up + "in/a.txt"); // 45,000 steps
+    EXPECT_NO_THROW(files_.requireItem(url("far")));
+    try {
+        files_.requireItem(url("farther"));
+        FAIL() << "45,000 steps were taken";
+    } catch (const Error &error) {
+        EXPECT_EQ(error.systemError(), ELOOP);
+    }
+}
+
 TEST_F(SandboxFilesTest, APlaceIsToldWithoutTheLinksOnTheWay) {
     link("alias", "in");
     link("in/last", "a.txt");

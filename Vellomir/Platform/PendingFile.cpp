@@ -2,12 +2,9 @@
 
 #include "archive/Error.h"
 
-#include <array>
 #include <cerrno>
 #include <cstdio>
 #include <fcntl.h>
-#include <sys/random.h>
-#include <sys/stat.h>
 #include <unistd.h>
 #include <utility>
 
@@ -43,25 +40,24 @@ int replace(const std::string &from, const std::string &to) {
     return error != 0 || ::rename(from.c_str(), to.c_str()) == 0 ? error : errno;
 }
 
+/// That no folder can be made is the file's own trouble, as users see it.
+archive::WorkingFolder makeFolder(const std::string &destination) {
+    const std::string folder = folderOf(destination);
+    try {
+        return archive::WorkingFolder(folder);
+    } catch (const archive::Error &error) {
+        if (::access(folder.c_str(), F_OK) == 0 && error.systemError() != ENOTDIR)
+            throw archive::writeError(destination, error.systemError());
+        throw;
+    }
+}
+
 } // namespace
 
 void putInPlace(const std::string &from, const std::string &to, Existing existing) {
     const int error = existing == Existing::replace ? replace(from, to) : renameToNewName(from, to);
     if (error != 0)
         throw archive::writeError(to, error);
-}
-
-std::string unusedName(const std::string &folder) {
-    std::array<unsigned char, 8> random{};
-    struct stat status {};
-    std::string name;
-    do {
-        static_cast<void>(::getrandom(random.data(), random.size(), 0));
-        name = folder + "/.vellomir-";
-        for (const unsigned value : random)
-            name += {"0123456789abcdef"[value >> 4U], "0123456789abcdef"[value & 15U]};
-    } while (::lstat(name.c_str(), &status) == 0);
-    return name;
 }
 
 std::string folderOf(const std::string &path) {
@@ -71,20 +67,9 @@ std::string folderOf(const std::string &path) {
     return slash == 0 ? "/" : path.substr(0, slash);
 }
 
-PendingFile::PendingFile(std::string destination) : destination_(std::move(destination)) {
-    const std::string folder = folderOf(destination_);
-    struct stat status {};
-    if (::stat(folder.c_str(), &status) != 0)
-        throw archive::readError(folder, errno);
-    if (!S_ISDIR(status.st_mode))
-        throw archive::readError(folder, ENOTDIR);
-    path_ = unusedName(folder);
-}
-
-PendingFile::~PendingFile() {
-    if (!path_.empty())
-        ::unlink(path_.c_str());
-}
+PendingFile::PendingFile(std::string destination)
+    : destination_(std::move(destination)), folder_(makeFolder(destination_)),
+      path_(folder_.path() + "/file") {}
 
 void PendingFile::place(Existing existing) {
     putInPlace(path_, destination_, existing);

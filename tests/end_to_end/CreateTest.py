@@ -105,7 +105,7 @@ class Create(Case):
         options = self.asUser()
         (self.folder / "closed").chmod(0o500)
         line = self.fail_("archive", "create", "closed/new.zip", "src", **options)
-        self.assertRegex(line, r"Permission denied.*/closed/new\.zip")
+        self.assertRegex(line, r"/closed/new\.zip: Permission denied")
         self.assertNotIn(".vellomir-", line)
 
 

@@ -1,7 +1,7 @@
 #include "archive/Archive.h"
 
 #include "archive/DirectoryCheck.h"
-#include "archive/FileDescriptor.h"
+#include "archive/FileLock.h"
 
 #include <cerrno>
 #include <fcntl.h>
@@ -115,8 +115,10 @@ Archive::BackingConfiguration Archive::makeBackingConfiguration(const URL &url, 
     switch (mode) {
     case AccessMode::read:
         return makeBackingConfiguration(stream(openExisting(path, O_RDONLY), "rb"), mode, progress);
-    case AccessMode::update:
-        return makeBackingConfiguration(stream(openExisting(path, O_RDWR), "rb+"), mode, progress);
+    case AccessMode::update: {
+        FileDescriptor file = openLocked(path, [&] { return openExisting(path, O_RDWR); });
+        return makeBackingConfiguration(stream(std::move(file), "rb+"), mode, progress);
+    }
     case AccessMode::create:
         break;
     }

@@ -81,7 +81,9 @@ public:
     /// @{
 
     /// Opens, or with `create` makes, the archive at a file URL. Nothing if that cannot be done,
-    /// or, with `create`, if something is there already. `preferredEncoding` decodes the paths of
+    /// or, with `create`, if something is there already. With `update` the file is locked (flock)
+    /// as long as the archive is open: what another one holds for longer than 2 seconds cannot be
+    /// opened. File systems without locks work without. `preferredEncoding` decodes the paths of
     /// all entries instead of what each says of itself.
     [[nodiscard]] static std::unique_ptr<Archive>
     make(const URL &url, AccessMode accessMode,
@@ -374,9 +376,9 @@ public:
     ///
     /// Throws `unwritableArchive` for an archive opened for reading or where no temporary one can
     /// be made, `unreadableArchive` if it holds entries that cannot be reached and would be lost,
-    /// or if another file has taken its place, the errors of a directory that disagrees with its
-    /// end record (see Adding), `invalidEntryPath` if it does not hold this entry, and what reading
-    /// and writing throw.
+    /// or if the file was changed or replaced by another program, the errors of a directory that
+    /// disagrees with its end record (see Adding), `invalidEntryPath` if it does not hold this
+    /// entry, and what reading and writing throw.
     void remove(const Entry &entry, const RemoveOptions &options);
     void remove(const Entry &entry) { remove(entry, RemoveOptions{}); }
     /// The same for several entries at once: all of them go, or none.

@@ -2,6 +2,7 @@
 
 #include "archive/BufferSize.h"
 #include "archive/EndRecords.h"
+#include "archive/FileLock.h"
 #include "archive/StreamWriter.h"
 #include "archive/TemporaryReplacementDirectory.h"
 
@@ -125,7 +126,7 @@ private:
 
 /// An archive that will take the place of another one, and the folder it lives in until then.
 struct Archive::Replacement {
-    std::optional<TemporaryReplacementDirectory> folder; ///< none for an archive in memory
+    std::optional<WorkingFolder> folder; ///< none for an archive in memory
     std::unique_ptr<Archive> archive;
 };
 
@@ -138,10 +139,15 @@ void Archive::remove(std::span<const Entry> entries, const RemoveOptions &option
         throw Error(ArchiveError::unwritableArchive, {.detail = "The archive is open for reading"});
     requireBufferSize(options.bufferSize);
     static_cast<void>(readDirectory()); // for its check
+    std::optional<FileIdentity> before;
+    if (!isMemory())
+        before.emplace(::fileno(archiveFile()), url_.path());
     const Replacement replacement = makeTemp();
     if (options.progress)
         options.progress->setTotalUnitCount(totalUnitCountForRemoving(entries));
     replacement.archive->setEndRecords(copyAllBut(entries, *replacement.archive, options));
+    if (before)
+        requireUnchanged(url_.path(), *before);
     replaceCurrent(*replacement.archive);
 }
 
@@ -178,10 +184,12 @@ Archive::Replacement Archive::makeTemp() const {
     if (isMemory())
         return {std::nullopt, open(Data(), AccessMode::create, preferredEncoding_)};
     Replacement replacement;
-    replacement.folder = temporaryReplacementDirectory(*this);
+    replacement.folder.emplace(temporaryReplacementDirectory(*this));
     replacement.archive =
-        open(replacement.folder->url().appendingPathComponent(globallyUniqueString()),
+        open(URL::folder(replacement.folder->path()).appendingPathComponent(globallyUniqueString()),
              AccessMode::create, preferredEncoding_);
+    // Still locked when it has taken this archive's place.
+    static_cast<void>(tryToLock(::fileno(replacement.archive->archiveFile())));
     return replacement;
 }
 

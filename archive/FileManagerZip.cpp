@@ -6,8 +6,10 @@
 #include "archive/ItemListing.h"
 #include "archive/SourceFolder.h"
 #include "archive/UnitCount.h"
+#include "archive/WorkingFolder.h"
 
 #include <filesystem>
+#include <optional>
 
 namespace archive {
 namespace {
@@ -37,17 +39,43 @@ struct PlannedItem {
     std::int64_t unitCount;
 };
 
-/// All items but the archive itself, which may be made in the folder that it packs.
+/// Tells the archive itself, which may be made in the folder that it packs, and the working folder
+/// that it may be in.
+class OwnItems {
+public:
+    explicit OwnItems(const URL &archive) : archive_(archive) {
+        const URL folder = archive.deletingLastPathComponent();
+        if (WorkingFolder::isName(folder.lastPathComponent()))
+            folder_.emplace(folder);
+    }
+
+    /// To be asked for all items in the order of the listing: a folder before its content.
+    bool include(const FileItem &item, const std::string &path) {
+        if (!skipped_.empty() && path.starts_with(skipped_))
+            return true;
+        if (!folder_ || !item.isSameAs(*folder_))
+            return item.isSameAs(archive_);
+        skipped_ = path + '/';
+        return true;
+    }
+
+private:
+    FileItem archive_;
+    std::optional<FileItem> folder_;
+    std::string skipped_;
+};
+
+/// All items but those of the archive that is being made.
 std::vector<PlannedItem> plan(SourceFolder &source, const URL &at, const Archive &archive,
                               const ProgressPointer &progress) {
-    const FileItem archiveItem(archive.url());
+    OwnItems own(archive.url());
     std::vector<PlannedItem> items;
     UnitCount total;
     for (std::string &path : subpaths(at)) {
         if (progress && progress->isCancelled())
             throw Error(Archive::ArchiveError::cancelledOperation);
         const FileItem item = source.item(path);
-        if (item.isSameAs(archiveItem))
+        if (own.include(item, path))
             continue;
         items.push_back({std::move(path), item.unitCount()});
         total += items.back().unitCount;

@@ -5,7 +5,6 @@
 
 #include <cerrno>
 #include <cstdio>
-#include <cstdlib>
 #include <fcntl.h>
 #include <filesystem>
 #include <sys/stat.h>
@@ -22,12 +21,6 @@ std::string realPath(const URL &url) {
     return error ? url.path() : path.string();
 }
 
-/// A new folder in this one, with a name that is unique; "" if none can be made.
-std::string makeFolder(const fs::path &parent) {
-    std::string name = (parent / ".vellomir-XXXXXX").string();
-    return ::mkdtemp(name.data()) == nullptr ? std::string() : name;
-}
-
 /// Best effort for the owner, which only root may give away; the permissions must be right.
 void takeOver(int file, const struct stat &old, const std::string &path) {
     if (::fchown(file, old.st_uid, old.st_gid) != 0 && ::fchown(file, uid_t(-1), old.st_gid) != 0)
@@ -38,19 +31,12 @@ void takeOver(int file, const struct stat &old, const std::string &path) {
 
 } // namespace
 
-TemporaryReplacementDirectory::~TemporaryReplacementDirectory() {
-    std::error_code ignored;
-    if (!url_.path().empty())
-        fs::remove_all(url_.path(), ignored);
-}
-
-TemporaryReplacementDirectory temporaryReplacementDirectory(const Archive &archive) {
-    std::string path = makeFolder(fs::path(realPath(archive.url())).parent_path());
-    if (path.empty())
-        path = makeFolder(fs::temp_directory_path());
-    if (path.empty())
-        throw writeError(fs::temp_directory_path().string(), errno);
-    return TemporaryReplacementDirectory(URL::folder(path));
+WorkingFolder temporaryReplacementDirectory(const Archive &archive) {
+    try {
+        return WorkingFolder(fs::path(realPath(archive.url())).parent_path().string());
+    } catch (const Error &) {
+        return WorkingFolder(fs::temp_directory_path().string());
+    }
 }
 
 void replaceItem(const URL &at, const URL &withItemAt) {

@@ -2,35 +2,14 @@
 
 #include "archive/Archive.h"
 #include "archive/URL.h"
-
-#include <utility>
+#include "archive/WorkingFolder.h"
 
 namespace archive {
 
-/// A folder for the file that will replace an archive. Only its owner may look inside. Deleted with
-/// the object, with everything in it.
-class TemporaryReplacementDirectory {
-public:
-    /// Takes over a folder that exists.
-    explicit TemporaryReplacementDirectory(URL url) : url_(std::move(url)) {}
-    TemporaryReplacementDirectory(TemporaryReplacementDirectory &&other) noexcept
-        : url_(std::exchange(other.url_, {})) {}
-    TemporaryReplacementDirectory &operator=(TemporaryReplacementDirectory &&other) noexcept {
-        std::swap(url_, other.url_);
-        return *this;
-    }
-    ~TemporaryReplacementDirectory();
-
-    [[nodiscard]] const URL &url() const { return url_; }
-
-private:
-    URL url_;
-};
-
-/// Makes such a folder beside the archive, on its volume, so that one rename does it; where that is
-/// not possible, in the system's temporary folder. Throws a `FileError` if it cannot be made there
-/// either.
-[[nodiscard]] TemporaryReplacementDirectory temporaryReplacementDirectory(const Archive &archive);
+/// Makes a folder for the file that will replace an archive: beside it, on its volume, so that one
+/// rename does it; where that is not possible, in the system's temporary folder. Throws a
+/// `FileError` if it cannot be made there either.
+[[nodiscard]] WorkingFolder temporaryReplacementDirectory(const Archive &archive);
 
 /// Puts the file in the place of the item at the URL, in one step: whoever looks sees the one or
 /// the other, whole. The new file takes over permissions and, where that is allowed, owner of the

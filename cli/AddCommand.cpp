@@ -11,6 +11,7 @@
 #include "archive/FileManager.h"
 #include "archive/UnitCount.h"
 
+#include <optional>
 #include <set>
 
 namespace cli {
@@ -125,12 +126,17 @@ void run(const AddOptions &options, Session &session) {
     const std::string target = isNew ? archiveURL.path() : resolvedPath(archiveURL.path());
     PendingFile pending(target);
     try {
-        if (!isNew)
+        std::optional<archive::HeldFile> held;
+        if (!isNew) {
             requireWritable(target);
+            held.emplace(target, interruptibleWait());
+        }
         (options.memory ? addInMemory : addInFile)(target, pending, isNew, options, session);
         if (!isNew)
             vellomir::copyAttributes(target, pending.path());
         Interruption::throwIfInterrupted();
+        if (held)
+            held->requireUnchanged();
         pending.place(isNew ? Existing::refuse : Existing::replace);
     } catch (const archive::Error &error) {
         throw Failure(purpose(options) + ": " +

@@ -39,6 +39,21 @@ Archive::FilePointer openArchiveStream(const std::string &path, bool inMemory) {
     return file;
 }
 
+std::unique_ptr<Archive> openForUpdate(const std::string &path) {
+    // For its words on what is wrong with the file.
+    static_cast<void>(Archive::open(URL::file(path), Archive::AccessMode::read));
+    archive::FileDescriptor locked = archive::openLockedForUpdate(path, interruptibleWait());
+    Archive::FilePointer file(::fdopen(locked.get(), "rb+"));
+    if (!file)
+        throw archive::readError(path, errno);
+    static_cast<void>(locked.release()); // the stream's own from here on
+    return Archive::open(std::move(file), URL::file(path), Archive::AccessMode::update);
+}
+
+archive::LockWait interruptibleWait() {
+    return {.whileWaiting = [] { Interruption::throwIfInterrupted(); }};
+}
+
 std::unique_ptr<Archive> loadArchive(const std::string &path, bool isNew) {
     if (isNew)
         return Archive::open(archive::Data(), Archive::AccessMode::create);

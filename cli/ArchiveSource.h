@@ -1,6 +1,7 @@
 #pragma once
 
 #include "archive/Archive.h"
+#include "archive/FileLock.h"
 
 #include <memory>
 #include <optional>
@@ -17,6 +18,14 @@ openArchive(const std::string &path, bool inMemory,
 /// The same bytes as a stream; whether they are an archive's is left open.
 [[nodiscard]] archive::Archive::FilePointer openArchiveStream(const std::string &path,
                                                               bool inMemory);
+
+/// The archive for changing it in its file, which is locked meanwhile. Throws what
+/// `archive::openLocked` and `archive::Archive::open` throw, with the path, and `Interrupted` while
+/// it waits for the lock.
+[[nodiscard]] std::unique_ptr<archive::Archive> openForUpdate(const std::string &path);
+
+/// Waits for a lock until the user interrupts.
+[[nodiscard]] archive::LockWait interruptibleWait();
 
 /// The archive as bytes in memory, to be changed there; an empty one if `isNew`.
 [[nodiscard]] std::unique_ptr<archive::Archive> loadArchive(const std::string &path, bool isNew);

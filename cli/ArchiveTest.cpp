@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <climits>
 
 namespace cli {
 namespace {
@@ -19,16 +20,18 @@ using archive::CentralDirectoryStructure;
 using archive::Data;
 using archive::TextEncoding;
 
-std::string pathOf(const CentralDirectoryStructure &central) {
+/// The longest target that the system takes for a link.
+constexpr std::uint32_t maxTargetSize = PATH_MAX - 1;
+
+/// Nothing if the bytes are no text in their encoding.
+std::optional<std::string> decodedPath(const CentralDirectoryStructure &central) {
     const auto encoding =
         central.usesUTF8PathEncoding() ? TextEncoding::utf8 : TextEncoding::codePage437;
-    return displayPath(central, archive::decode(central.fileNameData, encoding).value_or(""));
+    return archive::decode(central.fileNameData, encoding);
 }
 
-bool isFolder(const EntryRecords &records) {
-    const auto entry = archive::Entry::make(records.central, records.local, records.descriptor,
-                                            records.zip64Descriptor);
-    return entry && entry->type() == archive::Entry::EntryType::directory;
+std::string pathOf(const CentralDirectoryStructure &central) {
+    return displayPath(central, decodedPath(central).value_or(""));
 }
 
 Archive::FilePointer openFile(const std::string &path, bool inMemory) {
@@ -135,8 +138,40 @@ void ArchiveTest::testEntry(const CentralDirectoryStructure &central) {
         return report("it is encrypted, so its data cannot be checked");
     for (const std::string &problem : checkData(file_.get(), records, progress_))
         report(problem);
-    if (central.effectiveUncompressedSize() != 0 && isFolder(records))
+    testType(records);
+}
+
+void ArchiveTest::testType(const EntryRecords &records) {
+    const auto entry = archive::Entry::make(records.central, records.local, records.descriptor,
+                                            records.zip64Descriptor);
+    if (!entry)
+        return;
+    const auto path = decodedPath(records.central);
+    const auto problem = path ? paths_.add(*path, entry->type())
+                              : std::optional<std::string>("its path is not valid UTF-8 text");
+    if (problem)
+        report(*problem);
+    if (entry->type() == archive::Entry::EntryType::directory &&
+        records.central.effectiveUncompressedSize() != 0)
         report("it is a folder, but it holds data");
+    if (entry->type() == archive::Entry::EntryType::symlink)
+        testLink(records);
+}
+
+void ArchiveTest::testLink(const EntryRecords &records) {
+    if (records.local.compressionMethod != 0)
+        return report("it is a link, but its target is compressed");
+    const std::uint64_t size = records.central.effectiveCompressedSize();
+    if (size == 0)
+        return report("it is a link without a target");
+    if (size > maxTargetSize)
+        return report("it is a link, but its target is longer than " +
+                      countText(maxTargetSize, "byte"));
+    if (!Data::seek(file_.get(), records.dataOffset()))
+        return;
+    const Data target = Data::readChunk(size, file_.get());
+    if (!archive::isValidUTF8(target.text()) || target.text().find('\0') != std::string::npos)
+        report("it is a link, but its target is not valid UTF-8 text");
 }
 
 EntryRecords ArchiveTest::readRecords(const CentralDirectoryStructure &central,

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "cli/EntryPaths.h"
 #include "cli/Json.h"
 #include "cli/OccupiedRanges.h"
 #include "cli/RecordComparison.h"
@@ -16,8 +17,8 @@
 namespace cli {
 
 /// Looks at every entry of an archive, also at those that a reader would not reach: its records,
-/// the place it takes, and its data. Memory stays flat whatever the number of entries and their
-/// size.
+/// the place it takes, its path beside those of the others, and its data. Memory grows with the
+/// paths of the entries, not with their size.
 class ArchiveTest {
 public:
     using Report = std::function<void(const Problem &)>;
@@ -34,6 +35,8 @@ private:
     void testEndOfDirectory(std::uint64_t count);
     void testEntry(const archive::CentralDirectoryStructure &central);
     void testPlace(const EntryRecords &records);
+    void testType(const EntryRecords &records);
+    void testLink(const EntryRecords &records);
     [[nodiscard]] EntryRecords readRecords(const archive::CentralDirectoryStructure &central,
                                            archive::LocalFileHeader local);
     void report(const std::string &problem) const { report_({entry_, problem}); }
@@ -46,6 +49,7 @@ private:
     std::uint64_t position_ = 0;
     std::string entry_; ///< the one that is being looked at
     OccupiedRanges ranges_;
+    EntryPaths paths_;
 };
 
 } // namespace cli

@@ -66,7 +66,9 @@ DeflateStreamTotals readDeflated(StoredBytes &source, std::int64_t size, std::ui
             throw Stop("it unpacks to more than the " + bytes(promised) + " that were promised");
     };
     const archive::DeflateStream stream{.size = size, .bufferSize = chunkSize};
-    return archive::process(stream, std::ref(source), count);
+    // zlib is strict: a faster codec may accept codes that other readers refuse.
+    const auto codec = archive::makeZlibCodec(stream.operation);
+    return archive::process(stream, *codec, std::ref(source), count);
 }
 
 DeflateStreamTotals read(std::FILE *file, const EntryRecords &records,

@@ -38,8 +38,7 @@ std::vector<Entry> findEntries(const Archive &archive, const RemoveOptions &opti
 
 /// The file is replaced by the engine, in one step.
 void removeFromFile(const RemoveOptions &options, Session &session) {
-    const auto archive =
-        Archive::open(archive::URL::file(options.archive), Archive::AccessMode::update);
+    const auto archive = openForUpdate(options.archive);
     vellomir::requireFolderTakesFiles(vellomir::folderOf(resolvedPath(options.archive)));
     archive->remove(findEntries(*archive, options), {.progress = session.progress()});
 }
@@ -47,12 +46,14 @@ void removeFromFile(const RemoveOptions &options, Session &session) {
 void removeInMemory(const RemoveOptions &options, Session &session) {
     const std::string target = resolvedPath(options.archive);
     requireWritable(target);
+    const archive::HeldFile held(target, interruptibleWait());
     const auto archive = loadArchive(target, false);
     archive->remove(findEntries(*archive, options), {.progress = session.progress()});
     PendingFile pending(target);
     storeArchive(*archive, pending.path());
     vellomir::copyAttributes(target, pending.path());
     Interruption::throwIfInterrupted();
+    held.requireUnchanged();
     pending.place(Existing::replace);
 }
 

@@ -2,12 +2,9 @@
 
 #include "archive/Error.h"
 
-#include <array>
 #include <cerrno>
 #include <cstdio>
 #include <fcntl.h>
-#include <sys/random.h>
-#include <sys/stat.h>
 #include <unistd.h>
 #include <utility>
 
@@ -51,19 +48,6 @@ void putInPlace(const std::string &from, const std::string &to, Existing existin
         throw archive::writeError(to, error);
 }
 
-std::string unusedName(const std::string &folder) {
-    std::array<unsigned char, 8> random{};
-    struct stat status {};
-    std::string name;
-    do {
-        static_cast<void>(::getrandom(random.data(), random.size(), 0));
-        name = folder + "/.vellomir-";
-        for (const unsigned value : random)
-            name += {"0123456789abcdef"[value >> 4U], "0123456789abcdef"[value & 15U]};
-    } while (::lstat(name.c_str(), &status) == 0);
-    return name;
-}
-
 std::string folderOf(const std::string &path) {
     const std::size_t slash = path.rfind('/');
     if (slash == std::string::npos)
@@ -76,21 +60,9 @@ void requireFolderTakesFiles(const std::string &folder) {
         throw archive::writeError(folder, errno);
 }
 
-PendingFile::PendingFile(std::string destination) : destination_(std::move(destination)) {
-    const std::string folder = folderOf(destination_);
-    struct stat status {};
-    if (::stat(folder.c_str(), &status) != 0)
-        throw archive::readError(folder, errno);
-    if (!S_ISDIR(status.st_mode))
-        throw archive::readError(folder, ENOTDIR);
-    requireFolderTakesFiles(folder);
-    path_ = unusedName(folder);
-}
-
-PendingFile::~PendingFile() {
-    if (!path_.empty())
-        ::unlink(path_.c_str());
-}
+PendingFile::PendingFile(std::string destination)
+    : destination_(std::move(destination)), folder_(folderOf(destination_)),
+      path_(folder_.path() + "/file") {}
 
 void PendingFile::place(Existing existing) {
     putInPlace(path_, destination_, existing);

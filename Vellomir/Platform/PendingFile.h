@@ -1,5 +1,7 @@
 #pragma once
 
+#include "archive/WorkingFolder.h"
+
 #include <string>
 
 namespace vellomir {
@@ -13,25 +15,22 @@ enum class Existing { refuse, replace };
 /// write errors otherwise; the file keeps its old name then.
 void putInPlace(const std::string &from, const std::string &to, Existing existing);
 
-/// A name that nothing has, hidden, in a folder: ".vellomir-" and random digits.
-[[nodiscard]] std::string unusedName(const std::string &folder);
-
 /// The folder that a file lies in; "." if its name says none.
 [[nodiscard]] std::string folderOf(const std::string &path);
 
 /// Throws a write error with the folder if this process may make no files in it.
 void requireFolderTakesFiles(const std::string &folder);
 
-/// A file on its way: written under a hidden name in the folder of its destination, then put in
-/// place. What has not been put in place is removed with the object.
+/// A file on its way: written in a hidden folder beside its destination, then put in place. What
+/// has not been put in place is removed with the object; what a killed process left there, by the
+/// next one.
 class PendingFile {
 public:
-    /// Creates nothing yet. Throws `FileError::fileReadNoSuchFile` if the destination's folder is
-    /// missing, and `fileWriteNoPermission` with the folder if no file can be made there.
+    /// Makes the hidden folder, but no file yet. Throws `FileError::fileReadNoSuchFile` if the
+    /// destination's folder is missing, and write errors with that folder.
     explicit PendingFile(std::string destination);
     PendingFile(const PendingFile &) = delete;
     PendingFile &operator=(const PendingFile &) = delete;
-    ~PendingFile();
 
     /// Where to write it.
     [[nodiscard]] const std::string &path() const { return path_; }
@@ -41,6 +40,7 @@ public:
 
 private:
     std::string destination_;
+    archive::WorkingFolder folder_;
     std::string path_;
 };
 

@@ -29,8 +29,9 @@ TEST(PendingFile, IsHiddenBesideItsDestinationAndGoesIfItIsNotPlaced) {
     const test::TemporaryFolder folder;
     {
         const PendingFile pending((folder / "result").string());
-        EXPECT_EQ(fs::path(pending.path()).parent_path(), folder.path());
-        EXPECT_TRUE(fs::path(pending.path()).filename().string().starts_with(".vellomir-"));
+        const fs::path hidden = fs::path(pending.path()).parent_path();
+        EXPECT_EQ(hidden.parent_path(), folder.path());
+        EXPECT_TRUE(hidden.filename().string().starts_with(".vellomir-"));
         test::writeFile(pending.path(), "x");
     }
     EXPECT_EQ(count(folder.path()), 0);

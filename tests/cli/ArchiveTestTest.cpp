@@ -210,7 +210,44 @@ TEST(ArchiveTest, FindsFoldersWithData) {
 TEST(ArchiveTest, NamesAnEntryByItsBytesIfTheyAreNoText) {
     test::RawEntry wrong = {.name = "a\xff", .data = "1"};
     wrong.checksum = 1;
-    EXPECT_THAT(problems(test::rawArchive({wrong})), ElementsAre(is("a\\xff", "checksum")));
+    EXPECT_THAT(
+        problems(test::rawArchive({wrong})),
+        ElementsAre(is("a\\xff", "checksum"), is("a\\xff", "its path is not valid UTF-8 text")));
+}
+
+TEST(ArchiveTest, FindsPathsThatExtractionRefuses) {
+    EXPECT_THAT(problems(test::rawArchive({first, last, first})),
+                ElementsAre(is("first", "another entry has the same path")));
+    EXPECT_THAT(problems(test::rawArchive({test::rawLink("d", "x"), {.name = "d/a"}})),
+                ElementsAre(is("d/a", "its path leads through another entry")));
+    EXPECT_THAT(problems(test::rawArchive({{.name = "../a"}})),
+                ElementsAre(is("../a", "its path leads out of the folder")));
+}
+
+TEST(ArchiveTest, FindsLinksThatExtractionRefuses) {
+    test::RawEntry link = test::rawDeflated("l", "target");
+    link.attributes = 0120777U << 16U;
+    EXPECT_THAT(problems(test::rawArchive({link})),
+                ElementsAre(is("l", "it is a link, but its target is compressed")));
+    EXPECT_THAT(problems(test::rawArchive({test::rawLink("l", "")})),
+                ElementsAre(is("l", "it is a link without a target")));
+    EXPECT_THAT(problems(test::rawArchive({test::rawLink("l", std::string(4095, 't'))})),
+                IsEmpty());
+    EXPECT_THAT(problems(test::rawArchive({test::rawLink("l", std::string(4096, 't'))})),
+                ElementsAre(is("l", "its target is longer than 4095 bytes")));
+    for (const std::string &target : {std::string("\xff"), std::string("a\0b", 3)})
+        EXPECT_THAT(problems(test::rawArchive({test::rawLink("l", target)})),
+                    ElementsAre(is("l", "its target is not valid UTF-8 text")));
+}
+
+/// Two literal codes of two bits each: other readers refuse such a set, some codecs do not.
+TEST(ArchiveTest, FindsAnIncompleteSetOfCodes) {
+    test::RawEntry entry = {.name = "a", .data = "aaaaa", .method = 8};
+    entry.data = std::string("\x05\x80\x81\x08\x00\x00\x00\x80\x58\xf7\x97\x38\x00\x04", 14);
+    entry.uncompressedSize = 5;
+    entry.checksum = archive::Data(std::string_view("aaaaa")).crc32(0);
+    EXPECT_THAT(problems(test::rawArchive({entry})),
+                ElementsAre(is("a", "The compressed data is damaged")));
 }
 
 TEST(ArchiveTest, ForeignArchivesAreJudgedAsTheyDeserve) {

@@ -1,0 +1,78 @@
+#pragma once
+
+#include "archive/FileDescriptor.h"
+
+#include <chrono>
+#include <functional>
+#include <optional>
+#include <string>
+#include <sys/stat.h>
+
+namespace archive {
+
+/// What tells a file from another one, and from an earlier state of itself.
+class FileIdentity {
+public:
+    /// Of an open file. Throws a `FileError` with the path.
+    FileIdentity(int descriptor, const std::string &path);
+    /// Of the file at a path, behind all links. Throws a `FileError` with the path.
+    explicit FileIdentity(const std::string &path);
+
+    /// Whether both are one file, whatever happened to its content.
+    [[nodiscard]] bool isSameFile(const FileIdentity &other) const;
+    /// Whether both are one file, with the same size and modification time.
+    friend bool operator==(const FileIdentity &left, const FileIdentity &right);
+
+private:
+    struct stat status_ {};
+};
+
+/// Throws `ArchiveError::unwritableArchive` if the path stands for another file by now, or if the
+/// file has changed. To be asked before something takes the file's place.
+void requireUnchanged(const std::string &path, const FileIdentity &expected);
+
+enum class LockAttempt { locked, taken, unsupported };
+
+/// Locks an open file (flock) for as long as the descriptor is open, if nobody else holds a lock.
+[[nodiscard]] LockAttempt tryToLock(int descriptor);
+
+/// How to wait for a lock.
+struct LockWait {
+    /// After that long a lock of another program is an error.
+    std::chrono::milliseconds patience{2000};
+    /// Called again and again while waiting; may throw.
+    std::function<void()> whileWaiting = nullptr;
+};
+
+/// Opens a file and locks it (flock) for as long as the descriptor is open. Other programs are kept
+/// out only if they ask for the lock. `open` opens the file at the path; it is called again if
+/// another file has taken the place meanwhile. Without locks in the file system the file is just
+/// opened.
+///
+/// Throws what `open` throws, and `ArchiveError::unwritableArchive`, which names the program that
+/// holds the lock where the system tells.
+[[nodiscard]] FileDescriptor openLocked(const std::string &path,
+                                        const std::function<FileDescriptor()> &open,
+                                        const LockWait &wait = {});
+
+/// The same for reading and writing. Throws a `FileError` with the path if that is not possible.
+[[nodiscard]] FileDescriptor openLockedForUpdate(const std::string &path,
+                                                 const LockWait &wait = {});
+
+/// A file that will be replaced: locked, and known as it was when it was locked.
+class HeldFile {
+public:
+    /// Throws what `openLockedForUpdate` throws.
+    explicit HeldFile(std::string path, const LockWait &wait = {});
+
+    /// Throws `ArchiveError::unwritableArchive` if the path stands for another file by now, or if
+    /// the file has changed.
+    void requireUnchanged() const { archive::requireUnchanged(path_, identity_); }
+
+private:
+    std::string path_;
+    FileDescriptor descriptor_;
+    FileIdentity identity_;
+};
+
+} // namespace archive

@@ -1,0 +1,182 @@
+#include "archive/WorkingFolder.h"
+
+#include "archive/Error.h"
+#include "archive/FileLock.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <dirent.h>
+#include <fcntl.h>
+#include <memory>
+#include <random>
+#include <sys/stat.h>
+#include <vector>
+
+namespace archive {
+namespace {
+
+constexpr std::string_view prefix = ".vellomir-";
+constexpr std::string_view digits = "0123456789abcdef";
+constexpr std::size_t digitCount = 16;
+constexpr const char *lockName = "lock";
+constexpr int folderFlags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
+constexpr mode_t ownerOnly = S_IRWXU;
+constexpr int maxAttempts = 100;
+
+std::string randomName() {
+    std::random_device source;
+    std::string name(prefix);
+    for (std::size_t index = 0; index < digitCount; ++index)
+        name += digits[source() % digits.size()];
+    return name;
+}
+
+struct CloseListing {
+    void operator()(DIR *folder) const { ::closedir(folder); }
+};
+
+/// What is in an open folder, as far as it can be listed.
+std::vector<std::string> namesIn(int folder) {
+    std::vector<std::string> names;
+    FileDescriptor again(::openat(folder, ".", folderFlags));
+    const std::unique_ptr<DIR, CloseListing> listing(::fdopendir(again.get()));
+    if (!listing)
+        return names;
+    static_cast<void>(again.release()); // the listing's own from here on
+    while (const dirent *item = ::readdir(listing.get()))
+        if (const std::string name = item->d_name; name != "." && name != "..")
+            names.push_back(name);
+    return names;
+}
+
+/// Removes what is no folder. A folder is made accessible instead, never through a link.
+bool removeFile(int folder, const std::string &name) {
+    if (::unlinkat(folder, name.c_str(), 0) == 0 || errno != EISDIR)
+        return true;
+    static_cast<void>(::fchmodat(folder, name.c_str(), ownerOnly, AT_SYMLINK_NOFOLLOW));
+    return false;
+}
+
+/// Removes everything but the lock. A nested folder is moved to the top before it is emptied, so
+/// that no depth is too large.
+void removeContent(int folder) {
+    std::vector<std::string> pending = namesIn(folder);
+    std::erase(pending, lockName);
+    for (unsigned moved = 0; !pending.empty();) {
+        const std::string name = std::move(pending.back());
+        pending.pop_back();
+        if (removeFile(folder, name))
+            continue;
+        const FileDescriptor below(::openat(folder, name.c_str(), folderFlags));
+        for (const std::string &child : namesIn(below.get())) {
+            if (removeFile(below.get(), child))
+                continue;
+            std::string target = "moved-" + std::to_string(++moved);
+            if (::renameat(below.get(), child.c_str(), folder, target.c_str()) == 0)
+                pending.push_back(std::move(target));
+        }
+        ::unlinkat(folder, name.c_str(), AT_REMOVEDIR);
+    }
+}
+
+void removeFolder(int parent, const std::string &name, int folder) {
+    removeContent(folder);
+    ::unlinkat(folder, lockName, 0);
+    ::unlinkat(parent, name.c_str(), AT_REMOVEDIR);
+}
+
+/// Whether the folder is one that this user made.
+bool isOwn(const FileDescriptor &folder) {
+    struct stat status {};
+    return folder.isOpen() && ::fstat(folder.get(), &status) == 0 && status.st_uid == ::geteuid();
+}
+
+/// Gives the owner the rights that the umask may have taken, and keeps the other bits.
+void makeAccessible(int parent, const std::string &name) {
+    struct stat status {};
+    if (::fstatat(parent, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0 &&
+        (status.st_mode & ownerOnly) != ownerOnly)
+        static_cast<void>(::fchmodat(parent, name.c_str(), (status.st_mode & 07777U) | ownerOnly,
+                                     AT_SYMLINK_NOFOLLOW));
+}
+
+void removeIfAbandoned(int parent, const std::string &name) {
+    const FileDescriptor folder(::openat(parent, name.c_str(), folderFlags));
+    if (!isOwn(folder))
+        return;
+    const FileDescriptor lock(
+        ::openat(folder.get(), lockName, O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    if (!lock.isOpen() && errno == ENOENT) // killed before the lock was made, or just being made
+        ::unlinkat(parent, name.c_str(), AT_REMOVEDIR);
+    else if (lock.isOpen() && tryToLock(lock.get()) == LockAttempt::locked)
+        removeFolder(parent, name, folder.get());
+}
+
+FileDescriptor openParent(const std::string &path) {
+    FileDescriptor parent(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!parent.isOpen() && errno == EACCES) // may be written, but not listed
+        parent = FileDescriptor(::open(path.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+    if (!parent.isOpen())
+        throw readError(path, errno);
+    return parent;
+}
+
+} // namespace
+
+bool WorkingFolder::isName(std::string_view name) {
+    return name.size() == prefix.size() + digitCount && name.starts_with(prefix) &&
+           name.find_first_not_of(digits, prefix.size()) == std::string_view::npos;
+}
+
+WorkingFolder::WorkingFolder(const std::string &parent) : parent_(openParent(parent)) {
+    for (const std::string &name : namesIn(parent_.get()))
+        if (isName(name))
+            removeIfAbandoned(parent_.get(), name);
+    for (int attempt = 0; attempt < maxAttempts; ++attempt) {
+        if (make() == Outcome::made) {
+            path_ = parent + (parent.ends_with('/') ? "" : "/") + name_;
+            return;
+        }
+        if (errno != EEXIST && errno != ENOENT)
+            throw writeError(parent, errno);
+    }
+    throw writeError(parent, EEXIST);
+}
+
+/// Lost, with errno, if there is something of this name, or if another process took the new folder
+/// for an abandoned one before it was locked.
+WorkingFolder::Outcome WorkingFolder::make() {
+    name_ = randomName();
+    if (::mkdirat(parent_.get(), name_.c_str(), ownerOnly) != 0)
+        return Outcome::lost;
+    makeAccessible(parent_.get(), name_);
+    folder_ = FileDescriptor(::openat(parent_.get(), name_.c_str(), folderFlags));
+    if (!folder_.isOpen())
+        return Outcome::lost;
+    lock_ = FileDescriptor(::openat(folder_.get(), lockName,
+                                    O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
+                                    S_IRUSR | S_IWUSR));
+    if (!lock_.isOpen()) {
+        const int error = errno;
+        ::unlinkat(parent_.get(), name_.c_str(), AT_REMOVEDIR);
+        errno = error;
+        return Outcome::lost;
+    }
+    const LockAttempt attempt = tryToLock(lock_.get());
+    struct stat status {};
+    const bool isThere = ::fstat(lock_.get(), &status) == 0 && status.st_nlink > 0;
+    errno = EEXIST;
+    return attempt != LockAttempt::taken && isThere ? Outcome::made : Outcome::lost;
+}
+
+WorkingFolder::~WorkingFolder() {
+    if (!folder_.isOpen())
+        return;
+    try {
+        removeFolder(parent_.get(), name_, folder_.get());
+    } catch (const std::exception &) { // no memory: the next one in this folder removes it
+    }
+}
+
+} // namespace archive

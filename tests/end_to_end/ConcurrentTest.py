@@ -1,0 +1,99 @@
+"""Two runs on one archive, and what a killed run leaves behind."""
+import contextlib
+import fcntl
+import os
+import signal
+import subprocess
+import time
+import unittest
+import zipfile
+
+from harness import Case, PROGRAM, makeZip
+
+
+class Concurrent(Case):
+    def setUp(self):
+        super().setUp()
+        makeZip(self.folder / "a.zip", [("old", b"old content"), ("gone", b"1")])
+        self.write("new.txt", "hello " * 1000)
+
+    def names(self):
+        with zipfile.ZipFile(self.folder / "a.zip") as archive:
+            self.assertIsNone(archive.testzip())
+            return archive.namelist()
+
+    def testOfSeveralAtOnceNoneIsLost(self):
+        for index in range(6):
+            self.write(f"file{index}", f"content {index}")
+        runs = [subprocess.Popen([PROGRAM, "archive", "add", "a.zip", f"file{index}"],
+                                 cwd=self.folder, stderr=subprocess.PIPE) for index in range(6)]
+        done = {f"file{index}" for index, run in enumerate(runs)
+                if run.communicate() and run.returncode == 0}
+        self.assertEqual(set(self.names()), {"old", "gone"} | done)
+        self.assertTrue(done)
+
+    def testAHeldArchiveIsRefusedAndTheHolderNamed(self):
+        commands = [["add", "a.zip", "new.txt"], ["add", "--memory", "a.zip", "new.txt"],
+                    ["remove", "a.zip", "gone"], ["remove", "--memory", "a.zip", "gone"]]
+        with open(self.folder / "a.zip", "rb") as file:
+            fcntl.flock(file, fcntl.LOCK_EX)
+            with self.unchanged():
+                for command in commands:
+                    line = self.fail_("archive", *command)
+                    self.assertRegex(line, rf"The archive is in use by (another program|"
+                                           rf".+ \(process {os.getpid()}\))")
+                    self.assertIn("a.zip", line)
+                    self.assertNotIn(".vellomir-", line)
+            self.assertNotEqual(self.succeed("archive", "list", "a.zip"), "", "reading is free")
+        for command in commands[:1] + commands[2:3]:
+            self.succeed("archive", *command)
+        self.assertEqual(self.names(), ["old", "new.txt"])
+
+    def testTheSecondWaitsForAMoment(self):
+        with self.waitingRun() as run:
+            pass
+        run.send_signal(signal.SIGCONT)
+        self.assertEqual(run.wait(), 0)
+        self.assertEqual(self.names(), ["old", "gone", "new.txt"])
+
+    def testWhatAKilledRunLeftIsRemovedByTheNext(self):
+        for command in [["create", "b.zip", "new.txt"], ["remove", "a.zip", "gone"],
+                        ["add", "a.zip", "new.txt"]]:
+            with self.waitingRun() as run:
+                run.kill()
+                run.wait()
+            self.assertEqual(len(self.workingFolders()), 1)
+            self.succeed("archive", *command)
+            self.assertEqual(self.workingFolders(), [], command)
+
+    def testWhatAnotherRunUsesStays(self):
+        with self.waitingRun() as run:
+            before = self.workingFolders()
+            self.succeed("archive", "create", "b.zip", "new.txt")
+            self.assertEqual(self.workingFolders(), before)
+        run.send_signal(signal.SIGCONT)
+        self.assertEqual(run.wait(), 0)
+        self.assertEqual(self.names(), ["old", "gone", "new.txt"])
+        self.assertEqual(self.workingFolders(), [])
+
+    def workingFolders(self):
+        return [path.parent.name for path in self.folder.glob(".vellomir-*/lock")]
+
+    @contextlib.contextmanager
+    def waitingRun(self):
+        """A run that is stopped while it waits for the archive; its working folder is made."""
+        with open(self.folder / "a.zip", "rb") as file:
+            fcntl.flock(file, fcntl.LOCK_EX)
+            while True: # on a busy machine it may have given up before it was stopped
+                run = subprocess.Popen([PROGRAM, "archive", "add", "a.zip", "new.txt"],
+                                       cwd=self.folder, stderr=subprocess.DEVNULL)
+                while run.poll() is None and not self.workingFolders():
+                    time.sleep(0.001)
+                run.send_signal(signal.SIGSTOP)
+                if run.poll() is None:
+                    break
+            yield run
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -66,6 +66,7 @@ T.TextField {
         text: control.placeholder
         color: control.placeholderTextColor
         font: control.font
+        fontSizeMode: Text.HorizontalFit
         textFormat: Text.PlainText
         horizontalAlignment: Text.AlignHCenter
         verticalAlignment: Text.AlignVCenter

@@ -35,7 +35,7 @@ Item {
             font: content.font
             // White on orange could hardly be read without an edge.
             style: content.isLoading ? Text.Outline : Text.Normal
-            styleColor: Style.faded(Style.black, 0.35)
+            styleColor: Style.faded(Style.black, 0.4)
         }
     }
 }

@@ -50,6 +50,8 @@ Rectangle {
                     implicitHeight: title.implicitHeight
 
                     InfoButton {
+                        id: infoButton
+
                         objectName: "infoButton"
                         anchors.right: parent.right
                         anchors.rightMargin: Style.padding - padding
@@ -62,9 +64,13 @@ Rectangle {
                         id: title
 
                         anchors.centerIn: parent
+                        // Large text must leave room for the button.
+                        width: Math.min(implicitWidth, 2 * infoButton.x - parent.width)
                         text: "Vellomir"
                         color: Style.white
                         font: Style.largeTitle
+                        fontSizeMode: Text.HorizontalFit
+                        horizontalAlignment: Text.AlignHCenter
                         textFormat: Text.PlainText
                         Accessible.role: Accessible.Heading
                         Accessible.name: text

@@ -134,6 +134,7 @@ Flickable {
 
     Rectangle {
         parent: panel
+        z: 1
         anchors.fill: parent
         visible: panel.activeFocus && !panel.isClicked
         color: "transparent"

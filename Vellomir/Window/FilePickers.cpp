@@ -49,9 +49,8 @@ FilePickers::FilePickers()
 
 FilePickers::~FilePickers() = default;
 
-std::unique_ptr<QFileDialog> FilePickers::makeDialog(const QString &title,
-                                                     QFileDialog::ViewMode usualView,
-                                                     const Kind &kind) {
+std::unique_ptr<QFileDialog>
+FilePickers::makeDialog(const QString &title, QFileDialog::ViewMode usualView, const Kind &kind) {
     auto dialog = std::make_unique<QFileDialog>(nullptr, title);
     dialog->setViewMode(usualView);
     if (!kind.view.isEmpty())
@@ -67,11 +66,10 @@ void FilePickers::pickDocument(Documents answer) {
     dialog->setFileMode(QFileDialog::ExistingFile);
     dialog->setNameFilters(
         {QStringLiteral("All files (*)"), QStringLiteral("iOS packages (*.ipa)")});
-    open(std::move(dialog), documents_,
-         [answer = std::move(answer)](const QList<QUrl> &picked) {
-             if (!picked.isEmpty())
-                 answer(picked);
-         });
+    open(std::move(dialog), documents_, [answer = std::move(answer)](const QList<QUrl> &picked) {
+        if (!picked.isEmpty())
+            answer(picked);
+    });
 }
 
 void FilePickers::pickPicture(Place answer) {

@@ -12,9 +12,9 @@
 namespace vellomir {
 
 /// File dialogs in windows of their own, in front of the program's window. Where the desktop has
-/// dialogs of its own, it is those. Each starts where the last of its kind ended and looks as it did
-/// there, the first ones where such files usually lie. One at a time: a new one cancels the one that
-/// is open. No dialog writes a settings file: what they remember goes with this object.
+/// dialogs of its own, it is those. Each starts where the last of its kind ended and looks as it
+/// did there, the first ones where such files usually lie. One at a time: a new one cancels the one
+/// that is open. No dialog writes a settings file: what they remember goes with this object.
 class FilePickers : public Pickers {
 public:
     FilePickers();
@@ -36,9 +36,8 @@ private:
     };
     using Finished = std::function<void(const QList<QUrl> &)>;
 
-    [[nodiscard]] static std::unique_ptr<QFileDialog> makeDialog(const QString &title,
-                                                                 QFileDialog::ViewMode usualView,
-                                                                 const Kind &kind);
+    [[nodiscard]] static std::unique_ptr<QFileDialog>
+    makeDialog(const QString &title, QFileDialog::ViewMode usualView, const Kind &kind);
     void open(std::unique_ptr<QFileDialog> dialog, Kind &kind, Finished finished);
     void forgetDialog();
 

@@ -50,7 +50,7 @@ QFont Fonts::forText(QFont font, const QString &text) {
 }
 
 double Fonts::scaleOf(const QFont &systemFont, double dotsPerInch) {
-    constexpr double smallestUsual = 12; // Pixels: 9 points,
+    constexpr double smallestUsual = 12;      // Pixels: 9 points,
     constexpr double largestUsual = 44.0 / 3; // and 11 points.
     const double size = pixelSize(systemFont, dotsPerInch);
     return size > 0 ? size / std::clamp(size, smallestUsual, largestUsual) : 1;

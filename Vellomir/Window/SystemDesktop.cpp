@@ -70,10 +70,9 @@ QDBusMessage launcherUpdate(std::optional<double> share) {
     const QString program = QGuiApplication::desktopFileName() + QStringLiteral(".desktop");
     const QVariantMap properties{{QStringLiteral("progress"), share.value_or(0)},
                                  {QStringLiteral("progress-visible"), share.has_value()}};
-    QDBusMessage message =
-        QDBusMessage::createSignal(QStringLiteral("/com/canonical/unity/launcherentry/1"),
-                                   QStringLiteral("com.canonical.Unity.LauncherEntry"),
-                                   QStringLiteral("Update"));
+    QDBusMessage message = QDBusMessage::createSignal(
+        QStringLiteral("/com/canonical/unity/launcherentry/1"),
+        QStringLiteral("com.canonical.Unity.LauncherEntry"), QStringLiteral("Update"));
     message << QStringLiteral("application://") + program << properties;
     return message;
 }

@@ -34,7 +34,8 @@ bool TapWatcher::eventFilter(QObject *watched, QEvent *event) {
     case QEvent::MouseButtonRelease:
     case QEvent::TouchEnd: {
         const QPointF place = placeOf(*event);
-        if ((place - pressedAt_).manhattanLength() < QGuiApplication::styleHints()->startDragDistance())
+        if ((place - pressedAt_).manhattanLength() <
+            QGuiApplication::styleHints()->startDragDistance())
             emit tapped(place);
         break;
     }

@@ -134,7 +134,8 @@ TEST_F(TheField, KeepsTheCaretBehindWhatWasPasted) {
 
 TEST_F(TheField, TakesAllOtherPastedText) {
     click(field());
-    const QString text = QString::fromUtf8(" a\tb <i>7</i> é e\u0301 \u200f\u0645\u0631 👩🏽‍🚀\u00a0");
+    const QString text =
+        QString::fromUtf8(" a\tb <i>7</i> é e\u0301 \u200f\u0645\u0631 👩🏽‍🚀\u00a0");
     paste(text);
     EXPECT_EQ(number(), text.toStdString());
 }

@@ -52,9 +52,7 @@ protected:
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     }
 
-    static QFileDialog::ViewMode viewOf(const char *title) {
-        return dialog(title)->viewMode();
-    }
+    static QFileDialog::ViewMode viewOf(const char *title) { return dialog(title)->viewMode(); }
 
     /// Offers the name, agrees, and returns the name that comes of it.
     std::string savedAs(const QString &name) {

@@ -2,6 +2,7 @@
 
 #include "tests/window/WindowFixture.h"
 
+#include "Vellomir/Window/Fonts.h"
 #include "tests/Vellomir/JobFixture.h"
 
 using test::isText;
@@ -165,6 +166,22 @@ TEST_F(TheWindow, FitsTheCropper) {
         EXPECT_LE(placeOf(item("preview")).bottom(), placeOf(item("useButton")).top());
         EXPECT_LE(placeOf(item("useButton")).right(), placeOf(item("zoomButton")).left());
         EXPECT_LE(placeOf(item("zoomButton")).bottom(), window().height());
+    }
+}
+
+TEST_F(TheWindow, FitsLargeText) {
+    view().logMessages.append("File selected: Notes.ipa");
+    for (const double scale : {1.5, 2.0}) {
+        SCOPED_TRACE(scale);
+        app_->fonts().setScale(scale);
+        view().showInfoSheet.set(false);
+        expectToFitInAllSizes("main screen");
+        for (const QSize &size : sizes) {
+            resize(size);
+            EXPECT_LE(drawn(text("Vellomir")).right(), placeOf(item("infoButton")).left());
+        }
+        view().showInfoSheet.set(true);
+        expectToFitInAllSizes("about sheet");
     }
 }
 

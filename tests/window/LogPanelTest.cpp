@@ -170,13 +170,14 @@ TEST_F(TheLogPanel, StaysWhereTheKeyboardHasBroughtIt) {
     EXPECT_EQ(number("contentY"), end());
 }
 
-TEST_F(TheLogPanel, StaysWhereItWasDraggedTo) {
+TEST_F(TheLogPanel, StaysWhereAFingerHasDraggedIt) {
     append(40);
     const QPoint from = placeOf(panel()).center().toPoint();
-    QTest::mousePress(&window(), Qt::LeftButton, {}, from);
+    const auto finger = std::unique_ptr<QPointingDevice>(QTest::createTouchDevice());
+    QTest::touchEvent(&window(), finger.get()).press(1, from);
     for (int step = 1; step <= 10; ++step)
-        QTest::mouseMove(&window(), from + QPoint(0, 10 * step));
-    QTest::mouseRelease(&window(), Qt::LeftButton, {}, from + QPoint(0, 100));
+        QTest::touchEvent(&window(), finger.get()).move(1, from + QPoint(0, 10 * step));
+    QTest::touchEvent(&window(), finger.get()).release(1, from + QPoint(0, 100));
     ASSERT_TRUE(becomes([this] { return !panel().property("moving").toBool(); }));
     const double place = number("contentY");
     ASSERT_LT(place, end() - 10);

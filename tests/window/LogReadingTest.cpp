@@ -118,8 +118,6 @@ TEST_F(ALog, FadesAtItsUpperEdgeWhereItIsScrolled) {
     fill(60);
     const QRectF box = placeOf(panel());
     const QRectF top(box.left() + 16, box.top(), 60, 2);
-    focusPanel();
-    key(Qt::Key_Home);
     for (double offset = 18; offset < 50; offset += 3) {
         panel().setProperty("contentY", offset);
         settle();
@@ -134,7 +132,8 @@ TEST_F(ALog, FadesAtItsUpperEdgeWhereItIsScrolled) {
 TEST_F(ALog, CopiesAPartOfALine) {
     view().logMessages.append("New Bundle ID: com.example.sample2");
     settle();
-    drag(before("New Bundle ID: com.example.sample2"), behind("New Bundle ID: com.example.sample2"));
+    drag(before("New Bundle ID: com.example.sample2"),
+         behind("New Bundle ID: com.example.sample2"));
     copy();
     EXPECT_EQ(copied(), "New Bundle ID: com.example.sample2");
     const QPointF middle = placeOf(text("New Bundle ID: com.example.sample2")).center();
@@ -219,7 +218,8 @@ TEST_F(ALog, ScrollsWhileASelectionIsDraggedBeyondItsEdge) {
     QTest::mouseMove(&window(), QPoint(100, static_cast<int>(box.center().y()) - 20));
     QTest::mouseMove(&window(), QPoint(100, static_cast<int>(box.top()) - 10));
     EXPECT_TRUE(becomes([this] { return position() == 0; }));
-    QTest::mouseRelease(&window(), Qt::LeftButton, {}, QPoint(100, static_cast<int>(box.top()) - 10));
+    QTest::mouseRelease(&window(), Qt::LeftButton, {},
+                        QPoint(100, static_cast<int>(box.top()) - 10));
     copy();
     EXPECT_EQ(copied().substr(0, 7), "Line 1\n");
 }

@@ -99,8 +99,8 @@ class Warnings(WarningCase):
         if os.geteuid() == 0 and not options:
             self.skipTest("the superuser may write everywhere")
         self.warned("the property list could not be written, so the copy is not a second one: The "
-                    "file may not be written: Payload/Notes.app/Info.plist: "
-                    "Permission denied", **options)
+                    "file may not be written (entry Payload/Notes.app/Info.plist): app.ipa",
+                    **options)
 
     def testSeveralWarnings(self):
         makeZip(self.folder / "app.ipa",

@@ -1,5 +1,6 @@
 #include "archive/DestinationFolder.h"
 
+#include "archive/Constants.h"
 #include "archive/Error.h"
 
 #include <array>
@@ -167,7 +168,12 @@ FileDescriptor DestinationFolder::openFolder(int parent, const std::string &name
                                              std::string_view path) const {
     FileDescriptor folder(::openat(parent, name.c_str(), folderFlags));
     if (!folder.isOpen() && errno == ENOENT) {
-        if (::mkdirat(parent, name.c_str(), 0777) != 0 && errno != EEXIST)
+        // The umask, and the folder above, must not change the mode of an implied folder.
+        if (::mkdirat(parent, name.c_str(), defaultDirectoryPermissions) == 0)
+            check(
+                ::fchmodat(parent, name.c_str(), defaultDirectoryPermissions, AT_SYMLINK_NOFOLLOW),
+                fullPath(path));
+        else if (errno != EEXIST)
             throw writeError(fullPath(path), errno);
         folder = FileDescriptor(::openat(parent, name.c_str(), folderFlags));
     }

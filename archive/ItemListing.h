@@ -1,5 +1,6 @@
 #pragma once
 
+#include "archive/FolderItems.h"
 #include "archive/URL.h"
 
 #include <string>
@@ -8,8 +9,9 @@
 namespace archive {
 
 /// The paths of all items below a folder, relative to it: a folder before its content, otherwise in
-/// the order of the file system. Links are listed, not followed. Throws a `FileError` with the path
+/// the order of `sortForWalk`. Links are listed, not followed. Throws a `FileError` with the path
 /// of a folder that cannot be read.
-[[nodiscard]] std::vector<std::string> subpaths(const URL &folder);
+[[nodiscard]] std::vector<std::string> subpaths(const URL &folder,
+                                                const ListFolder &list = folderItems);
 
 } // namespace archive

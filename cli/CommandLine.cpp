@@ -105,9 +105,13 @@ void Grammar::declareDuplicate() {
     command.fileName("--output", "PATH", duplicate_.output,
                      "a folder, or the copy's file name; the current\nfolder if left out");
     command.flag("--force", duplicate_.force, "replace the result if it exists");
-    command.flag(
-        "--json", duplicate_.json,
-        "print one object instead of the log: log, errorMessage,\nresult (a path or null)");
+    command.choice("--encoding", duplicate_.encoding, encodings,
+                   "how names are stored that are not marked as UTF-8 (cp437)");
+    command.flag("--strict", duplicate_.strict,
+                 "fail, without a result, where there would be a warning");
+    command.flag("--json", duplicate_.json,
+                 "print one object instead of the log: log, errorMessage,\n"
+                 "result (a path or null), warnings");
     declareFeedback(command);
     choose(command, duplicate_);
 }

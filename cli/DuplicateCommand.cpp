@@ -8,6 +8,8 @@
 #include "cli/MutedErrors.h"
 #include "cli/PrivateFolder.h"
 #include "cli/Reach.h"
+#include "cli/UnmarkedNames.h"
+#include "cli/Warnings.h"
 
 #include "Vellomir/Platform/PendingFile.h"
 
@@ -26,13 +28,24 @@ std::optional<vellomir::Picture> readIcon(const DuplicateOptions &options) {
     return options.zoom ? vellomir::cropImageToSquare(picture) : picture;
 }
 
-/// What the job itself does not say. An archive that does not open is the job's to report.
-void warnOfUnreachableEntries(const DuplicateOptions &options, Session &session) {
+/// An archive that does not open is the job's to report.
+void examinePackage(const DuplicateOptions &options, Warnings &warnings) {
     const auto archive = Archive::make(URL::file(options.package), Archive::AccessMode::read);
     if (!archive)
         return;
-    if (const auto warning = shortfall(findReach(*archive)))
-        session.warn(options.package + ": " + *warning);
+    UnmarkedNames names;
+    const Reach reach =
+        findReach(*archive, [&](const archive::Entry &entry) { names.look(entry); });
+    if (const auto warning = shortfall(reach))
+        warnings.add(*warning);
+    if (const auto warning = names.warning(); warning && !options.encoding)
+        warnings.add(*warning);
+}
+
+void examineCopy(const JobRun &job, Warnings &warnings) {
+    const auto copy = Archive::open(*job.result(), Archive::AccessMode::read);
+    for (const std::string &warning : warningsAbout(job.log(), CopyContents::of(*copy)))
+        warnings.add(warning);
 }
 
 /// Moves the result out of the sandbox; returns its path.
@@ -51,9 +64,15 @@ struct Outcome {
     std::optional<std::string> failure; ///< why there is no result
 };
 
-Outcome finish(const JobRun &job, const Destination &destination, const DuplicateOptions &options) {
-    if (!job.result())
+Outcome finish(const JobRun &job, const Destination &destination, const DuplicateOptions &options,
+               Warnings &warnings) {
+    if (!job.result()) {
+        warnings.tellHeldBack();
         return {std::nullopt, job.errorMessage(), job.reason()};
+    }
+    examineCopy(job, warnings);
+    if (warnings.areFailure())
+        return {std::nullopt, warnings.failure(), warnings.failure()};
     try {
         const std::string path = deliver(job, destination, options);
         return {path, "Zipped IPA file: " + URL::file(path).absoluteString(), std::nullopt};
@@ -69,22 +88,24 @@ Outcome finish(const JobRun &job, const Destination &destination, const Duplicat
 void run(const DuplicateOptions &options, Session &session) {
     const Destination destination = Destination::find(options.output, options.force);
     const auto icon = readIcon(options);
-    warnOfUnreachableEntries(options, session);
+    Warnings warnings(options.package, options.strict, session);
+    if (options.number.empty())
+        warnings.add("the number is empty, so the copy has the identifier of the original and "
+                     "would replace it");
+    examinePackage(options, warnings);
 
     const PrivateFolder folder(destination.folder);
-    const bool printsLog = !options.json && !session.isQuiet();
-    JobRun job(folder.path(), session, printsLog);
-    job.run(options, icon);
+    JobRun job(folder.path(), options, session);
+    job.run(icon);
     Interruption::throwIfInterrupted();
-    const Outcome outcome = finish(job, destination, options);
+    const Outcome outcome = finish(job, destination, options, warnings);
     if (options.json) {
-        session.out().line(jobJson(job.log(), outcome.errorMessage, outcome.result));
+        session.out().line(
+            jobJson(job.log(), outcome.errorMessage, outcome.result, warnings.texts()));
         session.out().flush();
     }
     if (outcome.failure)
         throw Failure(purpose(options) + ": " + *outcome.failure);
-    for (const std::string &complaint : complaintsIn(job.log()))
-        session.complain(options.package + ": " + job.underUsersNames(complaint));
 }
 
 } // namespace cli

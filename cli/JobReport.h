@@ -1,5 +1,7 @@
 #pragma once
 
+#include "cli/CopyContents.h"
+
 #include <string>
 #include <vector>
 
@@ -11,7 +13,9 @@ namespace cli {
 [[nodiscard]] std::string reasonOf(const std::vector<std::string> &log,
                                    const std::vector<std::string> &console);
 
-/// The lines of a successful job that tell of something that did not work.
-[[nodiscard]] std::vector<std::string> complaintsIn(const std::vector<std::string> &log);
+/// Why the copy of a job that came to its end may not be the second copy that was wanted: one text
+/// a reason, none if all went well.
+[[nodiscard]] std::vector<std::string> warningsAbout(const std::vector<std::string> &log,
+                                                     const CopyContents &copy);
 
 } // namespace cli

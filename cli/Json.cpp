@@ -23,11 +23,13 @@ std::string openEnded(const Json &json) {
 } // namespace
 
 std::string jobJson(const std::vector<std::string> &log, const std::string &errorMessage,
-                    const std::optional<std::string> &result) {
+                    const std::optional<std::string> &result,
+                    const std::vector<std::string> &warnings) {
     Json json;
     json["log"] = log;
     json["errorMessage"] = errorMessage;
     json["result"] = result ? Json(*result) : Json(nullptr);
+    json["warnings"] = warnings;
     return text(json);
 }
 

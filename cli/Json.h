@@ -10,10 +10,11 @@
 /// result is valid JSON whatever the names hold.
 namespace cli {
 
-/// `{"log":["…"],"errorMessage":"…","result":"path or null"}`
+/// `{"log":["…"],"errorMessage":"…","result":"path or null","warnings":["…"]}`
 [[nodiscard]] std::string jobJson(const std::vector<std::string> &log,
                                   const std::string &errorMessage,
-                                  const std::optional<std::string> &result);
+                                  const std::optional<std::string> &result,
+                                  const std::vector<std::string> &warnings);
 
 /// `{"archive":"…","zip64":false,"entries":[`: what comes before the entries of a list.
 [[nodiscard]] std::string listHeadJson(const std::string &name, bool isZIP64);

@@ -26,6 +26,9 @@ struct DuplicateOptions {
     bool zoom = false;        ///< only with an icon
     std::string output = "."; ///< a folder, or the name of the result
     bool force = false;
+    /// Of names that are not marked as UTF-8; nothing: code page 437, and not chosen by the user.
+    std::optional<archive::TextEncoding> encoding;
+    bool strict = false; ///< each warning is a failure
     bool json = false;
 };
 

@@ -32,11 +32,14 @@ std::string reason(const Reach &reach) {
 
 } // namespace
 
-Reach findReach(const archive::Archive &archive) {
+Reach findReach(const archive::Archive &archive,
+                const std::function<void(const archive::Entry &)> &look) {
     auto walk = archive.makeIterator();
     std::uint64_t reached = 0;
-    while (walk.next())
+    while (const auto entry = walk.next()) {
+        look(*entry);
         ++reached;
+    }
     return reachAfter(archive, walk, reached);
 }
 

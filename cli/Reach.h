@@ -4,6 +4,7 @@
 #include "archive/EndRecords.h"
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 
@@ -18,8 +19,10 @@ struct Reach {
     std::int64_t displacement = 0;
 };
 
-/// Walks the whole directory.
-[[nodiscard]] Reach findReach(const archive::Archive &archive);
+/// Walks the whole directory, and shows each entry to `look`.
+[[nodiscard]] Reach findReach(
+    const archive::Archive &archive,
+    const std::function<void(const archive::Entry &)> &look = [](const archive::Entry &) {});
 /// After a walk that is over; `reached` entries came of it.
 [[nodiscard]] Reach reachAfter(const archive::Archive &archive,
                                const archive::Archive::EntryIterator &walk, std::uint64_t reached);

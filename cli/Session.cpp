@@ -12,11 +12,8 @@ Session::Session(const Feedback &feedback, std::shared_ptr<archive::Progress> pr
 }
 
 void Session::warn(const std::string &text) {
-    if (!isQuiet_)
-        complain(text);
-}
-
-void Session::complain(const std::string &text) {
+    if (isQuiet_)
+        return;
     bar_.hide();
     // Nobody is left to tell that standard error is closed.
     static_cast<void>(writeFully(STDERR_FILENO, errorLine("warning: " + text)));

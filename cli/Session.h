@@ -24,8 +24,6 @@ public:
 
     /// One line on standard error, unless the user wants nothing but errors.
     void warn(const std::string &text);
-    /// The same for what went wrong, though not so far that the command failed.
-    void complain(const std::string &text);
 
 private:
     bool isQuiet_;

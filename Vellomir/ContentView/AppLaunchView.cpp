@@ -14,7 +14,7 @@ AppLaunchView::AppLaunchView(Services services)
       selectedImage(services.mainQueue), isLoading(services.mainQueue),
       isProcessing(services.mainQueue), errorMessage(services.mainQueue),
       logMessages(services.mainQueue), showInfoSheet(services.mainQueue),
-      services_(std::move(services)), files_(services_.sandbox.root()),
+      services_(std::move(services)), files_(services_.sandbox.root(), services_.listFolder),
       progress_(services_.progress), decoding_(services_.mainQueue, services_.backgroundQueue),
       jobs_(std::make_shared<JobCounter>()) {
     imageObservation_ =

@@ -5,9 +5,9 @@
 #include "Vellomir/Platform/LogMessages.h"
 #include "Vellomir/Platform/Picture.h"
 #include "Vellomir/Platform/Property.h"
-#include "Vellomir/Platform/PropertyList.h"
 #include "Vellomir/Platform/SandboxFiles.h"
 #include "Vellomir/Platform/Services.h"
+#include "Vellomir/PropertyLists/PropertyList.h"
 #include "archive/URL.h"
 
 #include <memory>
@@ -126,12 +126,14 @@ private:
     [[nodiscard]] std::optional<archive::Data> encodeIcon(const Picture &newIcon);
     [[nodiscard]] bool writeIcons(const archive::URL &bundle, const archive::Data &png);
 
+    [[nodiscard]] std::optional<archive::URL> firstInfoPlist(const archive::URL &url) const;
     [[nodiscard]] std::optional<archive::URL> findInfoPlist(const archive::URL &url) const;
     [[nodiscard]] std::optional<PropertyList> readInfoPlist(const archive::URL &file) const;
     [[nodiscard]] std::string renameBundle(PropertyList &propertyList);
     void writeInfoPlist(const PropertyList &propertyList, const archive::URL &file);
 
     void stagePayload(const archive::URL &url, const archive::URL &staging);
+    void removeAllButPayload(const archive::URL &staging) const;
     [[nodiscard]] archive::URL packagePlace(const archive::URL &output,
                                             const archive::URL &staging) const;
     void removeOldPackage(const archive::URL &place) const;

@@ -17,7 +17,7 @@ std::optional<archive::URL> AppLaunchView::unzipIPA(const archive::URL &url) try
     files_.removeIfThere(folder);
     files_.createFolder(folder);
     progress_.run(JobProgress::Share::unpacking, [&](const auto &progress) {
-        archive::FileManager().unzipItem(copy, folder, false, progress);
+        archive::FileManager().unzipItem(copy, folder, false, progress, services_.nameEncoding);
     });
 
     logMessages.append("Unzipped IPA file successfully");

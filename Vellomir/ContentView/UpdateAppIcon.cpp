@@ -5,6 +5,24 @@
 #include "Vellomir/ContentView/IconFiles.h"
 
 namespace vellomir {
+namespace {
+
+bool isBundle(const archive::URL &item) {
+    return item.pathExtension() == "app";
+}
+
+/// Of the bundles on the way from the folder to the item.
+std::optional<archive::URL> outermostBundle(const archive::URL &folder, const archive::URL &item) {
+    std::optional<archive::URL> bundle;
+    const std::size_t start = folder.path().size();
+    for (archive::URL each = item; each.path().size() > start;
+         each = each.deletingLastPathComponent())
+        if (isBundle(each))
+            bundle = each;
+    return bundle;
+}
+
+} // namespace
 
 std::optional<std::string> AppLaunchView::updateAppIcon(const archive::URL &url,
                                                         const Picture &newIcon) {
@@ -19,9 +37,13 @@ std::optional<std::string> AppLaunchView::updateAppIcon(const archive::URL &url,
     return bundle->path();
 }
 
+/// The icons go where the property list is: into the outermost bundle around it. Only without one,
+/// any bundle will do.
 std::optional<archive::URL> AppLaunchView::findBundle(const archive::URL &url) const try {
-    auto bundle = files_.findFirst(
-        url, [](const archive::URL &item) { return item.pathExtension() == "app"; });
+    const auto list = firstInfoPlist(url);
+    auto bundle = list ? outermostBundle(url, *list) : std::nullopt;
+    if (!bundle)
+        bundle = files_.findFirst(url, isBundle);
     if (bundle)
         files_.requireItem(*bundle);
     return bundle;

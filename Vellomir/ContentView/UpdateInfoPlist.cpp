@@ -21,12 +21,16 @@ std::optional<std::string> AppLaunchView::updateInfoPlist(const archive::URL &ur
     return displayName;
 }
 
-std::optional<archive::URL> AppLaunchView::findInfoPlist(const archive::URL &url) const try {
-    auto file = files_.findFirst(url, [](const archive::URL &item) {
+std::optional<archive::URL> AppLaunchView::firstInfoPlist(const archive::URL &url) const {
+    return files_.findFirst(url, [](const archive::URL &item) {
         return item.absoluteString().find(".app/Info.plist") != std::string::npos;
     });
+}
+
+std::optional<archive::URL> AppLaunchView::findInfoPlist(const archive::URL &url) const try {
+    auto file = firstInfoPlist(url);
     if (file)
-        files_.requireItem(*file);
+        files_.requireFile(*file);
     return file;
 } catch (const std::exception &error) {
     services_.console(rawText(error));
@@ -34,7 +38,7 @@ std::optional<archive::URL> AppLaunchView::findInfoPlist(const archive::URL &url
 }
 
 std::optional<PropertyList> AppLaunchView::readInfoPlist(const archive::URL &file) const try {
-    return PropertyList::parse(files_.read(file, PropertyList::maximumSize));
+    return PropertyList::parse(files_.read(file, PropertyList::maximumSize), progress_.progress());
 } catch (const archive::Error &error) {
     services_.console(rawText(error.about({}, file.path())));
     return std::nullopt;
@@ -67,7 +71,7 @@ std::string AppLaunchView::renameBundle(PropertyList &propertyList) {
 void AppLaunchView::writeInfoPlist(const PropertyList &propertyList, const archive::URL &file) {
     std::optional<archive::Data> xml;
     try {
-        xml = propertyList.xmlData();
+        xml = propertyList.xmlData(progress_.progress());
     } catch (const std::exception &error) {
         logMessages.append("Unable to update the Info.plist file");
         services_.console(rawText(error));

@@ -16,6 +16,7 @@ std::optional<archive::URL> AppLaunchView::zipUpdatedIPA(const archive::URL &url
     stagePayload(url, staging);
     try {
         const archive::URL place = packagePlace(output, staging);
+        removeAllButPayload(staging);
         removeOldPackage(place);
         progress_.run(JobProgress::Share::packing, [&](const auto &progress) {
             archive::FileManager().zipItem(staging, place, false, archive::CompressionMethod::none,
@@ -48,6 +49,16 @@ void AppLaunchView::stagePayload(const archive::URL &url, const archive::URL &st
         logMessages.append(std::string("Error while moving Payload folder: ") + error.what());
         services_.console(rawText(error));
     }
+}
+
+/// The package "tempFolder.ipa" was unpacked in the staging folder. What is there beside "Payload"
+/// does not belong into the new package.
+void AppLaunchView::removeAllButPayload(const archive::URL &staging) const {
+    if (!files_.isFolder(staging))
+        return;
+    for (const archive::URL &child : files_.children(staging))
+        if (child.lastPathComponent() != "Payload")
+            files_.remove(child);
 }
 
 /// The name comes from the package. A new package belongs into Documents, and not into the folder

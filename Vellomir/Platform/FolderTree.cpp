@@ -4,37 +4,17 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <dirent.h>
 #include <fcntl.h>
-#include <memory>
 #include <sys/stat.h>
 
 namespace vellomir {
 namespace {
 
 using archive::FileDescriptor;
+using archive::FolderItem;
+using archive::WalkLevel;
 
 constexpr int listFlags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
-
-struct CloseDirectory {
-    void operator()(DIR *directory) const { ::closedir(directory); }
-};
-
-bool isFolder(int parent, const dirent &entry) {
-    if (entry.d_type != DT_UNKNOWN)
-        return entry.d_type == DT_DIR;
-    struct stat status {};
-    return ::fstatat(parent, entry.d_name, &status, AT_SYMLINK_NOFOLLOW) == 0 &&
-           S_ISDIR(status.st_mode);
-}
-
-const dirent *nextEntry(DIR *directory, const std::string &path) {
-    errno = 0;
-    const dirent *entry = ::readdir(directory);
-    if (entry == nullptr && errno != 0)
-        throw archive::readError(path, errno);
-    return entry;
-}
 
 /// If this fails, opening will say so.
 void grantAccess(int parent, const std::string &name) {
@@ -45,26 +25,7 @@ void grantAccess(int parent, const std::string &name) {
         changeMode(item, status.st_mode | S_IRWXU);
 }
 
-bool isDots(std::string_view name) {
-    return name == "." || name == "..";
-}
-
 } // namespace
-
-std::vector<FolderItem> folderItems(int folder, const std::string &path) {
-    FileDescriptor own(::openat(folder, ".", listFlags));
-    const std::unique_ptr<DIR, CloseDirectory> directory(own.isOpen() ? ::fdopendir(own.get())
-                                                                      : nullptr);
-    if (!directory)
-        throw archive::readError(path, errno);
-    static_cast<void>(own.release()); // belongs to the directory stream now
-
-    std::vector<FolderItem> items;
-    while (const dirent *entry = nextEntry(directory.get(), path))
-        if (!isDots(entry->d_name))
-            items.push_back({entry->d_name, isFolder(folder, *entry)});
-    return items;
-}
 
 FileDescriptor openFolder(int parent, const std::string &name, const std::string &path,
                           FolderAccess access) {
@@ -81,8 +42,9 @@ bool changeMode(const FileDescriptor &item, mode_t mode) {
     return ::chmod(path.c_str(), mode & 07777U) == 0;
 }
 
-FolderTree::FolderTree(FileDescriptor folder, std::string path, FolderAccess access)
-    : folder_(std::move(folder)), path_(std::move(path)), access_(access) {
+FolderTree::FolderTree(FileDescriptor folder, std::string path, FolderAccess access,
+                       archive::ListFolder list)
+    : folder_(std::move(folder)), path_(std::move(path)), access_(access), list_(std::move(list)) {
     levels_.push_back(level(folder_, path_));
 }
 
@@ -120,8 +82,9 @@ FolderTree::Event FolderTree::leave() {
     return event;
 }
 
-FolderTree::Level FolderTree::level(const FileDescriptor &folder, const std::string &path) {
-    std::vector<FolderItem> items = folderItems(folder.get(), path);
+FolderTree::Level FolderTree::level(const FileDescriptor &folder, const std::string &path) const {
+    std::vector<FolderItem> items = list_(folder.get(), path);
+    sortForWalk(items, levels_.empty() ? WalkLevel::top : WalkLevel::below);
     std::reverse(items.begin(), items.end());
     return {std::move(items), identity(folder, path)};
 }

@@ -1,24 +1,14 @@
 #pragma once
 
 #include "archive/FileDescriptor.h"
+#include "archive/FolderItems.h"
 
-#include <functional>
 #include <string>
 #include <string_view>
 #include <sys/types.h>
 #include <vector>
 
 namespace vellomir {
-
-/// An item as its folder lists it.
-struct FolderItem {
-    std::string name;
-    bool isFolder = false; ///< itself; a link to one is none
-};
-
-/// The items of an open folder, in the order of the file system. `path` stands in errors, which are
-/// `FileError`s.
-[[nodiscard]] std::vector<FolderItem> folderItems(int folder, const std::string &path);
 
 /// What a folder is opened for: to list it, or to remove what it holds, for which missing rights
 /// are granted to oneself if the folder is one's own.
@@ -31,11 +21,13 @@ enum class FolderAccess { list, remove };
 /// Also of an item opened with O_PATH, which the system knows no call for. False if that failed.
 bool changeMode(const archive::FileDescriptor &item, mode_t mode);
 
-/// Walks a tree from a folder downwards without following links, holding one descriptor whatever
-/// the depth. Errors are `FileError`s with the path.
+/// Walks a tree from a folder downwards without following links, in the order of
+/// `archive::sortForWalk`, holding one descriptor whatever the depth. Errors are `FileError`s with
+/// the path.
 class FolderTree {
 public:
-    FolderTree(archive::FileDescriptor folder, std::string path, FolderAccess access);
+    FolderTree(archive::FileDescriptor folder, std::string path, FolderAccess access,
+               archive::ListFolder list = archive::folderItems);
 
     enum class Step {
         foundItem,  ///< an item of the current folder; if it is a folder, `enter` may follow
@@ -44,7 +36,7 @@ public:
     };
     struct Event {
         Step step = Step::end;
-        FolderItem item;
+        archive::FolderItem item;
     };
     [[nodiscard]] Event next();
     /// Goes on with the items of a folder that was just found. If this throws, the walk goes on
@@ -62,11 +54,10 @@ private:
         friend bool operator==(const Identity &, const Identity &) = default;
     };
     struct Level {
-        std::vector<FolderItem> pending; ///< the next one last
+        std::vector<archive::FolderItem> pending; ///< the next one last
         Identity identity;
     };
-    [[nodiscard]] static Level level(const archive::FileDescriptor &folder,
-                                     const std::string &path);
+    [[nodiscard]] Level level(const archive::FileDescriptor &folder, const std::string &path) const;
     [[nodiscard]] static Identity identity(const archive::FileDescriptor &folder,
                                            const std::string &path);
     [[nodiscard]] Event leave();
@@ -74,6 +65,7 @@ private:
     archive::FileDescriptor folder_;
     std::string path_;
     FolderAccess access_;
+    archive::ListFolder list_;
     std::vector<Level> levels_; ///< from the top to the current folder
 };
 

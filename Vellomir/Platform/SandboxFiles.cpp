@@ -19,9 +19,20 @@ using archive::URL;
 using FinalLink = SandboxPath::FinalLink;
 
 /// A link that has just come must not lead us away.
-constexpr int writeFlags =
-    O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
-constexpr mode_t newFileMode = 0644;
+constexpr int writeFlags = O_WRONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
+constexpr mode_t newFileMode = 0644; // whatever the umask says
+
+/// An existing file is emptied and keeps its mode. Not open, and errno, if that failed.
+FileDescriptor openForWriting(const SandboxPlace &place) {
+    const int folder = place.folder.get();
+    const char *name = place.name.c_str();
+    FileDescriptor file(::openat(folder, name, writeFlags | O_CREAT | O_EXCL, newFileMode));
+    if (!file.isOpen() && errno == EEXIST)
+        return FileDescriptor(::openat(folder, name, writeFlags | O_TRUNC));
+    if (file.isOpen())
+        static_cast<void>(::fchmod(file.get(), newFileMode)); // some file systems have no modes
+    return file;
+}
 
 void writeAll(int file, std::span<const std::byte> bytes, const std::string &path) {
     while (!bytes.empty()) {
@@ -32,14 +43,32 @@ void writeAll(int file, std::span<const std::byte> bytes, const std::string &pat
     }
 }
 
+/// What a path leads to.
+struct stat existingItem(const URL &root, const URL &url) {
+    const SandboxPlace place = SandboxPath(root, url).resolve(FinalLink::follow);
+    const auto status = place.status();
+    if (!status)
+        throw archive::readError(url.path(), errno);
+    return *status;
+}
+
 } // namespace
 
-SandboxFiles::SandboxFiles(URL root) : root_(std::move(root)) {}
+SandboxFiles::SandboxFiles(URL root, archive::ListFolder list)
+    : root_(std::move(root)), list_(std::move(list)) {}
 
 void SandboxFiles::requireItem(const URL &url) const {
-    const SandboxPlace place = SandboxPath(root_, url).resolve(FinalLink::follow);
-    if (!place.status())
-        throw archive::readError(url.path(), errno);
+    static_cast<void>(existingItem(root_, url));
+}
+
+void SandboxFiles::requireFile(const URL &url) const {
+    if (S_ISDIR(existingItem(root_, url).st_mode))
+        throw archive::readError(url.path(), EISDIR);
+}
+
+bool SandboxFiles::isFolder(const URL &url) const {
+    const auto status = SandboxPath::item(root_, url).status();
+    return status && S_ISDIR(status->st_mode);
 }
 
 URL SandboxFiles::withoutLinks(const URL &url) const {
@@ -55,7 +84,7 @@ archive::Data SandboxFiles::read(const URL &url, std::size_t limit) const {
 
 void SandboxFiles::write(const URL &url, std::span<const std::byte> content) const {
     const SandboxPlace place = SandboxPath(root_, url).resolve(FinalLink::follow);
-    FileDescriptor file(::openat(place.folder.get(), place.name.c_str(), writeFlags, newFileMode));
+    FileDescriptor file = openForWriting(place);
     if (!file.isOpen())
         throw archive::writeError(url.path(), errno);
     writeAll(file.get(), content, url.path());
@@ -78,7 +107,7 @@ std::vector<URL> SandboxFiles::children(const URL &folder) const {
     const FileDescriptor opened =
         openFolder(place.folder.get(), place.name, folder.path(), FolderAccess::list);
     std::vector<URL> children;
-    for (const FolderItem &item : folderItems(opened.get(), folder.path()))
+    for (const archive::FolderItem &item : archive::folderItems(opened.get(), folder.path()))
         children.push_back(
             folder.appendingPathComponent(item.isFolder ? item.name + '/' : item.name));
     return children;

@@ -2,6 +2,7 @@
 
 #include "archive/Data.h"
 #include "archive/FileDescriptor.h"
+#include "archive/FolderItems.h"
 #include "archive/Progress.h"
 #include "archive/URL.h"
 
@@ -22,16 +23,21 @@ class SandboxFiles {
 public:
     using ProgressPointer = std::shared_ptr<archive::Progress>;
 
-    /// The root must exist, and its path hold no links.
-    explicit SandboxFiles(archive::URL root);
+    /// The root must exist, and its path hold no links. `list` lists the folders of a search.
+    explicit SandboxFiles(archive::URL root, archive::ListFolder list = archive::folderItems);
 
     /// Throws if nothing is there, or only a link that dangles or leads out.
     void requireItem(const archive::URL &url) const;
+    /// The same, and throws for a folder.
+    void requireFile(const archive::URL &url) const;
+    /// Whether a folder is there; false for a link to one.
+    [[nodiscard]] bool isFolder(const archive::URL &url) const;
     /// The same place without links in the folders of its path. The item need not exist.
     [[nodiscard]] archive::URL withoutLinks(const archive::URL &url) const;
     /// A whole file. More than `limit` bytes: `FileError::fileReadTooLarge`.
     [[nodiscard]] archive::Data read(const archive::URL &url, std::size_t limit) const;
-    /// Replaces the content of a file, which is made when missing, in place.
+    /// Replaces the content of a file in place, which keeps its mode. A missing file is made with
+    /// the mode 0644.
     void write(const archive::URL &url, std::span<const std::byte> content) const;
 
     /// The folder and all missing ones above it; an existing folder is welcome.
@@ -52,14 +58,15 @@ public:
     /// The direct children, in the order of the file system.
     [[nodiscard]] std::vector<archive::URL> children(const archive::URL &folder) const;
     /// The first item below the folder that passes the test, a folder before its content, otherwise
-    /// in the order of the file system. Links are reported and not entered; what cannot be read is
-    /// skipped.
+    /// in the order of `archive::sortForWalk`. Links are reported and not entered; what cannot be
+    /// read is skipped.
     [[nodiscard]] std::optional<archive::URL>
     findFirst(const archive::URL &folder,
               const std::function<bool(const archive::URL &)> &test) const;
 
 private:
     archive::URL root_;
+    archive::ListFolder list_;
 };
 
 } // namespace vellomir

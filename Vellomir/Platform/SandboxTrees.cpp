@@ -32,8 +32,10 @@ void removeItems(FolderTree tree) {
     }
 }
 
-FolderTree openTree(const SandboxPlace &place, FolderAccess access) {
-    return {openFolder(place.folder.get(), place.name, place.path(), access), place.path(), access};
+FolderTree openTree(const SandboxPlace &place, FolderAccess access,
+                    const archive::ListFolder &list) {
+    return {openFolder(place.folder.get(), place.name, place.path(), access), place.path(), access,
+            list};
 }
 
 void enterIfPossible(FolderTree &tree, const std::string &name) {
@@ -53,7 +55,7 @@ void SandboxFiles::remove(const URL &url) const {
         throw archive::readError(url.path(), errno);
     const bool isFolder = S_ISDIR(status->st_mode);
     if (isFolder)
-        removeItems(openTree(place, FolderAccess::remove));
+        removeItems(openTree(place, FolderAccess::remove, list_));
     if (::unlinkat(place.folder.get(), place.name.c_str(), isFolder ? AT_REMOVEDIR : 0) != 0)
         throw archive::writeError(url.path(), errno);
 }
@@ -70,7 +72,7 @@ void SandboxFiles::removeIfThere(const URL &url) const {
 std::optional<URL> SandboxFiles::findFirst(const URL &folder,
                                            const std::function<bool(const URL &)> &test) const try {
     const SandboxPlace place = SandboxPath(root_, folder).resolve(SandboxPath::FinalLink::follow);
-    FolderTree tree = openTree(place, FolderAccess::list);
+    FolderTree tree = openTree(place, FolderAccess::list, list_);
     const std::size_t start = tree.path("").size();
     for (auto event = tree.next(); event.step != FolderTree::Step::end; event = tree.next()) {
         if (event.step == FolderTree::Step::leftFolder)

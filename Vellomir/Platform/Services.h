@@ -2,10 +2,13 @@
 
 #include "Vellomir/Platform/Queue.h"
 #include "Vellomir/Platform/Sandbox.h"
+#include "archive/FolderItems.h"
 #include "archive/Progress.h"
+#include "archive/TextEncoding.h"
 #include "archive/URL.h"
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -35,6 +38,10 @@ struct Services {
     PresentDocumentPicker presentDocumentPicker = nullptr; ///< null: there is none
     /// Tells the user what no other place tells, in a sentence or two; called on the main thread.
     std::function<void(const std::string &message)> tell = [](const std::string &) {};
+    /// Lists the folders in which the job looks for the bundle; for tests.
+    archive::ListFolder listFolder = archive::folderItems;
+    /// How names in the package are stored; nothing: each entry says it.
+    std::optional<archive::TextEncoding> nameEncoding = std::nullopt;
 };
 
 } // namespace vellomir

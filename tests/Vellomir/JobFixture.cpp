@@ -9,9 +9,11 @@ namespace test {
 
 using archive::URL;
 
-Job::Job(std::shared_ptr<archive::Progress> progress) : view(services(std::move(progress))) {}
+Job::Job(std::shared_ptr<archive::Progress> progress, archive::ListFolder listFolder)
+    : view(services(std::move(progress), std::move(listFolder))) {}
 
-vellomir::Services Job::services(std::shared_ptr<archive::Progress> progress) {
+vellomir::Services Job::services(std::shared_ptr<archive::Progress> progress,
+                                 archive::ListFolder listFolder) {
     return {.sandbox = vellomir::Sandbox(folder.url("box")),
             .mainQueue = mainLoop.queue(),
             .backgroundQueue = background.queue(),
@@ -22,7 +24,8 @@ vellomir::Services Job::services(std::shared_ptr<archive::Progress> progress) {
                 },
             .hideKeyboard = [this] { ++keyboardHidings; },
             .progress = std::move(progress),
-            .presentDocumentPicker = [this](auto didPick) { didPickDocuments = didPick; }};
+            .presentDocumentPicker = [this](auto didPick) { didPickDocuments = didPick; },
+            .listFolder = std::move(listFolder)};
 }
 
 void Job::pick(const std::string &content, const std::string &name) {

@@ -15,7 +15,8 @@ using Lines = std::vector<std::string>;
 /// The main screen in a sandbox of its own, with queues and a console that tests look into.
 class Job {
 public:
-    explicit Job(std::shared_ptr<archive::Progress> progress = nullptr);
+    explicit Job(std::shared_ptr<archive::Progress> progress = nullptr,
+                 archive::ListFolder listFolder = archive::folderItems);
 
     TemporaryFolder folder;
     vellomir::EventLoop mainLoop;
@@ -51,7 +52,8 @@ public:
     [[nodiscard]] std::string consoleText() const;
 
 private:
-    vellomir::Services services(std::shared_ptr<archive::Progress> progress);
+    vellomir::Services services(std::shared_ptr<archive::Progress> progress,
+                                archive::ListFolder listFolder);
 
     mutable std::mutex consoleLock_;
     Lines console_;

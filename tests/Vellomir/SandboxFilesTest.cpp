@@ -1,9 +1,10 @@
 #include "Vellomir/Platform/SandboxFiles.h"
 #include "Vellomir/Platform/Sandbox.h"
 #include "archive/Archive.h"
-#include "tests/Vellomir/FileSizeLimit.h"
+#include "tests/support/FileSizeLimit.h"
 #include "tests/support/Random.h"
 #include "tests/support/TemporaryFolder.h"
+#include "tests/support/Umask.h"
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
@@ -374,6 +375,24 @@ TEST_F(SandboxFilesTest, TreesMayBeOfAnyDepth) {
     EXPECT_NO_THROW(files_.requireItem(*found));
     files_.remove(url("in"));
     EXPECT_FALSE(fs::exists(box("in")));
+}
+
+TEST_F(SandboxFilesTest, ModesOfWrittenFilesDoNotFollowTheUmask) {
+    const auto modeOf = [this](const char *name) {
+        return static_cast<unsigned>(fs::status(box(name)).permissions());
+    };
+    for (const mode_t mask : {000U, 022U, 077U, 0777U}) {
+        const test::Umask umask(mask);
+        fs::remove(box("new"));
+        files_.write(url("new"), bytes("1"));
+        EXPECT_EQ(modeOf("new"), 0644U) << mask;
+        for (const unsigned mode : {0600U, 0644U, 0755U, 0640U}) {
+            fs::permissions(box("new"), fs::perms(mode));
+            files_.write(url("new"), bytes("2"));
+            EXPECT_EQ(modeOf("new"), mode) << mask;
+        }
+        EXPECT_EQ(test::readFile(box("new")), "2");
+    }
 }
 
 TEST_F(SandboxFilesTest, ChildrenAreListedWithoutThoseBelow) {

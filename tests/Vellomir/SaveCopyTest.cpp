@@ -1,7 +1,7 @@
 #include "Vellomir/Platform/SaveCopy.h"
 #include "archive/Archive.h"
 #include "archive/Error.h"
-#include "tests/Vellomir/FileSizeLimit.h"
+#include "tests/support/FileSizeLimit.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <gmock/gmock.h>

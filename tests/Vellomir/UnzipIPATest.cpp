@@ -1,6 +1,6 @@
 #include "archive/FileManager.h"
-#include "tests/Vellomir/FileSizeLimit.h"
 #include "tests/Vellomir/JobFixture.h"
+#include "tests/support/FileSizeLimit.h"
 #include "tests/support/Referee.h"
 
 #include <iostream>

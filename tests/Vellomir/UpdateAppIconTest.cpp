@@ -1,5 +1,5 @@
-#include "tests/Vellomir/FileSizeLimit.h"
 #include "tests/Vellomir/JobFixture.h"
+#include "tests/support/FileSizeLimit.h"
 
 using test::Job;
 using test::Lines;

@@ -1,5 +1,5 @@
-#include "tests/Vellomir/FileSizeLimit.h"
 #include "tests/Vellomir/JobFixture.h"
+#include "tests/support/FileSizeLimit.h"
 #include "tests/support/Referee.h"
 
 using archive::URL;
@@ -73,6 +73,39 @@ TEST_F(Packing, PacksWhatAnEarlierJobLeftBehind) {
               "Payload/ 0\nPayload/Earlier.app/ 0\nPayload/Earlier.app/Earlier 0\n");
     EXPECT_TRUE(fs::exists(job_.unzipped() / "Payload")) << "not moved";
     EXPECT_THAT(job_.consoleText(), HasSubstr("FileError.fileWriteFileExists: "));
+}
+
+/// "tempFolder.ipa" is unpacked to a folder in the staging folder.
+TEST_F(Packing, PacksNothingButThePayloadOfAPackageNamedLikeTheStagingFolder) {
+    Job job;
+    job.pick(test::notesPackage({{.name = "iTunesMetadata.plist", .data = "x"}}), "tempFolder.ipa");
+    job.view.duplicationNumber.set("2");
+    job.view.processIPAFile();
+    EXPECT_THAT(job.log(),
+                ElementsAre("Unzipping IPA...", "Unzipped IPA file successfully",
+                            "No image selected", "Updating Info.plist",
+                            StartsWith("Previous Bundle ID"), StartsWith("New Bundle ID"),
+                            StartsWith("Previous App Name"), StartsWith("New App Name"),
+                            "Info.plist updated successfully", "Created temporary folder",
+                            "Moved Payload folder", "Zipped updated app successfully",
+                            "Zipped IPA file: Notes2.ipa", "Temporary files cleared"));
+    EXPECT_EQ(listing(job.documents() / "Notes2.ipa"),
+              "Payload/ 0\nPayload/Notes.app/ 0\nPayload/Notes.app/Info.plist 0\n"
+              "Payload/Notes.app/Notes 0\n");
+    EXPECT_FALSE(fs::exists(job.documents() / "tempFolder"));
+}
+
+TEST_F(Packing, PacksAnEarlierPayloadAlsoWhereAPackageWasUnpackedBesideIt) {
+    writeFile(staging_ / "Payload/Earlier.app/Earlier", "earlier");
+    writeFile(staging_ / "unzipped/Payload/Notes.app/Notes", "program");
+    const URL unzipped = URL::folder((staging_ / "unzipped").string());
+    EXPECT_TRUE(job_.view.zipUpdatedIPA(unzipped, "Notes2"));
+    EXPECT_THAT(job_.log(), ElementsAre("Created temporary folder",
+                                        StartsWith("Error while moving Payload folder: "),
+                                        "Zipped updated app successfully"));
+    EXPECT_EQ(listing(result()),
+              "Payload/ 0\nPayload/Earlier.app/ 0\nPayload/Earlier.app/Earlier 0\n");
+    EXPECT_FALSE(fs::exists(staging_));
 }
 
 TEST_F(Packing, GoesOnWithoutAPayload) {

@@ -3,13 +3,12 @@
 
 #include "archive/Archive.h"
 #include "archive/FileManager.h"
+#include "tests/support/FileSizeLimit.h"
 #include "tests/support/Random.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <cerrno>
-#include <csignal>
 #include <gmock/gmock.h>
-#include <sys/resource.h>
 
 using archive::Archive;
 using archive::CompressionMethod;
@@ -21,34 +20,9 @@ using AccessMode = Archive::AccessMode;
 
 namespace {
 
-/// The largest file that this process may write, until the object goes.
-class FileSizeLimit {
-public:
-    explicit FileSizeLimit(rlim_t size) {
-        ::getrlimit(RLIMIT_FSIZE, &before_);
-        handler_ = std::signal(SIGXFSZ, SIG_IGN);
-        set(size);
-    }
-    ~FileSizeLimit() {
-        set(before_.rlim_cur);
-        std::signal(SIGXFSZ, handler_);
-    }
-    FileSizeLimit(const FileSizeLimit &) = delete;
-    FileSizeLimit &operator=(const FileSizeLimit &) = delete;
-
-private:
-    void set(rlim_t size) const {
-        const rlimit limit{size, before_.rlim_max};
-        ::setrlimit(RLIMIT_FSIZE, &limit);
-    }
-
-    rlimit before_{};
-    void (*handler_)(int) = SIG_DFL;
-};
-
 /// The error of an action under the limit; nothing if it went through.
 std::optional<Error> errorUnder(rlim_t limit, const std::function<void()> &action) {
-    const FileSizeLimit limited(limit);
+    const test::FileSizeLimit limited(limit);
     try {
         action();
     } catch (const Error &error) {

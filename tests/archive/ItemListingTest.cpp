@@ -1,6 +1,7 @@
 #include "archive/ItemListing.h"
 
 #include "archive/Error.h"
+#include "tests/support/HostileListings.h"
 #include "tests/support/Referee.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -113,13 +114,34 @@ TEST_F(ItemListing, KeepsNamesAsTheyAre) {
     EXPECT_EQ(sorted(list("folder \n")), sorted(names));
 }
 
-TEST_F(ItemListing, KeepsTheOrderOfTheFileSystem) {
-    for (int folder = 0; folder < 5; ++folder)
-        for (int file = 0; file < 20; ++file)
-            makeFile(std::to_string(folder * 7 % 5) + "/" + std::to_string(file * 13 % 20) + "/f");
-    std::vector<std::string> expected;
-    for (const auto &item : fs::recursive_directory_iterator(root_))
-        expected.push_back(item.path().lexically_relative(root_).string());
+TEST_F(ItemListing, OrderIsTheSameForEveryListing) {
+    for (const char *path :
+         {"Apps/x", "Payload/Main.app/Info.plist", "Payload/Main.app/A/Payload/x",
+          "Payload/Main.app/A/x", "Payload/Main.app/PlugIns/P.appex/Info.plist",
+          "Payload/Main.app/Zebra", "Payload/notes", "__MACOSX/Payload/x", "metadata"})
+        makeFile(path);
+    const std::vector<std::string> expected = {
+        "Payload",
+        "Payload/notes",
+        "Payload/Main.app",
+        "Payload/Main.app/Info.plist",
+        "Payload/Main.app/Zebra",
+        "Payload/Main.app/A",
+        "Payload/Main.app/A/x",
+        "Payload/Main.app/A/Payload",
+        "Payload/Main.app/A/Payload/x",
+        "Payload/Main.app/PlugIns",
+        "Payload/Main.app/PlugIns/P.appex",
+        "Payload/Main.app/PlugIns/P.appex/Info.plist",
+        "metadata",
+        "Apps",
+        "Apps/x",
+        "__MACOSX",
+        "__MACOSX/Payload",
+        "__MACOSX/Payload/x",
+    };
+    for (const archive::ListFolder &listing : test::hostileListings())
+        EXPECT_EQ(subpaths(folder_.url("root"), listing), expected);
     EXPECT_EQ(list(), expected);
 }
 

@@ -32,21 +32,23 @@ std::string error(const Arguments &arguments) {
 }
 
 TEST(CommandLine, DuplicateTakesEverything) {
-    const auto chosen =
-        options<DuplicateOptions>({"duplicate", "a.ipa", "--number", "2", "--icon", "i.png",
-                                   "--zoom", "--output", "out", "--force", "--json"});
+    const auto chosen = options<DuplicateOptions>({"duplicate", "a.ipa", "--number", "2", "--icon",
+                                                   "i.png", "--zoom", "--output", "out", "--force",
+                                                   "--json", "--strict", "--encoding", "utf-8"});
     EXPECT_EQ(chosen.package, "a.ipa");
     EXPECT_EQ(chosen.number, "2");
     EXPECT_EQ(chosen.icon, "i.png");
     EXPECT_EQ(chosen.output, "out");
-    EXPECT_TRUE(chosen.zoom && chosen.force && chosen.json);
+    EXPECT_TRUE(chosen.zoom && chosen.force && chosen.json && chosen.strict);
+    EXPECT_EQ(chosen.encoding, archive::TextEncoding::utf8);
 }
 
 TEST(CommandLine, DuplicateHasDefaults) {
     const auto chosen = options<DuplicateOptions>({"duplicate", "--number", "2", "a.ipa"});
     EXPECT_EQ(chosen.icon, std::nullopt);
     EXPECT_EQ(chosen.output, ".");
-    EXPECT_FALSE(chosen.zoom || chosen.force || chosen.json);
+    EXPECT_EQ(chosen.encoding, std::nullopt);
+    EXPECT_FALSE(chosen.zoom || chosen.force || chosen.json || chosen.strict);
 }
 
 TEST(CommandLine, TheNumberMayBeAnyText) {

@@ -34,14 +34,59 @@ TEST(JobReport, WithoutAConsoleTheLogIsAllThereIs) {
     EXPECT_EQ(cli::reasonOf({}, {}), "the job did not start");
 }
 
-TEST(JobReport, ASuccessfulJobMayHaveComplaints) {
-    EXPECT_THAT(cli::complaintsIn({"Unzipping IPA...", "New App Name: Error", "icon.png updated"}),
-                IsEmpty());
+// --- Warnings ---------------------------------------------------------------------------------
+
+const cli::CopyContents whole = {.hasPayload = true, .apps = {"A.app"}, .hasPropertyList = true};
+
+TEST(JobWarnings, WholeCopyHasNone) {
     EXPECT_THAT(
-        cli::complaintsIn({"Image picked", "Error converting new icon to PNG data",
-                           "Unable to update the Info.plist file", "Zipped IPA file: Error .ipa"}),
-        ElementsAre("Error converting new icon to PNG data",
-                    "Unable to update the Info.plist file"));
+        cli::warningsAbout({"Unzipping IPA...", "New App Name: Error", "icon.png updated",
+                            "Info.plist updated successfully", "Zipped IPA file: Error .ipa"},
+                           whole),
+        IsEmpty());
+}
+
+TEST(JobWarnings, PropertyListNotWritten) {
+    EXPECT_THAT(cli::warningsAbout({"Unable to update the Info.plist file"}, whole),
+                ElementsAre("the property list could not be written, so the copy is not a second "
+                            "one"));
+    EXPECT_THAT(
+        cli::warningsAbout({"Error while writing the updated Info.plist data: No room: a"}, whole),
+        ElementsAre("the property list could not be written, so the copy is not a second one: No "
+                    "room: a"));
+}
+
+TEST(JobWarnings, FailedIconIsToldAsInTheLog) {
+    EXPECT_THAT(cli::warningsAbout({"Image picked", "Error converting new icon to PNG data",
+                                    "App directory not found in the unzipped folder"},
+                                   whole),
+                ElementsAre("Error converting new icon to PNG data",
+                            "App directory not found in the unzipped folder"));
+}
+
+TEST(JobWarnings, MissingPayloadIsToldOnce) {
+    const std::string moving = "Error while moving Payload folder: There is no such file";
+    EXPECT_THAT(cli::warningsAbout({moving}, {}),
+                ElementsAre("the package has no folder \"Payload\", so the copy is empty"));
+    EXPECT_THAT(cli::warningsAbout({moving}, whole), ElementsAre(moving));
+}
+
+TEST(JobWarnings, NothingRewritten) {
+    EXPECT_THAT(cli::warningsAbout({}, {.hasPayload = true}),
+                ElementsAre("no app in the folder \"Payload\" has a property list, so nothing in "
+                            "the copy has changed"));
+}
+
+TEST(JobWarnings, SeveralAppsAreNamed) {
+    const std::string start =
+        "the folder \"Payload\" holds more than one app, and only one of them has changed: ";
+    cli::CopyContents copy = whole;
+    copy.apps = {"B.app", "A.app"};
+    EXPECT_THAT(cli::warningsAbout({}, copy), ElementsAre(start + "A.app, B.app"));
+    for (const char *name : {"C.app", "D.app", "E.app", "F.app", "G.app"})
+        copy.apps.insert(name);
+    EXPECT_THAT(cli::warningsAbout({}, copy),
+                ElementsAre(start + "A.app, B.app, C.app, D.app, E.app and 2 more"));
 }
 
 } // namespace

@@ -22,10 +22,11 @@ std::string readByPython(const std::string &json) {
 }
 
 TEST(Json, AJobHasItsLogItsMessageAndItsResult) {
-    EXPECT_EQ(cli::jobJson({"Unzipping IPA...", "a \"b\""}, "", "/tmp/x.ipa"),
-              R"({"log":["Unzipping IPA...","a \"b\""],"errorMessage":"","result":"/tmp/x.ipa"})");
-    EXPECT_EQ(cli::jobJson({}, "Error", std::nullopt),
-              R"({"log":[],"errorMessage":"Error","result":null})");
+    EXPECT_EQ(cli::jobJson({"Unzipping IPA...", "a \"b\""}, "", "/tmp/x.ipa", {}),
+              R"({"log":["Unzipping IPA...","a \"b\""],"errorMessage":"","result":"/tmp/x.ipa",)"
+              R"("warnings":[]})");
+    EXPECT_EQ(cli::jobJson({}, "Error", std::nullopt, {"one", "two"}),
+              R"({"log":[],"errorMessage":"Error","result":null,"warnings":["one","two"]})");
 }
 
 TEST(Json, AnEntryHasItsMembersInOrder) {
@@ -41,8 +42,9 @@ TEST(Json, AnEntryHasItsMembersInOrder) {
 }
 
 TEST(Json, NamesOfAnyBytesGiveValidText) {
-    EXPECT_EQ(readByPython(cli::jobJson({"a\xff\n\x1b"}, "\xed\xa0\x80", "\"\\")),
-              "log=['a\\ufffd\\n\\x1b']\nerrorMessage='\\ufffd\\ufffd\\ufffd'\nresult='\"\\\\'\n");
+    EXPECT_EQ(readByPython(cli::jobJson({"a\xff\n\x1b"}, "\xed\xa0\x80", "\"\\", {"w\xff"})),
+              "log=['a\\ufffd\\n\\x1b']\nerrorMessage='\\ufffd\\ufffd\\ufffd'\nresult='\"\\\\'\n"
+              "warnings=['w\\ufffd']\n");
 }
 
 TEST(Json, HeadsAreContinuedByTheirElements) {

@@ -61,16 +61,17 @@ class Duplicate(Case):
             os.unlink(self.folder / "out/Notes2.ipa")
 
     def testAnyTextIsANumber(self):
-        for number in ["-copy", "--json", "", "ü"]:
+        for number in ["-copy", "--json", "ü"]:
             self.assertEqual(self.duplicate("--output", "out", number=number),
                              lines(*successLog(number)))
             self.assertIn(f"Notes{number}.ipa", os.listdir(self.folder / "out"))
-        self.assertEqual(plistlib.loads(self.contents("out/Notes.ipa")[PLIST])["CFBundleIdentifier"],
-                         "com.example.notes")
 
-    def testAnEmptyNumberByAssignment(self):
-        self.assertEqual(self.succeed("duplicate", "app.ipa", "--number=", "--output", "out"),
-                         lines(*successLog("")))
+    def testAnEmptyNumberChangesNoName(self):
+        for arguments in [["--number", ""], ["--number="]]:
+            result = self.cli("duplicate", "app.ipa", "--output", "out", "--force", *arguments)
+            self.assertEqual((result.code, result.out), (0, lines(*successLog(""))))
+            plist = plistlib.loads(self.contents("out/Notes.ipa")[PLIST])
+            self.assertEqual(plist["CFBundleIdentifier"], "com.example.notes")
 
     def testAnIcon(self):
         makePicture(self.folder / "icon.png", 40, 20)
@@ -90,8 +91,8 @@ class Duplicate(Case):
     def testJson(self):
         found = json.loads(self.duplicate("--output", "out", "--json"))
         result = str(self.folder / "out/Notes2.ipa")
-        self.assertEqual(list(found), ["log", "errorMessage", "result"])
-        self.assertEqual(found, {"log": successLog("2"), "result": result,
+        self.assertEqual(list(found), ["log", "errorMessage", "result", "warnings"])
+        self.assertEqual(found, {"log": successLog("2"), "result": result, "warnings": [],
                                  "errorMessage": f"Zipped IPA file: file://{result}"})
 
     def testQuiet(self):

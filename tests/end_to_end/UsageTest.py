@@ -20,7 +20,8 @@ class Usage(Case):
     def testHelpNamesTheOptions(self):
         duplicate = self.succeed("duplicate", "--help")
         for option in ["PACKAGE", "--number TEXT", "--icon PICTURE", "--zoom", "--output PATH",
-                       "--force", "--json", "--quiet", "--progress auto|always|never"]:
+                       "--force", "--encoding utf-8|cp437", "--strict", "--json",
+                       "--quiet", "--progress auto|always|never"]:
             self.assertIn(option, duplicate)
 
     def testWrongCommandLinesTouchNothing(self):
@@ -34,6 +35,7 @@ class Usage(Case):
                               ["archive", "add", "new.zip", "a.zip", "a.zip"],
                               ["duplicate", "a.zip"], ["duplicate", "--number", "1"],
                               ["duplicate", "a.zip", "--number", "1", "--zoom"],
+                              ["duplicate", "a.zip", "--number", "1", "--encoding", "latin1"],
                               ["duplicate", "", "--number", "1"]]:
                 line = self.fail_(*arguments, code=2)
                 self.assertRegex(line, r"\Awrong command line: .+ \(vellomir-cli.* --help tells more\)\Z")

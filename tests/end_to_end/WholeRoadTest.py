@@ -57,13 +57,11 @@ class WholeRoad(Case):
                 else:
                     package.writestr(zipInfo(name, mode, zipfile.ZIP_DEFLATED), path.read_bytes())
 
-    def packed(self):
-        """What the package holds, under the names that it gives: a name of UTF-8 bytes that is not
-        marked as such is one of code page 437."""
+    def encoding(self):
+        """The option for a package whose names are UTF-8 but not marked as such."""
         with zipfile.ZipFile(self.folder / "app.ipa") as package:
             isMarked = any(info.flag_bits & 0x800 for info in package.infolist())
-        items = snapshot(self.folder / "src").items()
-        return {name if isMarked else name.encode().decode("cp437"): item for name, item in items}
+        return [] if isMarked else ["--encoding", "utf-8"]
 
     # --- Those that read ---------------------------------------------------------------------------
 
@@ -79,11 +77,11 @@ class WholeRoad(Case):
 
     def check(self, icon):
         arguments = ["--icon", "icon.png"] if icon else []
-        out = self.succeed("duplicate", "app.ipa", "--number", "2", *arguments)
+        out = self.succeed("duplicate", "app.ipa", "--number", "2", *arguments, *self.encoding())
         self.assertEqual(out, lines(*successLog("2", icon)))
         self.checkByReferees("Notes2.ipa")
         subprocess.run(["unzip", "-q", "Notes2.ipa", "-d", "theirs"], cwd=self.folder, check=True)
-        before = self.packed()
+        before = snapshot(self.folder / "src")
         after = snapshot(self.folder / "theirs")
         kept = {name: item for name, item in after.items() if name not in CHANGED}
         self.assertEqual(kept, {name: item for name, item in before.items() if name not in CHANGED})
@@ -114,7 +112,8 @@ class WholeRoad(Case):
 
     def testACopyOfACopy(self):
         self.byZip()
-        self.succeed("duplicate", "app.ipa", "--number", "2", "--output", "two.ipa")
+        self.succeed("duplicate", "app.ipa", "--number", "2", "--output", "two.ipa",
+                     *self.encoding())
         self.assertEqual(self.succeed("duplicate", "two.ipa", "--number", "3"),
                          lines(*successLog("3", oldName="Notes2", identifier="com.example.notes2")))
         self.checkByReferees("Notes23.ipa")

@@ -1,0 +1,27 @@
+#include "cli/Warnings.h"
+
+namespace cli {
+
+void Warnings::add(const std::string &text) {
+    texts_.push_back(text);
+    if (!areStrict_)
+        tell(text);
+}
+
+void Warnings::tellHeldBack() {
+    if (areStrict_)
+        for (const std::string &text : texts_)
+            tell(text);
+}
+
+std::string Warnings::failure() const {
+    std::string text = "--strict allows no warning";
+    std::string separator = ": ";
+    for (const std::string &each : texts_) {
+        text += separator + each;
+        separator = "; ";
+    }
+    return text;
+}
+
+} // namespace cli

@@ -1,0 +1,36 @@
+#pragma once
+
+#include "cli/Session.h"
+
+#include <string>
+#include <vector>
+
+namespace cli {
+
+/// The warnings of one command. Each is told as it comes. If they are strict, they are held back
+/// instead and make the command fail: the failure tells them then.
+class Warnings {
+public:
+    /// `subject` stands in front of each warning that is told.
+    Warnings(std::string subject, bool areStrict, Session &session)
+        : subject_(std::move(subject)), areStrict_(areStrict), session_(session) {}
+
+    void add(const std::string &text);
+    /// For a command that fails for another reason.
+    void tellHeldBack();
+
+    [[nodiscard]] const std::vector<std::string> &texts() const { return texts_; }
+    [[nodiscard]] bool areFailure() const { return areStrict_ && !texts_.empty(); }
+    /// All of them in one line.
+    [[nodiscard]] std::string failure() const;
+
+private:
+    void tell(const std::string &text) { session_.warn(subject_ + ": " + text); }
+
+    std::string subject_;
+    bool areStrict_;
+    Session &session_;
+    std::vector<std::string> texts_;
+};
+
+} // namespace cli

@@ -1,0 +1,165 @@
+// From the end records to the entries: which totals count, how the directory is walked, and which
+// record is asked where two of them disagree.
+
+#include "archive/Archive.h"
+#include "tests/support/RecordArchive.h"
+
+#include <gmock/gmock.h>
+
+using archive::Archive;
+using archive::Data;
+using archive::Entry;
+using AccessMode = Archive::AccessMode;
+using test::RecordEntry;
+using testing::ElementsAre;
+
+namespace {
+
+std::unique_ptr<Archive> open(const std::string &content) {
+    return Archive::open(Data(std::string_view(content)), AccessMode::read);
+}
+
+std::vector<std::string> paths(const Archive &archive) {
+    std::vector<std::string> found;
+    for (const Entry &entry : archive)
+        found.push_back(entry.path());
+    return found;
+}
+
+/// Tails of different lengths in both records of each entry.
+std::vector<RecordEntry> withTails() {
+    std::vector<RecordEntry> entries;
+    for (const std::string name : {"a", "long name", "c"}) {
+        RecordEntry entry(name, "content of " + name);
+        const std::string comment = "a comment on " + name;
+        test::setTail(entry.record.fileCommentLength, entry.record.fileCommentData, comment);
+        test::setTail(entry.record.extraFieldLength, entry.record.extraFieldData,
+                      std::string("UT\5\0\1time", 9));
+        test::setTail(entry.header.extraFieldLength, entry.header.extraFieldData,
+                      std::string("UT\x9\0\1timetime", 13));
+        entries.push_back(entry);
+    }
+    return entries;
+}
+
+TEST(DirectoryWalk, StepsOverNamesExtraFieldsAndComments) {
+    const auto archive = open(test::recordArchive(withTails()));
+    EXPECT_THAT(paths(*archive), ElementsAre("a", "long name", "c"));
+    for (const Entry &entry : *archive) {
+        std::string text;
+        archive->extract(entry,
+                         [&](std::span<const std::byte> chunk) { text += Data(chunk).text(); });
+        EXPECT_EQ(text, "content of " + entry.path());
+        EXPECT_EQ(entry.centralDirectoryStructure().fileCommentData.text(),
+                  "a comment on " + entry.path());
+    }
+}
+
+/// A directory of its own for each kind of end record.
+struct TwoDirectories {
+    TwoDirectories() {
+        RecordEntry plain("plain", "1");
+        content = test::recordArchive({plain, plain});
+        content.resize(content.size() - archive::EndOfCentralDirectoryRecord::size);
+        end.totalNumberOfEntriesInCentralDirectory = 2;
+        end.sizeOfCentralDirectory = static_cast<std::uint32_t>(2 * plain.record.data().size());
+        end.offsetToStartOfCentralDirectory =
+            static_cast<std::uint32_t>(content.size()) - end.sizeOfCentralDirectory;
+
+        test::setTail(plain.record.fileNameLength, plain.record.fileNameData, "by ZIP64");
+        zip64.record.versionNeededToExtract = 45;
+        zip64.record.totalNumberOfEntriesInCentralDirectory = 1;
+        zip64.record.sizeOfCentralDirectory = plain.record.data().size();
+        zip64.record.offsetToStartOfCentralDirectory = content.size();
+        content += plain.record.data().text();
+    }
+
+    [[nodiscard]] std::unique_ptr<Archive> open() const {
+        return ::open(content + std::string(zip64.data().text()) + std::string(end.data().text()));
+    }
+
+    std::string content;
+    archive::EndOfCentralDirectoryRecord end;
+    archive::ZIP64EndOfCentralDirectory zip64;
+};
+
+void expectZIP64Values(const TwoDirectories &directories) {
+    const auto archive = directories.open();
+    const auto &record = directories.zip64.record;
+    EXPECT_EQ(archive->offsetToStartOfCentralDirectory(), record.offsetToStartOfCentralDirectory);
+    EXPECT_EQ(archive->sizeOfCentralDirectory(), record.sizeOfCentralDirectory);
+    EXPECT_EQ(archive->totalNumberOfEntriesInCentralDirectory(), 1U);
+    EXPECT_THAT(paths(*archive), ElementsAre("by ZIP64"));
+}
+
+TEST(DirectoryWalk, FollowsTheZIP64RecordWhereverThereIsOne) {
+    expectZIP64Values({});
+    TwoDirectories directories;
+    directories.end.offsetToStartOfCentralDirectory = archive::maxUInt32;
+    expectZIP64Values(directories);
+    directories.end.sizeOfCentralDirectory = archive::maxUInt32;
+    directories.end.totalNumberOfEntriesInCentralDirectory = archive::maxUInt16;
+    expectZIP64Values(directories);
+}
+
+TEST(DirectoryWalk, FollowsThePlainRecordWithoutAZIP64Record) {
+    TwoDirectories directories;
+    directories.zip64.record.versionNeededToExtract = 44;
+    EXPECT_THAT(paths(*directories.open()), ElementsAre("plain", "plain"));
+    directories = TwoDirectories();
+    directories.zip64.locator.zip64EOCDLocatorSignature = 0;
+    EXPECT_THAT(paths(*directories.open()), ElementsAre("plain", "plain"));
+}
+
+/// The ZIP64 record and its locator at the very start of a file, or some bytes behind.
+bool findsZIP64Records(std::size_t bytesBefore) {
+    archive::ZIP64EndOfCentralDirectory zip64;
+    zip64.record.versionNeededToExtract = 45;
+    const auto archive = open(std::string(bytesBefore, '\0') + test::recordArchive({}, zip64));
+    return archive->zip64EndOfCentralDirectory().has_value();
+}
+
+TEST(DirectoryWalk, ZIP64RecordsAtTheVeryStartAreNotLookedAt) {
+    EXPECT_FALSE(findsZIP64Records(0));
+    EXPECT_TRUE(findsZIP64Records(1));
+    EXPECT_TRUE(findsZIP64Records(2));
+}
+
+TEST(DirectoryWalk, EndRecordsWithoutRoomForALocatorAreReadAlone) {
+    for (const std::size_t room : {0U, 19U, 20U, 21U, 56U, 75U, 76U, 77U})
+        EXPECT_FALSE(
+            open(std::string(room, '\0') + test::recordArchive({}))->zip64EndOfCentralDirectory());
+}
+
+/// The signature of an end record, so many bytes before the end of the file.
+std::vector<std::string> pathsWithASignature(std::size_t bytesFromTheEnd) {
+    std::string tail(bytesFromTheEnd, '\0');
+    tail.replace(0, 4, "PK\5\6");
+    return paths(*open(test::recordArchive({{"a", "1"}}) + tail));
+}
+
+TEST(DirectoryWalk, EndRecordsAreOnlyLookedForWhereTheyHaveRoom) {
+    for (const std::size_t tooFew : {4U, 5U, 20U, 21U})
+        EXPECT_THAT(pathsWithASignature(tooFew), ElementsAre("a")) << tooFew;
+    EXPECT_THAT(pathsWithASignature(22), testing::IsEmpty()) << "a whole record without entries";
+}
+
+std::string linkTarget(std::uint32_t sizeInHeader, std::uint32_t sizeInDirectory) {
+    RecordEntry link("l", "target");
+    link.record.externalFileAttributes = 0120777U << 16U;
+    link.header.compressedSize = sizeInHeader;
+    link.record.compressedSize = sizeInDirectory;
+    const auto archive = open(test::recordArchive({link}));
+    std::string text;
+    archive->extract(*archive->makeIterator().next(),
+                     [&](std::span<const std::byte> chunk) { text += Data(chunk).text(); });
+    return text;
+}
+
+TEST(LinkSizes, ComeFromTheLocalHeader) {
+    EXPECT_EQ(linkTarget(6, 6), "target");
+    EXPECT_EQ(linkTarget(3, 6), "tar");
+    EXPECT_EQ(linkTarget(6, 3), "target");
+}
+
+} // namespace

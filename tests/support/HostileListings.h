@@ -1,0 +1,50 @@
+#pragma once
+
+#include "archive/FolderItems.h"
+
+#include <algorithm>
+#include <memory>
+#include <random>
+#include <tuple>
+#include <vector>
+
+namespace test {
+
+/// Lists folders in an order of `less`, which compares two items.
+template <class Less>
+archive::ListFolder listingBy(Less less) {
+    return [less](int folder, const std::string &path) {
+        auto items = archive::folderItems(folder, path);
+        std::sort(items.begin(), items.end(), less);
+        return items;
+    };
+}
+
+/// Lists folders in another order each time.
+inline archive::ListFolder shuffledListing(unsigned seed) {
+    return [generator = std::make_shared<std::mt19937>(seed)](int folder, const std::string &path) {
+        auto items = archive::folderItems(folder, path);
+        std::shuffle(items.begin(), items.end(), *generator);
+        return items;
+    };
+}
+
+/// Folder listings as file systems may give them: by name upwards and downwards, folders first and
+/// last, and a few orders by chance.
+inline std::vector<archive::ListFolder> hostileListings() {
+    using Item = archive::FolderItem;
+    std::vector<archive::ListFolder> listings = {
+        listingBy([](const Item &left, const Item &right) { return left.name < right.name; }),
+        listingBy([](const Item &left, const Item &right) { return right.name < left.name; }),
+        listingBy([](const Item &left, const Item &right) {
+            return std::tie(right.isFolder, left.name) < std::tie(left.isFolder, right.name);
+        }),
+        listingBy([](const Item &left, const Item &right) {
+            return std::tie(right.isFolder, right.name) < std::tie(left.isFolder, left.name);
+        })};
+    for (unsigned seed = 1; seed <= 16; ++seed)
+        listings.push_back(shuffledListing(seed));
+    return listings;
+}
+
+} // namespace test

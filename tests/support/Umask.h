@@ -1,0 +1,19 @@
+#pragma once
+
+#include <sys/stat.h>
+
+namespace test {
+
+/// The umask of the process while this lives.
+class Umask {
+public:
+    explicit Umask(mode_t mask) : before_(::umask(mask)) {}
+    ~Umask() { ::umask(before_); }
+    Umask(const Umask &) = delete;
+    Umask &operator=(const Umask &) = delete;
+
+private:
+    mode_t before_;
+};
+
+} // namespace test

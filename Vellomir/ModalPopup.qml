@@ -10,6 +10,13 @@ T.Popup {
     required property string title
     property Item focusBefore: null
 
+    // Those of the window don't work meanwhile.
+    readonly property Shortcut closing: Shortcut {
+        sequences: ["Ctrl+W", "Ctrl+Q"]
+        enabled: popup.visible
+        onActivated: popup.parent.Window.window.close()
+    }
+
     // It is a dialog to assistive programs, but has no name of its own.
     function tellTitle(): void {
         contentItem.parent.Accessible.name = title;

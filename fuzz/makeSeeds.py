@@ -4,6 +4,7 @@
 Made by Python's own modules, so that they show what other programs write.
 """
 
+import datetime
 import io
 import os
 import plistlib
@@ -151,6 +152,13 @@ def property_lists():
     yield "old", b'{ CFBundleName = "S\\U00e4mple"; list = (1, "two", <00ff>); "a b" = { c = d; }; }'
     yield "nothing", b"<plist version='1.0'><dict/></plist>"
     yield "array", plistlib.dumps([1, 2])
+    yield "never", xml.replace(b"1.5", b"-0.0").replace(b"<true/>", b"<date>0001-01-01T00:00:00Z</date>")
+    yield "uid", plistlib.dumps({"a": plistlib.UID(1 << 40), "b": {"CF$UID": 3}, "c": {"d": plistlib.UID(0)}}, fmt=plistlib.FMT_BINARY)
+    yield "moment", plistlib.dumps({"a": datetime.datetime(2001, 1, 1, 0, 0, 0, 500000)}, fmt=plistlib.FMT_BINARY)
+    yield "twice", b"<dict><key>a</key><true/><key>a</key><false/></dict>"
+    yield "latin1", b"<?xml version='1.0' encoding='ISO-8859-1'?><dict><key>\xe9</key><string>\xe9&#13;</string></dict>"
+    yield "gbk", b"<?xml version='1.0' encoding='GBK'?><dict><key>k</key><string>\xd6\xd0</string></dict>"
+    yield "control", b'{ k = "a\r\\001\\377"; }'
     yield "cut-escape", b'{ CFBundleName = "S\\U00'
     yield "no-entity", b"<plist><dict><key>a</key><string>&;</string></dict></plist>"
     yield "entities", b"<plist><dict><key>a&amp;b</key><string>&#x41;&lt;<![CDATA[<x>]]></string></dict></plist>"

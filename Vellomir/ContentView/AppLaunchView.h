@@ -6,9 +6,9 @@
 #include "Vellomir/Platform/LogMessages.h"
 #include "Vellomir/Platform/Picture.h"
 #include "Vellomir/Platform/Property.h"
-#include "Vellomir/Platform/PropertyList.h"
 #include "Vellomir/Platform/SandboxFiles.h"
 #include "Vellomir/Platform/Services.h"
+#include "Vellomir/PropertyLists/PropertyList.h"
 #include "archive/URL.h"
 
 #include <memory>

@@ -35,6 +35,9 @@ public:
         child->setCompletedUnitCount(child->totalUnitCount());
     }
 
+    /// For what is too short to count, but asks for cancellation. Null without a progress.
+    [[nodiscard]] const archive::Progress *progress() const { return progress_.get(); }
+
 private:
     ProgressPointer progress_;
 };

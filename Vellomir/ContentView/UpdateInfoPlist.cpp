@@ -37,7 +37,7 @@ std::optional<archive::URL> AppLaunchView::findInfoPlist(const archive::URL &url
 }
 
 std::optional<PropertyList> AppLaunchView::readInfoPlist(const archive::URL &file) const try {
-    return PropertyList::parse(files_.read(file, PropertyList::maximumSize));
+    return PropertyList::parse(files_.read(file, PropertyList::maximumSize), progress_.progress());
 } catch (const archive::Error &error) {
     services_.console(rawReason(error.about({}, file.path())));
     return std::nullopt;
@@ -70,7 +70,7 @@ std::string AppLaunchView::renameBundle(PropertyList &propertyList) {
 void AppLaunchView::writeInfoPlist(const PropertyList &propertyList, const archive::URL &file) {
     std::optional<archive::Data> xml;
     try {
-        xml = propertyList.xmlData();
+        xml = propertyList.xmlData(progress_.progress());
     } catch (const std::exception &error) {
         logMessages.append("Unable to update the Info.plist file");
         services_.console(rawReason(error));

@@ -202,6 +202,39 @@ TEST(TheInfoPlist, ThatCannotBeSerializedStaysAndTheJobGoesOn) {
     EXPECT_THAT(bundle.job.consoleText(), HasSubstr("PropertyListError.unwritablePropertyList: "));
 }
 
+/// Such a text can be read, and anywhere in the list.
+TEST(InfoPlistUpdate, KeepsListWithControlCharacterAndGoesOn) {
+    const std::string old = "{ CFBundleDisplayName = Notes; other = (\"a\x01z\"); }";
+    Bundle bundle(old);
+    EXPECT_EQ(bundle.update("2"), "Notes2");
+    EXPECT_EQ(bundle.job.log().back(), "Unable to update the Info.plist file");
+    EXPECT_EQ(readFile(bundle.file), old);
+    EXPECT_EQ(bundle.job.view.errorMessage.get(), "");
+    EXPECT_THAT(bundle.job.consoleText(),
+                HasSubstr("\"other\" > 0: a text has the character U+0001"));
+}
+
+TEST(InfoPlistUpdate, KeepsValuesAtTheEdges) {
+    Bundle bundle(plist("<key>never</key><date>0001-01-01T00:00:00Z</date>"
+                        "<key>zero</key><real>-0.0</real>"
+                        "<key>twice</key><true/><key>twice</key><string>last</string>"));
+    EXPECT_EQ(bundle.update("2"), "2");
+    EXPECT_EQ(bundle.value("never"), "datetime.datetime(1, 1, 1, 0, 0)");
+    EXPECT_EQ(bundle.value("zero"), "-0.0");
+    EXPECT_EQ(bundle.value("twice"), "'last'");
+}
+
+TEST(InfoPlistUpdate, StopsWhenTheJobIsCancelled) {
+    const auto progress = archive::Progress::make();
+    Job job(progress);
+    const fs::path file = job.unzipped() / "Payload/Notes.app/Info.plist";
+    writeFile(file, test::notesPlist());
+    progress->cancel();
+    EXPECT_FALSE(job.view.updateInfoPlist(job.unzippedURL()));
+    EXPECT_THAT(job.consoleText(), HasSubstr("ArchiveError.cancelledOperation"));
+    EXPECT_EQ(readFile(file), test::notesPlist());
+}
+
 TEST(TheInfoPlist, ThatCannotBeWrittenIsToldAndTheJobGoesOn) {
     Bundle bundle;
     const test::FileSizeLimit limit(10);

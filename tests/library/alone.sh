@@ -9,8 +9,8 @@ for package in Qt6 CLI11 nlohmann_json GTest; do
 done
 
 "$CMAKE" -G "$GENERATOR" -S "$SOURCES" -B "$folder/build" "${options[@]}"
-if grep PLIST "$folder/build/CMakeCache.txt"; then
-    echo "libplist was looked for."
+if grep -i expat "$folder/build/CMakeCache.txt"; then
+    echo "Expat was looked for."
     exit 1
 fi
 "$CMAKE" --build "$folder/build" --target help | grep -q vellomir-archive-shared

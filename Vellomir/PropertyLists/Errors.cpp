@@ -1,0 +1,41 @@
+#include "Vellomir/PropertyLists/Errors.h"
+
+#include "archive/ErrorCategory.h"
+#include "archive/TextEncoding.h"
+
+#include <array>
+
+namespace vellomir {
+namespace {
+
+constexpr std::array errors = {
+    archive::ErrorCategory::Line{"unreadablePropertyList", "This is no valid property list"},
+    archive::ErrorCategory::Line{"unwritablePropertyList", "The property list cannot be written"},
+};
+constinit const archive::ErrorCategory category("PropertyListError", errors);
+
+/// At most so many bytes, and no part of a character.
+std::string_view shortened(std::string_view text, std::size_t limit) {
+    if (text.size() <= limit)
+        return text;
+    while (limit > 0 && (static_cast<unsigned char>(text[limit]) & 0xC0U) == 0x80U)
+        --limit;
+    return text.substr(0, limit);
+}
+
+} // namespace
+
+std::error_code make_error_code(PropertyListError error) {
+    return {static_cast<int>(error), category};
+}
+
+archive::Error unreadable(const std::string &sentence) {
+    return archive::Error(PropertyListError::unreadablePropertyList, {.detail = sentence});
+}
+
+std::string quoted(std::string_view text) {
+    const std::string_view start = shortened(text, 60);
+    return '"' + archive::printable(start) + (start.size() < text.size() ? "...\"" : "\"");
+}
+
+} // namespace vellomir

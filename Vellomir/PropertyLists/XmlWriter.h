@@ -1,0 +1,19 @@
+#pragma once
+
+#include "Vellomir/PropertyLists/Value.h"
+#include "archive/Progress.h"
+
+namespace vellomir {
+
+/// The list in the XML format, version 1.0, in UTF-8. Equal values give equal bytes.
+///
+/// A UID becomes a dictionary with the key "CF$UID"; a date loses its fraction of a second, and a
+/// NaN its payload: the format knows none. Lines are not indented further from the 17th level on.
+///
+/// Throws `PropertyListError::unwritablePropertyList`, with the keys that lead to the value, for
+/// control characters, texts that are no valid UTF-8, dates outside the years 1 to 9999, and null;
+/// `ArchiveError::cancelledOperation`. `progress` is asked at every value; it may be null.
+[[nodiscard]] archive::Data writeXmlPropertyList(const PropertyListValue &value,
+                                                 const archive::Progress *progress);
+
+} // namespace vellomir

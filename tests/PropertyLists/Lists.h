@@ -1,0 +1,94 @@
+#pragma once
+
+#include "Vellomir/PropertyLists/PropertyList.h"
+
+#include <gmock/gmock.h>
+
+namespace test {
+
+/// The value under the key "k" of a list in any format.
+[[nodiscard]] inline vellomir::PropertyListValue readValue(std::string_view list) {
+    const auto parsed = vellomir::PropertyList::parse(archive::Data(list));
+    const auto &root = std::get<vellomir::PropertyListDictionary>(parsed.value().content);
+    for (const vellomir::PropertyListMember &member : root)
+        if (member.key == "k")
+            return member.value;
+    ADD_FAILURE() << "no key";
+    return {};
+}
+
+/// Why a list is refused; "" if it is not.
+[[nodiscard]] inline std::string refusal(std::string_view list) {
+    try {
+        static_cast<void>(vellomir::PropertyList::parse(archive::Data(list)));
+    } catch (const archive::Error &error) {
+        EXPECT_EQ(error.code(), vellomir::PropertyListError::unreadablePropertyList);
+        EXPECT_EQ(error.name(), "PropertyListError.unreadablePropertyList");
+        return error.what();
+    }
+    return "";
+}
+
+/// Why a list that can be read cannot be written; "" if it can.
+[[nodiscard]] inline std::string writeRefusal(std::string_view list) {
+    const auto parsed = vellomir::PropertyList::parse(archive::Data(list));
+    try {
+        static_cast<void>(parsed.xmlData());
+    } catch (const archive::Error &error) {
+        EXPECT_EQ(error.code(), vellomir::PropertyListError::unwritablePropertyList);
+        return error.what();
+    }
+    return "";
+}
+
+/// A list in XML with this content of its dictionary.
+[[nodiscard]] inline std::string xmlList(const std::string &content) {
+    return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+           "<!DOCTYPE plist PUBLIC \"-//Apple//DTD PLIST 1.0//EN\" "
+           "\"http://www.apple.com/DTDs/PropertyList-1.0.dtd\">\n"
+           "<plist version=\"1.0\"><dict>" +
+           content + "</dict></plist>\n";
+}
+
+/// One with this value under the key "k".
+[[nodiscard]] inline std::string xmlListOf(const std::string &value) {
+    return xmlList("<key>k</key>" + value);
+}
+
+/// How we write the value under the key "k" of a list.
+[[nodiscard]] inline std::string rewritten(std::string_view list) {
+    const archive::Data xml = vellomir::PropertyList::parse(archive::Data(list)).xmlData();
+    const std::string text(xml.text());
+    const std::string start = "<key>k</key>\n\t";
+    const std::size_t from = text.find(start) + start.size();
+    return text.substr(from, text.rfind("\n</dict>") - from);
+}
+
+/// A big-endian number of so many bytes.
+[[nodiscard]] inline std::string bigEndian(std::uint64_t value, int size) {
+    std::string text;
+    while (size-- > 0)
+        text += static_cast<char>(value >> (8 * size));
+    return text;
+}
+
+/// A binary list of these objects; the first is the top. References have `referenceSize` bytes.
+[[nodiscard]] inline std::string binaryList(const std::vector<std::string> &objects,
+                                            int referenceSize = 1) {
+    std::string list = "bplist00";
+    std::string offsets;
+    for (const std::string &object : objects) {
+        offsets += bigEndian(list.size(), 4);
+        list += object;
+    }
+    const std::uint64_t start = list.size();
+    return list + offsets + std::string(6, '\0') + '\4' + static_cast<char>(referenceSize) +
+           bigEndian(objects.size(), 8) + bigEndian(0, 8) + bigEndian(start, 8);
+}
+
+/// A binary list with this object under the key "k".
+[[nodiscard]] inline std::string binaryListOf(const std::string &object) {
+    return binaryList({"\xD1\x01\x02", "\x51k", object});
+}
+
+} // namespace test

@@ -143,11 +143,11 @@ Decoded decodePrimary(std::span<const std::byte> bytes) {
     const std::int64_t height = heif_image_handle_get_ispe_height(primary);
     if (width * height > PictureCodec::maximumPixels)
         return failed("The picture has more than 256 million pixels");
-    if (width * height > PictureCodec::pixelLimit(bytes.size()))
-        return failed("The picture says that it has more pixels than its file can hold");
     const int side = static_cast<int>(std::max(width, height));
     if (side > maximumSide)
         return failed("A side of the picture is longer than 23,000 pixels");
+    if (width * height > PictureCodec::pixelLimit(bytes.size()))
+        return failed("The picture says that it has more pixels than its file can hold");
     // A single tile may be larger than the whole.
     heif_context_set_maximum_image_size_limit(context.get(), std::max(side, maximumDeepSide));
     return decode(primary, heif_image_handle_get_luma_bits_per_pixel(primary) > 8 &&

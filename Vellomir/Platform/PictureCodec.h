@@ -30,11 +30,11 @@ struct PictureCodec {
     static constexpr std::int64_t maximumPixels = 256 << 20;
 
     /// The most pixels that a file of this size, in bytes, may have: 16 million, which take little
-    /// memory, and more only as far as a real picture could need them. So the memory is bounded by
-    /// the file's size, whatever the format packs into a byte.
+    /// memory, and for each byte as many as a PNG of one bit a pixel can pack into it. So the
+    /// memory is bounded by the file's size, also in formats that pack without limit.
     [[nodiscard]] static constexpr std::int64_t pixelLimit(std::size_t fileSize) {
         constexpr std::int64_t always = 16 << 20;
-        constexpr std::int64_t perByte = 4096;
+        constexpr std::int64_t perByte = 8256;
         const auto most = static_cast<std::size_t>((maximumPixels - always) / perByte);
         return fileSize >= most ? maximumPixels
                                 : always + perByte * static_cast<std::int64_t>(fileSize);

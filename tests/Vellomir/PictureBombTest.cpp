@@ -150,7 +150,7 @@ INSTANTIATE_TEST_SUITE_P(Bombs, AFewBytes,
 
 TEST(TheMemory, IsBoundedByTheFilesSize) {
     EXPECT_EQ(PictureCodec::pixelLimit(0), 16 << 20);
-    EXPECT_EQ(PictureCodec::pixelLimit(1000), (16 << 20) + 4'096'000);
+    EXPECT_EQ(PictureCodec::pixelLimit(1000), (16 << 20) + 8'256'000);
     EXPECT_EQ(PictureCodec::pixelLimit(1'000'000), PictureCodec::maximumPixels);
     EXPECT_EQ(PictureCodec::pixelLimit(std::size_t(-1)), PictureCodec::maximumPixels);
 }

@@ -18,6 +18,7 @@ SWAPS = {"==": "!=", "!=": "==", "<": "<=", "<=": "<", ">": ">=", ">=": ">", "&&
 WORDS = {"true": "false", "false": "true", "min": "max", "max": "min"}
 NO_STATEMENT = re.compile(r"(using|static_assert|struct|class|enum|namespace|template|friend|extern|"
                           r"case|default|public|private|protected|if|for|while|switch|do|try|catch)\b")
+NO_EFFECT = re.compile(r"\.reserve\(|= (default|delete)$")  # on what a test can see
 
 
 def masked(text):
@@ -79,7 +80,7 @@ def statements(code):
         while end < len(code) and code[end] not in ";{}":
             end = closing(code, end) if code[end] in "([" else end + 1
         text = code[start:end]
-        if code[end:end + 1] != ";" or NO_STATEMENT.match(text) or ".reserve(" in text:
+        if code[end:end + 1] != ";" or NO_STATEMENT.match(text) or NO_EFFECT.search(text):
             continue
         head = re.split(r"[=(\[{]", text, maxsplit=1)[0].rstrip(" +-|&<>*/%")
         isLastReturn = text.startswith("return") and re.match(r"(\s*\})*\n\}", code[end + 1:])

@@ -244,6 +244,7 @@ TEST(TheInfoPlist, ThatCannotBeWrittenIsToldAndTheJobGoesOn) {
         bundle.job.log().back(),
         StartsWith("Error while writing the updated Info.plist data: The file cannot be written: " +
                    bundle.file.string()));
+    EXPECT_THAT(bundle.job.consoleText(), HasSubstr("FileError.fileWriteUnknown: "));
     EXPECT_EQ(bundle.job.view.errorMessage.get(), "");
 }
 

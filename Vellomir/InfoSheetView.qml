@@ -10,14 +10,13 @@ Sheet {
     title: "About Vellomir"
     isShown: launchState.showInfoSheet
     onAboutToShow: {
+        const page = contentItem as InfoPage;
         page.contentY = 0;
         page.focus = true;
     }
     onDismissed: launchState.showInfoSheet = false
 
     contentItem: InfoPage {
-        id: page
-
         launchState: sheet.launchState
         onClosed: sheet.close()
     }

@@ -66,7 +66,8 @@ Error explainMissingRecord(std::FILE *file) {
 
 Archive::BackingConfiguration scanned(Archive::BackingConfiguration configuration,
                                       const Archive::ProgressPointer &progress) {
-    EndRecordsScan scan = scanForEndOfCentralDirectoryRecord(configuration.file.get(), progress.get());
+    EndRecordsScan scan =
+        scanForEndOfCentralDirectoryRecord(configuration.file.get(), progress.get());
     switch (scan.failure) {
     case EndRecordsScan::Failure::missing:
         throw explainMissingRecord(configuration.file.get());

@@ -61,7 +61,7 @@ struct EndRecordsScan {
 /// first signature counts, also one inside a comment. The ZIP64 record is looked for directly
 /// before its locator. Moves the stream's position; throws `DataError::unreadableFile`, and
 /// `cancelledOperation` between two blocks of 256 KiB if the progress was cancelled.
-[[nodiscard]] EndRecordsScan
-scanForEndOfCentralDirectoryRecord(std::FILE *file, const Progress *progress = nullptr);
+[[nodiscard]] EndRecordsScan scanForEndOfCentralDirectoryRecord(std::FILE *file,
+                                                                const Progress *progress = nullptr);
 
 } // namespace archive

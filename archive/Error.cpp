@@ -54,7 +54,7 @@ constexpr std::array fileErrors = {
     Category::Line{"fileReadUnknown", "The file cannot be read"},
     Category::Line{"fileWriteFileExists", "The file exists already"},
     Category::Line{"fileWriteNoPermission", "The file may not be written"},
-    Category::Line{"fileWriteOutOfSpace", "There is no room left for the file"},
+    Category::Line{"fileWriteOutOfSpace", "There is no room left"},
     Category::Line{"fileWriteUnknown", "The file cannot be written"},
 };
 

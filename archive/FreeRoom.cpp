@@ -2,6 +2,7 @@
 
 #include "archive/Error.h"
 
+#include <cerrno>
 #include <optional>
 #include <sys/statvfs.h>
 #include <unistd.h>
@@ -34,7 +35,8 @@ void requireFreeRoom(const std::string &folder, std::uint64_t bytes) {
         throw Error(FileError::fileWriteOutOfSpace,
                     {.path = folder,
                      .detail = "There is not enough room: " + std::to_string(bytes) +
-                               " bytes are needed, " + std::to_string(*room) + " are free"});
+                               " bytes are needed, " + std::to_string(*room) + " are free",
+                     .systemError = ENOSPC});
 }
 
 } // namespace archive

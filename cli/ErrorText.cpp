@@ -35,7 +35,8 @@ bool isFoldersFault(const archive::Error &error) {
 std::string sentence(const archive::Error &error) {
     std::string text = error.what();
     const std::string path = archive::printable(error.path());
-    const std::size_t found = path.empty() ? std::string::npos : text.rfind(path);
+    const bool hasFolder = path.find('/') != std::string::npos;
+    const std::size_t found = hasFolder ? text.rfind(path) : std::string::npos;
     if (found != std::string::npos && isFoldersFault(error))
         text.replace(found, path.size(), archive::printable(vellomir::folderOf(error.path())));
     return text;

@@ -14,13 +14,11 @@ Sheet {
     naturalHeight: implicitContentHeight + topPadding
     onAboutToShow: {
         sharing.prepare();
-        page.startAfresh();
+        (contentItem as SharePage).startAfresh();
     }
     onDismissed: launchState.didFinishSharing()
 
     contentItem: SharePage {
-        id: page
-
         launchState: sheet.launchState
         onClosed: sheet.close()
     }

@@ -20,7 +20,6 @@ constexpr std::array sameReasons = {
     SameReason{FileError::fileReadNoPermission, EACCES},
     SameReason{FileError::fileWriteFileExists, EEXIST},
     SameReason{FileError::fileWriteNoPermission, EACCES},
-    SameReason{FileError::fileWriteOutOfSpace, ENOSPC},
 };
 
 /// A detail replaces the code's sentence, and says something else.

@@ -2,8 +2,8 @@
 
 #include "Vellomir/Window/Fonts.h"
 #include "Vellomir/Window/HexColors.h"
-#include "Vellomir/Window/JobNotices.h"
 #include "Vellomir/Window/HomeFolder.h"
+#include "Vellomir/Window/JobNotices.h"
 #include "Vellomir/Window/Motion.h"
 #include "Vellomir/Window/Pickers.h"
 #include "Vellomir/Window/PreviewProvider.h"

@@ -48,10 +48,9 @@ TEST(ClearingDocuments, ThatFailsTellsTheConsoleAndLeavesTheLog) {
     job.view.logMessages.append("before");
     job.view.clearDocuments();
     EXPECT_THAT(job.log(), ElementsAre("before"));
-    EXPECT_THAT(job.console(),
-                ElementsAre(StartsWith("Error clearing Documents folder: "
-                                       "FileError.fileReadNoSuchFile: There is no such file: " +
-                                       job.documents().string())));
+    EXPECT_THAT(job.console(), ElementsAre(StartsWith("Error clearing Documents folder: "
+                                                      "FileError.fileReadNoSuchFile: "
+                                                      "There is no such file: Documents")));
 }
 
 TEST(ClearingDocumentsDeathTest, WithoutAnyEndsTheProgram) {
@@ -81,8 +80,7 @@ TEST(ClearingTemporaryFiles, ThatFailsSaysWhy) {
     fs::remove(job.temporary());
     job.view.clearTemporaryFiles();
     EXPECT_THAT(job.log(),
-                ElementsAre(StartsWith("Error clearing temporary files: There is no such file: " +
-                                       job.temporary().string())));
+                ElementsAre("Error clearing temporary files: There is no such file: tmp"));
 }
 
 TEST(ClearingTemporaryFiles, NeverLeavesTheSandbox) {

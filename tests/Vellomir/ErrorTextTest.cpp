@@ -22,11 +22,11 @@ TEST(ErrorText, SaysAReasonOnce) {
     EXPECT_EQ(text(archive::readError("/a.ipa", EACCES)), "The file may not be read: /a.ipa");
     EXPECT_EQ(text(archive::writeError("/a.ipa", EACCES)), "The file may not be written: /a.ipa");
     EXPECT_EQ(text(archive::writeError("/a.ipa", EEXIST)), "The file exists already: /a.ipa");
-    EXPECT_EQ(text(archive::writeError("/a.ipa", ENOSPC)),
-              "There is no room left for the file: /a.ipa");
 }
 
 TEST(ErrorText, KeepsAReasonThatSaysMore) {
+    EXPECT_EQ(text(archive::writeError("/a.ipa", ENOSPC)),
+              "There is no room left: /a.ipa: No space left on device");
     EXPECT_EQ(text(archive::writeError("/a.ipa", EROFS)),
               "The file may not be written: /a.ipa: Read-only file system");
     EXPECT_EQ(text(archive::readError("/a.ipa", EIO)),

@@ -68,9 +68,8 @@ TEST_F(TheUserNames, ManageWithoutAPickedFile) {
 TEST_F(TheUserNames, NameTheFolderOnAFullDisk) {
     for (const int systemError : {ENOSPC, EDQUOT}) {
         const UserNames names(sandbox_, package_, [](const std::string &own) { return own; });
-        ErrorContext context{.path = inner("Documents/Notes/unzipped/a"),
-                             .entry = "a",
-                             .systemError = systemError};
+        ErrorContext context{
+            .path = inner("Documents/Notes/unzipped/a"), .entry = "a", .systemError = systemError};
         names(context);
         EXPECT_EQ(context.path, folder_.url("").path());
         EXPECT_EQ(context.entry, "");

@@ -123,8 +123,7 @@ TEST_F(Packing, TellsOfAStagingFolderThatCannotBeMade) {
     EXPECT_TRUE(zip());
     EXPECT_THAT(
         job_.log(),
-        ElementsAre(StartsWith("Error while creating temporary folder: The file exists already: " +
-                               staging_.string()),
+        ElementsAre("Error while creating temporary folder: The file exists already: tempFolder",
                     StartsWith("Error while moving Payload folder: "),
                     "Zipped updated app successfully"));
     EXPECT_EQ(listing(result()), "tempFolder 0\n");

@@ -12,7 +12,13 @@ SIZES = {"390x844": (390, 844), "320x568": (320, 568), "1200x900": (1200, 900),
          "390x844@2x": (780, 1688)}
 STATES = {"main-empty", "main-file-chosen", "main-icon-chosen", "main-running", "main-done",
           "main-failed", "main-long-log", "main-button-pressed", "main-keyboard-focus",
-          "cropper-tall", "cropper-wide", "share-sheet", "about-sheet", "alert"}
+          "main-names", "main-pointed-at", "main-log-selected", "main-large-text",
+          "about-large-text", "cropper-tall", "cropper-wide", "share-sheet",
+          "share-sheet-long-name", "share-sheet-right-to-left", "share-sheet-everything",
+          "share-sheet-no-file", "about-sheet", "alert"}
+# Drawn after a real movement, and what each must look like in the end.
+MOVED = {"share-sheet-moved-in": "share-sheet", "about-sheet-moved-in": "about-sheet",
+         "cropper-moved-in": "cropper-tall"}
 
 
 def sizeOf(picture):
@@ -33,13 +39,16 @@ class Screenshots(Case):
         self.assertEqual(0, ran.returncode, ran.stderr)
         self.assertNotIn(".qml", ran.stderr)
         pictures = {path.stem: sizeOf(path) for path in (self.folder / "new/folder").iterdir()}
-        expected = {f"{state}-{name}": size for state in STATES for name, size in SIZES.items()}
+        expected = {f"{state}-{name}": size for state in STATES | MOVED.keys() for name, size in SIZES.items()}
         self.assertEqual(expected, pictures)
 
     def testDifferentStatesLookDifferent(self):
         self.draw(".", "390x844")
-        contents = {path.read_bytes() for path in self.folder.glob("*.png")}
-        self.assertEqual(len(STATES), len(contents))
+        contents = {state: (self.folder / f"{state}-390x844.png").read_bytes()
+                    for state in STATES | MOVED.keys()}
+        self.assertEqual(len(STATES), len(set(contents.values())))
+        for moved, still in MOVED.items():
+            self.assertEqual(contents[still], contents[moved], moved)
 
     def testAFolderThatCannotBeMade(self):
         self.write("taken")

@@ -1,68 +1,23 @@
-#include "archive/Archive.h"
-#include "archive/FileManager.h"
 #include "tests/support/Random.h"
-#include "tests/support/RawArchive.h"
-#include "tests/support/TemporaryFolder.h"
+#include "tests/support/SingleEntry.h"
 
 #include <gmock/gmock.h>
 
-#include <cerrno>
 #include <limits>
-#include <sched.h>
-#include <sys/mount.h>
-#include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 using archive::Archive;
-using archive::CRC32;
 using archive::Data;
 using archive::Entry;
 using archive::Error;
-using archive::FileError;
 using archive::Progress;
-using AccessMode = Archive::AccessMode;
 using ArchiveError = Archive::ArchiveError;
+using test::bytes;
+using test::checksum;
+using test::errorOf;
+using test::Single;
 using testing::ElementsAre;
 
 namespace {
-
-Data bytes(const std::string &text) {
-    return Data(std::string_view(text));
-}
-
-CRC32 checksum(const std::string &text) {
-    return bytes(text).crc32(0);
-}
-
-std::error_code errorOf(const std::function<void()> &action) {
-    try {
-        action();
-    } catch (const Error &error) {
-        return error.code();
-    }
-    return {};
-}
-
-/// One entry of an archive in memory.
-struct Single {
-    explicit Single(const test::RawEntry &raw)
-        : archive(Archive::make(bytes(test::rawArchive({raw})), AccessMode::read)),
-          entry(*archive->makeIterator().next()) {}
-
-    std::unique_ptr<Archive> archive;
-    Entry entry;
-    std::string content;
-    std::vector<std::size_t> chunks;
-
-    CRC32 extract(const Archive::ExtractOptions &options = {}) {
-        const auto take = [this](std::span<const std::byte> chunk) {
-            chunks.push_back(chunk.size());
-            content += Data(chunk).text();
-        };
-        return archive->extract(entry, take, options);
-    }
-};
 
 TEST(ToAConsumer, ABufferSizeOfNothingIsRefusedBeforeAnythingIsRead) {
     Single single({"a", "content"});
@@ -301,198 +256,6 @@ TEST(ToAConsumer, OffsetsAndSizesBeyondFilesAreRefused) {
     const auto progress = Progress::make();
     EXPECT_EQ(errorOf([&] { single.archive->extract(*sized, ignore, {.progress = progress}); }),
               ArchiveError::invalidEntrySize);
-}
-
-class ToAURL : public testing::Test {
-protected:
-    CRC32 extract(const test::RawEntry &raw, const std::string &name,
-                  const Archive::ExtractOptions &options = {}) {
-        const Single single(raw);
-        return single.archive->extract(single.entry, folder_.url(name), options);
-    }
-
-    [[nodiscard]] struct stat status(const std::string &name) const {
-        struct stat result {};
-        EXPECT_EQ(::lstat((folder_ / name).c_str(), &result), 0);
-        return result;
-    }
-
-    test::TemporaryFolder folder_;
-};
-
-constexpr time_t storedTime = 1735737958; // 2025-01-01 13:25:58 UTC
-
-TEST_F(ToAURL, AFileGetsItsParentsItsModeAndItsDate) {
-    test::RawEntry raw{"a", "content"};
-    raw.attributes = 0100640U << 16U;
-    EXPECT_EQ(extract(raw, "x/y/a"), checksum("content"));
-    EXPECT_EQ(test::readFile(folder_ / "x/y/a"), "content");
-    EXPECT_EQ(status("x/y/a").st_mode, 0100640U);
-    EXPECT_EQ(status("x/y/a").st_mtime, storedTime);
-}
-
-TEST_F(ToAURL, AnExistingFileIsLeftUntouched) {
-    test::writeFile(folder_ / "a", "precious");
-    for (const auto &raw : {test::RawEntry{"a", "content"}, test::rawLink("a", "target")}) {
-        try {
-            extract(raw, "a");
-            FAIL() << "it was replaced";
-        } catch (const Error &error) {
-            EXPECT_EQ(error.code(), FileError::fileWriteFileExists);
-            EXPECT_EQ(error.path(), folder_ / "a");
-        }
-        EXPECT_EQ(test::readFile(folder_ / "a"), "precious");
-    }
-}
-
-TEST_F(ToAURL, AnExistingDirectoryIsWelcome) {
-    std::filesystem::create_directory(folder_ / "d");
-    EXPECT_EQ(extract(test::rawDirectory("d/"), "d"), 0U);
-    EXPECT_EQ(status("d").st_mode, 0040755U);
-    EXPECT_EQ(status("d").st_mtime, storedTime);
-    EXPECT_EQ(extract(test::rawDirectory("d/"), "x/new"), 0U);
-    EXPECT_EQ(status("x/new").st_mode, 0040755U);
-}
-
-TEST_F(ToAURL, NothingIsWrittenThroughALink) {
-    test::writeFile(folder_ / "victim", "precious");
-    std::filesystem::create_symlink("victim", folder_ / "link");
-    std::filesystem::create_symlink("nowhere", folder_ / "dangling");
-    std::filesystem::create_directory_symlink(".", folder_ / "folderlink");
-    for (const auto &name : {"link", "dangling"})
-        EXPECT_EQ(errorOf([&] {
-                      extract({"a", "content"}, name);
-                  }),
-                  FileError::fileWriteFileExists);
-    EXPECT_EQ(errorOf([&] { extract(test::rawDirectory("d/"), "folderlink"); }),
-              FileError::fileWriteFileExists);
-    EXPECT_EQ(test::readFile(folder_ / "victim"), "precious");
-    EXPECT_FALSE(std::filesystem::exists(folder_ / "nowhere"));
-}
-
-TEST_F(ToAURL, ALinkKeepsItsTargetAsItStands) {
-    extract(test::rawLink("l", "../no/such/place"), "x/l");
-    EXPECT_EQ(std::filesystem::read_symlink(folder_ / "x/l"), "../no/such/place");
-    EXPECT_EQ(status("x/l").st_mtime, storedTime);
-}
-
-TEST_F(ToAURL, ALinkWhoseTargetIsNoTextIsRefused) {
-    EXPECT_EQ(errorOf([&] { extract(test::rawLink("l", "\xFF\xFE"), "l"); }),
-              ArchiveError::invalidEntryPath);
-    EXPECT_EQ(errorOf([&] { extract(test::rawLink("l", std::string("a\0b", 3)), "l"); }),
-              ArchiveError::invalidEntryPath);
-}
-
-TEST_F(ToAURL, APlaceThatCannotBeOpenedIsNoSuchFile) {
-    const std::string name(300, 'n');
-    try {
-        extract({"a", "content"}, name);
-        FAIL() << "a name of 300 bytes was taken";
-    } catch (const Error &error) {
-        EXPECT_EQ(error.code(), FileError::fileNoSuchFile);
-        EXPECT_EQ(error.path(), folder_ / name);
-    }
-}
-
-TEST_F(ToAURL, APathThatIsTooLongIsNoSuchFile) {
-    std::string name = "f";
-    while ((folder_ / name).string().size() < 4095)
-        name += (folder_ / name).string().size() % 200 == 0 ? "/x" : "x";
-    name.resize(name.size() + 4096 - (folder_ / name).string().size(), 'x');
-    try {
-        extract({"a", "content"}, name);
-        FAIL() << "a path of 4,096 bytes was taken";
-    } catch (const Error &error) {
-        EXPECT_EQ(error.code(), FileError::fileNoSuchFile);
-        EXPECT_EQ(error.systemError(), ENAMETOOLONG);
-        EXPECT_EQ(error.path(), folder_ / name);
-        EXPECT_THAT(error.what(), testing::HasSubstr("File name too long"));
-    }
-}
-
-/// What happened in a child process with a full file system of its own, or 77 if there can be none.
-int resultOnFullFileSystem(const std::filesystem::path &folder,
-                           const std::function<bool()> &isAsExpected) {
-    const pid_t child = ::fork();
-    if (child == 0) {
-        const int spaces = CLONE_NEWNS | (::geteuid() == 0 ? 0 : CLONE_NEWUSER);
-        // The folder itself takes one of the two nodes.
-        if (::unshare(spaces) != 0 ||
-            ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
-            ::mount("none", folder.c_str(), "tmpfs", 0, "nr_inodes=2") != 0)
-            ::_exit(77);
-        ::_exit(isAsExpected() ? 0 : 1);
-    }
-    int status = 0;
-    ::waitpid(child, &status, 0);
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-}
-
-TEST_F(ToAURL, AFileThatFindsNoSpaceIsNoSuchFileForThatReason) {
-    std::filesystem::create_directory(folder_ / "full");
-    const int result = resultOnFullFileSystem(folder_ / "full", [&] {
-        extract({"a", "1"}, "full/first");
-        try {
-            extract({"a", "1"}, "full/second");
-        } catch (const Error &error) {
-            const std::string_view text = error.what();
-            return error.code() == FileError::fileNoSuchFile && error.systemError() == ENOSPC &&
-                   text.find("No space left on device") != std::string_view::npos;
-        }
-        return false;
-    });
-    if (result == 77)
-        GTEST_SKIP() << "file systems cannot be mounted here";
-    EXPECT_EQ(result, 0);
-}
-
-TEST_F(ToAURL, AnExistingItemIsFoundBeforeALinkIsRead) {
-    test::writeFile(folder_ / "file", "precious");
-    std::filesystem::create_symlink("nowhere", folder_ / "link");
-    for (const std::string name : {"file", "link"})
-        for (const std::string &target : {std::string("\xFF"), std::string(100000, 'x')}) {
-            const auto progress = Progress::make(42);
-            EXPECT_EQ(
-                errorOf([&] { extract(test::rawLink("l", target), name, {.progress = progress}); }),
-                FileError::fileWriteFileExists);
-            EXPECT_EQ(progress->totalUnitCount(), 42);
-            EXPECT_EQ(progress->completedUnitCount(), 0);
-        }
-}
-
-TEST_F(ToAURL, ALinkTooLongForAnySystemIsRefusedWithItsReason) {
-    for (const std::size_t length : {4096U, 70000U})
-        try {
-            extract(test::rawLink("l", std::string(length, 'x')), "x/l");
-            FAIL() << length;
-        } catch (const Error &error) {
-            EXPECT_EQ(error.systemError(), ENAMETOOLONG) << length;
-            EXPECT_EQ(error.path(), folder_ / "x/l");
-        }
-}
-
-TEST_F(ToAURL, ALinkThatIsRefusedMakesNoFolders) {
-    EXPECT_EQ(errorOf([&] { extract(test::rawLink("l", "\xFF"), "x/y/l"); }),
-              ArchiveError::invalidEntryPath);
-    EXPECT_FALSE(std::filesystem::exists(folder_ / "x"));
-}
-
-TEST_F(ToAURL, AParentThatIsAFileIsAnError) {
-    test::writeFile(folder_ / "a", "a file");
-    EXPECT_NE(errorOf([&] { extract({"b", "content"}, "a/b"); }), std::error_code());
-}
-
-TEST_F(ToAURL, WhatWasWrittenBeforeACancellationStays) {
-    const auto progress = Progress::make();
-    progress->setObserver([](const Progress &each) {
-        if (each.completedUnitCount() > 0)
-            const_cast<Progress &>(each).cancel();
-    });
-    EXPECT_EQ(errorOf([&] {
-                  extract({"a", test::randomText(40000)}, "a", {.progress = progress});
-              }),
-              ArchiveError::cancelledOperation);
-    EXPECT_EQ(test::readFile(folder_ / "a"), test::randomText(40000).substr(0, 16384));
 }
 
 } // namespace

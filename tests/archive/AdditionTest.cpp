@@ -3,7 +3,7 @@
 
 #include "archive/EntryAppender.h"
 #include "archive/FileManager.h"
-#include "tests/Vellomir/FileSizeLimit.h"
+#include "tests/support/FileSizeLimit.h"
 #include "tests/support/Random.h"
 #include "tests/support/RawArchive.h"
 #include "tests/support/Referee.h"

@@ -294,7 +294,7 @@ class FullDisks(Failure):
         if mount.returncode != 0:
             self.skipTest("no file system can be mounted here")
         self.addCleanup(subprocess.run, ["umount", disk], check=True)
-        self.fails(UNZIP + r".*app\.ipa: No space left on device.*", ["Unzipping IPA...", UNZIP])
+        self.fails(UNZIP + r".*/out: No space left on device.*", ["Unzipping IPA...", UNZIP])
         self.assertEqual(os.listdir(disk), [])
 
 

@@ -23,7 +23,7 @@ void requireExisting(const URL &at) {
 
 /// The name of the item itself: a path may end in "." or "..".
 std::string ownName(const URL &at) {
-    const std::string name = at.lastPathComponent();
+    std::string name = at.lastPathComponent();
     if (name != "." && name != "..")
         return name;
     std::error_code error;

@@ -30,8 +30,8 @@ FileItem SourceFolder::item(std::string_view path) {
     const std::size_t slash = path.rfind('/');
     const bool isNested = slash != std::string_view::npos;
     const int folder = openParent(isNested ? path.substr(0, slash) : std::string_view());
-    return FileItem(folder, std::string(isNested ? path.substr(slash + 1) : path),
-                    rootPath_ + '/' + std::string(path));
+    return {folder, std::string(isNested ? path.substr(slash + 1) : path),
+            rootPath_ + '/' + std::string(path)};
 }
 
 int SourceFolder::openParent(std::string_view parent) {

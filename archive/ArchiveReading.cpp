@@ -3,6 +3,7 @@
 #include "archive/DestinationFolder.h"
 #include "archive/FileManager.h"
 #include "archive/StoredCopy.h"
+#include "archive/UnitCount.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -29,11 +30,6 @@ void requireSensible(std::int64_t bufferSize) {
         throw Error(ArchiveError::invalidBufferSize);
     if (bufferSize > maxBufferSize)
         throw Error(ArchiveError::invalidBufferSize, {.detail = "The buffer size is too large"});
-}
-
-void complete(const Archive::ProgressPointer &progress) {
-    if (progress)
-        progress->setCompletedUnitCount(progress->totalUnitCount());
 }
 
 /// The next bytes of the stream, wherever it stands; `size` of them are expected in all.

@@ -1,6 +1,9 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
+#include <cstdint>
+#include <limits>
 #include <memory>
 #include <span>
 
@@ -37,6 +40,13 @@ public:
     /// ahead learns of them when they may belong to a chunk that is long gone.
     [[nodiscard]] virtual std::size_t surplus() const { return 0; }
 };
+
+/// As much from the front as the libraries can count in one call, which they do in 32 bits.
+template <class Byte>
+std::span<Byte> countable(std::span<Byte> bytes) {
+    return bytes.first(
+        std::min<std::size_t>(bytes.size(), std::numeric_limits<std::uint32_t>::max()));
+}
 
 /// zlib in either direction.
 [[nodiscard]] std::unique_ptr<Codec> makeZlibCodec(Codec::Operation operation);

@@ -16,8 +16,6 @@
 namespace archive {
 namespace {
 
-constexpr int folderFlags = O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
-
 /// Nobody else may put anything into a folder that is being filled.
 constexpr mode_t unfinishedFolderMode = 0700;
 

@@ -2,6 +2,7 @@
 
 #include "archive/BufferSize.h"
 #include "archive/FileManager.h"
+#include "archive/UnitCount.h"
 
 #include <algorithm>
 #include <limits>
@@ -12,11 +13,6 @@ namespace {
 using ArchiveError = Archive::ArchiveError;
 using EntryType = Entry::EntryType;
 using Field = ZIP64ExtendedInformation::Field;
-
-void complete(const Archive::ProgressPointer &progress) {
-    if (progress)
-        progress->setCompletedUnitCount(progress->totalUnitCount());
-}
 
 void throwIfCancelled(const Archive::ProgressPointer &progress) {
     if (progress && progress->isCancelled())

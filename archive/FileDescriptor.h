@@ -1,9 +1,15 @@
 #pragma once
 
+#include <fcntl.h>
 #include <unistd.h>
 #include <utility>
 
 namespace archive {
+
+/// Opens a folder that is no link, as a place for names below it.
+inline constexpr int folderFlags = O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
+/// Opens a folder that is no link, to list it as well.
+inline constexpr int listFlags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
 
 /// An open descriptor with an owner. −1 stands for none.
 class FileDescriptor {

@@ -9,13 +9,6 @@
 namespace archive {
 namespace {
 
-/// As much as one call can count.
-template <class Byte>
-std::span<Byte> countable(std::span<Byte> bytes) {
-    return bytes.first(
-        std::min<std::size_t>(bytes.size(), std::numeric_limits<std::uint32_t>::max()));
-}
-
 /// Decodes ahead into a buffer of its own, so that source may be consumed long before its output is
 /// delivered; only the block state tells that both are done.
 class IsalInflater final : public Codec {

@@ -10,13 +10,13 @@
 namespace archive {
 namespace {
 
-constexpr int listFlags = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
+constexpr int flagsBehindLinks = listFlags & ~O_NOFOLLOW;
 
 /// The items of a folder, the first one last.
 std::vector<FolderItem> itemsFromTheEnd(const std::string &path, WalkLevel level,
                                         const ListFolder &list) {
     const int linkFlag = level == WalkLevel::top ? 0 : O_NOFOLLOW;
-    const FileDescriptor folder(::open(path.c_str(), listFlags | linkFlag));
+    const FileDescriptor folder(::open(path.c_str(), flagsBehindLinks | linkFlag));
     if (!folder.isOpen())
         throw readError(path, errno);
     std::vector<FolderItem> items = list(folder.get(), path);

@@ -10,8 +10,6 @@
 namespace archive {
 namespace {
 
-constexpr int folderFlags = O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
-
 /// Containers may answer EPERM to calls that they do not know.
 bool isMissingCall(int systemError) {
     return systemError == ENOSYS || systemError == EPERM;

@@ -9,8 +9,6 @@
 namespace archive {
 namespace {
 
-constexpr int folderFlags = O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
-
 FileDescriptor openFolder(int parent, const std::string &name, const std::string &path) {
     FileDescriptor folder(::openat(parent, name.c_str(), folderFlags));
     if (folder.isOpen())

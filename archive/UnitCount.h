@@ -32,4 +32,10 @@ template <class Count>
     return part;
 }
 
+/// Sets the completed units to the total, if there is a progress.
+inline void complete(const std::shared_ptr<Progress> &progress) {
+    if (progress)
+        progress->setCompletedUnitCount(progress->totalUnitCount());
+}
+
 } // namespace archive

@@ -20,7 +20,6 @@ constexpr std::string_view prefix = ".vellomir-";
 constexpr std::string_view digits = "0123456789abcdef";
 constexpr std::size_t digitCount = 16;
 constexpr const char *lockName = "lock";
-constexpr int folderFlags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
 constexpr mode_t ownerOnly = S_IRWXU;
 constexpr int maxAttempts = 100;
 
@@ -39,7 +38,7 @@ struct CloseListing {
 /// What is in an open folder, as far as it can be listed.
 std::vector<std::string> namesIn(int folder) {
     std::vector<std::string> names;
-    FileDescriptor again(::openat(folder, ".", folderFlags));
+    FileDescriptor again(::openat(folder, ".", listFlags));
     const std::unique_ptr<DIR, CloseListing> listing(::fdopendir(again.get()));
     if (!listing)
         return names;
@@ -68,7 +67,7 @@ void removeContent(int folder) {
         pending.pop_back();
         if (removeFile(folder, name))
             continue;
-        const FileDescriptor below(::openat(folder, name.c_str(), folderFlags));
+        const FileDescriptor below(::openat(folder, name.c_str(), listFlags));
         for (const std::string &child : namesIn(below.get())) {
             if (removeFile(below.get(), child))
                 continue;
@@ -102,7 +101,7 @@ void makeAccessible(int parent, const std::string &name) {
 }
 
 void removeIfAbandoned(int parent, const std::string &name) {
-    const FileDescriptor folder(::openat(parent, name.c_str(), folderFlags));
+    const FileDescriptor folder(::openat(parent, name.c_str(), listFlags));
     if (!isOwn(folder))
         return;
     const FileDescriptor lock(
@@ -151,7 +150,7 @@ WorkingFolder::Outcome WorkingFolder::make() {
     if (::mkdirat(parent_.get(), name_.c_str(), ownerOnly) != 0)
         return Outcome::lost;
     makeAccessible(parent_.get(), name_);
-    folder_ = FileDescriptor(::openat(parent_.get(), name_.c_str(), folderFlags));
+    folder_ = FileDescriptor(::openat(parent_.get(), name_.c_str(), listFlags));
     if (!folder_.isOpen())
         return Outcome::lost;
     lock_ = FileDescriptor(::openat(folder_.get(), lockName,

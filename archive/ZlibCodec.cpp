@@ -11,12 +11,6 @@ namespace {
 /// Raw DEFLATE, without zlib's wrapper, over the largest window.
 constexpr int rawWindowBits = -MAX_WBITS;
 
-/// As much as one call of zlib can count.
-template <class Byte>
-std::span<Byte> countable(std::span<Byte> bytes) {
-    return bytes.first(std::min<std::size_t>(bytes.size(), std::numeric_limits<uInt>::max()));
-}
-
 Codec::Status status(int result) {
     switch (result) {
     case Z_OK:

@@ -4,6 +4,8 @@
 
 #include "archive/URL.h"
 
+#include <utility>
+
 namespace cli {
 namespace {
 
@@ -17,8 +19,8 @@ encodingOfAllNames(std::optional<archive::TextEncoding> encoding) {
 
 } // namespace
 
-JobRun::JobRun(const std::string &folder, const DuplicateOptions &options, Session &session)
-    : session_(session), options_(options), view_(services(folder)),
+JobRun::JobRun(const std::string &folder, DuplicateOptions options, Session &session)
+    : session_(session), options_(std::move(options)), view_(services(folder)),
       observation_(
           view_.logMessages.observe([this](const vellomir::LogChange &change) { print(change); })) {
 }

@@ -16,7 +16,7 @@ namespace cli {
 /// as it grows, unless it is to be printed as JSON or the user wants nothing but errors.
 class JobRun {
 public:
-    JobRun(const std::string &folder, const DuplicateOptions &options, Session &session);
+    JobRun(const std::string &folder, DuplicateOptions options, Session &session);
 
     /// To the end, whatever it is. Throws what standard output throws; the job has stopped then.
     void run(const std::optional<vellomir::Picture> &icon);

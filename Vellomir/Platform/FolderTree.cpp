@@ -14,7 +14,7 @@ using archive::FileDescriptor;
 using archive::FolderItem;
 using archive::WalkLevel;
 
-constexpr int listFlags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
+using archive::listFlags;
 
 /// If this fails, opening will say so.
 void grantAccess(int parent, const std::string &name) {

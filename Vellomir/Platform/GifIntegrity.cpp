@@ -8,7 +8,7 @@ namespace {
 constexpr std::uint64_t screenSize = 13;
 constexpr std::uint64_t frameSize = 10; ///< with the byte that introduces it
 constexpr unsigned extension = 0x21;
-constexpr unsigned frame = 0x2C;
+constexpr unsigned frameMarker = 0x2C;
 
 std::uint64_t colorTableSize(unsigned flags) {
     return (flags & 0x80U) != 0 ? std::uint64_t{3} << ((flags & 7U) + 1U) : 0;
@@ -38,7 +38,7 @@ void checkGif(const PictureBytes &file) {
     std::uint64_t ignored = 0;
     while (file.number8(offset) == extension)
         offset = behindBlocks(file, offset + 2, ignored);
-    if (file.number8(offset) != frame)
+    if (file.number8(offset) != frameMarker)
         throwCutShort();
     const PictureBytes first = file.part(offset, frameSize);
     offset += frameSize + colorTableSize(first.number8(9)) + 1;

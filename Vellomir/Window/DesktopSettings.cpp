@@ -10,12 +10,12 @@ namespace {
 
 // https://flatpak.github.io/xdg-desktop-portal/docs/doc-org.freedesktop.portal.Settings.html
 const QString service = QStringLiteral("org.freedesktop.portal.Desktop");
-const QString path = QStringLiteral("/org/freedesktop/portal/desktop");
+const QString portal = QStringLiteral("/org/freedesktop/portal/desktop");
 const QString interface = QStringLiteral("org.freedesktop.portal.Settings");
 
 void ask(QObject &reader, const QString &group, const QString &key) {
     QDBusMessage message =
-        QDBusMessage::createMethodCall(service, path, interface, QStringLiteral("Read"));
+        QDBusMessage::createMethodCall(service, portal, interface, QStringLiteral("Read"));
     message << group << key;
     auto *const watcher =
         new QDBusPendingCallWatcher(QDBusConnection::sessionBus().asyncCall(message), &reader);
@@ -35,7 +35,7 @@ void followSetting(QObject &reader, const QString &group, const QString &key) {
     QDBusConnection bus = QDBusConnection::sessionBus();
     if (!bus.isConnected())
         return;
-    bus.connect(service, path, interface, QStringLiteral("SettingChanged"), &reader,
+    bus.connect(service, portal, interface, QStringLiteral("SettingChanged"), &reader,
                 SLOT(readSetting(QString, QString, QDBusVariant)));
     ask(reader, group, key);
 }

@@ -2,9 +2,13 @@
 
 #include <QDBusVariant>
 #include <QObject>
+#include <QString>
 #include <QVariant>
 
 namespace vellomir {
+
+/// The group of GNOME's settings of the interface, which other desktops keep too.
+inline const QString gnomeInterface = QStringLiteral("org.gnome.desktop.interface");
 
 /// Follows one of the settings that desktops share with programs: the reader's slot
 /// `readSetting(QString group, QString key, QDBusVariant value)` hears of its value and of each

@@ -62,7 +62,7 @@ bool isInstalled(const QString &entryName) {
         entry.isEmpty() ? QStringList() : valuesOf(entry, QStringLiteral("Exec"));
     if (commands.isEmpty())
         return false;
-    const QString command = commands.constFirst();
+    const QString &command = commands.constFirst();
     const QString program =
         command.startsWith(u'"') ? command.section(u'"', 1, 1) : command.section(u' ', 0, 0);
     return !QStandardPaths::findExecutable(program).isEmpty();

@@ -10,7 +10,6 @@
 namespace vellomir {
 namespace {
 
-const QString gnome = QStringLiteral("org.gnome.desktop.interface");
 const QString textScalingFactor = QStringLiteral("text-scaling-factor");
 
 bool isAscii(const QString &text) {
@@ -66,11 +65,11 @@ void Fonts::followSystem() {
         screen == nullptr ? 1 : scaleOf(QGuiApplication::font(), screen->logicalDotsPerInch());
     setScale(fontScale_);
     if (!platformScalesText())
-        followSetting(*this, gnome, textScalingFactor);
+        followSetting(*this, gnomeInterface, textScalingFactor);
 }
 
 void Fonts::readSetting(const QString &group, const QString &key, const QDBusVariant &value) {
-    if (group == gnome && key == textScalingFactor)
+    if (group == gnomeInterface && key == textScalingFactor)
         setScale(fontScale_ * settingValue(value).toDouble());
 }
 

@@ -39,10 +39,8 @@ public:
 signals:
     void scaleChanged();
 
-private slots:
-    void readSetting(const QString &group, const QString &key, const QDBusVariant &value);
-
 private:
+    Q_SLOT void readSetting(const QString &group, const QString &key, const QDBusVariant &value);
     double scale_ = 1;
     double fontScale_ = 1; ///< without what the desktop tells
 };

@@ -10,7 +10,6 @@ namespace {
 
 const QString appearance = QStringLiteral("org.freedesktop.appearance");
 const QString reducedMotion = QStringLiteral("reduced-motion");
-const QString gnome = QStringLiteral("org.gnome.desktop.interface");
 const QString enableAnimations = QStringLiteral("enable-animations");
 
 /// Plasma stretches the duration of all animations by a factor.
@@ -37,13 +36,13 @@ void Motion::followSystem() {
         return setReduced(qEnvironmentVariableIntValue("VELLOMIR_REDUCED_MOTION") != 0);
     plasmaStandsStill_ = plasmaStandsStill();
     combine();
-    followSetting(*this, gnome, enableAnimations);
+    followSetting(*this, gnomeInterface, enableAnimations);
     followSetting(*this, appearance, reducedMotion);
 }
 
 void Motion::readSetting(const QString &group, const QString &key, const QDBusVariant &value) {
     const QVariant setting = settingValue(value);
-    if (group == gnome && key == enableAnimations)
+    if (group == gnomeInterface && key == enableAnimations)
         animationsAreOff_ = !setting.toBool();
     else if (group == appearance && key == reducedMotion)
         motionIsReduced_ = setting.toUInt() == 1;

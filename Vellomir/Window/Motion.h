@@ -25,10 +25,8 @@ public:
 signals:
     void isReducedChanged();
 
-private slots:
-    void readSetting(const QString &group, const QString &key, const QDBusVariant &value);
-
 private:
+    Q_SLOT void readSetting(const QString &group, const QString &key, const QDBusVariant &value);
     void combine();
 
     bool isReduced_ = false;

@@ -24,7 +24,6 @@ FOLDERS = ("archive", "Vellomir", "cli", "fuzz")
 OWN_FILES = "/(" + "|".join(FOLDERS) + r")/([A-Za-z]+/)*[A-Za-z0-9]+\.(h|cpp)$"
 # Sources are included here on purpose.
 SWITCHED_OFF = "-bugprone-suspicious-include"
-FUZZER_ENTRY = "LLVMFuzzerTestOneInput"
 
 
 def libraries(build):
@@ -44,10 +43,9 @@ def libraries(build):
             continue  # a test that compiles a source of the product once more
         found.setdefault(target, {"options": options(words), "sources": []})
         found[target]["sources"].append(source)
-    found["fuzz"] = {
-        "options": found["vellomir-cli-commands"]["options"],
-        "sources": list((SOURCES / "fuzz").glob("*.cpp")),
-    }
+    for fuzzer in (SOURCES / "fuzz").glob("*.cpp"):  # built by another preset
+        found[fuzzer.stem] = {"options": found["vellomir-cli-commands"]["options"],
+                              "sources": [fuzzer]}
     return found
 
 
@@ -55,23 +53,17 @@ def options(words):
     """A compiler's command without the compiler, its input and its output."""
     kept = []
     skip = False
-    for word in words[1:]:
+    for word in words[2 if words[0].endswith("ccache") else 1:]:
         if skip or word in ("-o", "-c"):
             skip = not skip
-        elif not word.endswith(("ccache", "c++", "g++")):
+        else:
             kept.append(word)
     return kept
 
 
-def unit(name, sources):
+def unit(sources):
     """The text of one file that includes all sources."""
-    lines = []
-    for source in sorted(sources):
-        if name == "fuzz":
-            lines.append(f"#undef {FUZZER_ENTRY}")
-            lines.append(f"#define {FUZZER_ENTRY} run{source.stem}")
-        lines.append(f'#include "{source}"')
-    return "\n".join(lines) + "\n"
+    return "".join(f'#include "{source}"\n' for source in sorted(sources))
 
 
 def fingerprint(library):
@@ -90,7 +82,7 @@ def check(folder, name, library):
     if stamp.exists() and stamp.read_text() == now:
         return ""
     file = folder / f"{name}.cpp"
-    file.write_text(unit(name, library["sources"]))
+    file.write_text(unit(library["sources"]))
     result = subprocess.run(
         ["clang-tidy", "--quiet", f"--checks={SWITCHED_OFF}", f"--header-filter={OWN_FILES}",
          f"--config-file={SOURCES / '.clang-tidy'}", str(file), "--", *library["options"]],

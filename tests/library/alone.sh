@@ -9,7 +9,7 @@ for package in Qt6 CLI11 nlohmann_json GTest; do
 done
 
 "$CMAKE" -G "$GENERATOR" -S "$SOURCES" -B "$folder/build" "${options[@]}"
-if grep -i expat "$folder/build/CMakeCache.txt"; then
+if grep -i '^[^/]*expat' "$folder/build/CMakeCache.txt"; then
     echo "Expat was looked for."
     exit 1
 fi

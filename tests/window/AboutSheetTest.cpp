@@ -74,6 +74,17 @@ TEST_F(TheAboutSheet, ShowsItsTextsInOrder) {
                             "Orsanta Website", "Telegram Channel", "More Apps", "Donate", "Close"));
 }
 
+TEST_F(TheAboutSheet, HasFlexibleSpaceInItsHeader) {
+    const auto space = [this] {
+        return placeOf(sheetText("For TrollStore Only | ios 14 and up")).top() -
+               placeOf(sheetText("V2.0")).bottom();
+    };
+    EXPECT_GT(space(), 24);
+    EXPECT_LE(space(), 48) << "the header stays together";
+    resize({390, 500});
+    EXPECT_LE(space(), 16) << "it gives way first";
+}
+
 TEST_F(TheAboutSheet, SetsItsTextsInTheirStyles) {
     expectStyle("Vellomir", 28, true, white);
     expectStyle("V2.0", 17, true, faded(white, 0.4));

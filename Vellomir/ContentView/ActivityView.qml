@@ -12,15 +12,16 @@ Sheet {
     title: "Share " + sharing.displayName
     isShown: launchState.showShareSheet
     naturalHeight: implicitContentHeight + topPadding
-    onAboutToShow: {
-        sharing.prepare();
-        page.startAfresh();
-    }
+    onAboutToShow: sharing.prepare()
     onDismissed: launchState.didFinishSharing()
 
     contentItem: SharePage {
-        id: page
+        readonly property bool isOpen: sheet.visible
 
+        onIsOpenChanged: {
+            if (isOpen)
+                startAfresh();
+        }
         launchState: sheet.launchState
         onClosed: sheet.close()
     }

@@ -9,14 +9,18 @@ Sheet {
 
     title: "About Vellomir"
     isShown: launchState.showInfoSheet
-    onAboutToShow: {
-        const page = contentItem as InfoPage;
-        page.contentY = 0;
-        page.focus = true;
-    }
     onDismissed: launchState.showInfoSheet = false
 
     contentItem: InfoPage {
+        readonly property bool isOpen: sheet.visible
+
+        // At its top, and nothing in it has the focus.
+        onIsOpenChanged: {
+            if (isOpen) {
+                contentY = 0;
+                focus = true;
+            }
+        }
         launchState: sheet.launchState
         onClosed: sheet.close()
     }

@@ -12,13 +12,16 @@ Sheet {
     title: "Share " + sharing.displayName
     isShown: launchState.showShareSheet
     naturalHeight: implicitContentHeight + topPadding
-    onAboutToShow: {
-        sharing.prepare();
-        (contentItem as SharePage).startAfresh();
-    }
+    onAboutToShow: sharing.prepare()
     onDismissed: launchState.didFinishSharing()
 
     contentItem: SharePage {
+        readonly property bool isOpen: sheet.visible
+
+        onIsOpenChanged: {
+            if (isOpen)
+                startAfresh();
+        }
         launchState: sheet.launchState
         onClosed: sheet.close()
     }

@@ -13,7 +13,7 @@ namespace fs = std::filesystem;
 using archive::URL;
 
 /// Makes the last folder of the path for the owner only, unless it is there.
-void makePrivateFolder(const std::string &path) {
+void makeSandboxFolder(const std::string &path) {
     if (::mkdir(path.c_str(), S_IRWXU) != 0 && errno != EEXIST)
         throw archive::writeError(path, errno);
 }
@@ -32,7 +32,7 @@ URL makeRoot(const URL &root) {
     fs::create_directories(fs::path(root.path()).parent_path(), error);
     if (error)
         throw archive::writeError(root.path(), error.value());
-    makePrivateFolder(root.path());
+    makeSandboxFolder(root.path());
     const fs::path resolved = fs::canonical(root.path(), error);
     if (error)
         throw archive::readError(root.path(), error.value());
@@ -42,7 +42,7 @@ URL makeRoot(const URL &root) {
 
 URL makeFolder(const URL &root, const std::string &name) {
     URL folder = root.appendingPathComponent(name + '/');
-    makePrivateFolder(folder.path());
+    makeSandboxFolder(folder.path());
     requireRealFolder(folder.path());
     return folder;
 }

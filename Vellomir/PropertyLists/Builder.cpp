@@ -155,7 +155,7 @@ std::string PropertyListBuilder::path() const {
         if (!open_[index].isDictionary)
             append(std::to_string(open_[index].elements.size()));
         else if (open_[index].key)
-            append(quoted(*open_[index].key));
+            append(quotedText(*open_[index].key));
     return text;
 }
 

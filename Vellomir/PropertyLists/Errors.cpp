@@ -8,11 +8,11 @@
 namespace vellomir {
 namespace {
 
-constexpr std::array errors = {
+constexpr std::array listErrors = {
     archive::ErrorCategory::Line{"unreadablePropertyList", "This is no valid property list"},
     archive::ErrorCategory::Line{"unwritablePropertyList", "The property list cannot be written"},
 };
-constinit const archive::ErrorCategory category("PropertyListError", errors);
+constinit const archive::ErrorCategory listCategory("PropertyListError", listErrors);
 
 /// At most so many bytes, and no part of a character.
 std::string_view shortened(std::string_view text, std::size_t limit) {
@@ -26,14 +26,14 @@ std::string_view shortened(std::string_view text, std::size_t limit) {
 } // namespace
 
 std::error_code make_error_code(PropertyListError error) {
-    return {static_cast<int>(error), category};
+    return {static_cast<int>(error), listCategory};
 }
 
 archive::Error unreadable(const std::string &sentence) {
     return archive::Error(PropertyListError::unreadablePropertyList, {.detail = sentence});
 }
 
-std::string quoted(std::string_view text) {
+std::string quotedText(std::string_view text) {
     const std::string_view start = shortened(text, 60);
     return '"' + archive::printable(start) + (start.size() < text.size() ? "...\"" : "\"");
 }

@@ -18,7 +18,7 @@ enum class PropertyListError {
 [[nodiscard]] archive::Error unreadable(const std::string &sentence);
 
 /// A text from a list for an error: in quotes, printable, and cut where it is long.
-[[nodiscard]] std::string quoted(std::string_view text);
+[[nodiscard]] std::string quotedText(std::string_view text);
 
 } // namespace vellomir
 

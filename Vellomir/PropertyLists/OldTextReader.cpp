@@ -62,7 +62,7 @@ private:
     [[nodiscard]] archive::Error error(const std::string &expected) const {
         const std::string found = position_ == text_.size()
                                       ? "the end"
-                                      : quoted(text_.substr(position_, characterSize()));
+                                      : quotedText(text_.substr(position_, characterSize()));
         return builder_.error("expected " + expected + ", found " + found);
     }
 

@@ -16,7 +16,6 @@ namespace {
 
 using Bytes = std::span<const std::byte>;
 
-constexpr std::string_view whitespace = " \t\r\n";
 constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
 
 /// What a declaration may name, in lower case, and iconv's name for it. All agree with ASCII where
@@ -106,13 +105,13 @@ std::string decodeUTF16(Bytes bytes, ByteOrder byteOrder) {
 }
 
 std::string_view skipWhitespace(std::string_view text) {
-    return text.substr(std::min(text.find_first_not_of(whitespace), text.size()));
+    return text.substr(std::min(text.find_first_not_of(xmlWhitespace), text.size()));
 }
 
 /// What the XML declaration says about the encoding, in lower case; "" if nothing.
 std::string declaredEncoding(std::string_view text) {
     text = skipWhitespace(text);
-    if (!text.starts_with("<?xml") || text.size() < 6 || whitespace.find(text[5]) == text.npos)
+    if (!text.starts_with("<?xml") || text.size() < 6 || xmlWhitespace.find(text[5]) == text.npos)
         return "";
     text = text.substr(0, text.find("?>"));
     const std::size_t start = text.find("encoding");
@@ -139,7 +138,7 @@ public:
         if (!isOpen())
             throw unreadable("The property list cannot be read: this system does not know the "
                              "encoding " +
-                             quoted(name_));
+                             quotedText(name_));
     }
     ~Decoder() {
         if (isOpen())
@@ -212,7 +211,7 @@ std::string decodeBytes(std::string_view bytes, const archive::Progress *progres
         std::find_if(std::begin(encodings), std::end(encodings),
                      [&](const Encoding &candidate) { return candidate.name == name; });
     if (encoding == std::end(encodings))
-        throw unreadable("The XML property list cannot be read: its encoding " + quoted(name) +
+        throw unreadable("The XML property list cannot be read: its encoding " + quotedText(name) +
                          " is not known");
     std::string text = Decoder(*encoding).decode(bytes, progress);
     return encoding->iconvName == std::string_view("MACINTOSH") ? corrected(text) : text;

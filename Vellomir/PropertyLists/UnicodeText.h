@@ -6,6 +6,9 @@
 
 namespace vellomir {
 
+/// XML 1.0, section 2.3.
+inline constexpr std::string_view xmlWhitespace = " \t\r\n";
+
 /// The character that begins at this byte of a UTF-8 text.
 struct TextCharacter {
     char32_t code = 0;

@@ -1,5 +1,7 @@
 #include "Vellomir/PropertyLists/ValueTexts.h"
 
+#include "Vellomir/PropertyLists/UnicodeText.h"
+
 #include <array>
 #include <charconv>
 #include <chrono>
@@ -13,14 +15,13 @@ namespace {
 
 using namespace std::chrono;
 
-constexpr std::string_view whitespace = " \t\r\n";
 constexpr std::string_view base64Digits =
     "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 constexpr sys_seconds reference = sys_days(year(2001) / 1 / 1);
 
 std::string_view trimmed(std::string_view text) {
-    const std::size_t start = std::min(text.find_first_not_of(whitespace), text.size());
-    const std::size_t end = text.find_last_not_of(whitespace);
+    const std::size_t start = std::min(text.find_first_not_of(xmlWhitespace), text.size());
+    const std::size_t end = text.find_last_not_of(xmlWhitespace);
     return start == text.size() ? std::string_view() : text.substr(start, end - start + 1);
 }
 
@@ -144,7 +145,7 @@ std::optional<archive::Data> parseData(std::string_view text) {
     std::size_t digits = 0;
     std::size_t padding = 0;
     for (const char character : text) {
-        if (whitespace.find(character) != whitespace.npos)
+        if (xmlWhitespace.find(character) != xmlWhitespace.npos)
             continue;
         const int value = values[static_cast<unsigned char>(character)];
         if (character == '=' ? ++padding > 2 : value < 0 || padding > 0)

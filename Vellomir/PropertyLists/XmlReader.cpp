@@ -1,6 +1,7 @@
 #include "Vellomir/PropertyLists/XmlReader.h"
 
 #include "Vellomir/PropertyLists/Builder.h"
+#include "Vellomir/PropertyLists/UnicodeText.h"
 #include "Vellomir/PropertyLists/ValueTexts.h"
 #include "archive/TextEncoding.h"
 
@@ -13,10 +14,8 @@
 namespace vellomir {
 namespace {
 
-constexpr std::string_view whitespace = " \t\r\n";
-
 bool isBlank(std::string_view text) {
-    return text.find_first_not_of(whitespace) == text.npos;
+    return text.find_first_not_of(xmlWhitespace) == text.npos;
 }
 
 std::size_t countLines(std::string_view text) {
@@ -156,7 +155,7 @@ public:
         if (leaf_ != nullptr)
             text_ += text;
         else if (!isBlank(text))
-            throw builder_.error("expected an element, found the text " + quoted(text));
+            throw builder_.error("expected an element, found the text " + quotedText(text));
     }
 
     [[nodiscard]] const PropertyListBuilder &builder() const { return builder_; }
@@ -182,7 +181,7 @@ private:
         auto value = parseLeaf(leaf.element, text);
         if (!value)
             throw builder_.error(std::string("expected ") + leaf.expected + ", found " +
-                                 quoted(text));
+                                 quotedText(text));
         builder_.addValue(std::move(*value));
     }
 
@@ -271,7 +270,7 @@ private:
                                   const char * /*notationName*/) {
         run(data, [name](Parser &self) {
             throw self.reader_.builder().error("expected no entities of its own, found " +
-                                               quoted(name));
+                                               quotedText(name));
         });
     }
 
@@ -291,7 +290,7 @@ private:
     static void skippedEntity(void *data, const char *name, int /*isParameterEntity*/) {
         run(data, [name](Parser &self) {
             throw self.reader_.builder().error("expected a known entity, found " +
-                                               quoted('&' + std::string(name) + ';'));
+                                               quotedText('&' + std::string(name) + ';'));
         });
     }
 
@@ -306,12 +305,12 @@ private:
 } // namespace
 
 bool isXmlPropertyList(std::string_view text) {
-    const std::size_t start = text.find_first_not_of(whitespace);
+    const std::size_t start = text.find_first_not_of(xmlWhitespace);
     return start != text.npos && text[start] == '<';
 }
 
 PropertyListValue readXmlPropertyList(std::string_view text, const archive::Progress *progress) {
-    const std::size_t start = std::min(text.find_first_not_of(whitespace), text.size());
+    const std::size_t start = std::min(text.find_first_not_of(xmlWhitespace), text.size());
     requireShortTags(text);
     return Parser(countLines(text.substr(0, start)), progress).parse(text.substr(start));
 }

@@ -54,7 +54,7 @@ struct Step {
     std::size_t index = 0;
 
     [[nodiscard]] std::string text() const {
-        return key != nullptr ? quoted(*key) : std::to_string(index);
+        return key != nullptr ? quotedText(*key) : std::to_string(index);
     }
 };
 

@@ -27,7 +27,7 @@ RowLayout {
             Layout.fillWidth: true
             text: shortened.elidedText
             color: Style.white
-            font: Style.headline
+            font: Fonts.forText(Style.headline, header.sharing.displayName)
             textFormat: Text.PlainText
             wrapMode: Text.Wrap
             horizontalAlignment: Text.AlignLeft // beside the symbol, whichever way it is read
@@ -38,7 +38,7 @@ RowLayout {
             TextMetrics {
                 id: shortened
 
-                font: Style.headline
+                font: name.font
                 text: header.sharing.displayName
                 elide: Text.ElideMiddle
                 elideWidth: 2 * name.width - 48 // less what the break between both lines may cost

@@ -121,7 +121,7 @@ ColumnLayout {
         verticalAlignment: Text.AlignVCenter
         text: page.sharing.message
         color: page.sharing.hasFailed ? Style.red : Style.accent
-        font: Style.subheadline
+        font: Fonts.forText(Style.subheadline, text)
         Accessible.role: Accessible.AlertMessage
 
         FontMetrics {

@@ -91,7 +91,8 @@ void writeAgain(const std::vector<Item> &items, CompressionMethod method) {
     require(readAll(*reopened(*archive)) == items, "what was written is what was read");
 }
 
-/// Entries, then the directory of just these entries, then the end records, and nothing else.
+/// Entries, then the directory of just these entries, then the end records with their count, and
+/// nothing else.
 bool hasUsualLayout(const Archive &archive, std::size_t size) {
     const std::uint64_t start = archive.offsetToStartOfCentralDirectory();
     const std::uint64_t end =
@@ -101,6 +102,7 @@ bool hasUsualLayout(const Archive &archive, std::size_t size) {
     if (start > size || archive.sizeOfCentralDirectory() != size - start - end)
         return false;
     std::uint64_t directorySize = 0;
+    std::uint64_t count = 0;
     for (const Entry &entry : archive) {
         const CentralDirectoryStructure &structure = entry.centralDirectoryStructure();
         const std::uint64_t header = structure.effectiveRelativeOffsetOfLocalHeader();
@@ -110,8 +112,10 @@ bool hasUsualLayout(const Archive &archive, std::size_t size) {
         if (entry.localFileHeader().compressedSize > start - std::min(start, entry.dataOffset()))
             return false;
         directorySize += structure.totalSize();
+        ++count;
     }
-    return directorySize == archive.sizeOfCentralDirectory();
+    return directorySize == archive.sizeOfCentralDirectory() &&
+           count == archive.totalNumberOfEntriesInCentralDirectory();
 }
 
 /// A further entry leaves the others as they were.

@@ -11,7 +11,7 @@ import tempfile
 import time
 from pathlib import Path
 
-PATIENCE = 30.0 # seconds; for a busy machine, as an idle one needs a fraction of one
+PATIENCE = 120.0 # seconds; jobs have a low priority and may wait long on a busy machine
 INTERVAL = 0.01 # seconds
 
 

@@ -2,8 +2,8 @@ import QtQuick
 import QtQuick.Templates as T
 import Vellomir
 
-// What every control that is pressed has in common: the keys, what assistive programs are told, and
-// how it answers to the mouse.
+// The base of all buttons: keys, accessibility, and the looks while pressed, disabled or under the
+// mouse.
 T.Button {
     id: control
 

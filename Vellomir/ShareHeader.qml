@@ -34,7 +34,7 @@ RowLayout {
             Accessible.role: Accessible.Heading
             Accessible.name: header.sharing.displayName
 
-            // Two lines; the beginning and the end tell packages apart.
+            // At most two lines. The middle is cut out: names often differ at the end.
             TextMetrics {
                 id: shortened
 

@@ -9,7 +9,7 @@
 namespace vellomir {
 namespace {
 
-/// An archive whose directory breaks off gives what stands before that place, and no error.
+/// Unpacking stops without an error at a damaged directory record, so the entries are counted.
 void countEntries(const archive::URL &package, ResultRemarks &remarks) {
     using archive::Archive;
     const auto archive = Archive::make(package, Archive::AccessMode::read);

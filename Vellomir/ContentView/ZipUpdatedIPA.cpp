@@ -76,7 +76,7 @@ void AppLaunchView::removeOldPackage(const archive::URL &place) const {
     try {
         files_.removeIfThere(place);
     } catch (const std::exception &error) {
-        services_.console(rawReason(error)); // Packing will tell if it is in the way.
+        services_.console(rawReason(error)); // Packing fails if it is still there.
     }
 }
 

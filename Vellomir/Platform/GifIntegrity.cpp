@@ -24,7 +24,7 @@ std::uint64_t behindBlocks(const PictureBytes &file, std::uint64_t offset, std::
     return offset + 1;
 }
 
-/// Codes have 3 bits or more, and each stands for at most one pixel more than any before it.
+/// LZW: a code has at least 3 bits, and decodes to at most one pixel more than the longest so far.
 std::uint64_t mostPixels(std::uint64_t dataSize) {
     constexpr std::uint64_t longestCode = 4097;
     const std::uint64_t codes = dataSize * 8 / 3 + 1;

@@ -36,7 +36,7 @@ struct Services {
     /// Counts, and cancels, copying, unpacking and packing. Null: neither.
     std::shared_ptr<archive::Progress> progress = nullptr;
     PresentDocumentPicker presentDocumentPicker = nullptr; ///< null: there is none
-    /// A path of the user's own as it stands in texts. Any thread.
+    /// How messages show a path outside the sandbox, such as "~/a.ipa". Any thread.
     std::function<std::string(const std::string &path)> displayPath = [](const std::string &path) {
         return path;
     };

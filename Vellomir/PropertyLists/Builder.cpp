@@ -35,7 +35,7 @@ void keepLastOfEachKey(PropertyListDictionary &members) {
     members.erase(members.begin() + static_cast<std::ptrdiff_t>(end), members.end());
 }
 
-/// Nothing for any dictionary that does not stand for a UID.
+/// The UID that XML writes as a dictionary with the one key "CF$UID"; nothing for any other.
 std::optional<PropertyListUID> uidOf(const PropertyListDictionary &members) {
     if (members.size() != 1 || members.front().key != "CF$UID")
         return std::nullopt;

@@ -15,7 +15,7 @@ namespace vellomir {
 /// keeps the limits of Limits.h.
 ///
 /// Of a key that comes twice in a dictionary the last value counts, at the place of the first. A
-/// dictionary that stands for a UID becomes one, unless it is the whole list.
+/// dictionary with the one key "CF$UID" becomes a UID, unless it is the whole list.
 class PropertyListBuilder {
 public:
     /// Where the reader is: "line 3".

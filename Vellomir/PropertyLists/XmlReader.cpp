@@ -229,7 +229,7 @@ private:
     static void run(void *data, Action action) noexcept {
         auto &self = *static_cast<Parser *>(data);
         if (self.failure_)
-            return; // Expat may tell more before it stops.
+            return; // Expat may call more handlers before it stops.
         try {
             action(self);
         } catch (...) {

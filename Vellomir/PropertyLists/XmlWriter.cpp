@@ -25,8 +25,8 @@ bool isXmlCharacter(char32_t character) {
     return character != 0xFFFE && character != 0xFFFF;
 }
 
-/// What stands for a character that cannot stand for itself; "" for any other. A bare "\r" would be
-/// read as "\n".
+/// The entity for a character that must be escaped; "" for any other. Readers turn a bare "\r" into
+/// "\n".
 std::string_view escapeOf(char character) {
     switch (character) {
     case '&':

@@ -40,8 +40,8 @@ QStringList associationLists() {
     return files;
 }
 
-/// Lists may name programs that are gone. "kde-dolphin.desktop" may stand for
-/// "kde/dolphin.desktop".
+/// The path of the entry; "" if it is not installed. A "-" in the name may be a subfolder:
+/// "kde-dolphin.desktop" is also looked for as "kde/dolphin.desktop".
 QString desktopEntry(QString name) {
     const auto locate = [](const QString &entry) {
         return QStandardPaths::locate(QStandardPaths::ApplicationsLocation, entry);

@@ -126,7 +126,8 @@ private:
 
 /// An archive that will take the place of another one, and the folder it lives in until then.
 struct Archive::Replacement {
-    std::optional<WorkingFolder> folder; ///< none for an archive in memory
+    std::optional<ArchivePlace> place; ///< of the archive that it replaces; none in memory
+    std::optional<WorkingFolder> folder; ///< none in memory
     std::unique_ptr<Archive> archive;
 };
 
@@ -145,9 +146,19 @@ void Archive::remove(std::span<const Entry> entries, const RemoveOptions &option
     const Replacement replacement = makeTemp();
     if (options.progress)
         options.progress->setTotalUnitCount(totalUnitCountForRemoving(entries));
-    replacement.archive->setEndRecords(copyAllBut(entries, *replacement.archive, options));
-    if (before)
-        requireUnchanged(url_.path(), *before);
+    try {
+        replacement.archive->setEndRecords(copyAllBut(entries, *replacement.archive, options));
+        if (before) {
+            requireUnchanged(replacement.place->file(), *before);
+            replaceItem(replacement.place->file(), replacement.archive->url_);
+        }
+    } catch (const Error &error) {
+        if (!before)
+            throw;
+        ErrorContext context = error.context();
+        context.path = replacement.folder->withPath(std::move(context.path));
+        throw Error(error.code(), std::move(context));
+    }
     replaceCurrent(*replacement.archive);
 }
 
@@ -182,22 +193,24 @@ EndRecords Archive::copyAllBut(std::span<const Entry> removed, Archive &target,
 
 Archive::Replacement Archive::makeTemp() const {
     if (isMemory())
-        return {std::nullopt, open(Data(), AccessMode::create, preferredEncoding_)};
+        return {std::nullopt, std::nullopt,
+                open(Data(), AccessMode::create, preferredEncoding_)};
     Replacement replacement;
-    replacement.folder.emplace(temporaryReplacementDirectory(*this));
+    replacement.place.emplace(url_);
+    // The path may lead elsewhere by now: nothing is made in a folder without the open file.
+    requireUnchanged(replacement.place->file(), FileIdentity(::fileno(archiveFile()), url_.path()));
+    replacement.folder.emplace(temporaryReplacementDirectory(*replacement.place));
     replacement.archive =
-        open(URL::folder(replacement.folder->path()).appendingPathComponent(globallyUniqueString()),
+        open(URL::folder(replacement.folder->accessPath())
+                 .appendingPathComponent(globallyUniqueString()),
              AccessMode::create, preferredEncoding_);
     // Still locked when it has taken this archive's place.
     static_cast<void>(tryToLock(::fileno(replacement.archive->archiveFile())));
     return replacement;
 }
 
-/// The current stream stays open until the new archive is in place, so that a failure leaves this
-/// object as it was, on the old file.
+/// After the new file is in place, so that a failure leaves this object as it was, on the old one.
 void Archive::replaceCurrent(Archive &with) {
-    if (!isMemory())
-        replaceItem(url_, with.url_);
     archiveFile_ = std::move(with.archiveFile_); // the old stream goes before its buffer
     streamBuffer_ = std::move(with.streamBuffer_);
     memoryFile_ = std::move(with.memoryFile_);

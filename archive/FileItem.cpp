@@ -76,7 +76,27 @@ std::span<const std::byte> nothing(std::int64_t /*position*/, std::size_t /*size
 FileItem::FileItem(const URL &url) : folder_(AT_FDCWD), name_(url.path()), path_(name_) {
     if (!url.isFileURL())
         throw Error(FileError::fileReadNoSuchFile, {.path = path_});
+    const std::string name = url.lastPathComponent();
+    if (name.empty() || name == "." || name == "..") { // a folder, which is not read
+        look();
+        return;
+    }
+    name_ = name;
+    const FileDescriptor opened = openFolder();
+    struct stat status {};
+    if (!opened.isOpen() || ::fstat(opened.get(), &status) != 0)
+        throwMissing();
+    identity_ = {status.st_dev, status.st_ino};
+    folder_ = opened.get();
     look();
+    folder_ = AT_FDCWD;
+}
+
+/// Not open, and errno, if that failed.
+FileDescriptor FileItem::openFolder() const {
+    const std::size_t slash = path_.rfind('/');
+    const std::string folder = slash == std::string::npos ? "." : path_.substr(0, slash + 1);
+    return FileDescriptor(::open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
 }
 
 FileItem::FileItem(int folder, std::string name, std::string path)
@@ -86,8 +106,12 @@ FileItem::FileItem(int folder, std::string name, std::string path)
 
 void FileItem::look() {
     if (::fstatat(folder_, name_.c_str(), &status_, AT_SYMLINK_NOFOLLOW) != 0)
-        throw Error(FileError::fileReadNoSuchFile,
-                    {.path = path_, .systemError = errno == ENOENT ? 0 : errno});
+        throwMissing();
+}
+
+void FileItem::throwMissing() const {
+    throw Error(FileError::fileReadNoSuchFile,
+                {.path = path_, .systemError = errno == ENOENT ? 0 : errno});
 }
 
 Date FileItem::modificationDate() const {
@@ -103,6 +127,23 @@ std::int64_t FileItem::size() const {
 
 void FileItem::add(EntryAppender &appender, std::string path,
                    const Archive::AddOptions &options) const {
+    if (!identity_)
+        return addFromFolder(appender, std::move(path), options);
+    const FileDescriptor folder = openFolder();
+    struct stat status {};
+    if (!folder.isOpen() || ::fstat(folder.get(), &status) != 0)
+        throw readError(path_, errno);
+    if (status.st_dev != identity_->device || status.st_ino != identity_->number)
+        throw Error(FileError::fileReadUnknown,
+                    {.path = path_,
+                     .detail = "Another folder has taken the place of the item's meanwhile"});
+    FileItem item = *this;
+    item.folder_ = folder.get();
+    item.addFromFolder(appender, std::move(path), options);
+}
+
+void FileItem::addFromFolder(EntryAppender &appender, std::string path,
+                             const Archive::AddOptions &options) const {
     requireBufferSize(options.bufferSize);
     switch (type()) {
     case Entry::EntryType::file:

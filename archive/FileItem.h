@@ -2,7 +2,9 @@
 
 #include "archive/Archive.h"
 #include "archive/EntryAppender.h"
+#include "archive/FileDescriptor.h"
 
+#include <optional>
 #include <sys/stat.h>
 
 namespace archive {
@@ -11,7 +13,8 @@ namespace archive {
 /// followed.
 class FileItem {
 public:
-    /// Throws `fileReadNoSuchFile` with the path if there is no such item.
+    /// Throws `fileReadNoSuchFile` with the path if there is no such item. The folder is opened
+    /// again by its path when the item is added, and must be the same one then.
     explicit FileItem(const URL &url);
     /// The same by its name in an open folder, which must stay open as long as the object is used;
     /// `path` is for errors.
@@ -34,21 +37,34 @@ public:
     }
 
     /// Adds the item under the path, to which a folder's "/" is appended where it is missing.
-    /// Throws `fileReadNoPermission`, `fileNoSuchFile`, and what `EntryAppender::add` throws.
+    /// Throws `fileReadNoPermission`, `fileNoSuchFile`, `fileReadUnknown` if another folder has
+    /// taken the place of the item's, and what `EntryAppender::add` throws.
     void add(EntryAppender &appender, std::string path, const Archive::AddOptions &options) const;
 
 private:
+    struct FolderIdentity {
+        dev_t device;
+        ino_t number;
+    };
+
+    void addFromFolder(EntryAppender &appender, std::string path,
+                       const Archive::AddOptions &options) const;
     void addFile(EntryAppender &appender, const std::string &path,
                  const Archive::AddOptions &options) const;
     void addSymbolicLink(EntryAppender &appender, const std::string &path,
                          const Archive::AddOptions &options) const;
 
     void look();
+    [[noreturn]] void throwMissing() const;
     void requireRegular() const;
+
+    [[nodiscard]] FileDescriptor openFolder() const;
 
     int folder_;
     std::string name_;
     std::string path_;
+    /// Of the folder of `path_`; none if `folder_` is that folder.
+    std::optional<FolderIdentity> identity_;
     struct stat status_ {};
 };
 

@@ -69,12 +69,46 @@ Error inUse(const std::string &path, int descriptor) {
     return Error(ArchiveError::unwritableArchive, {.path = path, .detail = std::move(text)});
 }
 
-/// Whether the path still stands for the open file.
-bool isAt(const std::string &path, int descriptor) {
+/// A path is one name in the current folder, behind all links.
+int statusFlags(const FilePlace &place) {
+    return place.folder == AT_FDCWD ? 0 : AT_SYMLINK_NOFOLLOW;
+}
+
+int openFlags(const FilePlace &place) {
+    return O_RDWR | O_CLOEXEC | O_NONBLOCK | (place.folder == AT_FDCWD ? 0 : O_NOFOLLOW);
+}
+
+FilePlace placeAt(const std::string &path) {
+    return {.name = path, .path = path};
+}
+
+/// Whether the name still stands for the open file.
+bool isAt(const FilePlace &place, int descriptor) {
     struct stat opened {};
     struct stat there {};
-    return ::fstat(descriptor, &opened) == 0 && ::stat(path.c_str(), &there) == 0 &&
+    return ::fstat(descriptor, &opened) == 0 &&
+           ::fstatat(place.folder, place.name.c_str(), &there, statusFlags(place)) == 0 &&
            opened.st_dev == there.st_dev && opened.st_ino == there.st_ino;
+}
+
+FileDescriptor openLockedAt(const FilePlace &place, const std::function<FileDescriptor()> &open,
+                            const LockWait &wait) {
+    const auto deadline = steady_clock::now() + wait.patience;
+    for (;;) {
+        const bool isLast = steady_clock::now() >= deadline;
+        FileDescriptor file = open();
+        const LockAttempt attempt = tryToLock(file.get());
+        // A lock on a file that was replaced meanwhile does not keep others out of the new one.
+        if (attempt == LockAttempt::unsupported ||
+            (attempt == LockAttempt::locked && isAt(place, file.get())))
+            return file;
+        if (isLast)
+            throw inUse(place.path, file.get());
+        if (wait.whileWaiting)
+            wait.whileWaiting();
+        if (attempt == LockAttempt::taken)
+            std::this_thread::sleep_for(pause);
+    }
 }
 
 } // namespace
@@ -94,9 +128,11 @@ FileIdentity::FileIdentity(int descriptor, const std::string &path) {
         throw readError(path, errno);
 }
 
-FileIdentity::FileIdentity(const std::string &path) {
-    if (::stat(path.c_str(), &status_) != 0)
-        throw readError(path, errno);
+FileIdentity::FileIdentity(const std::string &path) : FileIdentity(placeAt(path)) {}
+
+FileIdentity::FileIdentity(const FilePlace &place) {
+    if (::fstatat(place.folder, place.name.c_str(), &status_, statusFlags(place)) != 0)
+        throw readError(place.path, errno);
 }
 
 bool FileIdentity::isSameFile(const FileIdentity &other) const {
@@ -110,53 +146,57 @@ bool operator==(const FileIdentity &left, const FileIdentity &right) {
 }
 
 void requireUnchanged(const std::string &path, const FileIdentity &expected) {
-    const FileIdentity found(path);
+    requireUnchanged(placeAt(path), expected);
+}
+
+void requireUnchanged(const FilePlace &place, const FileIdentity &expected) {
+    const FileIdentity found(place);
     if (!found.isSameFile(expected))
         throw Error(
             ArchiveError::unwritableArchive,
-            {.path = path, .detail = "Another file has taken the archive's place meanwhile"});
+            {.path = place.path, .detail = "Another file has taken the archive's place meanwhile"});
     if (found != expected)
-        throw Error(ArchiveError::unwritableArchive,
-                    {.path = path, .detail = "Another program has changed the archive meanwhile"});
+        throw Error(
+            ArchiveError::unwritableArchive,
+            {.path = place.path, .detail = "Another program has changed the archive meanwhile"});
 }
 
 FileDescriptor openLocked(const std::string &path, const std::function<FileDescriptor()> &open,
                           const LockWait &wait) {
-    const auto deadline = steady_clock::now() + wait.patience;
-    for (;;) {
-        const bool isLast = steady_clock::now() >= deadline;
-        FileDescriptor file = open();
-        const LockAttempt attempt = tryToLock(file.get());
-        // A lock on a file that was replaced meanwhile keeps nobody out.
-        if (attempt == LockAttempt::unsupported ||
-            (attempt == LockAttempt::locked && isAt(path, file.get())))
-            return file;
-        if (isLast)
-            throw inUse(path, file.get());
-        if (wait.whileWaiting)
-            wait.whileWaiting();
-        if (attempt == LockAttempt::taken)
-            std::this_thread::sleep_for(pause);
-    }
+    return openLockedAt(placeAt(path), open, wait);
 }
 
 FileDescriptor openLockedForUpdate(const std::string &path, const LockWait &wait) {
+    return openLockedForUpdate(placeAt(path), wait);
+}
+
+FileDescriptor openLockedForUpdate(const FilePlace &place, const LockWait &wait) {
     const auto open = [&] {
-        FileDescriptor file(::open(path.c_str(), O_RDWR | O_CLOEXEC | O_NONBLOCK));
+        FileDescriptor file(::openat(place.folder, place.name.c_str(), openFlags(place)));
         struct stat status {};
         const bool isKnown = file.isOpen() && ::fstat(file.get(), &status) == 0;
         if (isKnown ? !S_ISREG(status.st_mode) : errno == EISDIR)
             throw Error(ArchiveError::unwritableArchive,
-                        {.path = path, .detail = "This is not a regular file"});
+                        {.path = place.path, .detail = "This is not a regular file"});
         if (!isKnown)
-            throw writeError(path, errno);
+            throw writeError(place.path, errno);
         return file;
     };
-    return openLocked(path, open, wait);
+    return openLockedAt(place, open, wait);
 }
 
-HeldFile::HeldFile(std::string path, const LockWait &wait)
-    : path_(std::move(path)), descriptor_(openLockedForUpdate(path_, wait)),
-      identity_(descriptor_.get(), path_) {}
+HeldFile::HeldFile(FilePlace place, const LockWait &wait)
+    : place_(std::move(place)), descriptor_(openLockedForUpdate(place_, wait)),
+      identity_(descriptor_.get(), place_.path) {}
+
+HeldFile::HeldFile(const std::string &path, const LockWait &wait)
+    : HeldFile(placeAt(path), wait) {}
+
+FileDescriptor HeldFile::fromStart() const {
+    FileDescriptor copy(::fcntl(descriptor_.get(), F_DUPFD_CLOEXEC, 0));
+    if (!copy.isOpen() || ::lseek(copy.get(), 0, SEEK_SET) != 0)
+        throw readError(place_.path, errno);
+    return copy;
+}
 
 } // namespace archive

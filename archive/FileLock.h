@@ -1,6 +1,7 @@
 #pragma once
 
 #include "archive/FileDescriptor.h"
+#include "archive/FilePlace.h"
 
 #include <chrono>
 #include <functional>
@@ -17,6 +18,8 @@ public:
     FileIdentity(int descriptor, const std::string &path);
     /// Of the file at a path, behind all links. Throws a `FileError` with the path.
     explicit FileIdentity(const std::string &path);
+    /// Of what has this name in its folder, a link itself. Throws a `FileError` with the path.
+    explicit FileIdentity(const FilePlace &place);
 
     /// Whether both are one file, whatever happened to its content.
     [[nodiscard]] bool isSameFile(const FileIdentity &other) const;
@@ -30,6 +33,8 @@ private:
 /// Throws `ArchiveError::unwritableArchive` if the path stands for another file by now, or if the
 /// file has changed. To be asked before something takes the file's place.
 void requireUnchanged(const std::string &path, const FileIdentity &expected);
+/// The same for a name in an open folder.
+void requireUnchanged(const FilePlace &place, const FileIdentity &expected);
 
 enum class LockAttempt { locked, taken, unsupported };
 
@@ -58,19 +63,31 @@ struct LockWait {
 /// The same for reading and writing. Throws a `FileError` with the path if that is not possible.
 [[nodiscard]] FileDescriptor openLockedForUpdate(const std::string &path,
                                                  const LockWait &wait = {});
+/// The same for a name in an open folder.
+[[nodiscard]] FileDescriptor openLockedForUpdate(const FilePlace &place, const LockWait &wait = {});
 
 /// A file that will be replaced: locked, and known as it was when it was locked.
 class HeldFile {
 public:
-    /// Throws what `openLockedForUpdate` throws.
-    explicit HeldFile(std::string path, const LockWait &wait = {});
+    /// Throws what `openLockedForUpdate` throws. The folder of the place must stay open as long as
+    /// the object is used.
+    explicit HeldFile(FilePlace place, const LockWait &wait = {});
+    explicit HeldFile(const std::string &path, const LockWait &wait = {});
 
-    /// Throws `ArchiveError::unwritableArchive` if the path stands for another file by now, or if
+    /// For messages.
+    [[nodiscard]] const std::string &path() const { return place_.path; }
+    /// Open for reading and writing.
+    [[nodiscard]] int descriptor() const { return descriptor_.get(); }
+    /// The same open file once more, at its beginning. All of them share one position. Throws a
+    /// `FileError` with the path.
+    [[nodiscard]] FileDescriptor fromStart() const;
+
+    /// Throws `ArchiveError::unwritableArchive` if the name stands for another file by now, or if
     /// the file has changed.
-    void requireUnchanged() const { archive::requireUnchanged(path_, identity_); }
+    void requireUnchanged() const { archive::requireUnchanged(place_, identity_); }
 
 private:
-    std::string path_;
+    FilePlace place_;
     FileDescriptor descriptor_;
     FileIdentity identity_;
 };

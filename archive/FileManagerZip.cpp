@@ -3,13 +3,13 @@
 #include "archive/ArchiveUnpacker.h"
 #include "archive/EntryAppender.h"
 #include "archive/FileItem.h"
-#include "archive/ItemListing.h"
 #include "archive/SourceFolder.h"
 #include "archive/UnitCount.h"
 #include "archive/WorkingFolder.h"
 
+#include <fcntl.h>
 #include <filesystem>
-#include <optional>
+#include <string_view>
 
 namespace archive {
 namespace {
@@ -43,35 +43,37 @@ struct PlannedItem {
 /// that it may be in.
 class OwnItems {
 public:
-    explicit OwnItems(const URL &archive) : archive_(archive) {
-        const URL folder = archive.deletingLastPathComponent();
-        if (WorkingFolder::isName(folder.lastPathComponent()))
-            folder_.emplace(folder);
-    }
+    explicit OwnItems(const URL &archive)
+        : archive_(archive), folder_(behindLinks(archive.deletingLastPathComponent().path())) {}
 
     /// To be asked for all items in the order of the listing: a folder before its content.
     bool include(const FileItem &item, const std::string &path) {
         if (!skipped_.empty() && path.starts_with(skipped_))
             return true;
-        if (!folder_ || !item.isSameAs(*folder_))
+        const std::string_view name = std::string_view(path).substr(path.rfind('/') + 1);
+        if (!WorkingFolder::isName(name) || !item.isSameAs(folder_))
             return item.isSameAs(archive_);
         skipped_ = path + '/';
         return true;
     }
 
 private:
+    static FileItem behindLinks(const std::string &folder) {
+        return {AT_FDCWD, folder + "/.", folder};
+    }
+
     FileItem archive_;
-    std::optional<FileItem> folder_;
+    FileItem folder_;
     std::string skipped_;
 };
 
 /// All items but those of the archive that is being made.
-std::vector<PlannedItem> plan(SourceFolder &source, const URL &at, const Archive &archive,
+std::vector<PlannedItem> plan(SourceFolder &source, const Archive &archive,
                               const ProgressPointer &progress) {
     OwnItems own(archive.url());
     std::vector<PlannedItem> items;
     UnitCount total;
-    for (std::string &path : subpaths(at)) {
+    for (std::string &path : source.subpaths()) {
         if (progress && progress->isCancelled())
             throw Error(Archive::ArchiveError::cancelledOperation);
         const FileItem item = source.item(path);
@@ -88,7 +90,7 @@ std::vector<PlannedItem> plan(SourceFolder &source, const URL &at, const Archive
 void zipFolder(Archive &archive, const URL &at, const std::string &prefix,
                CompressionMethod compressionMethod, const ProgressPointer &progress) {
     SourceFolder source(at);
-    const std::vector<PlannedItem> items = plan(source, at, archive, progress);
+    const std::vector<PlannedItem> items = plan(source, archive, progress);
     EntryAppender appender(archive);
     for (const PlannedItem &each : items) {
         const auto part = childProgress(progress, [&] { return each.unitCount; });

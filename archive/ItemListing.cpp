@@ -2,9 +2,11 @@
 
 #include "archive/Error.h"
 #include "archive/FileDescriptor.h"
+#include "archive/OpenBelow.h"
 
 #include <algorithm>
 #include <cerrno>
+#include <climits>
 #include <fcntl.h>
 
 namespace archive {
@@ -13,10 +15,10 @@ namespace {
 constexpr int flagsBehindLinks = listFlags & ~O_NOFOLLOW;
 
 /// The items of a folder, the first one last.
-std::vector<FolderItem> itemsFromTheEnd(const std::string &path, WalkLevel level,
+std::vector<FolderItem> itemsFromTheEnd(int parent, const std::string &name,
+                                        const std::string &path, WalkLevel level,
                                         const ListFolder &list) {
-    const int linkFlag = level == WalkLevel::top ? 0 : O_NOFOLLOW;
-    const FileDescriptor folder(::open(path.c_str(), flagsBehindLinks | linkFlag));
+    const FileDescriptor folder(::openat(parent, name.c_str(), listFlags));
     if (!folder.isOpen())
         throw readError(path, errno);
     std::vector<FolderItem> items = list(folder.get(), path);
@@ -25,18 +27,40 @@ std::vector<FolderItem> itemsFromTheEnd(const std::string &path, WalkLevel level
     return items;
 }
 
+/// The items of the folder at a relative path, which is reached through no link.
+std::vector<FolderItem> itemsBelow(int root, const std::string &rootPath, const std::string &path,
+                                   const ListFolder &list) {
+    const std::string fullPath = rootPath + '/' + path;
+    if (fullPath.size() >= PATH_MAX) // could be walked, but no other program could open it
+        throw readError(fullPath, ENAMETOOLONG);
+    const std::size_t slash = path.rfind('/');
+    if (slash == std::string::npos)
+        return itemsFromTheEnd(root, path, fullPath, WalkLevel::below, list);
+    const FileDescriptor parent = openBelow(root, path.substr(0, slash));
+    if (!parent.isOpen())
+        throw readError(fullPath, errno);
+    return itemsFromTheEnd(parent.get(), path.substr(slash + 1), fullPath, WalkLevel::below, list);
+}
+
 } // namespace
 
 std::vector<std::string> subpaths(const URL &folder, const ListFolder &list) {
-    const std::string root = folder.path();
+    const std::string path = folder.path();
+    const FileDescriptor opened(::open(path.c_str(), flagsBehindLinks));
+    if (!opened.isOpen())
+        throw readError(path, errno);
+    return subpaths(opened.get(), path, list);
+}
+
+std::vector<std::string> subpaths(int folder, const std::string &path, const ListFolder &list) {
     std::vector<std::string> found;
     // Still to be visited, the next one last; names are paths below the root.
-    std::vector<FolderItem> pending = itemsFromTheEnd(root, WalkLevel::top, list);
+    std::vector<FolderItem> pending = itemsFromTheEnd(folder, ".", path, WalkLevel::top, list);
     while (!pending.empty()) {
         FolderItem next = std::move(pending.back());
         pending.pop_back();
         if (next.isFolder)
-            for (FolderItem &item : itemsFromTheEnd(root + '/' + next.name, WalkLevel::below, list))
+            for (FolderItem &item : itemsBelow(folder, path, next.name, list))
                 pending.push_back({next.name + '/' + item.name, item.isFolder});
         found.push_back(std::move(next.name));
     }

@@ -1,6 +1,7 @@
 #include "archive/SourceFolder.h"
 
 #include "archive/Error.h"
+#include "archive/ItemListing.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -23,6 +24,10 @@ FileDescriptor openFolder(int parent, const std::string &name, const std::string
 
 SourceFolder::SourceFolder(const URL &url)
     : rootPath_(url.path()), root_(openFolder(AT_FDCWD, rootPath_, rootPath_)) {}
+
+std::vector<std::string> SourceFolder::subpaths() const {
+    return archive::subpaths(root_.get(), rootPath_);
+}
 
 FileItem SourceFolder::item(std::string_view path) {
     const std::size_t slash = path.rfind('/');

@@ -6,6 +6,7 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace archive {
 
@@ -18,6 +19,8 @@ public:
     /// Throws a `FileError` with the path if it is no folder, or a link to one.
     explicit SourceFolder(const URL &url);
 
+    /// The paths of all items below, as `subpaths` lists them.
+    [[nodiscard]] std::vector<std::string> subpaths() const;
     /// The item at a path below the folder, without ".", ".." and empty components. Valid until the
     /// next call. Throws a `FileError` with the item's full path.
     [[nodiscard]] FileItem item(std::string_view path);

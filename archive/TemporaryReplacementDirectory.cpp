@@ -31,29 +31,42 @@ void takeOver(int file, const struct stat &old, const std::string &path) {
 
 } // namespace
 
-WorkingFolder temporaryReplacementDirectory(const Archive &archive) {
+ArchivePlace::ArchivePlace(const URL &url)
+    : path_(realPath(url)), folderPath_(fs::path(path_).parent_path().string()),
+      folder_(::open(folderPath_.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC)) {
+    if (!folder_.isOpen())
+        throw readError(folderPath_, errno);
+}
+
+FilePlace ArchivePlace::file() const {
+    return {.folder = folder_.get(), .name = fs::path(path_).filename().string(), .path = path_};
+}
+
+WorkingFolder temporaryReplacementDirectory(const ArchivePlace &archive) {
     try {
-        return WorkingFolder(fs::path(realPath(archive.url())).parent_path().string());
+        FileDescriptor folder(::fcntl(archive.folder().get(), F_DUPFD_CLOEXEC, 0));
+        if (!folder.isOpen())
+            throw readError(archive.folderPath(), errno);
+        return {std::move(folder), archive.folderPath()};
     } catch (const Error &) {
         return WorkingFolder(fs::temp_directory_path().string());
     }
 }
 
-void replaceItem(const URL &at, const URL &withItemAt) {
-    const std::string oldPath = realPath(at);
+void replaceItem(const FilePlace &at, const URL &withItemAt) {
     const std::string newPath = withItemAt.path();
     struct stat old {};
     const FileDescriptor file(::open(newPath.c_str(), O_WRONLY | O_CLOEXEC | O_NOFOLLOW));
     if (!file.isOpen())
         throw writeError(newPath, errno);
-    if (::stat(oldPath.c_str(), &old) != 0)
-        throw readError(oldPath, errno);
+    if (::fstatat(at.folder, at.name.c_str(), &old, AT_SYMLINK_NOFOLLOW) != 0)
+        throw readError(at.path, errno);
     takeOver(file.get(), old, newPath);
     // The new bytes must be on the disk before the old ones can go.
     if (::fsync(file.get()) != 0)
         throw writeError(newPath, errno);
-    if (std::rename(newPath.c_str(), oldPath.c_str()) != 0)
-        throw writeError(oldPath, errno);
+    if (::renameat(AT_FDCWD, newPath.c_str(), at.folder, at.name.c_str()) != 0)
+        throw writeError(at.path, errno);
 }
 
 } // namespace archive

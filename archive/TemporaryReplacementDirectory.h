@@ -1,20 +1,39 @@
 #pragma once
 
-#include "archive/Archive.h"
+#include "archive/FilePlace.h"
 #include "archive/URL.h"
 #include "archive/WorkingFolder.h"
 
+#include <string>
+
 namespace archive {
+
+/// Where the file of an archive is, behind all links. Its path is looked up once: what is made
+/// beside the file, and what takes its place, goes to the folder that was found then.
+class ArchivePlace {
+public:
+    /// Throws a `FileError` with the path of the folder.
+    explicit ArchivePlace(const URL &url);
+
+    /// Valid as long as the object.
+    [[nodiscard]] FilePlace file() const;
+    [[nodiscard]] const std::string &folderPath() const { return folderPath_; }
+    [[nodiscard]] const FileDescriptor &folder() const { return folder_; }
+
+private:
+    std::string path_;
+    std::string folderPath_;
+    FileDescriptor folder_;
+};
 
 /// Makes a folder for the file that will replace an archive: beside it, on its volume, so that one
 /// rename does it; where that is not possible, in the system's temporary folder. Throws a
 /// `FileError` if it cannot be made there either.
-[[nodiscard]] WorkingFolder temporaryReplacementDirectory(const Archive &archive);
+[[nodiscard]] WorkingFolder temporaryReplacementDirectory(const ArchivePlace &archive);
 
-/// Puts the file in the place of the item at the URL, in one step: whoever looks sees the one or
-/// the other, whole. The new file takes over permissions and, where that is allowed, owner of the
-/// old one; a link at the URL stays, and its target is replaced. Throws a `FileError`; both are as
-/// they were then.
-void replaceItem(const URL &at, const URL &withItemAt);
+/// Puts the file in the place of another one, in one step: the name stands for the old file or for
+/// the whole new one. The new file takes over permissions and, where that is allowed, owner of the
+/// old one. Throws a `FileError`; both are as they were then.
+void replaceItem(const FilePlace &at, const URL &withItemAt);
 
 } // namespace archive

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cctype>
 #include <cerrno>
 #include <dirent.h>
 #include <fcntl.h>
@@ -128,19 +129,46 @@ bool WorkingFolder::isName(std::string_view name) {
            name.find_first_not_of(digits, prefix.size()) == std::string_view::npos;
 }
 
-WorkingFolder::WorkingFolder(const std::string &parent) : parent_(openParent(parent)) {
+WorkingFolder::WorkingFolder(const std::string &parent)
+    : WorkingFolder(openParent(parent), parent) {}
+
+WorkingFolder::WorkingFolder(FileDescriptor parent, const std::string &path)
+    : parent_(std::move(parent)) {
     for (const std::string &name : namesIn(parent_.get()))
         if (isName(name))
             removeIfAbandoned(parent_.get(), name);
     for (int attempt = 0; attempt < maxAttempts; ++attempt) {
         if (make() == Outcome::made) {
-            path_ = parent + (parent.ends_with('/') ? "" : "/") + name_;
+            path_ = path + (path.ends_with('/') ? "" : "/") + name_;
+            accessPath_ = "/proc/self/fd/" + std::to_string(folder_.get());
+            if (!isAt(accessPath_))
+                accessPath_ = path_;
             return;
         }
         if (errno != EEXIST && errno != ENOENT)
-            throw writeError(parent, errno);
+            throw writeError(path, errno);
     }
-    throw writeError(parent, EEXIST);
+    throw writeError(path, EEXIST);
+}
+
+bool WorkingFolder::isAt(const std::string &path) const {
+    struct stat own {};
+    struct stat there {};
+    return ::fstat(folder_.get(), &own) == 0 && ::stat(path.c_str(), &there) == 0 &&
+           own.st_dev == there.st_dev && own.st_ino == there.st_ino;
+}
+
+std::string WorkingFolder::withPath(std::string text) const {
+    for (std::size_t start = text.find(accessPath_); start != std::string::npos;
+         start = text.find(accessPath_, start)) {
+        const std::size_t end = start + accessPath_.size();
+        const bool isLonger =
+            end < text.size() && std::isdigit(static_cast<unsigned char>(text[end])) != 0;
+        if (!isLonger)
+            text.replace(start, accessPath_.size(), path_);
+        start += isLonger ? accessPath_.size() : path_.size();
+    }
+    return text;
 }
 
 /// Lost, with errno, if there is something of this name, or if another process took the new folder

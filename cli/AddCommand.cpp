@@ -35,7 +35,7 @@ std::string entryPath(const std::string &path, const FileItem &item) {
     return isFolder && !path.ends_with('/') ? path + '/' : path;
 }
 
-std::vector<Addition> findAdditions(const AddOptions &options) {
+std::vector<Addition> findAdditions(const AddOptions &options) try {
     const URL base = URL::folder(options.relativeTo == "." ? "" : options.relativeTo);
     std::vector<Addition> additions;
     for (const std::string &path : options.paths) {
@@ -43,6 +43,8 @@ std::vector<Addition> findAdditions(const AddOptions &options) {
         additions.push_back({entryPath(path, item), item});
     }
     return additions;
+} catch (const archive::Error &error) {
+    throw Failure(purpose(options) + ": " + describe(error));
 }
 
 /// An unpacker would fail at the second entry of one path.
@@ -57,8 +59,8 @@ void requireNewPaths(const Archive &archive, const std::vector<Addition> &additi
                                   .detail = "The archive holds an entry of this path already"});
 }
 
-void add(Archive &archive, const AddOptions &options, Session &session) {
-    const std::vector<Addition> additions = findAdditions(options);
+void add(Archive &archive, const std::vector<Addition> &additions, const AddOptions &options,
+         Session &session) {
     requireNewPaths(archive, additions);
     archive::UnitCount total;
     for (const Addition &addition : additions)
@@ -93,28 +95,35 @@ void requireGoodDirectory(const Archive &archive) {
                                                                   "end record says")});
 }
 
-void addTo(Archive &archive, const AddOptions &options, Session &session) {
+void addTo(Archive &archive, const std::vector<Addition> &additions, const AddOptions &options,
+           Session &session) {
     requireGoodDirectory(archive);
     if (const auto warning = shortfall(findReach(archive)))
         session.warn(options.archive + ": " + *warning);
-    add(archive, options, session);
+    add(archive, additions, options, session);
 }
 
-void addInMemory(const std::string &target, const PendingFile &pending, bool isNew,
+/// The archive that is there already; null for a new one.
+using OldArchive = const archive::HeldFile *;
+
+void addInMemory(OldArchive old, const PendingFile &pending, const std::vector<Addition> &additions,
                  const AddOptions &options, Session &session) {
-    const auto archive = loadArchive(target, isNew);
-    addTo(*archive, options, session);
+    const auto archive = old != nullptr
+                             ? loadArchive(*old)
+                             : Archive::open(archive::Data(), Archive::AccessMode::create);
+    addTo(*archive, additions, options, session);
     storeArchive(*archive, pending.path());
 }
 
 /// On a copy, which shares the old entries' bytes where the file system can.
-void addInFile(const std::string &target, const PendingFile &pending, bool isNew,
+void addInFile(OldArchive old, const PendingFile &pending, const std::vector<Addition> &additions,
                const AddOptions &options, Session &session) {
-    if (!isNew)
-        vellomir::copyFile(target, pending.path(),
+    if (old != nullptr)
+        vellomir::copyFile({old->fromStart(), old->path()}, pending.path(),
                            [](std::size_t) { Interruption::throwIfInterrupted(); });
-    const auto mode = isNew ? Archive::AccessMode::create : Archive::AccessMode::update;
-    addTo(*Archive::open(URL::file(pending.path()), mode), options, session);
+    const auto mode =
+        old != nullptr ? Archive::AccessMode::update : Archive::AccessMode::create;
+    addTo(*Archive::open(URL::file(pending.path()), mode), additions, options, session);
 }
 
 } // namespace
@@ -124,16 +133,19 @@ void run(const AddOptions &options, Session &session) {
     const URL archiveURL = URL::file(options.archive);
     const bool isNew = !archive::FileManager().itemExists(archiveURL);
     const std::string target = isNew ? archiveURL.path() : resolvedPath(archiveURL.path());
+    // Before anything is made: who sees the hidden folder is too late to change what is added.
+    const std::vector<Addition> additions = findAdditions(options);
     PendingFile pending(target);
     try {
         std::optional<archive::HeldFile> held;
         if (!isNew) {
-            requireWritable(target);
-            held.emplace(target, interruptibleWait());
+            requireWritable(pending.destination());
+            held.emplace(pending.destination(), interruptibleWait());
         }
-        (options.memory ? addInMemory : addInFile)(target, pending, isNew, options, session);
-        if (!isNew)
-            vellomir::copyAttributes(target, pending.path());
+        (options.memory ? addInMemory : addInFile)(held ? &*held : nullptr, pending, additions,
+                                                   options, session);
+        if (held)
+            vellomir::copyAttributes(held->descriptor(), pending.path());
         Interruption::throwIfInterrupted();
         if (held)
             held->requireUnchanged();

@@ -15,10 +15,22 @@ namespace {
 using archive::Archive;
 using archive::URL;
 
-archive::Data readBytes(const std::string &path) {
-    const archive::FileDescriptor file(::open(path.c_str(), vellomir::wholeFileFlags));
+archive::Data readBytes(const archive::FileDescriptor &file, const std::string &path) {
     return vellomir::readWholeFile(file, path, std::numeric_limits<std::size_t>::max(),
                                    &Interruption::throwIfInterrupted);
+}
+
+archive::Data readBytes(const std::string &path) {
+    return readBytes(archive::FileDescriptor(::open(path.c_str(), vellomir::wholeFileFlags)), path);
+}
+
+Archive::FilePointer makeStream(archive::FileDescriptor file, const char *mode,
+                                const std::string &path) {
+    Archive::FilePointer stream(::fdopen(file.get(), mode));
+    if (!stream)
+        throw archive::readError(path, errno);
+    static_cast<void>(file.release()); // the stream's own from here on
+    return stream;
 }
 
 } // namespace
@@ -42,23 +54,20 @@ Archive::FilePointer openArchiveStream(const std::string &path, bool inMemory) {
 std::unique_ptr<Archive> openForUpdate(const std::string &path) {
     // For its words on what is wrong with the file.
     static_cast<void>(Archive::open(URL::file(path), Archive::AccessMode::read));
-    archive::FileDescriptor locked = archive::openLockedForUpdate(path, interruptibleWait());
-    Archive::FilePointer file(::fdopen(locked.get(), "rb+"));
-    if (!file)
-        throw archive::readError(path, errno);
-    static_cast<void>(locked.release()); // the stream's own from here on
-    return Archive::open(std::move(file), URL::file(path), Archive::AccessMode::update);
+    return Archive::open(
+        makeStream(archive::openLockedForUpdate(path, interruptibleWait()), "rb+", path),
+        URL::file(path), Archive::AccessMode::update);
 }
 
 archive::LockWait interruptibleWait() {
     return {.whileWaiting = [] { Interruption::throwIfInterrupted(); }};
 }
 
-std::unique_ptr<Archive> loadArchive(const std::string &path, bool isNew) {
-    if (isNew)
-        return Archive::open(archive::Data(), Archive::AccessMode::create);
-    static_cast<void>(Archive::open(URL::file(path), Archive::AccessMode::read)); // for its words
-    return Archive::open(readBytes(path), Archive::AccessMode::update);
+std::unique_ptr<Archive> loadArchive(const archive::HeldFile &file) {
+    // For its words on what is wrong with the file.
+    static_cast<void>(Archive::open(makeStream(file.fromStart(), "rb", file.path()),
+                                    URL::file(file.path()), Archive::AccessMode::read));
+    return Archive::open(readBytes(file.fromStart(), file.path()), Archive::AccessMode::update);
 }
 
 void storeArchive(const Archive &archive, const std::string &path) {
@@ -80,9 +89,9 @@ std::string resolvedPath(const std::string &path) {
     return target ? target.get() : path;
 }
 
-void requireWritable(const std::string &path) {
-    if (::access(path.c_str(), W_OK) != 0)
-        throw archive::writeError(path, errno);
+void requireWritable(const archive::FilePlace &place) {
+    if (::faccessat(place.folder, place.name.c_str(), W_OK, 0) != 0)
+        throw archive::writeError(place.path, errno);
 }
 
 } // namespace cli

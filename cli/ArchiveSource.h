@@ -27,8 +27,8 @@ openArchive(const std::string &path, bool inMemory,
 /// Waits for a lock until the user interrupts.
 [[nodiscard]] archive::LockWait interruptibleWait();
 
-/// The archive as bytes in memory, to be changed there; an empty one if `isNew`.
-[[nodiscard]] std::unique_ptr<archive::Archive> loadArchive(const std::string &path, bool isNew);
+/// The archive as bytes in memory, to be changed there.
+[[nodiscard]] std::unique_ptr<archive::Archive> loadArchive(const archive::HeldFile &file);
 
 /// Writes the bytes of an archive in memory to a new file. Throws `FileError`s with the path.
 void storeArchive(const archive::Archive &archive, const std::string &path);
@@ -38,6 +38,6 @@ void storeArchive(const archive::Archive &archive, const std::string &path);
 [[nodiscard]] std::string resolvedPath(const std::string &path);
 
 /// Replacing a file needs no permission to write it; the user may mean it to stay as it is.
-void requireWritable(const std::string &path);
+void requireWritable(const archive::FilePlace &place);
 
 } // namespace cli

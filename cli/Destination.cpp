@@ -12,9 +12,9 @@ bool isFolder(const std::string &path) {
     return ::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
 }
 
-bool exists(const std::string &path) {
+bool exists(const archive::FilePlace &place) {
     struct stat status {};
-    return ::lstat(path.c_str(), &status) == 0;
+    return ::fstatat(place.folder, place.name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0;
 }
 
 } // namespace
@@ -26,20 +26,22 @@ Destination Destination::find(const std::string &output, bool mayReplace) {
     if (!isFolder(folder))
         throw archive::Error(archive::FileError::fileReadNoSuchFile,
                              {.path = folder, .detail = "There is no such folder"});
+    const archive::FilePlace place{.name = output, .path = output};
     if (mayReplace)
-        requireReplaceable(output);
-    else if (exists(output))
+        requireReplaceable(place);
+    else if (exists(place))
         throw existsAlready(output);
     return {folder, output.substr(output.rfind('/') + 1)};
 }
 
-void requireReplaceable(const std::string &path) {
+void requireReplaceable(const archive::FilePlace &place) {
     struct stat status {};
-    const bool isRegular = ::stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode);
-    if (!isRegular && exists(path))
+    const bool isRegular = ::fstatat(place.folder, place.name.c_str(), &status, 0) == 0 &&
+                           S_ISREG(status.st_mode);
+    if (!isRegular && exists(place))
         throw archive::Error(
             archive::FileError::fileWriteFileExists,
-            {.path = path,
+            {.path = place.path,
              .detail = "Something that is no regular file is in the way; --force does not replace "
                        "it"});
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "archive/Error.h"
+#include "archive/FilePlace.h"
 
 #include <optional>
 #include <string>
@@ -23,7 +24,7 @@ struct Destination {
 
 /// Throws `FileError::fileWriteFileExists` if something is there that is neither a regular file nor
 /// a link to one.
-void requireReplaceable(const std::string &path);
+void requireReplaceable(const archive::FilePlace &place);
 
 /// `FileError::fileWriteFileExists` with the way out.
 [[nodiscard]] archive::Error existsAlready(const std::string &path);

@@ -1,3 +1,4 @@
+#include "cli/ArchiveSource.h"
 #include "cli/Commands.h"
 #include "cli/Destination.h"
 #include "cli/ErrorText.h"
@@ -6,12 +7,12 @@
 #include "cli/JobRun.h"
 #include "cli/Json.h"
 #include "cli/MutedErrors.h"
-#include "cli/PrivateFolder.h"
 #include "cli/Reach.h"
 #include "cli/UnmarkedNames.h"
 #include "cli/Warnings.h"
 
 #include "Vellomir/Platform/PendingFile.h"
+#include "archive/WorkingFolder.h"
 
 namespace cli {
 namespace {
@@ -54,16 +55,33 @@ void examineCopy(const JobRun &job, Warnings &warnings) {
         warnings.add(warning);
 }
 
-/// Moves the result out of the sandbox; returns its path.
-std::string deliver(const JobRun &job, const Destination &destination,
-                    const DuplicateOptions &options) {
+/// Moves the result out of the sandbox, into the folder that was opened before the job; returns its
+/// path.
+std::string deliver(const JobRun &job, const archive::WorkingFolder &folder,
+                    const Destination &destination, const DuplicateOptions &options) {
     const URL result = *job.result();
-    const URL target = URL::file(destination.path(result.lastPathComponent()));
+    const std::string path = URL::file(destination.path(result.lastPathComponent())).path();
+    const archive::FilePlace target{
+        .folder = folder.parent(), .name = vellomir::nameOf(path), .path = path};
     if (options.force)
-        requireReplaceable(target.path());
-    vellomir::putInPlace(result.path(), target.path(),
+        requireReplaceable(target);
+    vellomir::putInPlace(result.path(), target,
                          options.force ? Existing::replace : Existing::refuse);
-    return target.path();
+    return path;
+}
+
+/// Errors name the folder as the user did, or by its path if the user named none.
+archive::WorkingFolder makeWorkingFolder(const std::string &parent) {
+    const std::string path = resolvedPath(parent);
+    try {
+        return archive::WorkingFolder(path);
+    } catch (const archive::Error &error) {
+        if (error.path() != path || parent == ".")
+            throw;
+        archive::ErrorContext context = error.context();
+        context.path = parent;
+        throw archive::Error(error.code(), std::move(context));
+    }
 }
 
 struct Outcome {
@@ -73,7 +91,8 @@ struct Outcome {
     std::vector<std::string> log = {};
 };
 
-Outcome finish(const JobRun &job, const Destination &destination, const DuplicateOptions &options,
+Outcome finish(const JobRun &job, const archive::WorkingFolder &folder,
+               const Destination &destination, const DuplicateOptions &options,
                Warnings &warnings) {
     if (!job.result()) {
         warnings.tellHeldBack();
@@ -83,7 +102,7 @@ Outcome finish(const JobRun &job, const Destination &destination, const Duplicat
     if (warnings.areFailure())
         return {std::nullopt, warnings.failure(), warnings.failure()};
     try {
-        const std::string path = deliver(job, destination, options);
+        const std::string path = deliver(job, folder, destination, options);
         return {path, "Zipped IPA file: " + URL::file(path).absoluteString(), std::nullopt};
     } catch (const archive::Error &error) {
         const bool isTaken =
@@ -93,14 +112,14 @@ Outcome finish(const JobRun &job, const Destination &destination, const Duplicat
     }
 }
 
-/// In a private folder beside the result.
+/// In a hidden folder beside the result.
 Outcome runJob(const DuplicateOptions &options, const Destination &destination,
                const std::optional<vellomir::Picture> &icon, Warnings &warnings, Session &session) {
-    const PrivateFolder folder(destination.folder);
-    JobRun job(folder.path(), options, session);
+    const archive::WorkingFolder folder = makeWorkingFolder(destination.folder);
+    JobRun job(folder, options, session);
     job.run(icon);
     Interruption::throwIfInterrupted();
-    Outcome outcome = finish(job, destination, options, warnings);
+    Outcome outcome = finish(job, folder, destination, options, warnings);
     outcome.log = job.log();
     return outcome;
 }

@@ -2,6 +2,7 @@
 
 #include "cli/JobReport.h"
 
+#include "Vellomir/Platform/PendingFile.h"
 #include "archive/URL.h"
 
 #include <utility>
@@ -19,16 +20,18 @@ encodingOfAllNames(std::optional<archive::TextEncoding> encoding) {
 
 } // namespace
 
-JobRun::JobRun(const std::string &folder, DuplicateOptions options, Session &session)
-    : session_(session), options_(std::move(options)), view_(services(folder)),
+JobRun::JobRun(const archive::WorkingFolder &folder, DuplicateOptions options, Session &session)
+    : folder_(folder), session_(session), options_(std::move(options)), view_(services()),
       observation_(
           view_.logMessages.observe([this](const vellomir::LogChange &change) { print(change); })) {
 }
 
 /// Everything happens on the thread that runs the job, at once.
-vellomir::Services JobRun::services(const std::string &folder) {
+vellomir::Services JobRun::services() {
     const vellomir::Queue atOnce = [](const vellomir::Task &task) { task(); };
-    return {.sandbox = vellomir::Sandbox(archive::URL::folder(folder)),
+    const auto root = archive::URL::folder(folder_.accessPath()).appendingPathComponent("job/");
+    return {.sandbox =
+                vellomir::Sandbox(root, {"Documents"}, vellomir::Sandbox::RootLinks::keep),
             .mainQueue = atOnce,
             .backgroundQueue = atOnce,
             .console = [this](std::string_view line) { note(line); },
@@ -70,8 +73,10 @@ std::string JobRun::reason() const {
     return reasonOf(log(), console_);
 }
 
-/// The package as the user wrote its name.
+/// The package as the user wrote its name, and the folder of the result for the hidden one.
 std::string JobRun::asTyped(const std::string &path) const {
+    if (path == folder_.accessPath())
+        return vellomir::folderOf(folder_.path());
     return path == archive::URL::file(options_.package).path() ? options_.package : path;
 }
 

@@ -4,6 +4,7 @@
 #include "cli/Session.h"
 
 #include "Vellomir/ContentView/AppLaunchView.h"
+#include "archive/WorkingFolder.h"
 
 #include <exception>
 #include <optional>
@@ -12,11 +13,12 @@
 
 namespace cli {
 
-/// One job in a sandbox folder of its own, on the calling thread, with its log printed line by line
+/// One job in a sandbox of its own below a working folder, on the calling thread, with its log printed line by line
 /// as it grows, unless it is to be printed as JSON or the user wants nothing but errors.
 class JobRun {
 public:
-    JobRun(const std::string &folder, DuplicateOptions options, Session &session);
+    /// The folder must live as long as the object.
+    JobRun(const archive::WorkingFolder &folder, DuplicateOptions options, Session &session);
 
     /// To the end, whatever it is. Throws what standard output throws; the job has stopped then.
     void run(const std::optional<vellomir::Picture> &icon);
@@ -28,11 +30,12 @@ public:
     [[nodiscard]] std::string reason() const;
 
 private:
-    [[nodiscard]] vellomir::Services services(const std::string &folder);
+    [[nodiscard]] vellomir::Services services();
     void print(const vellomir::LogChange &change);
     void note(std::string_view line);
     [[nodiscard]] std::string asTyped(const std::string &path) const;
 
+    const archive::WorkingFolder &folder_;
     Session &session_;
     DuplicateOptions options_;
     std::exception_ptr printingFailure_;

@@ -44,17 +44,21 @@ void removeFromFile(const RemoveOptions &options, Session &session) {
 }
 
 void removeInMemory(const RemoveOptions &options, Session &session) {
-    const std::string target = resolvedPath(options.archive);
-    requireWritable(target);
-    const archive::HeldFile held(target, interruptibleWait());
-    const auto archive = loadArchive(target, false);
-    archive->remove(findEntries(*archive, options), {.progress = session.progress()});
-    PendingFile pending(target);
-    storeArchive(*archive, pending.path());
-    vellomir::copyAttributes(target, pending.path());
-    Interruption::throwIfInterrupted();
-    held.requireUnchanged();
-    pending.place(Existing::replace);
+    PendingFile pending(resolvedPath(options.archive));
+    try {
+        requireWritable(pending.destination());
+        const archive::HeldFile held(pending.destination(), interruptibleWait());
+        const auto archive = loadArchive(held);
+        archive->remove(findEntries(*archive, options), {.progress = session.progress()});
+        storeArchive(*archive, pending.path());
+        vellomir::copyAttributes(held.descriptor(), pending.path());
+        Interruption::throwIfInterrupted();
+        held.requireUnchanged();
+        pending.place(Existing::replace);
+    } catch (const archive::Error &error) {
+        throw Failure(purpose(options) + ": " +
+                      pending.underFinalName(describe(whileWriting(pending.path(), error))));
+    }
 }
 
 } // namespace

@@ -89,19 +89,22 @@ void copyContent(const OpenFile &source, const OpenFile &target, const BeforeChu
 }
 
 void copyFile(const std::string &from, const std::string &to, const BeforeChunk &beforeChunk) {
-    const OpenFile source{openRegular(from), from};
+    copyFile(OpenFile{openRegular(from), from}, to, beforeChunk);
+}
+
+void copyFile(const OpenFile &from, const std::string &to, const BeforeChunk &beforeChunk) {
     const OpenFile target{
         FileDescriptor(::open(to.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600)), to};
     if (!target.descriptor.isOpen())
         throw archive::writeError(to, errno);
-    copyContent(source, target, beforeChunk);
+    copyContent(from, target, beforeChunk);
 }
 
 /// The owner first: changing it may take permission bits away.
-void copyAttributes(const std::string &from, const std::string &to) {
+void copyAttributes(int from, const std::string &to) {
     struct stat status {};
-    if (::stat(from.c_str(), &status) != 0)
-        throw archive::readError(from, errno);
+    if (::fstat(from, &status) != 0)
+        throw archive::writeError(to, errno);
     // Only the superuser may give files away; the group may still be one of the user's own.
     if (::chown(to.c_str(), status.st_uid, status.st_gid) != 0)
         static_cast<void>(::chown(to.c_str(), static_cast<uid_t>(-1), status.st_gid) == 0);

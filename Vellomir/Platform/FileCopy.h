@@ -18,14 +18,19 @@ using BeforeChunk = std::function<void(std::size_t copied)>;
 void copyFile(const std::string &from, const std::string &to,
               const BeforeChunk &beforeChunk = nullptr);
 
-/// Gives a file the permissions and, where the system allows it, the owner of another one.
-void copyAttributes(const std::string &from, const std::string &to);
-
 /// An open file and its name for errors.
 struct OpenFile {
     archive::FileDescriptor descriptor;
     std::string path;
 };
+
+/// The same of a file that is open at its start.
+void copyFile(const OpenFile &from, const std::string &to,
+              const BeforeChunk &beforeChunk = nullptr);
+
+/// Gives a file the permissions and, where the system allows it, the owner of an open one. Throws a
+/// write error with the path.
+void copyAttributes(int from, const std::string &to);
 
 /// Copies the bytes of a regular file, from its start, to an empty one. Throws like `copyFile`.
 void copyContent(const OpenFile &source, const OpenFile &target, const BeforeChunk &beforeChunk);

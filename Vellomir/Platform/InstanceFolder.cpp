@@ -1,12 +1,15 @@
 #include "Vellomir/Platform/InstanceFolder.h"
 
+#include "Vellomir/Platform/SandboxFiles.h"
 #include "archive/Error.h"
 
 #include <cerrno>
 #include <fcntl.h>
 #include <filesystem>
 #include <sys/file.h>
+#include <string_view>
 #include <sys/stat.h>
+#include <vector>
 
 namespace vellomir {
 namespace {
@@ -38,10 +41,11 @@ void makeDataFolder(const std::string &path) {
     makePrivateFolder(path);
 }
 
+constexpr int lockFlags = O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
+
 /// None if another one holds it.
-FileDescriptor lock(const std::string &path) {
-    FileDescriptor file(::open(path.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC,
-                               S_IRUSR | S_IWUSR));
+FileDescriptor lock(const std::string &path, int flags = lockFlags) {
+    FileDescriptor file(::open(path.c_str(), flags, S_IRUSR | S_IWUSR));
     if (!file.isOpen())
         throw archive::writeError(path, errno);
     while (::flock(file.get(), LOCK_EX | LOCK_NB) != 0) {
@@ -53,10 +57,70 @@ FileDescriptor lock(const std::string &path) {
     return file;
 }
 
+// A lock file is empty, or holds a mark and the path of the result while its program runs. What is
+// read after a kill decides what is kept.
+constexpr std::string_view mark = "running\n";
+
+void setRecord(const FileDescriptor &lock, const std::string &text) {
+    if (::ftruncate(lock.get(), 0) == 0)
+        static_cast<void>(::pwrite(lock.get(), text.data(), text.size(), 0) >= 0);
+}
+
+std::string record(const FileDescriptor &lock) {
+    std::string text(std::size_t{1} << 16U, '\0');
+    const ssize_t size = ::pread(lock.get(), text.data(), text.size(), 0);
+    text.resize(size > 0 ? static_cast<std::size_t>(size) : 0);
+    return text;
+}
+
+/// Removes all but the file with this path, and the folders that it is in; goes on behind what
+/// cannot be removed.
+void clear(const SandboxFiles &files, const URL &folder, const std::string &kept) {
+    std::vector<URL> children;
+    try {
+        children = files.children(folder);
+    } catch (const archive::Error &) {
+        return; // there is no such folder
+    }
+    for (const URL &child : children)
+        if (kept != child.path() && !kept.starts_with(child.path() + '/'))
+            try {
+                files.remove(child);
+            } catch (const archive::Error &) { // the next one tries again
+            }
+}
+
+/// Removes what a killed program left in its folder. The lock is held.
+void clearAfterKill(const URL &folder, const FileDescriptor &lock) {
+    const std::string text = record(lock);
+    if (text.empty() || !isRealFolder(folder.path()))
+        return;
+    const SandboxFiles files(folder);
+    const std::string kept = text.starts_with(mark) ? text.substr(mark.size()) : std::string();
+    for (const char *name : {"Documents/", "tmp/"})
+        clear(files, folder.appendingPathComponent(name), kept);
+    setRecord(lock, "");
+}
+
+/// The folders whose programs are gone. Those in use are locked.
+void clearAbandoned(const URL &dataFolder) {
+    for (const auto &item : std::filesystem::directory_iterator(dataFolder.path())) {
+        if (item.path().extension() != ".lock")
+            continue;
+        try {
+            if (const FileDescriptor held = lock(item.path().string()); held.isOpen())
+                clearAfterKill(
+                    URL::folder((item.path().parent_path() / item.path().stem()).string()), held);
+        } catch (const archive::Error &) { // no lock of ours
+        }
+    }
+}
+
 } // namespace
 
 InstanceFolder::InstanceFolder(const URL &dataFolder) {
     makeDataFolder(dataFolder.path());
+    clearAbandoned(dataFolder);
     for (int number = 1; number <= maximumCount; ++number)
         if (take(dataFolder.appendingPathComponent(std::to_string(number) + '/')))
             return;
@@ -65,15 +129,27 @@ InstanceFolder::InstanceFolder(const URL &dataFolder) {
         {.path = dataFolder.path(), .detail = "Every folder for a window is taken"});
 }
 
-/// The lock lies beside the folder, and stays where it is: one that came in its place would not
-/// keep out who waits at the old one. What is no folder is left alone.
+InstanceFolder::~InstanceFolder() {
+    setRecord(lock_, "");
+}
+
+void InstanceFolder::recordResult(const std::optional<URL> &file) const {
+    setRecord(lock_, std::string(mark) + (file ? file->path() : ""));
+}
+
+/// The lock lies beside the folder. Never delete it: a recreated one is another inode. What is no
+/// folder is left alone.
 bool InstanceFolder::take(const URL &folder) {
-    lock_ = lock(folder.path() + ".lock");
+    lock_ = lock(folder.path() + ".lock", lockFlags | O_CREAT);
     if (!lock_.isOpen())
         return false;
     makePrivateFolder(folder.path());
+    if (!isRealFolder(folder.path()))
+        return false;
+    clearAfterKill(folder, lock_); // killed since the others were looked at
     url_ = folder;
-    return isRealFolder(folder.path());
+    recordResult(std::nullopt);
+    return true;
 }
 
 } // namespace vellomir

@@ -3,18 +3,30 @@
 #include "archive/FileDescriptor.h"
 #include "archive/URL.h"
 
+#include <optional>
+
 namespace vellomir {
 
 /// The folder of one running window, which no other one uses meanwhile: the first of "1", "2", …
-/// below a data folder that nobody holds. It is held until this object goes or the program ends,
-/// in whatever way, and is then the next one's, with what was left in it.
+/// below a data folder that no process holds. It is held until this object goes or the program
+/// ends, in whatever way, and is then the next one's, with what was left in it.
+///
+/// What a killed program left in any folder of the data folder is removed when the next object is
+/// made, except the result that it had recorded.
 class InstanceFolder {
 public:
     /// Makes the data folder and the folder in it when missing, for the owner only (0700). Throws a
     /// `FileError` with the path of what cannot be made or held.
     explicit InstanceFolder(const archive::URL &dataFolder);
+    InstanceFolder(const InstanceFolder &) = delete;
+    InstanceFolder &operator=(const InstanceFolder &) = delete;
+    /// Whatever is in the folder now stays.
+    ~InstanceFolder();
 
     [[nodiscard]] const archive::URL &url() const { return url_; }
+    /// Records which file in the folder is whole, and stays if the program is killed; none until
+    /// then. Without effect where the disk is full.
+    void recordResult(const std::optional<archive::URL> &file) const;
 
 private:
     [[nodiscard]] bool take(const archive::URL &folder);

@@ -13,15 +13,15 @@ namespace {
 
 /// The same in two steps, for file systems that cannot do it in one: the new name fails if it is
 /// taken, and stands for the whole file at once.
-int linkAndUnlink(const std::string &from, const std::string &to) {
-    if (::link(from.c_str(), to.c_str()) != 0)
+int linkAndUnlink(const std::string &from, const archive::FilePlace &to) {
+    if (::linkat(AT_FDCWD, from.c_str(), to.folder, to.name.c_str(), 0) != 0)
         return errno;
     ::unlink(from.c_str());
     return 0;
 }
 
-int renameToNewName(const std::string &from, const std::string &to) {
-    if (::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0)
+int renameToNewName(const std::string &from, const archive::FilePlace &to) {
+    if (::renameat2(AT_FDCWD, from.c_str(), to.folder, to.name.c_str(), RENAME_NOREPLACE) == 0)
         return 0;
     return errno == EINVAL || errno == ENOSYS ? linkAndUnlink(from, to) : errno;
 }
@@ -35,17 +35,19 @@ int store(const std::string &path) {
     return error;
 }
 
-int replace(const std::string &from, const std::string &to) {
+int replace(const std::string &from, const archive::FilePlace &to) {
     const int error = store(from);
-    return error != 0 || ::rename(from.c_str(), to.c_str()) == 0 ? error : errno;
+    return error != 0 || ::renameat(AT_FDCWD, from.c_str(), to.folder, to.name.c_str()) == 0
+               ? error
+               : errno;
 }
 
 } // namespace
 
-void putInPlace(const std::string &from, const std::string &to, Existing existing) {
+void putInPlace(const std::string &from, const archive::FilePlace &to, Existing existing) {
     const int error = existing == Existing::replace ? replace(from, to) : renameToNewName(from, to);
     if (error != 0)
-        throw archive::writeError(to, error);
+        throw archive::writeError(to.path, error);
 }
 
 std::string folderOf(const std::string &path) {
@@ -55,6 +57,10 @@ std::string folderOf(const std::string &path) {
     return slash == 0 ? "/" : path.substr(0, slash);
 }
 
+std::string nameOf(const std::string &path) {
+    return path.substr(path.rfind('/') + 1);
+}
+
 void requireFolderTakesFiles(const std::string &folder) {
     if (::faccessat(AT_FDCWD, folder.c_str(), W_OK | X_OK, AT_EACCESS) != 0)
         throw archive::writeError(folder, errno);
@@ -62,16 +68,22 @@ void requireFolderTakesFiles(const std::string &folder) {
 
 PendingFile::PendingFile(std::string destination)
     : destination_(std::move(destination)), folder_(folderOf(destination_)),
-      path_(folder_.path() + "/file") {}
+      path_(folder_.accessPath() + "/file") {}
+
+archive::FilePlace PendingFile::destination() const {
+    return {.folder = folder_.parent(), .name = nameOf(destination_), .path = destination_};
+}
 
 void PendingFile::place(Existing existing) {
-    putInPlace(path_, destination_, existing);
+    putInPlace(path_, destination(), existing);
     path_.clear();
 }
 
 std::string PendingFile::underFinalName(std::string text) const {
     const std::size_t found = path_.empty() ? std::string::npos : text.find(path_);
-    return found == std::string::npos ? text : text.replace(found, path_.size(), destination_);
+    if (found != std::string::npos)
+        text.replace(found, path_.size(), destination_);
+    return folder_.withPath(std::move(text));
 }
 
 } // namespace vellomir

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "archive/FilePlace.h"
 #include "archive/WorkingFolder.h"
 
 #include <string>
@@ -11,12 +12,15 @@ enum class Existing { refuse, replace };
 
 /// Gives a file its final name in one step: the name stands for the old file, or for nothing, until
 /// it stands for the whole new one. Both names must be in one file system. Throws
-/// `FileError::fileWriteFileExists` with the name if it is taken and nothing may be replaced, other
-/// write errors otherwise; the file keeps its old name then.
-void putInPlace(const std::string &from, const std::string &to, Existing existing);
+/// `FileError::fileWriteFileExists` with the path if the name is taken and nothing may be replaced,
+/// other write errors otherwise; the file keeps its old name then.
+void putInPlace(const std::string &from, const archive::FilePlace &to, Existing existing);
 
 /// The folder that a file lies in; "." if its name says none.
 [[nodiscard]] std::string folderOf(const std::string &path);
+
+/// The name of a file in its folder.
+[[nodiscard]] std::string nameOf(const std::string &path);
 
 /// Throws a write error with the folder if this process may make no files in it.
 void requireFolderTakesFiles(const std::string &folder);
@@ -34,8 +38,11 @@ public:
 
     /// Where to write it.
     [[nodiscard]] const std::string &path() const { return path_; }
+    /// Where it will be: a name in the folder that was opened when this object was made.
+    [[nodiscard]] archive::FilePlace destination() const;
     void place(Existing existing);
-    /// A text about the hidden file, with the name that the user knows instead.
+    /// A text about the hidden file, with the name that the user knows instead; about the hidden
+    /// folder, with its path.
     [[nodiscard]] std::string underFinalName(std::string text) const;
 
 private:

@@ -27,13 +27,14 @@ void requireRealFolder(const std::string &path) {
                              {.path = path, .detail = "Something that is no folder is in the way"});
 }
 
-URL makeRoot(const URL &root) {
+URL makeRoot(const URL &root, Sandbox::RootLinks links) {
     std::error_code error;
     fs::create_directories(fs::path(root.path()).parent_path(), error);
     if (error)
         throw archive::writeError(root.path(), error.value());
     makeSandboxFolder(root.path());
-    const fs::path resolved = fs::canonical(root.path(), error);
+    const bool keepsLinks = links == Sandbox::RootLinks::keep;
+    const fs::path resolved = keepsLinks ? fs::path(root.path()) : fs::canonical(root.path(), error);
     if (error)
         throw archive::readError(root.path(), error.value());
     requireRealFolder(resolved.string());
@@ -49,8 +50,9 @@ URL makeFolder(const URL &root, const std::string &name) {
 
 } // namespace
 
-Sandbox::Sandbox(const URL &root, const std::vector<std::string> &documentFolders)
-    : root_(makeRoot(root)), temporaryFolder_(makeFolder(root_, "tmp")) {
+Sandbox::Sandbox(const URL &root, const std::vector<std::string> &documentFolders,
+                 RootLinks rootLinks)
+    : root_(makeRoot(root, rootLinks)), temporaryFolder_(makeFolder(root_, "tmp")) {
     for (const std::string &name : documentFolders)
         documentFolders_.push_back(makeFolder(root_, name));
 }

@@ -14,12 +14,16 @@ namespace vellomir {
 /// outside of it, except that it reads the picked file.
 class Sandbox {
 public:
-    /// Makes the root and the folders in it when missing, for the owner only (0700). Throws a
-    /// `FileError` if that cannot be done, or if a link or a file stands where a folder must be.
-    explicit Sandbox(const archive::URL &root,
-                     const std::vector<std::string> &documentFolders = {"Documents"});
+    /// Whether the path of the root may hold links that stay in it: such as "/proc/self/fd/7/job".
+    enum class RootLinks { resolve, keep };
 
-    /// Absolute, all links resolved.
+    /// Makes the root and the folders in it when missing, for the owner only (0700). Throws a
+    /// `FileError` if that cannot be done, or if a link or a file is where a folder must be.
+    explicit Sandbox(const archive::URL &root,
+                     const std::vector<std::string> &documentFolders = {"Documents"},
+                     RootLinks rootLinks = RootLinks::resolve);
+
+    /// Absolute, all links resolved unless they are to be kept. Never a link itself.
     [[nodiscard]] const archive::URL &root() const { return root_; }
     [[nodiscard]] const archive::URL &temporaryFolder() const { return temporaryFolder_; }
     /// The first of the folders for documents; nothing if the sandbox was made without any.

@@ -72,6 +72,9 @@ void OrsantaVellomirApp::setUp() {
 OrsantaVellomirApp::OrsantaVellomirApp(const Surroundings &surroundings)
     : folder_(surroundings.dataFolder), progress_(archive::Progress::make()),
       view_(std::make_unique<AppLaunchView>(services(surroundings))),
+      processingObservation_(view_->isProcessing.observe([this](bool isProcessing) {
+          folder_.recordResult(isProcessing ? std::nullopt : view_->modifiedFileURL.get());
+      })),
       engine_(std::make_unique<QQmlApplicationEngine>()) {
     auto *const previews = new PreviewProvider; // The engine owns it.
     engine_->addImageProvider(QLatin1String(PreviewProvider::name), previews);

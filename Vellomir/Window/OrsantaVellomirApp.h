@@ -54,6 +54,7 @@ private:
     std::unique_ptr<JobNotices> notices_; ///< outlives the jobs, whose threads call it
     BackgroundQueue backgroundQueue_;
     std::unique_ptr<AppLaunchView> view_;
+    Observation processingObservation_;
     std::unique_ptr<QQmlApplicationEngine> engine_;
     std::unique_ptr<AppLaunchState> state_;
     QQuickWindow *window_ = nullptr; ///< the engine owns it

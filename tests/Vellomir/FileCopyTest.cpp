@@ -69,7 +69,8 @@ TEST(FileCopy, CopiesPermissions) {
     test::writeFile(folder / "from", "");
     test::writeFile(folder / "to", "");
     ::chmod((folder / "from").c_str(), 0751);
-    vellomir::copyAttributes((folder / "from").string(), (folder / "to").string());
+    const archive::FileDescriptor from(::open((folder / "from").c_str(), O_RDONLY));
+    vellomir::copyAttributes(from.get(), (folder / "to").string());
     struct stat status {};
     ASSERT_EQ(::stat((folder / "to").c_str(), &status), 0);
     EXPECT_EQ(status.st_mode & 07777U, 0751U);

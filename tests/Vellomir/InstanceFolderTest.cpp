@@ -3,6 +3,7 @@
 #include "archive/Error.h"
 #include "tests/support/TemporaryFolder.h"
 
+#include <algorithm>
 #include <csignal>
 #include <fcntl.h>
 #include <gmock/gmock.h>
@@ -10,6 +11,7 @@
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
+#include <vector>
 
 using archive::Error;
 using testing::HasSubstr;
@@ -48,6 +50,12 @@ private:
     [[noreturn]] static void hold(const archive::URL &data, int toldTo) {
         try {
             const InstanceFolder folder(data);
+            const std::string documents = folder.url().path() + "/Documents/";
+            test::writeFile(documents + "Result.ipa", "whole");
+            folder.recordResult(archive::URL::file(documents + "Result.ipa"));
+            test::writeFile(documents + "copy.ipa", "half");
+            test::writeFile(documents + "copy/unzipped/a/b", "half");
+            test::writeFile(folder.url().path() + "/tmp/file", "half");
             if (::write(toldTo, "x", 1) == 1)
                 ::pause();
         } catch (const std::exception &) {
@@ -111,6 +119,52 @@ TEST_F(AnInstance, IsFreedWhenItsProcessIsKilled) {
     one.kill();
     const InstanceFolder instance(data());
     EXPECT_EQ(instance.url().path(), path("1"));
+}
+
+/// All files below the data folder but the locks.
+std::vector<std::string> filesBelow(const std::string &folder) {
+    std::vector<std::string> found;
+    for (const auto &item : fs::recursive_directory_iterator(folder))
+        if (item.is_regular_file() && item.path().extension() != ".lock")
+            found.push_back(fs::relative(item.path(), folder));
+    std::sort(found.begin(), found.end());
+    return found;
+}
+
+TEST_F(AnInstance, RemovesWhatAKilledOneLeftButItsResult) {
+    Holder one(data());
+    Holder two(data());
+    one.kill();
+    two.kill();
+    const InstanceFolder instance(data());
+    EXPECT_THAT(filesBelow(path("")),
+                testing::ElementsAre("1/Documents/Result.ipa", "2/Documents/Result.ipa"));
+}
+
+TEST_F(AnInstance, LeavesTheFoldersOfRunningOnesAlone) {
+    const Holder one(data());
+    const auto before = filesBelow(path(""));
+    EXPECT_EQ(before.size(), 4U);
+    { const InstanceFolder instance(data()); }
+    EXPECT_EQ(filesBelow(path("")), before);
+}
+
+TEST_F(AnInstance, KeepsNoResultThatWasReplacedByAJob) {
+    {
+        Holder one(data());
+        one.kill();
+    }
+    { const InstanceFolder instance(data()); }
+    ASSERT_THAT(filesBelow(path("")), testing::ElementsAre("1/Documents/Result.ipa"));
+    const pid_t killed = ::fork();
+    if (killed == 0) {
+        const InstanceFolder instance(data());
+        instance.recordResult(std::nullopt);
+        ::raise(SIGKILL);
+    }
+    ::waitpid(killed, nullptr, 0);
+    const InstanceFolder instance(data());
+    EXPECT_THAT(filesBelow(path("")), testing::IsEmpty());
 }
 
 TEST_F(AnInstance, IsNotHeldByTheProgramsItStarts) {

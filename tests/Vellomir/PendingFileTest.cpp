@@ -29,7 +29,7 @@ TEST(PendingFile, IsHiddenBesideItsDestinationAndGoesIfItIsNotPlaced) {
     const test::TemporaryFolder folder;
     {
         const PendingFile pending((folder / "result").string());
-        const fs::path hidden = fs::path(pending.path()).parent_path();
+        const fs::path hidden = fs::canonical(fs::path(pending.path()).parent_path());
         EXPECT_EQ(hidden.parent_path(), folder.path());
         EXPECT_TRUE(hidden.filename().string().starts_with(".vellomir-"));
         test::writeFile(pending.path(), "x");

@@ -136,6 +136,39 @@ TEST(WorkingFolder, RemovesTreesOfAnyDepthAndFollowsNoLink) {
     EXPECT_EQ(fs::status(parent / "outside").permissions(), fs::perms(0755));
 }
 
+/// Names of the removal itself may be there already: the one before was killed.
+TEST(WorkingFolder, RemovesWhatAKilledRemovalLeft) {
+    const test::TemporaryFolder parent;
+    const fs::path abandoned = parent / ".vellomir-0123456789abcdef";
+    test::writeFile(abandoned / "lock", "");
+    for (const char *name : {"moved-1/x/y/file", "moved-2/file", "a/b/c/file", "d/e/file"})
+        test::writeFile(abandoned / name, "x");
+    test::writeFile(abandoned / "moved-3", "a file");
+    { const WorkingFolder folder(parent.path().string()); }
+    EXPECT_THAT(names(parent.path()), testing::IsEmpty());
+}
+
+/// Another user may have the right to rename it, and to put a link in its place.
+TEST(WorkingFolder, IsReachedWhateverTakesItsPlace) {
+    const test::TemporaryFolder parent;
+    fs::create_directories(parent / "outside");
+    fs::create_directories(parent / "in");
+    {
+        const WorkingFolder folder((parent / "in").string());
+        fs::rename(folder.path(), parent / "in/away");
+        fs::create_directory_symlink(parent / "outside", folder.path());
+        test::writeFile(folder.accessPath() + "/file", "content");
+        EXPECT_EQ(test::readFile(parent / "in/away/file"), "content");
+        fs::rename(parent / "in", parent / "elsewhere");
+        EXPECT_EQ(test::readFile(folder.accessPath() + "/file"), "content");
+        EXPECT_EQ(folder.withPath("a: " + folder.accessPath() + "/file, " + folder.accessPath() +
+                                  "0"),
+                  "a: " + folder.path() + "/file, " + folder.accessPath() + "0");
+    }
+    EXPECT_THAT(names(parent / "outside"), testing::IsEmpty());
+    EXPECT_THAT(names(parent / "elsewhere/away"), testing::IsEmpty());
+}
+
 TEST(WorkingFolder, NeedsAFolderToBeIn) {
     const test::TemporaryFolder parent;
     test::writeFile(parent / "file", "");
@@ -152,7 +185,7 @@ TEST(WorkingFolder, OfTheArchiveItselfIsNotPacked) {
     const test::TemporaryFolder parent;
     test::writeFile(parent / "a", "content");
     const WorkingFolder folder(parent.path().string());
-    const auto url = archive::URL::folder(folder.path()).appendingPathComponent("file");
+    const auto url = archive::URL::folder(folder.accessPath()).appendingPathComponent("file");
     archive::FileManager().zipItem(parent.url(""), url, false);
     const auto archive = archive::Archive::open(url, archive::Archive::AccessMode::read);
     std::vector<std::string> found;

@@ -65,6 +65,10 @@ TEST(Destination, ATakenNameIsRefusedUnlessItMayBeReplaced) {
     EXPECT_EQ(codeOf((folder / "my.ipa").string(), true), std::error_code());
 }
 
+archive::FilePlace placeAt(const fs::path &path) {
+    return {.name = path.string(), .path = path.string()};
+}
+
 TEST(Destination, OnlyRegularFilesAreReplaced) {
     const test::TemporaryFolder folder;
     test::writeFile(folder / "file", "");
@@ -75,10 +79,10 @@ TEST(Destination, OnlyRegularFilesAreReplaced) {
     fs::create_symlink("nowhere", folder / "dangling");
     ASSERT_EQ(::mkfifo((folder / "pipe").c_str(), 0600), 0);
     for (const char *name : {"file", "link", "new"})
-        EXPECT_NO_THROW(cli::requireReplaceable((folder / name).string())) << name;
+        EXPECT_NO_THROW(cli::requireReplaceable(placeAt(folder / name))) << name;
     for (const char *name : {"folder", "linkToFolder", "pipe", "linkToPipe", "dangling"})
-        EXPECT_THROW(cli::requireReplaceable((folder / name).string()), archive::Error) << name;
-    EXPECT_THROW(cli::requireReplaceable("/dev/null"), archive::Error);
+        EXPECT_THROW(cli::requireReplaceable(placeAt(folder / name)), archive::Error) << name;
+    EXPECT_THROW(cli::requireReplaceable(placeAt("/dev/null")), archive::Error);
     for (const char *name : {"pipe", "linkToPipe", "dangling"})
         EXPECT_EQ(codeOf((folder / name).string(), true), FileError::fileWriteFileExists) << name;
     EXPECT_EQ(codeOf((folder / "link").string(), true), std::error_code());

@@ -49,20 +49,20 @@ class Duplicate(Interrupted):
         self.assertEqual(snapshot(self.folder), before)
 
     def testWhileCopying(self):
-        self.check(lambda: self.hidden("Documents/app.ipa"))
+        self.check(lambda: self.hidden("job/Documents/app.ipa"))
 
     def testWhileUnpacking(self):
-        self.check(lambda: self.hidden("Documents/app/unzipped/Payload/Notes.app/big"))
+        self.check(lambda: self.hidden("job/Documents/app/unzipped/Payload/Notes.app/big"))
 
     def testWhilePacking(self):
-        self.check(lambda: self.hidden("Documents/Notes2.ipa"))
+        self.check(lambda: self.hidden("job/Documents/Notes2.ipa"))
 
     def testAgainAndAgain(self):
-        self.check(lambda: self.hidden("Documents/app/unzipped/*"), signals=[signal.SIGINT] * 50)
+        self.check(lambda: self.hidden("job/Documents/app/unzipped/*"), signals=[signal.SIGINT] * 50)
 
     def testOtherSignals(self):
         for number in [signal.SIGTERM, signal.SIGHUP]:
-            self.check(lambda: self.hidden("Documents/app.ipa"), signals=[number])
+            self.check(lambda: self.hidden("job/Documents/app.ipa"), signals=[number])
 
     def testWhileNobodyReadsTheLog(self):
         reader, writer = os.pipe()

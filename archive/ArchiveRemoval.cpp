@@ -126,7 +126,7 @@ private:
 
 /// An archive that will take the place of another one, and the folder it lives in until then.
 struct Archive::Replacement {
-    std::optional<ArchivePlace> place; ///< of the archive that it replaces; none in memory
+    std::optional<ArchivePlace> place;   ///< of the archive that it replaces; none in memory
     std::optional<WorkingFolder> folder; ///< none in memory
     std::unique_ptr<Archive> archive;
 };
@@ -193,17 +193,15 @@ EndRecords Archive::copyAllBut(std::span<const Entry> removed, Archive &target,
 
 Archive::Replacement Archive::makeTemp() const {
     if (isMemory())
-        return {std::nullopt, std::nullopt,
-                open(Data(), AccessMode::create, preferredEncoding_)};
+        return {std::nullopt, std::nullopt, open(Data(), AccessMode::create, preferredEncoding_)};
     Replacement replacement;
     replacement.place.emplace(url_);
     // The path may lead elsewhere by now: nothing is made in a folder without the open file.
     requireUnchanged(replacement.place->file(), FileIdentity(::fileno(archiveFile()), url_.path()));
     replacement.folder.emplace(temporaryReplacementDirectory(*replacement.place));
-    replacement.archive =
-        open(URL::folder(replacement.folder->accessPath())
-                 .appendingPathComponent(globallyUniqueString()),
-             AccessMode::create, preferredEncoding_);
+    replacement.archive = open(URL::folder(replacement.folder->accessPath())
+                                   .appendingPathComponent(globallyUniqueString()),
+                               AccessMode::create, preferredEncoding_);
     // Still locked when it has taken this archive's place.
     static_cast<void>(tryToLock(::fileno(replacement.archive->archiveFile())));
     return replacement;

@@ -93,9 +93,18 @@ void DestinationFolder::createSymbolicLink(std::string_view path, const std::str
     const Item place = item(path, MissingFolders::make);
     if (::symlinkat(target.c_str(), place.folder, place.name.c_str()) != 0)
         throw writeError(fullPath(path), errno);
-    checkAttributeCall(::utimensat(place.folder, place.name.c_str(), times(modificationDate).data(),
-                                   AT_SYMLINK_NOFOLLOW),
-                       fullPath(path));
+    const FileDescriptor link(
+        ::openat(place.folder, place.name.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
+    struct stat status {};
+    if (!link.isOpen() || ::fstat(link.get(), &status) != 0 || !S_ISLNK(status.st_mode))
+        throw Error(FileError::fileWriteUnknown,
+                    {.path = fullPath(path),
+                     .detail = "Something else has taken the place of the link meanwhile"});
+    const auto moments = times(modificationDate);
+    int result = ::utimensat(link.get(), "", moments.data(), AT_EMPTY_PATH);
+    if (result != 0 && errno == EINVAL) // kernels before 5.8
+        result = ::utimensat(place.folder, place.name.c_str(), moments.data(), AT_SYMLINK_NOFOLLOW);
+    checkAttributeCall(result, fullPath(path));
 }
 
 void DestinationFolder::requireNothing(std::string_view path) {

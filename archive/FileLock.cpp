@@ -189,8 +189,7 @@ HeldFile::HeldFile(FilePlace place, const LockWait &wait)
     : place_(std::move(place)), descriptor_(openLockedForUpdate(place_, wait)),
       identity_(descriptor_.get(), place_.path) {}
 
-HeldFile::HeldFile(const std::string &path, const LockWait &wait)
-    : HeldFile(placeAt(path), wait) {}
+HeldFile::HeldFile(const std::string &path, const LockWait &wait) : HeldFile(placeAt(path), wait) {}
 
 FileDescriptor HeldFile::fromStart() const {
     FileDescriptor copy(::fcntl(descriptor_.get(), F_DUPFD_CLOEXEC, 0));

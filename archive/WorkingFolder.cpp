@@ -10,6 +10,7 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <memory>
+#include <optional>
 #include <random>
 #include <sys/stat.h>
 #include <vector>
@@ -20,7 +21,9 @@ namespace {
 constexpr std::string_view prefix = ".vellomir-";
 constexpr std::string_view digits = "0123456789abcdef";
 constexpr std::size_t digitCount = 16;
-constexpr const char *lockName = "lock";
+/// Nothing else is called so: a folder of the user's own that was given the name of a working
+/// folder is not taken for one.
+constexpr const char *lockName = ".vellomir-lock";
 constexpr mode_t ownerOnly = S_IRWXU;
 constexpr int maxAttempts = 100;
 
@@ -58,12 +61,25 @@ bool removeFile(int folder, const std::string &name) {
     return false;
 }
 
+/// Moves a nested folder to the top, under a new name. Names may be taken: an earlier removal was
+/// killed. Nothing if that failed.
+std::optional<std::string> moveToTop(int from, const std::string &name, int top,
+                                     unsigned &movedCount) {
+    for (;;) {
+        std::string target = "moved-" + std::to_string(++movedCount);
+        if (::renameat(from, name.c_str(), top, target.c_str()) == 0)
+            return target;
+        if (errno != EEXIST && errno != ENOTEMPTY && errno != ENOTDIR)
+            return std::nullopt;
+    }
+}
+
 /// Removes everything but the lock. A nested folder is moved to the top before it is emptied, so
 /// that no depth is too large.
 void removeContent(int folder) {
     std::vector<std::string> pending = namesIn(folder);
     std::erase(pending, lockName);
-    for (unsigned moved = 0; !pending.empty();) {
+    for (unsigned movedCount = 0; !pending.empty();) {
         const std::string name = std::move(pending.back());
         pending.pop_back();
         if (removeFile(folder, name))
@@ -72,9 +88,8 @@ void removeContent(int folder) {
         for (const std::string &child : namesIn(below.get())) {
             if (removeFile(below.get(), child))
                 continue;
-            std::string target = "moved-" + std::to_string(++moved);
-            if (::renameat(below.get(), child.c_str(), folder, target.c_str()) == 0)
-                pending.push_back(std::move(target));
+            if (auto target = moveToTop(below.get(), child, folder, movedCount))
+                pending.push_back(std::move(*target));
         }
         ::unlinkat(folder, name.c_str(), AT_REMOVEDIR);
     }
@@ -122,7 +137,17 @@ FileDescriptor openParent(const std::string &path) {
     return parent;
 }
 
+void removeAbandonedIn(int parent) {
+    for (const std::string &name : namesIn(parent))
+        if (WorkingFolder::isName(name))
+            removeIfAbandoned(parent, name);
+}
+
 } // namespace
+
+void WorkingFolder::removeAbandoned(const std::string &parent) {
+    removeAbandonedIn(openParent(parent).get());
+}
 
 bool WorkingFolder::isName(std::string_view name) {
     return name.size() == prefix.size() + digitCount && name.starts_with(prefix) &&
@@ -134,9 +159,7 @@ WorkingFolder::WorkingFolder(const std::string &parent)
 
 WorkingFolder::WorkingFolder(FileDescriptor parent, const std::string &path)
     : parent_(std::move(parent)) {
-    for (const std::string &name : namesIn(parent_.get()))
-        if (isName(name))
-            removeIfAbandoned(parent_.get(), name);
+    removeAbandonedIn(parent_.get());
     for (int attempt = 0; attempt < maxAttempts; ++attempt) {
         if (make() == Outcome::made) {
             path_ = path + (path.ends_with('/') ? "" : "/") + name_;

@@ -37,6 +37,9 @@ public:
     [[nodiscard]] int parent() const { return parent_.get(); }
     /// The text with `path` where it holds `accessPath`.
     [[nodiscard]] std::string withPath(std::string text) const;
+    /// Removes those in an existing folder whose owners are gone. Throws a `FileError` with that
+    /// folder's path if it cannot be opened.
+    static void removeAbandoned(const std::string &parent);
     /// Whether an item has such a name: ".vellomir-" and 16 hexadecimal digits.
     [[nodiscard]] static bool isName(std::string_view name);
 

@@ -121,8 +121,7 @@ void addInFile(OldArchive old, const PendingFile &pending, const std::vector<Add
     if (old != nullptr)
         vellomir::copyFile({old->fromStart(), old->path()}, pending.path(),
                            [](std::size_t) { Interruption::throwIfInterrupted(); });
-    const auto mode =
-        old != nullptr ? Archive::AccessMode::update : Archive::AccessMode::create;
+    const auto mode = old != nullptr ? Archive::AccessMode::update : Archive::AccessMode::create;
     addTo(*Archive::open(URL::file(pending.path()), mode), additions, options, session);
 }
 

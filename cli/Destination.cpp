@@ -36,8 +36,8 @@ Destination Destination::find(const std::string &output, bool mayReplace) {
 
 void requireReplaceable(const archive::FilePlace &place) {
     struct stat status {};
-    const bool isRegular = ::fstatat(place.folder, place.name.c_str(), &status, 0) == 0 &&
-                           S_ISREG(status.st_mode);
+    const bool isRegular =
+        ::fstatat(place.folder, place.name.c_str(), &status, 0) == 0 && S_ISREG(status.st_mode);
     if (!isRegular && exists(place))
         throw archive::Error(
             archive::FileError::fileWriteFileExists,

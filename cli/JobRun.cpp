@@ -30,8 +30,7 @@ JobRun::JobRun(const archive::WorkingFolder &folder, DuplicateOptions options, S
 vellomir::Services JobRun::services() {
     const vellomir::Queue atOnce = [](const vellomir::Task &task) { task(); };
     const auto root = archive::URL::folder(folder_.accessPath()).appendingPathComponent("job/");
-    return {.sandbox =
-                vellomir::Sandbox(root, {"Documents"}, vellomir::Sandbox::RootLinks::keep),
+    return {.sandbox = vellomir::Sandbox(root, {"Documents"}, vellomir::Sandbox::RootLinks::keep),
             .mainQueue = atOnce,
             .backgroundQueue = atOnce,
             .console = [this](std::string_view line) { note(line); },

@@ -13,8 +13,9 @@
 
 namespace cli {
 
-/// One job in a sandbox of its own below a working folder, on the calling thread, with its log printed line by line
-/// as it grows, unless it is to be printed as JSON or the user wants nothing but errors.
+/// One job in a sandbox of its own below a working folder, on the calling thread, with its log
+/// printed line by line as it grows, unless it is to be printed as JSON or the user wants nothing
+/// but errors.
 class JobRun {
 public:
     /// The folder must live as long as the object.

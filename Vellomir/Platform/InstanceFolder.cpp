@@ -2,12 +2,14 @@
 
 #include "Vellomir/Platform/SandboxFiles.h"
 #include "archive/Error.h"
+#include "archive/WorkingFolder.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <fcntl.h>
 #include <filesystem>
-#include <sys/file.h>
 #include <string_view>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <vector>
 
@@ -57,8 +59,8 @@ FileDescriptor lock(const std::string &path, int flags = lockFlags) {
     return file;
 }
 
-// A lock file is empty, or holds a mark and the path of the result while its program runs. What is
-// read after a kill decides what is kept.
+// While its program runs, a lock file holds a mark, the path of the result, a zero byte, and the
+// folder in which a copy is being saved. It is empty otherwise: so what is read tells of a kill.
 constexpr std::string_view mark = "running\n";
 
 void setRecord(const FileDescriptor &lock, const std::string &text) {
@@ -90,15 +92,27 @@ void clear(const SandboxFiles &files, const URL &folder, const std::string &kept
             }
 }
 
-/// Removes what a killed program left in its folder. The lock is held.
+/// Removes what was left of copies; goes on if that cannot be done.
+void clearSaving(const std::string &folder) {
+    try {
+        archive::WorkingFolder::removeAbandoned(folder);
+    } catch (const archive::Error &) { // it has gone
+    }
+}
+
+/// Removes what a killed program left. Its lock is held.
 void clearAfterKill(const URL &folder, const FileDescriptor &lock) {
     const std::string text = record(lock);
     if (text.empty() || !isRealFolder(folder.path()))
         return;
+    const std::size_t start = std::min(mark.size(), text.size());
+    const std::size_t end = std::min(text.find('\0', start), text.size());
+    const std::string kept = text.substr(start, end - start);
     const SandboxFiles files(folder);
-    const std::string kept = text.starts_with(mark) ? text.substr(mark.size()) : std::string();
     for (const char *name : {"Documents/", "tmp/"})
         clear(files, folder.appendingPathComponent(name), kept);
+    if (end + 1 < text.size())
+        clearSaving(text.substr(end + 1));
     setRecord(lock, "");
 }
 
@@ -133,8 +147,18 @@ InstanceFolder::~InstanceFolder() {
     setRecord(lock_, "");
 }
 
-void InstanceFolder::recordResult(const std::optional<URL> &file) const {
-    setRecord(lock_, std::string(mark) + (file ? file->path() : ""));
+void InstanceFolder::recordResult(const std::optional<URL> &file) {
+    result_ = file ? file->path() : "";
+    writeRecord();
+}
+
+void InstanceFolder::recordSaving(const std::optional<std::string> &folder) {
+    savingFolder_ = folder.value_or("");
+    writeRecord();
+}
+
+void InstanceFolder::writeRecord() const {
+    setRecord(lock_, std::string(mark) + result_ + '\0' + savingFolder_);
 }
 
 /// The lock lies beside the folder. Never delete it: a recreated one is another inode. What is no

@@ -4,6 +4,7 @@
 #include "archive/URL.h"
 
 #include <optional>
+#include <string>
 
 namespace vellomir {
 
@@ -11,8 +12,8 @@ namespace vellomir {
 /// below a data folder that no process holds. It is held until this object goes or the program
 /// ends, in whatever way, and is then the next one's, with what was left in it.
 ///
-/// What a killed program left in any folder of the data folder is removed when the next object is
-/// made, except the result that it had recorded.
+/// What a killed program left in any folder of the data folder, and in the folder where it was
+/// saving a copy, is removed when the next object is made; the result that it had recorded stays.
 class InstanceFolder {
 public:
     /// Makes the data folder and the folder in it when missing, for the owner only (0700). Throws a
@@ -26,13 +27,19 @@ public:
     [[nodiscard]] const archive::URL &url() const { return url_; }
     /// Records which file in the folder is whole, and stays if the program is killed; none until
     /// then. Without effect where the disk is full.
-    void recordResult(const std::optional<archive::URL> &file) const;
+    void recordResult(const std::optional<archive::URL> &file);
+    /// Records in which folder a copy is being saved: working folders there are removed after a
+    /// kill. None: no copy is being saved.
+    void recordSaving(const std::optional<std::string> &folder);
 
 private:
+    void writeRecord() const;
     [[nodiscard]] bool take(const archive::URL &folder);
 
     archive::URL url_;
     archive::FileDescriptor lock_;
+    std::string result_;       ///< empty if there is none
+    std::string savingFolder_; ///< empty if there is none
 };
 
 } // namespace vellomir

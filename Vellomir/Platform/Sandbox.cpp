@@ -34,7 +34,8 @@ URL makeRoot(const URL &root, Sandbox::RootLinks links) {
         throw archive::writeError(root.path(), error.value());
     makeSandboxFolder(root.path());
     const bool keepsLinks = links == Sandbox::RootLinks::keep;
-    const fs::path resolved = keepsLinks ? fs::path(root.path()) : fs::canonical(root.path(), error);
+    const fs::path resolved =
+        keepsLinks ? fs::path(root.path()) : fs::canonical(root.path(), error);
     if (error)
         throw archive::readError(root.path(), error.value());
     requireRealFolder(resolved.string());

@@ -23,7 +23,8 @@ class SandboxFiles {
 public:
     using ProgressPointer = std::shared_ptr<archive::Progress>;
 
-    /// The root must exist and be no link; links in its path must lead to it always. `list` lists the folders of a search.
+    /// The root must exist and be no link; links in its path must lead to it always. `list` lists
+    /// the folders of a search.
     explicit SandboxFiles(archive::URL root, archive::ListFolder list = archive::folderItems);
 
     /// Throws if nothing is there, or only a link that dangles or leads out.

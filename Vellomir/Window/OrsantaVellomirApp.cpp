@@ -1,5 +1,6 @@
 #include "Vellomir/Window/OrsantaVellomirApp.h"
 
+#include "Vellomir/Platform/PendingFile.h"
 #include "Vellomir/Window/Fonts.h"
 #include "Vellomir/Window/HexColors.h"
 #include "Vellomir/Window/HomeFolder.h"
@@ -80,9 +81,22 @@ OrsantaVellomirApp::OrsantaVellomirApp(const Surroundings &surroundings)
     engine_->addImageProvider(QLatin1String(PreviewProvider::name), previews);
     state_ = std::make_unique<AppLaunchState>(AppLaunchState::Surroundings{
         *view_, *previews, surroundings.pickers, surroundings.desktop, eventLoopQueue()});
+    recordSaving();
     notices_ = std::make_unique<JobNotices>(*progress_, *state_, surroundings.desktop);
     load();
     notices_->setWindow(*window_);
+}
+
+/// For the window that starts after a kill.
+void OrsantaVellomirApp::recordSaving() {
+    const Sharing *sharing = state_->sharing();
+    QObject::connect(sharing, &Sharing::savingBegins, sharing, [this](const QString &destination) {
+        folder_.recordSaving(folderOf(destination.toStdString()));
+    });
+    QObject::connect(sharing, &Sharing::isSavingChanged, sharing, [this, sharing] {
+        if (!sharing->isSaving())
+            folder_.recordSaving(std::nullopt);
+    });
 }
 
 OrsantaVellomirApp::~OrsantaVellomirApp() {

@@ -47,6 +47,7 @@ public:
 
 private:
     [[nodiscard]] Services services(const Surroundings &surroundings);
+    void recordSaving();
     void load();
 
     InstanceFolder folder_;

@@ -110,6 +110,7 @@ void Sharing::save(const QUrl &destination) {
                        .arg(destination.toDisplayString()),
                    true);
     setSaving(true);
+    emit savingBegins(to);
     say(QStringLiteral("Saving %1…").arg(abbreviatedPath(to)));
     if (saver_.joinable())
         saver_.join(); // It has said its last word already.

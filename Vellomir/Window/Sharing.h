@@ -79,6 +79,8 @@ signals:
     void itemChanged();
     void messageChanged();
     void isSavingChanged();
+    /// Before anything is made there.
+    void savingBegins(const QString &destination);
     /// After the message has been set.
     void savingFailed();
 

@@ -1,6 +1,7 @@
 #include "Vellomir/Platform/InstanceFolder.h"
 #include "Vellomir/Platform/Sandbox.h"
 #include "archive/Error.h"
+#include "archive/WorkingFolder.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <algorithm>
@@ -49,10 +50,15 @@ public:
 private:
     [[noreturn]] static void hold(const archive::URL &data, int toldTo) {
         try {
-            const InstanceFolder folder(data);
+            InstanceFolder folder(data);
             const std::string documents = folder.url().path() + "/Documents/";
             test::writeFile(documents + "Result.ipa", "whole");
             folder.recordResult(archive::URL::file(documents + "Result.ipa"));
+            const std::string saving = data.path() + "/../saving";
+            std::filesystem::create_directories(saving);
+            folder.recordSaving(saving);
+            const archive::WorkingFolder copy(saving);
+            test::writeFile(copy.path() + "/file", "half");
             test::writeFile(documents + "copy.ipa", "half");
             test::writeFile(documents + "copy/unzipped/a/b", "half");
             test::writeFile(folder.url().path() + "/tmp/file", "half");
@@ -139,6 +145,7 @@ TEST_F(AnInstance, RemovesWhatAKilledOneLeftButItsResult) {
     const InstanceFolder instance(data());
     EXPECT_THAT(filesBelow(path("")),
                 testing::ElementsAre("1/Documents/Result.ipa", "2/Documents/Result.ipa"));
+    EXPECT_TRUE(fs::is_empty(path("../saving")));
 }
 
 TEST_F(AnInstance, LeavesTheFoldersOfRunningOnesAlone) {
@@ -147,6 +154,7 @@ TEST_F(AnInstance, LeavesTheFoldersOfRunningOnesAlone) {
     EXPECT_EQ(before.size(), 4U);
     { const InstanceFolder instance(data()); }
     EXPECT_EQ(filesBelow(path("")), before);
+    EXPECT_FALSE(fs::is_empty(path("../saving")));
 }
 
 TEST_F(AnInstance, KeepsNoResultThatWasReplacedByAJob) {
@@ -158,7 +166,7 @@ TEST_F(AnInstance, KeepsNoResultThatWasReplacedByAJob) {
     ASSERT_THAT(filesBelow(path("")), testing::ElementsAre("1/Documents/Result.ipa"));
     const pid_t killed = ::fork();
     if (killed == 0) {
-        const InstanceFolder instance(data());
+        InstanceFolder instance(data());
         instance.recordResult(std::nullopt);
         ::raise(SIGKILL);
     }

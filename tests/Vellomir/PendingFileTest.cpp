@@ -48,6 +48,28 @@ TEST(PendingFile, AppearsUnderItsNameWhenItIsPlaced) {
     EXPECT_EQ(count(folder.path()), 1);
 }
 
+/// Another user may have the right to swap the folder of the destination.
+TEST(PendingFile, GoesToTheFolderThatWasOpened) {
+    const test::TemporaryFolder folder;
+    for (const Existing existing : {Existing::refuse, Existing::replace}) {
+        fs::create_directory(folder / "in");
+        test::writeFile(folder / "outside/result", "kept");
+        {
+            PendingFile pending((folder / "in/result").string());
+            fs::rename(folder / "in", folder / "away");
+            fs::create_directory_symlink(folder / "outside", folder / "in");
+            test::writeFile(pending.path(), "new");
+            pending.place(existing);
+        }
+        EXPECT_EQ(test::readFile(folder / "outside/result"), "kept");
+        EXPECT_EQ(count(folder / "outside"), 1);
+        EXPECT_EQ(test::readFile(folder / "away/result"), "new");
+        EXPECT_EQ(count(folder / "away"), 1);
+        fs::remove(folder / "in");
+        fs::remove_all(folder / "away");
+    }
+}
+
 TEST(PendingFile, ReplacesOnlyWhenItMay) {
     const test::TemporaryFolder folder;
     test::writeFile(folder / "result", "old");

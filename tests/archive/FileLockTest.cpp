@@ -179,6 +179,48 @@ TEST_F(FileLock, IsForRegularFilesThatMayBeWritten) {
     EXPECT_EQ(error.path(), folder_ / "no");
 }
 
+/// Another user may have the right to swap the folder that the archive is in.
+TEST_F(FileLock, RemovalStaysInTheFolderThatWasOpened) {
+    fs::create_directory(folder_ / "in");
+    path_ = (folder_ / "in/a.zip").string();
+    write(3);
+    test::writeFile(folder_ / "outside/a.zip", "precious");
+    const auto archive = Archive::open(archive::URL::file(path_), AccessMode::update);
+    const auto progress = archive::Progress::make();
+    bool isSwapped = false;
+    progress->setObserver([&](const archive::Progress &) {
+        if (isSwapped)
+            return;
+        isSwapped = true;
+        fs::rename(folder_ / "in", folder_ / "away");
+        fs::create_directory_symlink(folder_ / "outside", folder_ / "in");
+    });
+    archive->remove(*(*archive)["1"], {.progress = progress});
+    EXPECT_TRUE(isSwapped);
+    EXPECT_EQ(test::readFile(folder_ / "outside/a.zip"), "precious");
+    for (const char *name : {"outside", "away"})
+        EXPECT_EQ(std::distance(fs::directory_iterator(folder_ / name), {}), 1) << name;
+    const auto changed = Archive::open(folder_.url("away/a.zip"), AccessMode::read);
+    EXPECT_FALSE((*changed)["1"]);
+    EXPECT_TRUE((*changed)["2"]);
+}
+
+/// Before the replacement is made: it would be made in the other folder.
+TEST_F(FileLock, RemovalMakesNothingInAnotherFolder) {
+    fs::create_directory(folder_ / "in");
+    path_ = (folder_ / "in/a.zip").string();
+    write(3);
+    const auto archive = Archive::open(archive::URL::file(path_), AccessMode::update);
+    const auto entry = *(*archive)["1"];
+    fs::rename(folder_ / "in", folder_ / "away");
+    test::writeFile(folder_ / "outside/a.zip", "precious");
+    const auto before = fs::last_write_time(folder_ / "outside");
+    fs::create_directory_symlink(folder_ / "outside", folder_ / "in");
+    const Error error = errorOf([&] { archive->remove(entry); });
+    EXPECT_THAT(error.what(), HasSubstr("Another file has taken the archive's place"));
+    EXPECT_EQ(fs::last_write_time(folder_ / "outside"), before);
+}
+
 /// Replaced by a program that knows no locks, after the entry was found.
 TEST_F(FileLock, RemovalDoesNotReplaceAnotherFile) {
     write(3);

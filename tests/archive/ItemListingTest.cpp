@@ -166,6 +166,38 @@ TEST_F(ItemListing, GoesAsDeepAsThePathsGo) {
     EXPECT_EQ(paths.back(), path + "file");
 }
 
+/// Swapped after it was listed, before the folder in it is opened.
+TEST_F(ItemListing, ListsNothingBehindALinkThatTookAFoldersPlace) {
+    makeFile("root/a/b/inside");
+    makeFile("outside/b/SECRET");
+    const auto swapping = [&](int folder, const std::string &path) {
+        auto items = archive::folderItems(folder, path);
+        if (path.ends_with("/a")) {
+            fs::rename(root_ / "root/a", root_ / "away");
+            fs::create_directory_symlink(root_ / "outside", root_ / "root/a");
+        }
+        return items;
+    };
+    try {
+        ADD_FAILURE() << testing::PrintToString(subpaths(folder_.url("root/root"), swapping));
+    } catch (const Error &error) {
+        EXPECT_EQ(error.path(), (root_ / "root/a/b").string());
+    }
+}
+
+TEST_F(ItemListing, GoesOnInTheFolderThatWasOpened) {
+    makeFile("root/a/inside");
+    makeFile("outside/a/SECRET");
+    const auto swapping = [&](int folder, const std::string &path) {
+        if (path.ends_with("/root/root")) {
+            fs::rename(root_ / "root", root_ / "away");
+            fs::create_directory_symlink(root_ / "outside", root_ / "root");
+        }
+        return archive::folderItems(folder, path);
+    };
+    EXPECT_THAT(subpaths(folder_.url("root/root"), swapping), ElementsAre("a", "a/inside"));
+}
+
 // --- Failures ---------------------------------------------------------------------------------
 
 void expectError(const URL &folder, FileError code, const std::string &path, int systemError) {

@@ -121,6 +121,28 @@ TEST_F(Swapping, AfterAnItemWasLookedAtCountsWhatIsOpened) {
     EXPECT_EQ(entry->compressedSize(), 15U);
 }
 
+/// A file that was named by its path, and not below a folder that is packed.
+TEST_F(Swapping, TheFolderOfANamedFileForALinkAddsNothingFromOutside) {
+    const auto archive = Archive::open(folder_.url("a.zip"), AccessMode::create);
+    archive::EntryAppender appender(*archive);
+    const archive::FileItem file(folder_.url("in/b/deep/file"));
+    swapForLink("in/b", "outside");
+    EXPECT_THROW(file.add(appender, "file", {}), Error);
+    appender.finish();
+    EXPECT_THAT(test::readFile(folder_ / "a.zip"), Not(HasSubstr("SECRET")));
+}
+
+TEST_F(Swapping, ANamedFileMayBeReplacedInItsFolder) {
+    const auto archive = Archive::open(folder_.url("a.zip"), AccessMode::create);
+    archive::EntryAppender appender(*archive);
+    const archive::FileItem file(folder_.url("in/a"));
+    test::writeFile(folder_ / "in/new", "as an editor saves");
+    fs::rename(folder_ / "in/new", folder_ / "in/a");
+    file.add(appender, "a", {});
+    appender.finish();
+    EXPECT_EQ((*archive)["a"]->uncompressedSize(), 18U);
+}
+
 TEST(SourceFolder, FindsItsItemsInAnyOrder) {
     const test::TemporaryFolder folder;
     const std::vector<std::string> paths = {"a",    "b/c",   "b/d/e",   "b/d/f/g", "b/h",

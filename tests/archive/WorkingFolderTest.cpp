@@ -97,22 +97,24 @@ TEST(WorkingFolder, LeavesAloneWhatIsNotItsOwn) {
     const test::TemporaryFolder parent;
     const std::string name = ".vellomir-0123456789abcdef";
     test::writeFile(parent / ".vellomir-backup/file", "of the user");
-    test::writeFile(parent / ".vellomir-0123456789ABCDEF/lock", "of the user");
+    test::writeFile(parent / ".vellomir-0123456789ABCDEF/.vellomir-lock", "of the user");
     test::writeFile(parent / name / "file", "without a lock file");
-    test::writeFile(parent / "elsewhere/lock", "");
+    test::writeFile(parent / "elsewhere/.vellomir-lock", "");
+    test::writeFile(parent / ".vellomir-0123456789abcde3/lock", "of the user");
     fs::create_symlink("elsewhere", parent / ".vellomir-0123456789abcde0");
     test::writeFile(parent / ".vellomir-0123456789abcde1", "a file");
     const auto before = names(parent.path());
     { const WorkingFolder folder(parent.path().string()); }
     EXPECT_THAT(names(parent.path()), testing::UnorderedElementsAreArray(before));
     EXPECT_EQ(test::readFile(parent / name / "file"), "without a lock file");
-    EXPECT_TRUE(fs::exists(parent / "elsewhere/lock"));
+    EXPECT_TRUE(fs::exists(parent / "elsewhere/.vellomir-lock"));
     if (::geteuid() != 0)
         return;
-    test::writeFile(parent / ".vellomir-0123456789abcde2/lock", "");
+    test::writeFile(parent / ".vellomir-0123456789abcde2/.vellomir-lock", "");
     ASSERT_EQ(::chown((parent / ".vellomir-0123456789abcde2").c_str(), 12345, 12345), 0);
     { const WorkingFolder folder(parent.path().string()); }
-    EXPECT_TRUE(fs::exists(parent / ".vellomir-0123456789abcde2/lock")) << "another user's";
+    EXPECT_TRUE(fs::exists(parent / ".vellomir-0123456789abcde2/.vellomir-lock"))
+        << "another user's";
 }
 
 TEST(WorkingFolder, RemovesTreesOfAnyDepthAndFollowsNoLink) {
@@ -120,7 +122,7 @@ TEST(WorkingFolder, RemovesTreesOfAnyDepthAndFollowsNoLink) {
     test::writeFile(parent / "outside/file", "kept");
     fs::permissions(parent / "outside", fs::perms(0755));
     const fs::path abandoned = parent / ".vellomir-0123456789abcdef";
-    test::writeFile(abandoned / "lock", "");
+    test::writeFile(abandoned / ".vellomir-lock", "");
     fs::create_directory_symlink(parent / "outside", abandoned / "link");
     fs::path deep = abandoned;
     for (int depth = 0; depth < 200; ++depth) {
@@ -140,7 +142,7 @@ TEST(WorkingFolder, RemovesTreesOfAnyDepthAndFollowsNoLink) {
 TEST(WorkingFolder, RemovesWhatAKilledRemovalLeft) {
     const test::TemporaryFolder parent;
     const fs::path abandoned = parent / ".vellomir-0123456789abcdef";
-    test::writeFile(abandoned / "lock", "");
+    test::writeFile(abandoned / ".vellomir-lock", "");
     for (const char *name : {"moved-1/x/y/file", "moved-2/file", "a/b/c/file", "d/e/file"})
         test::writeFile(abandoned / name, "x");
     test::writeFile(abandoned / "moved-3", "a file");
@@ -161,9 +163,9 @@ TEST(WorkingFolder, IsReachedWhateverTakesItsPlace) {
         EXPECT_EQ(test::readFile(parent / "in/away/file"), "content");
         fs::rename(parent / "in", parent / "elsewhere");
         EXPECT_EQ(test::readFile(folder.accessPath() + "/file"), "content");
-        EXPECT_EQ(folder.withPath("a: " + folder.accessPath() + "/file, " + folder.accessPath() +
-                                  "0"),
-                  "a: " + folder.path() + "/file, " + folder.accessPath() + "0");
+        EXPECT_EQ(
+            folder.withPath("a: " + folder.accessPath() + "/file, " + folder.accessPath() + "0"),
+            "a: " + folder.path() + "/file, " + folder.accessPath() + "0");
     }
     EXPECT_THAT(names(parent / "outside"), testing::IsEmpty());
     EXPECT_THAT(names(parent / "elsewhere/away"), testing::IsEmpty());

@@ -76,8 +76,69 @@ class Concurrent(Case):
         self.assertEqual(self.names(), ["old", "gone", "new.txt"])
         self.assertEqual(self.workingFolders(), [])
 
+    def testPairsLoseNothing(self):
+        """Both commands succeed, or the second says who holds the archive and changed nothing."""
+        for index in range(30):
+            with self.subTest(index=index):
+                makeZip(self.folder / "a.zip", [("old", b"old content"), ("gone", b"1")])
+                for name in ["one", "two"]:
+                    self.write(name, f"{name} {index} " * 5000)
+                other = ["add", "a.zip", "two"] if index % 2 else ["remove", "a.zip", "gone"]
+                runs = [subprocess.Popen([PROGRAM, "archive", *command], cwd=self.folder,
+                                         stderr=subprocess.PIPE)
+                        for command in [["add", "a.zip", "one"], other]]
+                expected = {"old", "gone"}
+                for run, change in zip(runs, [{"one"}, {"two"} if index % 2 else {"gone"}]):
+                    error = run.communicate()[1].decode()
+                    if run.returncode == 0:
+                        expected ^= change
+                    else:
+                        self.assertIn("The archive is in use by", error)
+                self.assertNotEqual(expected, {"old", "gone"})
+                self.assertEqual(set(self.names()), expected)
+                self.assertEqual(self.workingFolders(), [])
+
+    def testTheSecondSaysWhichRunHoldsTheArchive(self):
+        self.write("big")
+        os.truncate(self.folder / "big", 64 << 20)
+        with self.stoppedRun() as first:
+            with self.unchanged():
+                line = self.fail_("archive", "remove", "a.zip", "gone")
+            self.assertRegex(line, rf"The archive is in use by (another program|"
+                                   rf"vellomir-cli \(process {first.pid}\))")
+        first.send_signal(signal.SIGCONT)
+        self.assertEqual(first.wait(), 0)
+        self.assertEqual(self.names(), ["old", "gone", "big"])
+        self.succeed("archive", "remove", "a.zip", "gone")
+        self.assertEqual(self.names(), ["old", "big"])
+
+    @contextlib.contextmanager
+    def stoppedRun(self):
+        """A run that is stopped while it holds the archive."""
+        content = (self.folder / "a.zip").read_bytes()
+        while True:
+            run = subprocess.Popen([PROGRAM, "archive", "add", "a.zip", "big"], cwd=self.folder,
+                                   stderr=subprocess.DEVNULL)
+            while run.poll() is None and not self.isHeld():
+                time.sleep(0.0005)
+            run.send_signal(signal.SIGSTOP)
+            if run.poll() is None and self.isHeld():
+                break
+            run.send_signal(signal.SIGCONT)
+            run.wait() # it was faster
+            (self.folder / "a.zip").write_bytes(content)
+        yield run
+
+    def isHeld(self):
+        with open(self.folder / "a.zip", "rb") as file:
+            try:
+                fcntl.flock(file, fcntl.LOCK_EX | fcntl.LOCK_NB)
+                return False
+            except BlockingIOError:
+                return True
+
     def workingFolders(self):
-        return [path.parent.name for path in self.folder.glob(".vellomir-*/lock")]
+        return [path.parent.name for path in self.folder.glob(".vellomir-*/.vellomir-lock")]
 
     @contextlib.contextmanager
     def waitingRun(self):

@@ -18,7 +18,7 @@ import zipfile
 import zlib
 from pathlib import Path
 
-PROGRAM = os.environ["VELLOMIR_CLI"]
+PROGRAM = os.path.abspath(os.environ["VELLOMIR_CLI"])
 os.environ["LC_ALL"] = "C.UTF-8" # for the referees, which else take names for ASCII
 NOBODY = 65534
 ICON_NAMES = ["icon.png", "icon@2x.png", "icon@3x.png", "AppIcon76x76@2x~ipad.png",

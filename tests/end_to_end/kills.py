@@ -5,7 +5,9 @@ destination must be the old one byte for byte or the new one entry for entry. Th
 the same folder must leave nothing hidden there, and the temporary folder must be empty. The moments
 are spread over the time that the command takes. By hand:
 
-    VELLOMIR_CLI=build/release/vellomir-cli tests/end_to_end/kills.py --count 200
+    VELLOMIR_CLI=build/release/bin/vellomir-cli python3 tests/end_to_end/kills.py --count 200
+
+`--calls` kills at every system call that changes something instead, where strace may trace.
 """
 import argparse
 import collections

@@ -4,7 +4,7 @@ The commands run as root in a folder that another user may write. That user's pr
 everything that it can reach for links to a folder outside, as fast as it can. Nothing outside may
 be written, not even a mode or a time, and no byte of the secrets there may be packed. By hand:
 
-    VELLOMIR_CLI=build/release/vellomir-cli tests/end_to_end/neighbours.py --seconds 60
+    VELLOMIR_CLI=build/release/bin/vellomir-cli python3 tests/end_to_end/neighbours.py --seconds 60
 
 What a command line names is looked up once. So the neighbour leaves the named folders alone until
 the command has begun to work in them, which the hidden folder shows; all that lies below is swapped
@@ -60,7 +60,7 @@ class Place:
                        "src/deep/deeper", "out/Payload/Notes.app", "Payload/Notes.app"]:
             (self.outside / folder).mkdir(parents=True, exist_ok=True)
         for folder in [path for path in self.outside.rglob("*") if path.is_dir()]:
-            for name in ["file", "one", "two", "lock", "big", "Info.plist"]:
+            for name in ["file", "one", "two", ".vellomir-lock", "big", "Info.plist"]:
                 (folder / name).write_bytes(SECRET)
                 (folder / name).chmod(0o600)
         for name in ["a.zip", "new.zip", "Notes2.ipa"]:

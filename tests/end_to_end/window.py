@@ -14,7 +14,7 @@ from pathlib import Path
 from desktop import Desktop, runs, start, waitFor
 from harness import Case, removeTree
 
-PROGRAM = os.environ["VELLOMIR"]
+PROGRAM = os.path.abspath(os.environ["VELLOMIR"])
 BUTTON = 0x1D1E24
 RED = 0xFF453A
 ACCENT = 0xFFA828

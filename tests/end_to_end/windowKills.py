@@ -5,7 +5,7 @@ find a clean folder: nothing, or the whole result if the job was complete. A cop
 before stays as it was. By hand:
 
     VELLOMIR=build/release/bin/vellomir VELLOMIR_CLI=build/release/bin/vellomir-cli \\
-        tests/end_to_end/windowKills.py --count 200
+        python3 tests/end_to_end/windowKills.py --count 200
 """
 import argparse
 import collections

@@ -2,6 +2,7 @@
 
 #include "Vellomir/Platform/SandboxFiles.h"
 #include "archive/Error.h"
+#include "archive/FolderItems.h"
 #include "archive/WorkingFolder.h"
 
 #include <algorithm>
@@ -117,14 +118,18 @@ void clearAfterKill(const URL &folder, const FileDescriptor &lock) {
 }
 
 /// The folders whose programs are gone. Those in use are locked.
-void clearAbandoned(const URL &dataFolder) {
-    for (const auto &item : std::filesystem::directory_iterator(dataFolder.path())) {
-        if (item.path().extension() != ".lock")
+void clearAbandoned(const std::string &dataFolder) {
+    constexpr std::string_view extension = ".lock";
+    const FileDescriptor opened(::open(dataFolder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!opened.isOpen())
+        return; // taking a folder fails, and says why
+    for (const archive::FolderItem &item : archive::folderItems(opened.get(), dataFolder)) {
+        if (!item.name.ends_with(extension))
             continue;
+        const std::string path = dataFolder + '/' + item.name;
         try {
-            if (const FileDescriptor held = lock(item.path().string()); held.isOpen())
-                clearAfterKill(
-                    URL::folder((item.path().parent_path() / item.path().stem()).string()), held);
+            if (const FileDescriptor held = lock(path); held.isOpen())
+                clearAfterKill(URL::folder(path.substr(0, path.size() - extension.size())), held);
         } catch (const archive::Error &) { // no lock of ours
         }
     }
@@ -134,7 +139,7 @@ void clearAbandoned(const URL &dataFolder) {
 
 InstanceFolder::InstanceFolder(const URL &dataFolder) {
     makeDataFolder(dataFolder.path());
-    clearAbandoned(dataFolder);
+    clearAbandoned(dataFolder.path());
     for (int number = 1; number <= maximumCount; ++number)
         if (take(dataFolder.appendingPathComponent(std::to_string(number) + '/')))
             return;

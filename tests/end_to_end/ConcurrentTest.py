@@ -116,7 +116,7 @@ class Concurrent(Case):
     def stoppedRun(self):
         """A run that is stopped while it holds the archive."""
         content = (self.folder / "a.zip").read_bytes()
-        while True:
+        for _ in range(50):
             run = subprocess.Popen([PROGRAM, "archive", "add", "a.zip", "big"], cwd=self.folder,
                                    stderr=subprocess.DEVNULL)
             while run.poll() is None and not self.isHeld():
@@ -127,6 +127,8 @@ class Concurrent(Case):
             run.send_signal(signal.SIGCONT)
             run.wait() # it was faster
             (self.folder / "a.zip").write_bytes(content)
+        else:
+            self.fail("no run held the archive")
         yield run
 
     def isHeld(self):

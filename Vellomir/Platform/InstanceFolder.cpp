@@ -62,7 +62,7 @@ FileDescriptor lock(const std::string &path, int flags = lockFlags) {
 
 // While its program runs, a lock file holds a mark, the path of the result, a zero byte, and the
 // folder in which a copy is being saved. It is empty otherwise: so what is read tells of a kill.
-constexpr std::string_view mark = "running\n";
+constexpr std::string_view runningMark = "running\n";
 
 void setRecord(const FileDescriptor &lock, const std::string &text) {
     if (::ftruncate(lock.get(), 0) == 0)
@@ -106,7 +106,7 @@ void clearAfterKill(const URL &folder, const FileDescriptor &lock) {
     const std::string text = record(lock);
     if (text.empty() || !isRealFolder(folder.path()))
         return;
-    const std::size_t start = std::min(mark.size(), text.size());
+    const std::size_t start = std::min(runningMark.size(), text.size());
     const std::size_t end = std::min(text.find('\0', start), text.size());
     const std::string kept = text.substr(start, end - start);
     const SandboxFiles files(folder);
@@ -163,7 +163,7 @@ void InstanceFolder::recordSaving(const std::optional<std::string> &folder) {
 }
 
 void InstanceFolder::writeRecord() const {
-    setRecord(lock_, std::string(mark) + result_ + '\0' + savingFolder_);
+    setRecord(lock_, std::string(runningMark) + result_ + '\0' + savingFolder_);
 }
 
 /// The lock lies beside the folder. Never delete it: a recreated one is another inode. What is no

@@ -69,6 +69,11 @@ Error inUse(const std::string &path, int descriptor) {
     return Error(ArchiveError::unwritableArchive, {.path = path, .detail = std::move(text)});
 }
 
+Error replaced(const std::string &path) {
+    return Error(ArchiveError::unwritableArchive,
+                 {.path = path, .detail = "Another file has taken the archive's place meanwhile"});
+}
+
 /// Whether the path still stands for the open file.
 bool isAt(const std::string &path, int descriptor) {
     struct stat opened {};
@@ -109,12 +114,15 @@ bool operator==(const FileIdentity &left, const FileIdentity &right) {
            left.status_.st_mtim.tv_nsec == right.status_.st_mtim.tv_nsec;
 }
 
+void requireSameFile(const std::string &path, int descriptor) {
+    if (!FileIdentity(path).isSameFile(FileIdentity(descriptor, path)))
+        throw replaced(path);
+}
+
 void requireUnchanged(const std::string &path, const FileIdentity &expected) {
     const FileIdentity found(path);
     if (!found.isSameFile(expected))
-        throw Error(
-            ArchiveError::unwritableArchive,
-            {.path = path, .detail = "Another file has taken the archive's place meanwhile"});
+        throw replaced(path);
     if (found != expected)
         throw Error(ArchiveError::unwritableArchive,
                     {.path = path, .detail = "Another program has changed the archive meanwhile"});

@@ -7,8 +7,8 @@
 namespace archive {
 
 /// Makes a folder for the file that will replace an archive: beside it, on its volume, so that one
-/// rename does it; where that is not possible, in the system's temporary folder. Throws a
-/// `FileError` if it cannot be made there either.
+/// rename does it; where that is not possible, in the system's temporary folder if that is on the
+/// same volume. Throws a `FileError` if it cannot be made there either, which names both folders.
 [[nodiscard]] WorkingFolder temporaryReplacementDirectory(const Archive &archive);
 
 /// Puts the file in the place of the item at the URL, in one step: whoever looks sees the one or

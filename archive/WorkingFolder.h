@@ -30,6 +30,7 @@ public:
 private:
     enum class Outcome { made, lost };
     Outcome make();
+    Outcome discard();
 
     std::string path_;
     std::string name_;

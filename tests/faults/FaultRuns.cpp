@@ -89,11 +89,15 @@ std::vector<std::string> hiddenFolders(const fs::path &folder) {
     return names;
 }
 
+bool contains(const std::vector<Call> &calls, Call call) {
+    return std::find(calls.begin(), calls.end(), call) != calls.end();
+}
+
 /// Whether a failure of this kind may keep a working folder from being removed.
 bool hindersRemoval(Call call) {
-    static const std::vector<Call> kinds = {Call::open,   Call::status, Call::list,    Call::remove,
-                                            Call::rename, Call::lock,   Call::allocate};
-    return std::find(kinds.begin(), kinds.end(), call) != kinds.end();
+    return contains({Call::open, Call::status, Call::list, Call::remove, Call::rename, Call::lock,
+                     Call::allocate},
+                    call);
 }
 
 void checkNoFolderIsLeft(const Operation &operation, bool mayNeedNextRun) {
@@ -121,7 +125,9 @@ void checkError(const Operation &operation, const std::exception &error, Call ca
     EXPECT_EQ(dynamic_cast<const std::bad_alloc *>(&error), nullptr);
     EXPECT_EQ(dynamic_cast<const fs::filesystem_error *>(&error), nullptr) << text;
     EXPECT_TRUE(holdsOneOf(text, operation.names)) << "names no file: " << text;
-    EXPECT_THAT(text, testing::HasSubstr(std::generic_category().message(number)));
+    if (!contains(operation.maySayLess, call)) {
+        EXPECT_THAT(text, testing::HasSubstr(std::generic_category().message(number)));
+    }
 }
 
 /// True if the fault was met, so that there may be one more call to fail.
@@ -198,7 +204,7 @@ std::map<std::string, std::string> contents(const fs::path &folder) {
     if (!fs::exists(fs::symlink_status(folder)))
         return found;
     for (auto item = fs::recursive_directory_iterator(folder); item != end(item); ++item) {
-        const std::string name = fs::relative(item->path(), folder);
+        const std::string name = item->path().lexically_relative(folder);
         if (name.starts_with(".vellomir-")) {
             item.disable_recursion_pending();
             continue;

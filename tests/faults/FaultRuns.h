@@ -25,6 +25,8 @@ struct Operation {
     std::vector<std::string> names = {};
     /// Where no hidden working folder may be left.
     std::vector<std::filesystem::path> folders = {};
+    /// Failures of these calls need not be given as the reason: std::filesystem keeps it.
+    std::vector<Call> maySayLess = {};
 };
 
 /// Runs the operation with short transfers, and then with each call of each kind failing in turn,

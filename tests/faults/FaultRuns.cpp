@@ -125,7 +125,8 @@ void checkError(const Operation &operation, const std::exception &error, Call ca
     EXPECT_EQ(dynamic_cast<const std::bad_alloc *>(&error), nullptr);
     EXPECT_EQ(dynamic_cast<const fs::filesystem_error *>(&error), nullptr) << text;
     EXPECT_TRUE(holdsOneOf(text, operation.names)) << "names no file: " << text;
-    if (!contains(operation.maySayLess, call)) {
+    const bool isInSentence = number == EACCES && text.find("may not be") != std::string::npos;
+    if (!isInSentence && !contains(operation.maySayLess, call)) {
         EXPECT_THAT(text, testing::HasSubstr(std::generic_category().message(number)));
     }
 }
@@ -164,14 +165,18 @@ bool runWithFault(const Operation &operation, Call call, long number, int error)
 long runWithEachFault(const Operation &operation, Call call) {
     constexpr long most = 100'000;
     long count = 0;
-    for (const int error : errors.at(static_cast<std::size_t>(call)))
-        for (long number = 1; runWithFault(operation, call, number, error); ++number) {
+    const long step = operation.isLong && call == Call::allocate ? 37 : 1;
+    for (const int error : errors.at(static_cast<std::size_t>(call))) {
+        for (long number = 1; runWithFault(operation, call, number, error); number += step) {
             ++count;
-            if (number == most) {
+            if (number > most) {
                 ADD_FAILURE() << "no end of calls";
                 break;
             }
         }
+        if (operation.isLong)
+            break;
+    }
     return count;
 }
 
@@ -195,7 +200,8 @@ void runWithFaults(const Operation &operation) {
         ASSERT_NO_THROW(runWithTransfers(operation, transfer)) << operation.name;
     Row row{};
     for (std::size_t kind = 0; kind < row.size(); ++kind)
-        row.at(kind) = runWithEachFault(operation, static_cast<Call>(kind));
+        if (!contains(operation.neverFailing, static_cast<Call>(kind)))
+            row.at(kind) = runWithEachFault(operation, static_cast<Call>(kind));
     table().add(operation.name, row);
 }
 

@@ -27,6 +27,10 @@ struct Operation {
     std::vector<std::filesystem::path> folders = {};
     /// Failures of these calls need not be given as the reason: std::filesystem keeps it.
     std::vector<Call> maySayLess = {};
+    /// Made of parts that are operations themselves: one error a kind, and one allocation in 37.
+    bool isLong = false;
+    /// These calls do not fail. Memory, where Qt is called: it does not survive that.
+    std::vector<Call> neverFailing = {};
 };
 
 /// Runs the operation with short transfers, and then with each call of each kind failing in turn,

@@ -5,6 +5,7 @@
 #include "tests/Vellomir/JobFixture.h"
 #include "tests/faults/FaultRuns.h"
 
+#include <cstdio>
 #include <fcntl.h>
 
 using archive::Archive;
@@ -20,16 +21,17 @@ namespace {
 /// While one lives, standard output is a file that forgets.
 class SilentOutput {
 public:
-    SilentOutput() : kept_(::dup(STDOUT_FILENO)) {
-        const archive::FileDescriptor nothing(::open("/dev/null", O_WRONLY | O_CLOEXEC));
+    SilentOutput() {
+        std::fflush(stdout);
         ::dup2(nothing.get(), STDOUT_FILENO);
     }
-    ~SilentOutput() { ::dup2(kept_.get(), STDOUT_FILENO); }
+    ~SilentOutput() { ::dup2(kept.get(), STDOUT_FILENO); }
     SilentOutput(const SilentOutput &) = delete;
     SilentOutput &operator=(const SilentOutput &) = delete;
 
 private:
-    archive::FileDescriptor kept_;
+    inline static const archive::FileDescriptor kept{::dup(STDOUT_FILENO)};
+    inline static const archive::FileDescriptor nothing{::open("/dev/null", O_WRONLY | O_CLOEXEC)};
 };
 
 class CommandFaults : public testing::Test {
@@ -51,7 +53,10 @@ protected:
     /// A command under all faults, with a silent standard output.
     void runCommand(test::Operation operation, const cli::Options &options) {
         operation.prepare = [this] { reset(); };
-        operation.run = [&] { run(options); };
+        operation.run = [&] {
+            const SilentOutput silent;
+            run(options);
+        };
         operation.checkFailed = [this, check = operation.checkFailed] {
             expectNothingChanged();
             check();
@@ -59,7 +64,6 @@ protected:
         operation.folders = {folder_ / "work", folder_ / "out"};
         if (operation.names.empty())
             operation.names = {folder_.path().string()};
-        const SilentOutput silent;
         test::runWithFaults(operation);
     }
 
@@ -184,6 +188,10 @@ TEST_F(CommandFaults, Test) {
 
 TEST_F(CommandFaults, List) {
     runCommand({.name = "archive list", .checkDone = [&] { expectNothingChanged(); }},
+               cli::ListOptions{.archive = archivePath()});
+    runCommand({.name = "archive list --json",
+                .checkDone = [&] { expectNothingChanged(); },
+                .neverFailing = {Call::allocate}}, // which the library for JSON does not survive
                cli::ListOptions{.archive = archivePath(), .json = true});
 }
 

@@ -254,8 +254,7 @@ Data Archive::readDirectory() try {
 /// False for a stream that cannot be cut: one of the caller's own that is no file.
 bool Archive::truncate(std::uint64_t size) {
     if (std::fflush(archiveFile()) != 0)
-        throw Error(Data::DataError::unwritableFile,
-                    {.path = filePath(), .systemError = errno});
+        throw Error(Data::DataError::unwritableFile, {.path = filePath(), .systemError = errno});
     if (memoryFile_) {
         memoryFile_->resize(size);
         return true;

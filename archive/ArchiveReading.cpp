@@ -37,7 +37,8 @@ class StreamProvider {
 public:
     /// The path is for errors.
     StreamProvider(std::FILE *file, std::string path, std::int64_t size, std::int64_t bufferSize)
-        : file_(file), path_(std::move(path)), capacity_(static_cast<std::size_t>(std::min(size, bufferSize))),
+        : file_(file), path_(std::move(path)),
+          capacity_(static_cast<std::size_t>(std::min(size, bufferSize))),
           buffer_(new std::byte[capacity_]) {}
 
     std::span<const std::byte> operator()(std::int64_t /*position*/, std::size_t size) try {

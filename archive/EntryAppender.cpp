@@ -41,8 +41,7 @@ Archive &writable(Archive &archive) {
 
 EntryAppender::EntryAppender(Archive &archive)
     : archive_(writable(archive)),
-      writer_(archive.archiveFile(), archive.offsetToStartOfCentralDirectory(),
-              archive.filePath()),
+      writer_(archive.archiveFile(), archive.offsetToStartOfCentralDirectory(), archive.filePath()),
       directory_(archive.readDirectory()), records_(archive.endRecords()) {}
 
 EntryAppender::~EntryAppender() {

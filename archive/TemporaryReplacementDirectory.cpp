@@ -46,11 +46,10 @@ WorkingFolder inTemporaryFolder(const std::string &firstChoice, const Error &rea
     try {
         return WorkingFolder(folder);
     } catch (const Error &error) {
-        throw Error(error.code(),
-                    {.path = folder,
-                     .detail = std::string(reason.what()) +
-                               "; and the temporary folder cannot be used instead",
-                     .systemError = error.systemError()});
+        throw Error(error.code(), {.path = folder,
+                                   .detail = std::string(reason.what()) +
+                                             "; and the temporary folder cannot be used instead",
+                                   .systemError = error.systemError()});
     }
 }
 

@@ -79,6 +79,10 @@ Outcome finish(const JobRun &job, const Destination &destination, const Duplicat
         warnings.tellHeldBack();
         return {std::nullopt, job.errorMessage(), job.reason()};
     }
+    if (auto lost = lostPayload(job.log())) {
+        warnings.tellHeldBack();
+        return {std::nullopt, *lost, *lost};
+    }
     examineCopy(job, warnings);
     if (warnings.areFailure())
         return {std::nullopt, warnings.failure(), warnings.failure()};

@@ -61,7 +61,7 @@ protected:
             expectNothingChanged();
             check();
         };
-        operation.folders = {folder_ / "work", folder_ / "out"};
+        operation.folders = {folder_.path(), folder_ / "work", folder_ / "out"};
         if (operation.names.empty())
             operation.names = {folder_.path().string()};
         test::runWithFaults(operation);
@@ -98,7 +98,6 @@ protected:
 };
 
 TEST_F(CommandFaults, Duplicate) {
-    fs::create_directory(folder_ / "out");
     runCommand({.name = "duplicate",
                 .checkDone =
                     [&] {
@@ -107,7 +106,8 @@ TEST_F(CommandFaults, Duplicate) {
                     },
                 .checkFailed = [&] { EXPECT_FALSE(fs::exists(path("Notes2.ipa"))); },
                 .names = {folder_.path().string(), "Info.plist"},
-                .maySayLess = {Call::open, Call::status, Call::list},
+                .isRemovedByNextRun = false,
+                .maySayLess = {Call::open, Call::status, Call::list, Call::makeFolder},
                 .isLong = true,
                 .neverFailing = {Call::allocate}},
                cli::DuplicateOptions{.package = path("Notes.ipa"),
@@ -118,15 +118,19 @@ TEST_F(CommandFaults, Duplicate) {
 }
 
 TEST_F(CommandFaults, DuplicateOverAnOldResult) {
-    runCommand({.name = "duplicate --force",
-                .checkDone = [&] { EXPECT_GE(itemCount(archivePath()), 4U); },
-                .names = {folder_.path().string(), "Info.plist"},
-                .maySayLess = {Call::open, Call::status, Call::list},
-                .isLong = true},
-               cli::DuplicateOptions{.package = path("Notes.ipa"),
-                                     .number = "2",
-                                     .output = archivePath(),
-                                     .force = true});
+    runCommand(
+        {.name = "duplicate --force",
+         .checkDone =
+             [&] {
+                 const std::size_t count = itemCount(archivePath());
+                 EXPECT_GE(count, 4U) << testing::PrintToString(test::contents(folder_ / "check"));
+             },
+         .names = {folder_.path().string(), "Info.plist"},
+         .isRemovedByNextRun = false,
+         .maySayLess = {Call::open, Call::status, Call::list, Call::makeFolder},
+         .isLong = true},
+        cli::DuplicateOptions{
+            .package = path("Notes.ipa"), .number = "2", .output = archivePath(), .force = true});
 }
 
 TEST_F(CommandFaults, Create) {
@@ -149,7 +153,8 @@ TEST_F(CommandFaults, Add) {
                         [&] {
                             expectSourcesUntouched();
                             EXPECT_EQ(itemCount(archivePath()), 6U);
-                        }},
+                        },
+                    .maySayLess = {Call::status}},
                    cli::AddOptions{.archive = archivePath(),
                                    .paths = {"new", "link"},
                                    .relativeTo = path("in"),
@@ -182,7 +187,8 @@ TEST_F(CommandFaults, Extract) {
 TEST_F(CommandFaults, Test) {
     for (const bool memory : {false, true})
         runCommand({.name = memory ? "archive test --memory" : "archive test",
-                    .checkDone = [&] { expectNothingChanged(); }},
+                    .checkDone = [&] { expectNothingChanged(); },
+                    .maySayLess = {Call::seek}}, // a problem that is printed as a result
                    cli::TestOptions{.archive = archivePath(), .memory = memory});
 }
 

@@ -7,6 +7,8 @@
 #include "tests/support/RawArchive.h"
 #include "tests/support/TemporaryFolder.h"
 
+#include <cerrno>
+#include <cstdlib>
 #include <gmock/gmock.h>
 #include <memory>
 #include <optional>
@@ -56,9 +58,8 @@ protected:
         const auto entry = archive[path];
         if (!entry)
             return "missing";
-        static_cast<void>(archive.extract(*entry, [&](std::span<const std::byte> chunk) {
-            text += Data(chunk).text();
-        }));
+        static_cast<void>(archive.extract(
+            *entry, [&](std::span<const std::byte> chunk) { text += Data(chunk).text(); }));
         return text;
     }
     void expectOldArchive() const { EXPECT_TRUE(archiveBytes() == old_) << "the archive changed"; }
@@ -80,8 +81,7 @@ TEST_F(EngineFaults, OpenAndWalk) {
                          .run =
                              [&] {
                                  paths.clear();
-                                 const auto archive =
-                                     Archive::open(archiveURL(), AccessMode::read);
+                                 const auto archive = Archive::open(archiveURL(), AccessMode::read);
                                  for (const Entry &entry : *archive)
                                      paths.push_back(archive->path(entry));
                              },
@@ -113,8 +113,8 @@ TEST_F(EngineFaults, WalkAndExtractInMemory) {
                          .prepare = [&] { reset(); },
                          .run =
                              [&] {
-                                 const auto archive = Archive::open(
-                                     Data(std::string_view(old_)), AccessMode::read);
+                                 const auto archive =
+                                     Archive::open(Data(std::string_view(old_)), AccessMode::read);
                                  text = textOf(*archive, "d/deflated");
                              },
                          .checkDone = [&] { EXPECT_TRUE(text == longText); }});
@@ -144,8 +144,7 @@ TEST_F(EngineFaults, ExtractToDisk) {
                  const auto entry = (*archive)["d/deflated"].value();
                  static_cast<void>(archive->extract(entry, folder_.url("out/below/file")));
              },
-         .checkDone =
-             [&] { EXPECT_TRUE(test::readFile(folder_ / "out/below/file") == longText); },
+         .checkDone = [&] { EXPECT_TRUE(test::readFile(folder_ / "out/below/file") == longText); },
          .checkFailed = [&] { expectOldArchive(); },
          .names = {name()},
          .maySayLess = {test::Call::status}});
@@ -200,8 +199,7 @@ TEST_F(EngineFaults, ZipItem) {
                                  EXPECT_EQ(test::readFile(folder_ / "out.zip").size(), size);
                                  EXPECT_EQ(test::contents(folder_ / "in"), source);
                              },
-                         .checkFailed =
-                             [&] { EXPECT_EQ(test::contents(folder_ / "in"), source); },
+                         .checkFailed = [&] { EXPECT_EQ(test::contents(folder_ / "in"), source); },
                          .names = {name()}});
 }
 
@@ -242,8 +240,8 @@ TEST_F(EngineFaults, AddInMemory) {
                              },
                          .run =
                              [&] {
-                                 const auto archive = Archive::open(
-                                     Data(std::string_view(old_)), AccessMode::update);
+                                 const auto archive = Archive::open(Data(std::string_view(old_)),
+                                                                    AccessMode::update);
                                  archive->addEntry("in/sub/b", URL::folder(name()));
                                  data = archive->data();
                              },
@@ -274,23 +272,60 @@ TEST_F(EngineFaults, RemoveFromFile) {
                          .folders = {workFolder()}});
 }
 
+TEST_F(EngineFaults, UnusableTemporaryFolderIsNamed) {
+    reset();
+    const auto archive = Archive::open(archiveURL(), AccessMode::update);
+    const Entry entry = (*archive)["d/stored"].value();
+    const std::string missing = folder_ / "missing";
+    ::setenv("TMPDIR", missing.c_str(), 1);
+    std::string text;
+    try {
+        const test::SystemCalls fault(test::Call::makeFolder, 1, EACCES);
+        archive->remove(entry);
+    } catch (const archive::Error &error) {
+        text = error.what();
+    }
+    ::unsetenv("TMPDIR");
+    EXPECT_THAT(text, testing::AllOf(testing::HasSubstr(workFolder().string()),
+                                     testing::HasSubstr("Permission denied"),
+                                     testing::HasSubstr("the temporary folder"),
+                                     testing::HasSubstr(missing)));
+    expectOldArchive();
+}
+
+TEST_F(EngineFaults, AdditionNoticesAnotherFileAtThePath) {
+    reset();
+    makeSource();
+    const auto archive = Archive::open(archiveURL(), AccessMode::update);
+    fs::rename(archivePath(), folder_ / "work/opened");
+    test::writeFile(archivePath(), "other");
+    try {
+        archive->addEntry("in/a", URL::folder(name()));
+        ADD_FAILURE() << "added to a file that has lost its place";
+    } catch (const archive::Error &error) {
+        EXPECT_EQ(error.code(), Archive::ArchiveError::unwritableArchive);
+        EXPECT_EQ(error.path(), archivePath());
+    }
+    EXPECT_TRUE(test::readFile(folder_ / "work/opened") == old_);
+    EXPECT_EQ(archiveBytes(), "other");
+}
+
 TEST_F(EngineFaults, RemoveInMemory) {
     std::optional<Data> data;
-    test::runWithFaults(
-        {.name = "remove from an archive in memory",
-         .prepare = [&] { reset(); },
-         .run =
-             [&] {
-                 const auto archive =
-                     Archive::open(Data(std::string_view(old_)), AccessMode::update);
-                 archive->remove((*archive)["d/stored"].value());
-                 data = archive->data();
-             },
-         .checkDone =
-             [&] {
-                 EXPECT_TRUE(textOf(*data, "d/deflated") == longText);
-                 EXPECT_EQ(textOf(*data, "d/stored"), "missing");
-             }});
+    test::runWithFaults({.name = "remove from an archive in memory",
+                         .prepare = [&] { reset(); },
+                         .run =
+                             [&] {
+                                 const auto archive = Archive::open(Data(std::string_view(old_)),
+                                                                    AccessMode::update);
+                                 archive->remove((*archive)["d/stored"].value());
+                                 data = archive->data();
+                             },
+                         .checkDone =
+                             [&] {
+                                 EXPECT_TRUE(textOf(*data, "d/deflated") == longText);
+                                 EXPECT_EQ(textOf(*data, "d/stored"), "missing");
+                             }});
 }
 
 TEST_F(EngineFaults, QuestionsAboutItems) {
@@ -329,10 +364,7 @@ TEST_F(EngineFaults, MakeAndRemoveWorkingFolder) {
                  test::writeFile(workFolder() / ".vellomir-0123456789abcdef/lock", "");
                  test::writeFile(workFolder() / ".vellomir-0123456789abcdef/deep/er/file", "old");
              },
-         .run =
-             [&] {
-                 const archive::WorkingFolder folder(workFolder().string());
-             },
+         .run = [&] { const archive::WorkingFolder folder(workFolder().string()); },
          .checkDone = [&] { EXPECT_TRUE(fs::is_directory(workFolder())); },
          .names = {name()},
          .folders = {workFolder()}});

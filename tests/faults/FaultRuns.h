@@ -25,6 +25,8 @@ struct Operation {
     std::vector<std::string> names = {};
     /// Where no hidden working folder may be left.
     std::vector<std::filesystem::path> folders = {};
+    /// False for folders without a lock, which only their owner removes.
+    bool isRemovedByNextRun = true;
     /// Failures of these calls need not be given as the reason: std::filesystem keeps it.
     std::vector<Call> maySayLess = {};
     /// Made of parts that are operations themselves: one error a kind, and one allocation in 37.

@@ -66,9 +66,7 @@ private:
 class JobFaults : public testing::Test {
 protected:
     /// A new job with a picked package.
-    void reset() {
-        job_.emplace(package_);
-    }
+    void reset() { job_.emplace(package_); }
     void unpack() {
         reset();
         ASSERT_TRUE(job_->view.unzipIPA(picked()));
@@ -96,9 +94,8 @@ protected:
     }
 
     std::string image_ = std::string(5000, 'i');
-    std::string package_ =
-        test::notesPackage({test::rawDeflated("Payload/Notes.app/image", image_),
-                            test::rawLink("Payload/Notes.app/link", "image")});
+    std::string package_ = test::notesPackage({test::rawDeflated("Payload/Notes.app/image", image_),
+                                               test::rawLink("Payload/Notes.app/link", "image")});
     vellomir::Picture icon_ = test::dot();
     std::optional<Job> job_;
 };
@@ -178,39 +175,37 @@ TEST_F(JobFaults, Unpacking) {
 }
 
 TEST_F(JobFaults, Icons) {
-    test::runWithFaults({.name = "job: write the icons",
+    test::runWithFaults(
+        {.name = "job: write the icons",
+         .prepare = [&] { unpack(); },
+         .run =
+             [&] {
+                 if (!job().view.updateAppIcon(job().unzippedURL(), icon_))
+                     job().throwWords();
+             },
+         .checkDone =
+             [&] { EXPECT_THAT(readFile(bundle() / "icon.png"), testing::HasSubstr("PNG")); },
+         .names = {"icon", "App"},
+         .maySayLess = {Call::open, Call::status, Call::list},
+         .neverFailing = {Call::allocate}});
+}
+
+TEST_F(JobFaults, InfoPlist) {
+    test::runWithFaults({.name = "job: change Info.plist",
                          .prepare = [&] { unpack(); },
                          .run =
                              [&] {
-                                 if (!job().view.updateAppIcon(job().unzippedURL(), icon_))
+                                 if (!job().view.updateInfoPlist(job().unzippedURL()) ||
+                                     saysFailure(job().log()))
                                      job().throwWords();
                              },
                          .checkDone =
                              [&] {
-                                 EXPECT_THAT(readFile(bundle() / "icon.png"),
-                                             testing::HasSubstr("PNG"));
+                                 EXPECT_THAT(readFile(bundle() / "Info.plist"),
+                                             testing::HasSubstr("com.example.notes2"));
                              },
-                         .names = {"icon", "App"},
-                         .maySayLess = {Call::open, Call::status, Call::list},
-                         .neverFailing = {Call::allocate}});
-}
-
-TEST_F(JobFaults, InfoPlist) {
-    test::runWithFaults(
-        {.name = "job: change Info.plist",
-         .prepare = [&] { unpack(); },
-         .run =
-             [&] {
-                 if (!job().view.updateInfoPlist(job().unzippedURL()) || saysFailure(job().log()))
-                     job().throwWords();
-             },
-         .checkDone =
-             [&] {
-                 EXPECT_THAT(readFile(bundle() / "Info.plist"),
-                             testing::HasSubstr("com.example.notes2"));
-             },
-         .names = {"Info.plist"},
-         .maySayLess = {Call::open, Call::status, Call::list}});
+                         .names = {"Info.plist"},
+                         .maySayLess = {Call::open, Call::status, Call::list}});
 }
 
 TEST_F(JobFaults, Packing) {
@@ -276,26 +271,45 @@ protected:
 };
 
 TEST_F(PlatformFaults, CopyIn) {
-    test::runWithFaults({.name = "copy a file into the sandbox",
-                         .prepare =
-                             [&] {
-                                 reset();
-                                 writeFile(folder_ / "box/in/old/deep", "1");
-                             },
-                         .run =
-                             [&] {
-                                 files().copyIn(folder_.url("from"), folder_.url("box/in/old"),
-                                                archive::Progress::make());
-                             },
-                         .checkDone =
-                             [&] { EXPECT_TRUE(readFile(folder_ / "box/in/old") == text_); },
-                         .checkFailed =
-                             [&] {
-                                 expectSourceUntouched();
-                                 EXPECT_FALSE(fs::is_regular_file(folder_ / "box/in/old"))
-                                     << "half a copy is left";
-                             },
-                         .names = {name()}});
+    test::runWithFaults(
+        {.name = "copy a file into the sandbox",
+         .prepare =
+             [&] {
+                 reset();
+                 writeFile(folder_ / "box/in/old/deep", "1");
+             },
+         .run =
+             [&] {
+                 files().copyIn(folder_.url("from"), folder_.url("box/in/old"),
+                                archive::Progress::make());
+             },
+         .checkDone = [&] { EXPECT_TRUE(readFile(folder_ / "box/in/old") == text_); },
+         .checkFailed =
+             [&] {
+                 expectSourceUntouched();
+                 EXPECT_FALSE(fs::is_regular_file(folder_ / "box/in/old")) << "half a copy is left";
+             },
+         .names = {name()}});
+}
+
+/// The kernel does not copy from one disk to the other: this process reads and writes.
+TEST_F(PlatformFaults, CopyInFromAnotherDisk) {
+    const fs::path source =
+        fs::temp_directory_path() / ("vellomir-" + folder_.path().filename().string());
+    writeFile(source, text_);
+    test::runWithFaults(
+        {.name = "copy a file in from another disk",
+         .prepare = [&] { reset(); },
+         .run =
+             [&] {
+                 files().copyIn(URL::file(source.string()), folder_.url("box/in"),
+                                archive::Progress::make());
+             },
+         .checkDone = [&] { EXPECT_TRUE(readFile(folder_ / "box/in") == text_); },
+         .checkFailed =
+             [&] { EXPECT_FALSE(fs::exists(folder_ / "box/in")) << "half a copy is left"; },
+         .names = {folder_.path().filename().string()}});
+    fs::remove(source);
 }
 
 TEST_F(PlatformFaults, WriteAndRead) {
@@ -345,38 +359,34 @@ TEST_F(PlatformFaults, MoveAndRemove) {
 }
 
 TEST_F(PlatformFaults, SaveCopy) {
-    test::runWithFaults({.name = "save a copy",
-                         .prepare = [&] { reset(); },
-                         .run =
-                             [&] {
-                                 vellomir::saveCopy(folder_.url("from"), folder_.url("to/copy"),
-                                                    nullptr);
-                             },
-                         .checkDone = [&] { EXPECT_TRUE(readFile(folder_ / "to/copy") == text_); },
-                         .checkFailed =
-                             [&] {
-                                 expectSourceUntouched();
-                                 EXPECT_EQ(readFile(folder_ / "to/copy"), "old");
-                             },
-                         .names = {name()},
-                         .folders = {folder_ / "to"}});
+    test::runWithFaults(
+        {.name = "save a copy",
+         .prepare = [&] { reset(); },
+         .run = [&] { vellomir::saveCopy(folder_.url("from"), folder_.url("to/copy"), nullptr); },
+         .checkDone = [&] { EXPECT_TRUE(readFile(folder_ / "to/copy") == text_); },
+         .checkFailed =
+             [&] {
+                 expectSourceUntouched();
+                 EXPECT_EQ(readFile(folder_ / "to/copy"), "old");
+             },
+         .names = {name()},
+         .folders = {folder_ / "to"}});
 }
 
 TEST_F(PlatformFaults, PendingFile) {
-    test::runWithFaults(
-        {.name = "put a new file in place",
-         .prepare = [&] { reset(); },
-         .run =
-             [&] {
-                 vellomir::PendingFile pending(folder_ / "to/new");
-                 vellomir::copyFile(folder_ / "from", pending.path());
-                 vellomir::copyAttributes(folder_ / "from", pending.path());
-                 pending.place(vellomir::Existing::refuse);
-             },
-         .checkDone = [&] { EXPECT_TRUE(readFile(folder_ / "to/new") == text_); },
-         .checkFailed = [&] { EXPECT_FALSE(fs::exists(folder_ / "to/new")); },
-         .names = {name()},
-         .folders = {folder_ / "to"}});
+    test::runWithFaults({.name = "put a new file in place",
+                         .prepare = [&] { reset(); },
+                         .run =
+                             [&] {
+                                 vellomir::PendingFile pending(folder_ / "to/new");
+                                 vellomir::copyFile(folder_ / "from", pending.path());
+                                 vellomir::copyAttributes(folder_ / "from", pending.path());
+                                 pending.place(vellomir::Existing::refuse);
+                             },
+                         .checkDone = [&] { EXPECT_TRUE(readFile(folder_ / "to/new") == text_); },
+                         .checkFailed = [&] { EXPECT_FALSE(fs::exists(folder_ / "to/new")); },
+                         .names = {name()},
+                         .folders = {folder_ / "to"}});
 }
 
 TEST_F(PlatformFaults, FolderOfAWindow) {

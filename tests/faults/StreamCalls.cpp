@@ -26,9 +26,8 @@ constinit std::array<WatchedStream, maxStreams> streams;
 constinit std::mutex streamsLock;
 
 WatchedStream *find(const std::FILE *file) {
-    const auto found = std::find_if(streams.begin(), streams.end(), [&](const WatchedStream &each) {
-        return each.file == file;
-    });
+    const auto found = std::find_if(streams.begin(), streams.end(),
+                                    [&](const WatchedStream &each) { return each.file == file; });
     return found == streams.end() ? nullptr : &*found;
 }
 
@@ -75,7 +74,10 @@ std::FILE *watch(int descriptor, const char *mode) {
     if (place == nullptr)
         std::abort(); // a test opens more streams than expected
     place->descriptor = descriptor;
-    place->file = ::fopencookie(place, mode, {&readStream, &writeStream, &seekStream, &closeStream});
+    place->file =
+        ::fopencookie(place, mode, {&readStream, &writeStream, &seekStream, &closeStream});
+    if (place->file == nullptr)
+        place->descriptor = -1;
     return place->file;
 }
 
@@ -87,7 +89,8 @@ int openFlags(const char *mode) {
            (std::strchr(mode, 'e') != nullptr ? O_CLOEXEC : 0);
 }
 
-template <typename Function> Function *behind(const char *name) {
+template <typename Function>
+Function *behind(const char *name) {
     return reinterpret_cast<Function *>(::dlsym(RTLD_NEXT, name));
 }
 
@@ -109,7 +112,10 @@ std::FILE *fopen(const char *path, const char *mode) {
     if (!test::isWatching())
         return real(path, mode);
     const int descriptor = ::open(path, openFlags(mode), 0666);
-    return descriptor < 0 ? nullptr : watch(descriptor, mode);
+    std::FILE *const file = descriptor < 0 ? nullptr : watch(descriptor, mode);
+    if (descriptor >= 0 && file == nullptr)
+        ::close(descriptor);
+    return file;
 }
 
 std::FILE *fopen64(const char *path, const char *mode) {

@@ -25,7 +25,8 @@ using test::fails;
 namespace {
 
 /// The C library's own function, or the sanitizer's in front of it.
-template <typename Function> Function *behind(const char *name) {
+template <typename Function>
+Function *behind(const char *name) {
     return reinterpret_cast<Function *>(::dlsym(RTLD_NEXT, name));
 }
 
@@ -189,8 +190,8 @@ PASS(Call::status, int, -1, fstatat,
 PASS(Call::status, int, -1, statvfs, (const char *path, struct statvfs *status) noexcept,
      (path, status))
 PASS(Call::status, int, -1, access, (const char *path, int mode) noexcept, (path, mode))
-PASS(Call::status, int, -1, faccessat,
-     (int folder, const char *path, int mode, int flags) noexcept, (folder, path, mode, flags))
+PASS(Call::status, int, -1, faccessat, (int folder, const char *path, int mode, int flags) noexcept,
+     (folder, path, mode, flags))
 PASS(Call::status, ssize_t, -1, readlink,
      (const char *path, char *buffer, std::size_t size) noexcept, (path, buffer, size))
 PASS(Call::status, ssize_t, -1, readlinkat,

@@ -28,9 +28,8 @@ enum class Call {
 };
 
 inline constexpr std::array<std::string_view, 17> callNames = {
-    "open",     "read",   "write",      "seek", "copy",       "flush",
-    "close",    "cut",    "rename",     "mkdir", "link",      "attributes",
-    "lock",     "remove", "list",       "status", "memory"};
+    "open",  "read", "write",      "seek", "copy",   "flush", "close",  "cut",   "rename",
+    "mkdir", "link", "attributes", "lock", "remove", "list",  "status", "memory"};
 
 /// How many bytes one read, write or copy transfers.
 enum class Transfer {

@@ -123,10 +123,10 @@ Archive::BackingConfiguration Archive::makeBackingConfiguration(const URL &url, 
     case AccessMode::create:
         break;
     }
-    FilePointer file = stream(createNew(path), "rb+");
+    FileDescriptor created = createNew(path);
     try {
-        return makeBackingConfiguration(std::move(file), mode, progress);
-    } catch (const Error &) {
+        return makeBackingConfiguration(stream(std::move(created), "rb+"), mode, progress);
+    } catch (...) {
         ::unlink(path.c_str()); // made just now, and no archive
         throw;
     }
@@ -213,6 +213,10 @@ std::optional<Data> Archive::data() const {
     return memoryFile_ ? std::optional(memoryFile_->data()) : std::nullopt;
 }
 
+std::string Archive::filePath() const {
+    return url_.isFileURL() ? url_.path() : std::string();
+}
+
 EndRecords Archive::endRecords() const {
     return {endOfCentralDirectoryRecord_, zip64EndOfCentralDirectory_};
 }
@@ -235,24 +239,29 @@ void Archive::setEndRecords(EndRecords records) {
 }
 
 /// The directory before a change. It is checked once; what the engine then writes is sound.
-Data Archive::readDirectory() {
+Data Archive::readDirectory() try {
+    if (const int file = ::fileno(archiveFile()); file >= 0 && url_.isFileURL())
+        requireSameFile(url_.path(), file);
     Data directory = readCentralDirectory(archiveFile(), endRecords());
     if (!isDirectoryChecked_)
         requireSoundDirectory(directory, archiveFile(), endRecords());
     isDirectoryChecked_ = true;
     return directory;
+} catch (const Error &error) {
+    throw error.about({}, filePath());
 }
 
 /// False for a stream that cannot be cut: one of the caller's own that is no file.
 bool Archive::truncate(std::uint64_t size) {
-    std::fflush(archiveFile());
+    if (std::fflush(archiveFile()) != 0)
+        throw Error(Data::DataError::unwritableFile, {.path = filePath(), .systemError = errno});
     if (memoryFile_) {
         memoryFile_->resize(size);
         return true;
     }
     const int descriptor = ::fileno(archiveFile());
     if (descriptor >= 0 && ::ftruncate(descriptor, static_cast<off_t>(size)) != 0)
-        throw Error(Data::DataError::unwritableFile, {.systemError = errno});
+        throw Error(Data::DataError::unwritableFile, {.path = filePath(), .systemError = errno});
     return descriptor >= 0;
 }
 

@@ -159,13 +159,14 @@ public:
     /// @name Entries
     /// @{
 
-    /// Walks the central directory. It ends early, without an error, at a record that cannot be
-    /// read and at an encrypted entry; `end()` tells. Valid until the archive changes or goes.
+    /// Walks the central directory. It ends early, without an error, at a damaged record and at an
+    /// encrypted entry; `end()` tells. Valid until the archive changes or goes.
     class EntryIterator {
     public:
         enum class End { notYet, complete, damagedRecord, damagedLocalHeader, encryptedEntry };
 
-        /// Nothing at the end, from then on.
+        /// Nothing at the end, from then on. Throws `DataError::unreadableFile` if the file cannot
+        /// be read: that is no damage, and another archive would only look shorter.
         [[nodiscard]] std::optional<Entry> next();
         /// Why nothing follows; `notYet` until `next` has returned nothing.
         [[nodiscard]] End end() const { return end_; }
@@ -196,7 +197,8 @@ public:
     /// An iterator before the first entry. It refers to this archive and moves its stream.
     [[nodiscard]] EntryIterator makeIterator() const;
 
-    /// For range-based for. It ends where an `EntryIterator` ends, and does not tell why.
+    /// For range-based for. It ends where an `EntryIterator` ends, and does not tell why; it throws
+    /// what that throws.
     class Iterator {
     public:
         using iterator_category = std::input_iterator_tag;
@@ -406,6 +408,8 @@ private:
                                                          const ProgressPointer &progress = nullptr);
     static BackingConfiguration makeBackingConfiguration(FilePointer stream, AccessMode mode,
                                                          const ProgressPointer &progress = nullptr);
+    /// For errors; "" in memory.
+    [[nodiscard]] std::string filePath() const;
     [[nodiscard]] EndRecords endRecords() const;
     void setEndRecords(EndRecords records);
     [[nodiscard]] Data readDirectory();
@@ -418,6 +422,8 @@ private:
     [[nodiscard]] Replacement makeTemp() const;
     void replaceCurrent(Archive &with);
 
+    void seekTo(std::uint64_t dataOffset) const;
+    [[nodiscard]] Data readBytes(std::size_t size) const;
     CRC32 readUncompressed(const Entry &entry, const Consumer &consumer,
                            const ExtractOptions &options) const;
     CRC32 readCompressed(const Entry &entry, const Consumer &consumer,

@@ -36,7 +36,9 @@ std::optional<CentralDirectoryStructure> Archive::EntryIterator::readDirectoryRe
             return window_->bytes(position_ + fixed, size);
         };
         return CentralDirectoryStructure::make(window_->bytes(position_, fixed), readTail);
-    } catch (const Error &) {
+    } catch (const Error &error) {
+        if (error.code() == Data::DataError::unreadableFile)
+            throw;
         return std::nullopt;
     }
 }
@@ -46,7 +48,7 @@ std::optional<Entry> Archive::EntryIterator::stop(End end) {
     return std::nullopt;
 }
 
-std::optional<Entry> Archive::EntryIterator::next() {
+std::optional<Entry> Archive::EntryIterator::next() try {
     if (end_ != End::notYet)
         return std::nullopt;
     if (index_ >= count_)
@@ -56,7 +58,7 @@ std::optional<Entry> Archive::EntryIterator::next() {
         return stop(End::damagedRecord);
     std::FILE *file = archive_->archiveFile_.get();
     auto header =
-        Data::readStruct<LocalFileHeader>(file, structure->effectiveRelativeOffsetOfLocalHeader());
+        Data::readRecord<LocalFileHeader>(file, structure->effectiveRelativeOffsetOfLocalHeader());
     if (!header)
         return stop(End::damagedLocalHeader);
 
@@ -65,15 +67,17 @@ std::optional<Entry> Archive::EntryIterator::next() {
     if (structure->usesDataDescriptor()) {
         const std::uint64_t offset = dataDescriptorOffset(*structure, *header);
         if (structure->isZIP64())
-            zip64Descriptor = Data::readStruct<ZIP64DataDescriptor>(file, offset);
+            zip64Descriptor = Data::readRecord<ZIP64DataDescriptor>(file, offset);
         else
-            descriptor = Data::readStruct<DataDescriptor>(file, offset);
+            descriptor = Data::readRecord<DataDescriptor>(file, offset);
     }
     position_ += structure->totalSize();
     ++index_;
     auto entry = Entry::make(std::move(*structure), std::move(*header), std::move(descriptor),
                              std::move(zip64Descriptor));
     return entry ? std::move(entry) : stop(End::encryptedEntry);
+} catch (const Error &error) {
+    throw error.about({}, archive_->filePath());
 }
 
 void Archive::EntryIterator::goTo(std::uint64_t position) {

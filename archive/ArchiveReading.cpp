@@ -35,16 +35,21 @@ void requireSensible(std::int64_t bufferSize) {
 /// The next bytes of the stream, wherever it stands; `size` of them are expected in all.
 class StreamProvider {
 public:
-    StreamProvider(std::FILE *file, std::int64_t size, std::int64_t bufferSize)
-        : file_(file), capacity_(static_cast<std::size_t>(std::min(size, bufferSize))),
+    /// The path is for errors.
+    StreamProvider(std::FILE *file, std::string path, std::int64_t size, std::int64_t bufferSize)
+        : file_(file), path_(std::move(path)),
+          capacity_(static_cast<std::size_t>(std::min(size, bufferSize))),
           buffer_(new std::byte[capacity_]) {}
 
-    std::span<const std::byte> operator()(std::int64_t /*position*/, std::size_t size) {
+    std::span<const std::byte> operator()(std::int64_t /*position*/, std::size_t size) try {
         return Data::readChunk(std::span(buffer_.get(), std::min(size, capacity_)), file_);
+    } catch (const Error &error) {
+        throw error.about({}, path_);
     }
 
 private:
     std::FILE *file_;
+    std::string path_;
     std::size_t capacity_;
     std::unique_ptr<std::byte[]> buffer_;
 };
@@ -83,11 +88,23 @@ std::string linkTarget(const Data &data) {
 
 } // namespace
 
+void Archive::seekTo(std::uint64_t dataOffset) const try {
+    if (!Data::seek(archiveFile_.get(), dataOffset))
+        throw Error(ArchiveError::invalidLocalHeaderDataOffset);
+} catch (const Error &error) {
+    throw error.about({}, filePath());
+}
+
+Data Archive::readBytes(std::size_t size) const try {
+    return Data::readChunk(size, archiveFile_.get());
+} catch (const Error &error) {
+    throw error.about({}, filePath());
+}
+
 CRC32 Archive::extract(const Entry &entry, const Consumer &consumer,
                        const ExtractOptions &options) const {
     requireSensible(options.bufferSize);
-    if (!Data::seek(archiveFile_.get(), entry.dataOffset()))
-        throw Error(ArchiveError::invalidLocalHeaderDataOffset);
+    seekTo(entry.dataOffset());
     if (options.progress)
         options.progress->setTotalUnitCount(totalUnitCountForReading(entry));
     switch (entry.type()) {
@@ -112,7 +129,7 @@ CRC32 Archive::readUncompressed(const Entry &entry, const Consumer &consumer,
                                 const ExtractOptions &options) const {
     const std::int64_t size =
         signedSize(entry.centralDirectoryStructure().effectiveUncompressedSize());
-    StreamProvider provider(archiveFile_.get(), size, options.bufferSize);
+    StreamProvider provider(archiveFile_.get(), filePath(), size, options.bufferSize);
     const StoredCopy part{.size = size,
                           .chunkSize = options.bufferSize,
                           .skipCRC32 = options.skipCRC32,
@@ -124,14 +141,14 @@ CRC32 Archive::readCompressed(const Entry &entry, const Consumer &consumer,
                               const ExtractOptions &options) const {
     const std::int64_t size =
         signedSize(entry.centralDirectoryStructure().effectiveCompressedSize());
-    StreamProvider provider(archiveFile_.get(), size, options.bufferSize);
+    StreamProvider provider(archiveFile_.get(), filePath(), size, options.bufferSize);
     return Data::decompress(size, options.bufferSize, options.skipCRC32, std::ref(provider),
                             counting(consumer, options));
 }
 
 CRC32 Archive::readSymbolicLink(const Entry &entry, const Consumer &consumer,
                                 const ExtractOptions &options) const {
-    const Data target = Data::readChunk(entry.localFileHeader().compressedSize, archiveFile_.get());
+    const Data target = readBytes(entry.localFileHeader().compressedSize);
     const CRC32 checksum = target.crc32(0);
     if (std::uint64_t left = options.sizeLimit.value_or(target.size()); options.sizeLimit)
         takeOff(left, target.size(), *options.sizeLimit);

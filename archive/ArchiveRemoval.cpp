@@ -86,7 +86,8 @@ public:
         : from_(from), to_(to), buffer_(makeBuffer(static_cast<std::size_t>(bufferSize))),
           bufferSize_(static_cast<std::uint64_t>(bufferSize)), progress_(std::move(progress)) {}
 
-    void copy(const Entry &entry, const std::string &path) try {
+    /// The paths of the entry and of the archive are for errors.
+    void copy(const Entry &entry, const std::string &path, const std::string &archivePath) try {
         std::uint64_t rest = entry.localSize();
         if (rest > static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max()))
             throw Error(ArchiveError::invalidLocalHeaderSize);
@@ -103,7 +104,7 @@ public:
             rest -= size;
         }
     } catch (const Error &error) {
-        throw error.about(path);
+        throw error.about(path, archivePath);
     }
 
 private:
@@ -164,7 +165,7 @@ void Archive::remove(std::span<const Entry> entries, const RemoveOptions &option
 
 EndRecords Archive::copyAllBut(std::span<const Entry> removed, Archive &target,
                                const RemoveOptions &options) const {
-    StreamWriter writer(target.archiveFile(), 0);
+    StreamWriter writer(target.archiveFile(), 0, filePath()); // of a file that the user knows
     EntryCopier copier(archiveFile(), writer, options.bufferSize, options.progress);
     Removals removals(removed);
     Data directory;
@@ -176,13 +177,14 @@ EndRecords Archive::copyAllBut(std::span<const Entry> removed, Archive &target,
         directory.append(
             updateOffsetInCentralDirectory(entry->centralDirectoryStructure(), writer.position())
                 .data());
-        copier.copy(*entry, path(*entry));
+        copier.copy(*entry, path(*entry), filePath());
         ++count;
     }
     if (entries.end() != EntryIterator::End::complete)
         throw Error(
             ArchiveError::unreadableArchive,
-            {.detail = "The archive holds entries that cannot be read, which would be lost"});
+            {.path = filePath(),
+             .detail = "The archive holds entries that cannot be read, which would be lost"});
     removals.requireAllTaken();
     EndRecords records = endRecords().with(count, directory.size(), writer.position());
     writer.write(directory);

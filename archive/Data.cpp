@@ -42,6 +42,11 @@ bool seekToEndBefore(off_t target, std::FILE *file) {
     return ::fseeko(file, 0, SEEK_END) == 0 && ::ftello(file) <= target;
 }
 
+/// Whether the failure says something of the offset or the kind of stream, and not of the disk.
+bool isImpossibleOffset(int systemError) {
+    return systemError == EINVAL || systemError == EOVERFLOW || systemError == ESPIPE;
+}
+
 bool skip(std::size_t size, std::FILE *file) {
     std::array<std::byte, shortWay> passed; // NOLINT(*member-init*): filled here, used nowhere
     return std::fread(passed.data(), 1, size, file) == size;
@@ -66,8 +71,13 @@ bool Data::seek(std::FILE *file, std::uint64_t offset) {
     if (isNear && skip(static_cast<std::size_t>(target - position), file))
         return true;
     // File systems differ in how far behind the end of a file they let a stream go.
-    return (target <= farthest && ::fseeko(file, target, SEEK_SET) == 0) ||
-           seekToEndBefore(target, file);
+    errno = 0;
+    if ((target <= farthest && ::fseeko(file, target, SEEK_SET) == 0) ||
+        seekToEndBefore(target, file))
+        return true;
+    if (errno != 0 && !isImpossibleOffset(errno))
+        fail(DataError::unreadableFile, errno);
+    return false;
 }
 
 Data Data::readChunk(std::size_t size, std::FILE *file) {
@@ -90,7 +100,8 @@ std::span<const std::byte> Data::readChunk(std::span<std::byte> buffer, std::FIL
 
 std::size_t Data::write(std::span<const std::byte> chunk, std::FILE *file) {
     if (chunk.empty())
-        return 0; // a view of nothing points nowhere, which the C library does not take
+        return 0;        // a view of nothing points nowhere, which the C library does not take
+    std::clearerr(file); // an earlier failure says nothing about this write
     errno = 0;
     const std::size_t count = std::fwrite(chunk.data(), 1, chunk.size(), file);
     if (count < chunk.size() || std::ferror(file) != 0)

@@ -87,7 +87,8 @@ public:
 
     /// Moves a stream that is being read to the absolute offset, or to a place behind its end,
     /// where nothing can be read, if it ends before that; false if the offset does not fit a file
-    /// offset or the stream cannot be moved.
+    /// offset or the stream cannot be moved. Throws `DataError::unreadableFile` if the system fails
+    /// to move it.
     [[nodiscard]] static bool seek(std::FILE *file, std::uint64_t offset);
 
     /// Seeks to the absolute offset and parses a record there; its tail is read from the position
@@ -95,6 +96,10 @@ public:
     /// are no such record.
     template <DataSerializable Record>
     [[nodiscard]] static std::optional<Record> readStruct(std::FILE *file, std::uint64_t offset);
+
+    /// The same, but throws `DataError::unreadableFile` if the stream cannot be read.
+    template <DataSerializable Record>
+    [[nodiscard]] static std::optional<Record> readRecord(std::FILE *file, std::uint64_t offset);
 
     /// Up to `size` bytes from the current position; fewer at the end of the file. Memory grows
     /// with what is there, not with what was asked for. Throws `DataError::unreadableFile`.

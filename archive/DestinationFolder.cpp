@@ -142,6 +142,8 @@ void DestinationFolder::finish(const Directory &directory) {
                                               : item(directory.path, MissingFolders::refuse);
     const FileDescriptor folder(
         place.folder < 0 ? -1 : ::openat(place.folder, place.name.c_str(), folderFlags));
+    if (!folder.isOpen() && errno != ENOENT && !isNotFolder(errno))
+        throw writeError(path, errno);
     if (!isSame(directory, folder))
         throw Error(
             FileError::fileWriteUnknown,

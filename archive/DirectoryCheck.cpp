@@ -74,7 +74,7 @@ Error wrongCount(std::uint64_t found, std::uint64_t promised) {
 void requireEndOfDirectory(const Data &directory, std::FILE *file, const EndRecords &known) {
     const std::uint64_t end =
         known.offsetToStartOfCentralDirectory() + known.sizeOfCentralDirectory();
-    if (!Data::readStruct<CentralDirectoryStructure>(file, end))
+    if (!Data::readRecord<CentralDirectoryStructure>(file, end))
         return;
     if (!Data::seek(file, end) || Data::readChunk(directory.size(), file) != directory)
         throw Error(ArchiveError::invalidCentralDirectorySize,
@@ -104,7 +104,7 @@ void requireSoundDirectory(const Data &directory, std::FILE *file, const EndReco
     const std::uint64_t promised = known.numberOfEntries();
     const std::int64_t displacement = scanForEndOfCentralDirectoryRecord(file).displacement();
     const bool isThere =
-        Data::readStruct<CentralDirectoryStructure>(file, known.offsetToStartOfCentralDirectory())
+        Data::readRecord<CentralDirectoryStructure>(file, known.offsetToStartOfCentralDirectory())
             .has_value();
     if (walk.count < promised)
         throw walk.size == directory.size() && walk.count > 0

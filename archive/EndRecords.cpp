@@ -1,6 +1,7 @@
 #include "archive/EndRecords.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
 #include <limits>
 
@@ -52,8 +53,10 @@ ZIP64EndOfCentralDirectory makeZIP64EOCD(const std::optional<ZIP64EndOfCentralDi
 }
 
 std::uint64_t length(std::FILE *file) {
-    ::fseeko(file, 0, SEEK_END);
-    return static_cast<std::uint64_t>(std::max<off_t>(::ftello(file), 0));
+    const off_t end = ::fseeko(file, 0, SEEK_END) == 0 ? ::ftello(file) : -1;
+    if (end < 0)
+        throw Error(Data::DataError::unreadableFile, {.systemError = errno});
+    return static_cast<std::uint64_t>(end);
 }
 
 /// The last place in the bytes where the signature of the plain record starts.
@@ -85,7 +88,8 @@ std::optional<std::uint64_t> scanForSignature(std::FILE *file, std::uint64_t arc
         const std::uint64_t start = end - std::min(end, blockSize);
         if (progress != nullptr && progress->isCancelled())
             throw Error(ArchiveError::cancelledOperation);
-        ::fseeko(file, static_cast<off_t>(start), SEEK_SET);
+        if (::fseeko(file, static_cast<off_t>(start), SEEK_SET) != 0)
+            throw Error(Data::DataError::unreadableFile, {.systemError = errno});
         const Data block = Data::readChunk(end - start, file);
         if (const auto found = lastSignature(block))
             return start + *found;
@@ -105,10 +109,10 @@ scanForZIP64EndOfCentralDirectory(std::FILE *file, std::uint64_t eocdOffset) {
     const std::uint64_t locatorOffset = eocdOffset - ZIP64EndOfCentralDirectoryLocator::size;
     if (locatorOffset <= ZIP64EndOfCentralDirectoryRecord::size)
         return std::nullopt;
-    auto locator = Data::readStruct<ZIP64EndOfCentralDirectoryLocator>(file, locatorOffset);
+    auto locator = Data::readRecord<ZIP64EndOfCentralDirectoryLocator>(file, locatorOffset);
     if (!locator)
         return std::nullopt;
-    auto record = Data::readStruct<ZIP64EndOfCentralDirectoryRecord>(
+    auto record = Data::readRecord<ZIP64EndOfCentralDirectoryRecord>(
         file, locatorOffset - ZIP64EndOfCentralDirectoryRecord::size);
     if (!record)
         return std::nullopt;
@@ -186,7 +190,7 @@ EndRecordsScan scanForEndOfCentralDirectoryRecord(std::FILE *file, const Progres
         return scan;
     }
     scan.offset = *offset;
-    auto record = Data::readStruct<EndOfCentralDirectoryRecord>(file, *offset);
+    auto record = Data::readRecord<EndOfCentralDirectoryRecord>(file, *offset);
     if (!record) {
         scan.failure = EndRecordsScan::Failure::damaged;
         return scan;

@@ -41,7 +41,7 @@ Archive &writable(Archive &archive) {
 
 EntryAppender::EntryAppender(Archive &archive)
     : archive_(writable(archive)),
-      writer_(archive.archiveFile(), archive.offsetToStartOfCentralDirectory()),
+      writer_(archive.archiveFile(), archive.offsetToStartOfCentralDirectory(), archive.filePath()),
       directory_(archive.readDirectory()), records_(archive.endRecords()) {}
 
 EntryAppender::~EntryAppender() {
@@ -105,7 +105,8 @@ void EntryAppender::cutBehindTheEnd() {
     std::FILE *file = archive_.archiveFile();
     if (::fseeko(file, 0, SEEK_END) != 0 || ::ftello(file) != static_cast<off_t>(end))
         throw Error(Data::DataError::unwritableFile,
-                    {.detail = "The stream cannot be cut behind the archive's new end"});
+                    {.path = archive_.filePath(),
+                     .detail = "The stream cannot be cut behind the archive's new end"});
 }
 
 void EntryAppender::writeWholeEntry(const std::string &path, EntryType type,

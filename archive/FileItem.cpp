@@ -154,7 +154,7 @@ void FileItem::addFromFolder(EntryAppender &appender, std::string path,
         break;
     }
     if (::faccessat(folder_, name_.c_str(), R_OK, AT_EACCESS) != 0)
-        throw Error(FileError::fileReadNoPermission, {.path = path_});
+        throw readError(path_, errno);
     if (!path.ends_with('/'))
         path += '/';
     appender.add(path, type(), 0, modificationDate(), permissions(), nothing, options);

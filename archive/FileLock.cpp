@@ -69,6 +69,11 @@ Error inUse(const std::string &path, int descriptor) {
     return Error(ArchiveError::unwritableArchive, {.path = path, .detail = std::move(text)});
 }
 
+Error replaced(const std::string &path) {
+    return Error(ArchiveError::unwritableArchive,
+                 {.path = path, .detail = "Another file has taken the archive's place meanwhile"});
+}
+
 /// A path is one name in the current folder, behind all links.
 int statusFlags(const FilePlace &place) {
     return place.folder == AT_FDCWD ? 0 : AT_SYMLINK_NOFOLLOW;
@@ -145,6 +150,11 @@ bool operator==(const FileIdentity &left, const FileIdentity &right) {
            left.status_.st_mtim.tv_nsec == right.status_.st_mtim.tv_nsec;
 }
 
+void requireSameFile(const std::string &path, int descriptor) {
+    if (!FileIdentity(path).isSameFile(FileIdentity(descriptor, path)))
+        throw replaced(path);
+}
+
 void requireUnchanged(const std::string &path, const FileIdentity &expected) {
     requireUnchanged(placeAt(path), expected);
 }
@@ -152,9 +162,7 @@ void requireUnchanged(const std::string &path, const FileIdentity &expected) {
 void requireUnchanged(const FilePlace &place, const FileIdentity &expected) {
     const FileIdentity found(place);
     if (!found.isSameFile(expected))
-        throw Error(
-            ArchiveError::unwritableArchive,
-            {.path = place.path, .detail = "Another file has taken the archive's place meanwhile"});
+        throw replaced(place.path);
     if (found != expected)
         throw Error(
             ArchiveError::unwritableArchive,

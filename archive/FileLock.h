@@ -30,6 +30,10 @@ private:
     struct stat status_ {};
 };
 
+/// Throws `ArchiveError::unwritableArchive` if the path stands for another file than the open one
+/// by now, or for none: what is written to the open file would be lost.
+void requireSameFile(const std::string &path, int descriptor);
+
 /// Throws `ArchiveError::unwritableArchive` if the path stands for another file by now, or if the
 /// file has changed. To be asked before something takes the file's place.
 void requireUnchanged(const std::string &path, const FileIdentity &expected);

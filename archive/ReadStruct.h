@@ -1,6 +1,6 @@
 #pragma once
 
-// The one template of Data that needs more room than its declaration; included by Data.h.
+// The templates of Data that need more room than their declarations; included by Data.h.
 
 #include "archive/Data.h"
 
@@ -9,7 +9,7 @@
 namespace archive {
 
 template <DataSerializable Record>
-std::optional<Record> Data::readStruct(std::FILE *file, std::uint64_t offset) {
+std::optional<Record> Data::readRecord(std::FILE *file, std::uint64_t offset) {
     if (!seek(file, offset))
         return std::nullopt;
     std::array<std::byte, Record::size> fixed{};
@@ -20,6 +20,17 @@ std::optional<Record> Data::readStruct(std::FILE *file, std::uint64_t offset) {
     };
     try {
         return Record::make(readChunk(std::span<std::byte>(fixed), file), readTail);
+    } catch (const std::system_error &error) {
+        if (error.code() == DataError::unreadableFile)
+            throw;
+        return std::nullopt;
+    }
+}
+
+template <DataSerializable Record>
+std::optional<Record> Data::readStruct(std::FILE *file, std::uint64_t offset) {
+    try {
+        return readRecord<Record>(file, offset);
     } catch (const std::system_error &) {
         return std::nullopt;
     }

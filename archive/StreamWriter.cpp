@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <limits>
+#include <utility>
 
 namespace archive {
 namespace {
@@ -17,8 +18,8 @@ constexpr std::uint64_t unknownPosition = std::numeric_limits<std::uint64_t>::ma
 
 } // namespace
 
-StreamWriter::StreamWriter(std::FILE *file, std::uint64_t offset)
-    : file_(file), streamPosition_(unknownPosition), bufferStart_(offset) {}
+StreamWriter::StreamWriter(std::FILE *file, std::uint64_t offset, std::string path)
+    : file_(file), path_(std::move(path)), streamPosition_(unknownPosition), bufferStart_(offset) {}
 
 void StreamWriter::write(std::span<const std::byte> chunk) {
     if (chunk.size() >= largePiece) {
@@ -54,7 +55,7 @@ void StreamWriter::goBack(std::uint64_t offset) {
 void StreamWriter::flush() {
     drain();
     if (std::fflush(file_) != 0)
-        throw Error(Data::DataError::unwritableFile, {.systemError = errno});
+        fail();
 }
 
 void StreamWriter::drain() {
@@ -68,11 +69,19 @@ void StreamWriter::writeAt(std::uint64_t offset, std::span<const std::byte> chun
         return;
     if (streamPosition_ != offset && ::fseeko(file_, static_cast<off_t>(offset), SEEK_SET) != 0) {
         streamPosition_ = unknownPosition;
-        throw Error(Data::DataError::unwritableFile, {.systemError = errno});
+        fail();
     }
     streamPosition_ = unknownPosition; // until all of it is written
-    Data::write(chunk, file_);
+    try {
+        Data::write(chunk, file_);
+    } catch (const Error &error) {
+        throw error.about({}, path_);
+    }
     streamPosition_ = offset + chunk.size();
+}
+
+void StreamWriter::fail() const {
+    throw Error(Data::DataError::unwritableFile, {.path = path_, .systemError = errno});
 }
 
 } // namespace archive

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <span>
+#include <string>
 #include <vector>
 
 namespace archive {
@@ -15,8 +16,8 @@ namespace archive {
 /// `DataError::unwritableFile`.
 class StreamWriter {
 public:
-    /// Does not own the stream; offsets are from its start.
-    StreamWriter(std::FILE *file, std::uint64_t offset);
+    /// Does not own the stream; offsets are from its start. Errors name the path.
+    StreamWriter(std::FILE *file, std::uint64_t offset, std::string path = {});
 
     /// Where the next byte goes.
     [[nodiscard]] std::uint64_t position() const { return bufferStart_ + buffer_.size(); }
@@ -34,7 +35,10 @@ private:
     void writeAt(std::uint64_t offset, std::span<const std::byte> chunk);
     void drain();
 
+    [[noreturn]] void fail() const;
+
     std::FILE *file_;
+    std::string path_;
     std::uint64_t streamPosition_;
     std::uint64_t bufferStart_;
     std::vector<std::byte> buffer_;

@@ -5,6 +5,7 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <fcntl.h>
 #include <filesystem>
 #include <sys/stat.h>
@@ -19,6 +20,37 @@ std::string realPath(const URL &url) {
     std::error_code error;
     const fs::path path = fs::canonical(url.path(), error);
     return error ? url.path() : path.string();
+}
+
+/// The folder that the environment gives, or the system's own.
+std::string temporaryFolder() {
+    for (const char *variable : {"TMPDIR", "TMP", "TEMP", "TEMPDIR"})
+        if (const char *path = std::getenv(variable))
+            return path;
+    return "/tmp";
+}
+
+/// Whether a file cannot get from one folder to the other by a rename.
+bool areOnDifferentDisks(const std::string &one, const std::string &other) {
+    struct stat left {};
+    struct stat right {};
+    return ::stat(one.c_str(), &left) == 0 && ::stat(other.c_str(), &right) == 0 &&
+           left.st_dev != right.st_dev;
+}
+
+/// The second choice. Where it is none, the error of the first one is what the user can act on.
+WorkingFolder inTemporaryFolder(const std::string &firstChoice, const Error &reason) {
+    const std::string folder = temporaryFolder();
+    if (areOnDifferentDisks(firstChoice, folder))
+        throw Error(reason);
+    try {
+        return WorkingFolder(folder);
+    } catch (const Error &error) {
+        throw Error(error.code(), {.path = folder,
+                                   .detail = std::string(reason.what()) +
+                                             "; and the temporary folder cannot be used instead",
+                                   .systemError = error.systemError()});
+    }
 }
 
 /// Best effort for the owner, which only root may give away; the permissions must be right.
@@ -48,8 +80,8 @@ WorkingFolder temporaryReplacementDirectory(const ArchivePlace &archive) {
         if (!folder.isOpen())
             throw readError(archive.folderPath(), errno);
         return {std::move(folder), archive.folderPath()};
-    } catch (const Error &) {
-        return WorkingFolder(fs::temp_directory_path().string());
+    } catch (const Error &error) {
+        return inTemporaryFolder(archive.folderPath(), error);
     }
 }
 

@@ -27,8 +27,8 @@ private:
 };
 
 /// Makes a folder for the file that will replace an archive: beside it, on its volume, so that one
-/// rename does it; where that is not possible, in the system's temporary folder. Throws a
-/// `FileError` if it cannot be made there either.
+/// rename does it; where that is not possible, in the system's temporary folder if that is on the
+/// same volume. Throws a `FileError` if it cannot be made there either, which names both folders.
 [[nodiscard]] WorkingFolder temporaryReplacementDirectory(const ArchivePlace &archive);
 
 /// Puts the file in the place of another one, in one step: the name stands for the old file or for

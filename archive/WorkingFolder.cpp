@@ -39,18 +39,25 @@ struct CloseListing {
     void operator()(DIR *folder) const { ::closedir(folder); }
 };
 
-/// What is in an open folder, as far as it can be listed.
-std::vector<std::string> namesIn(int folder) {
+struct Listing {
     std::vector<std::string> names;
+    bool isWhole = false;
+};
+
+/// What is in an open folder, as far as it can be listed.
+Listing list(int folder) {
+    Listing found;
     FileDescriptor again(::openat(folder, ".", listFlags));
-    const std::unique_ptr<DIR, CloseListing> listing(::fdopendir(again.get()));
-    if (!listing)
-        return names;
-    static_cast<void>(again.release()); // the listing's own from here on
-    while (const dirent *item = ::readdir(listing.get()))
+    const std::unique_ptr<DIR, CloseListing> stream(::fdopendir(again.get()));
+    if (!stream)
+        return found;
+    static_cast<void>(again.release()); // the stream's own from here on
+    errno = 0;
+    while (const dirent *item = ::readdir(stream.get()))
         if (const std::string name = item->d_name; name != "." && name != "..")
-            names.push_back(name);
-    return names;
+            found.names.push_back(name);
+    found.isWhole = errno == 0;
+    return found;
 }
 
 /// Removes what is no folder. A folder is made accessible instead, never through a link.
@@ -77,7 +84,7 @@ std::optional<std::string> moveToTop(int from, const std::string &name, int top,
 /// Removes everything but the lock. A nested folder is moved to the top before it is emptied, so
 /// that no depth is too large.
 void removeContent(int folder) {
-    std::vector<std::string> pending = namesIn(folder);
+    std::vector<std::string> pending = list(folder).names;
     std::erase(pending, lockName);
     for (unsigned movedCount = 0; !pending.empty();) {
         const std::string name = std::move(pending.back());
@@ -85,7 +92,7 @@ void removeContent(int folder) {
         if (removeFile(folder, name))
             continue;
         const FileDescriptor below(::openat(folder, name.c_str(), listFlags));
-        for (const std::string &child : namesIn(below.get())) {
+        for (const std::string &child : list(below.get()).names) {
             if (removeFile(below.get(), child))
                 continue;
             if (auto target = moveToTop(below.get(), child, folder, movedCount))
@@ -95,8 +102,14 @@ void removeContent(int folder) {
     }
 }
 
+/// Without its lock a folder that holds something would stay for good: so the lock stays for the
+/// next attempt, unless it is all that is left.
 void removeFolder(int parent, const std::string &name, int folder) {
     removeContent(folder);
+    Listing rest = list(folder);
+    std::erase(rest.names, lockName);
+    if (!rest.isWhole || !rest.names.empty())
+        return;
     ::unlinkat(folder, lockName, 0);
     ::unlinkat(parent, name.c_str(), AT_REMOVEDIR);
 }
@@ -138,7 +151,7 @@ FileDescriptor openParent(const std::string &path) {
 }
 
 void removeAbandonedIn(int parent) {
-    for (const std::string &name : namesIn(parent))
+    for (const std::string &name : list(parent).names)
         if (WorkingFolder::isName(name))
             removeIfAbandoned(parent, name);
 }
@@ -203,21 +216,30 @@ WorkingFolder::Outcome WorkingFolder::make() {
     makeAccessible(parent_.get(), name_);
     folder_ = FileDescriptor(::openat(parent_.get(), name_.c_str(), listFlags));
     if (!folder_.isOpen())
-        return Outcome::lost;
+        return discard();
     lock_ = FileDescriptor(::openat(folder_.get(), lockName,
                                     O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
                                     S_IRUSR | S_IWUSR));
-    if (!lock_.isOpen()) {
-        const int error = errno;
-        ::unlinkat(parent_.get(), name_.c_str(), AT_REMOVEDIR);
-        errno = error;
-        return Outcome::lost;
-    }
+    if (!lock_.isOpen())
+        return discard();
     const LockAttempt attempt = tryToLock(lock_.get());
     struct stat status {};
     const bool isThere = ::fstat(lock_.get(), &status) == 0 && status.st_nlink > 0;
+    if (attempt != LockAttempt::taken && isThere)
+        return Outcome::made;
     errno = EEXIST;
-    return attempt != LockAttempt::taken && isThere ? Outcome::made : Outcome::lost;
+    return discard();
+}
+
+/// Removes what was made, and keeps errno.
+WorkingFolder::Outcome WorkingFolder::discard() {
+    const int error = errno;
+    if (folder_.isOpen())
+        ::unlinkat(folder_.get(), lockName, 0);
+    ::unlinkat(parent_.get(), name_.c_str(), AT_REMOVEDIR);
+    folder_ = FileDescriptor();
+    errno = error;
+    return Outcome::lost;
 }
 
 WorkingFolder::~WorkingFolder() {

@@ -46,6 +46,7 @@ public:
 private:
     enum class Outcome { made, lost };
     Outcome make();
+    Outcome discard();
     [[nodiscard]] bool isAt(const std::string &path) const;
 
     std::string path_;

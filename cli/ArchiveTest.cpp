@@ -115,7 +115,7 @@ void ArchiveTest::testEndOfDirectory(std::uint64_t count) {
         return;
     }
     for (const std::uint64_t start : ranges_.gaps(end_.records.offsetToStartOfCentralDirectory()))
-        if (Data::readStruct<archive::LocalFileHeader>(file_.get(), start))
+        if (Data::readRecord<archive::LocalFileHeader>(file_.get(), start))
             report("the entry at " + std::to_string(start) + " is not in the directory");
     const std::uint64_t size = position_ - end_.records.offsetToStartOfCentralDirectory();
     if (size != end_.records.sizeOfCentralDirectory())
@@ -126,7 +126,7 @@ void ArchiveTest::testEndOfDirectory(std::uint64_t count) {
 
 void ArchiveTest::testEntry(const CentralDirectoryStructure &central) {
     const std::uint64_t offset = central.effectiveRelativeOffsetOfLocalHeader();
-    auto local = Data::readStruct<archive::LocalFileHeader>(file_.get(), offset);
+    auto local = Data::readRecord<archive::LocalFileHeader>(file_.get(), offset);
     if (!local)
         return report("there is no local header where the directory says, at " +
                       std::to_string(offset));
@@ -180,8 +180,8 @@ EntryRecords ArchiveTest::readRecords(const CentralDirectoryStructure &central,
     if (!records.usesDescriptor())
         return records;
     const std::uint64_t offset = records.dataOffset() + central.effectiveCompressedSize();
-    records.descriptor = Data::readStruct<archive::DataDescriptor>(file_.get(), offset);
-    records.zip64Descriptor = Data::readStruct<archive::ZIP64DataDescriptor>(file_.get(), offset);
+    records.descriptor = Data::readRecord<archive::DataDescriptor>(file_.get(), offset);
+    records.zip64Descriptor = Data::readRecord<archive::ZIP64DataDescriptor>(file_.get(), offset);
     records.chooseDescriptor();
     return records;
 }

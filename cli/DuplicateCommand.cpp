@@ -98,6 +98,10 @@ Outcome finish(const JobRun &job, const archive::WorkingFolder &folder,
         warnings.tellHeldBack();
         return {std::nullopt, job.errorMessage(), job.reason()};
     }
+    if (auto lost = lostPayload(job.log())) {
+        warnings.tellHeldBack();
+        return {std::nullopt, *lost, *lost};
+    }
     examineCopy(job, warnings);
     if (warnings.areFailure())
         return {std::nullopt, warnings.failure(), warnings.failure()};

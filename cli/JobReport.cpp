@@ -77,6 +77,13 @@ std::string reasonOf(const std::vector<std::string> &log, const std::vector<std:
     return line.ends_with(last.description) ? last.named(line) : line;
 }
 
+std::optional<std::string> lostPayload(const std::vector<std::string> &log) {
+    const auto found = std::find_if(log.begin(), log.end(), isAboutMoving);
+    if (found == log.end() || found->find("There is no such file") != std::string::npos)
+        return std::nullopt;
+    return *found;
+}
+
 std::vector<std::string> warningsAbout(const std::vector<std::string> &log,
                                        const CopyContents &copy) {
     std::vector<std::string> warnings;

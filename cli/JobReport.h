@@ -2,6 +2,7 @@
 
 #include "cli/CopyContents.h"
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -12,6 +13,10 @@ namespace cli {
 /// itself, the console's. With the name of the error where it is known.
 [[nodiscard]] std::string reasonOf(const std::vector<std::string> &log,
                                    const std::vector<std::string> &console);
+
+/// Why a job that came to its end has lost the app: "Payload" is in the package, but could not be
+/// moved to what was packed. Nothing if it was moved, or if the package has none.
+[[nodiscard]] std::optional<std::string> lostPayload(const std::vector<std::string> &log);
 
 /// Why the copy of a job that came to its end may not be the second copy that was wanted: one text
 /// a reason, none if all went well.

@@ -9,8 +9,9 @@
 namespace vellomir {
 namespace {
 
-/// Unpacking stops without an error at a damaged directory record, so the entries are counted.
-void countEntries(const archive::URL &package, ResultRemarks &remarks) {
+/// Unpacking stops without an error at a damaged directory record, so the entries are counted. What
+/// was unpacked already stays good if that fails.
+void countEntries(const archive::URL &package, ResultRemarks &remarks) try {
     using archive::Archive;
     const auto archive = Archive::make(package, Archive::AccessMode::read);
     if (!archive)
@@ -21,6 +22,8 @@ void countEntries(const archive::URL &package, ResultRemarks &remarks) {
     remarks.promisedEntries = walk.end() == Archive::EntryIterator::End::complete
                                   ? remarks.readEntries
                                   : archive->totalNumberOfEntriesInCentralDirectory();
+} catch (const archive::Error &) { // the copy of the package cannot be read any more
+    remarks.readEntries = remarks.promisedEntries = 0;
 }
 
 } // namespace

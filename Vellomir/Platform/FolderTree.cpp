@@ -71,8 +71,10 @@ FolderTree::Event FolderTree::leave() {
     if (levels_.size() == 1)
         return {};
     FileDescriptor parent(::openat(folder(), "..", listFlags));
+    if (!parent.isOpen())
+        throw archive::readError(path_, errno);
     levels_.pop_back();
-    if (!parent.isOpen() || identity(parent, path_) != levels_.back().identity)
+    if (identity(parent, path_) != levels_.back().identity)
         throw archive::Error(archive::FileError::fileReadUnknown,
                              {.path = path_, .detail = "The folder was moved meanwhile"});
     folder_ = std::move(parent);

@@ -38,10 +38,10 @@ BeforeChunk counting(archive::Progress *progress, const std::string &path) {
 /// Removes what was copied if that fails.
 void copyTo(const SandboxPlace &place, const std::string &path, const OpenFile &source,
             const BeforeChunk &beforeChunk) {
-    OpenFile target{
+    OpenFile target{{}, path};
+    target.descriptor =
         FileDescriptor(::openat(place.folder.get(), place.name.c_str(),
-                                O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600)),
-        path};
+                                O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
     if (!target.descriptor.isOpen())
         throw archive::writeError(path, errno);
     try {

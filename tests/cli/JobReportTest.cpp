@@ -71,6 +71,15 @@ TEST(JobWarnings, MissingPayloadIsToldOnce) {
     EXPECT_THAT(cli::warningsAbout({moving}, whole), ElementsAre(moving));
 }
 
+TEST(LostPayload, IsOneThatIsThereAndCouldNotBeMoved) {
+    const std::string moving = "Error while moving Payload folder: ";
+    EXPECT_EQ(
+        cli::lostPayload({"Unzipping IPA...", moving + "The file cannot be written: a: Input"}),
+        moving + "The file cannot be written: a: Input");
+    EXPECT_EQ(cli::lostPayload({moving + "There is no such file: Payload"}), std::nullopt);
+    EXPECT_EQ(cli::lostPayload({"Moved Payload folder"}), std::nullopt);
+}
+
 TEST(JobWarnings, NothingRewritten) {
     EXPECT_THAT(cli::warningsAbout({}, {.hasPayload = true}),
                 ElementsAre("no app in the folder \"Payload\" has a property list, so nothing in "

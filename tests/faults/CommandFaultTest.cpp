@@ -1,0 +1,209 @@
+// The commands, with every system call and every allocation failing in turn.
+
+#include "archive/FileManager.h"
+#include "cli/Commands.h"
+#include "tests/Vellomir/JobFixture.h"
+#include "tests/faults/FaultRuns.h"
+
+#include <cstdio>
+#include <fcntl.h>
+
+using archive::Archive;
+using archive::FileManager;
+using archive::URL;
+using test::Call;
+using test::readFile;
+using test::writeFile;
+namespace fs = std::filesystem;
+
+namespace {
+
+/// While one lives, standard output is a file that forgets.
+class SilentOutput {
+public:
+    SilentOutput() {
+        std::fflush(stdout);
+        ::dup2(nothing.get(), STDOUT_FILENO);
+    }
+    ~SilentOutput() { ::dup2(kept.get(), STDOUT_FILENO); }
+    SilentOutput(const SilentOutput &) = delete;
+    SilentOutput &operator=(const SilentOutput &) = delete;
+
+private:
+    inline static const archive::FileDescriptor kept{::dup(STDOUT_FILENO)};
+    inline static const archive::FileDescriptor nothing{::open("/dev/null", O_WRONLY | O_CLOEXEC)};
+};
+
+class CommandFaults : public testing::Test {
+protected:
+    void reset() {
+        for (const auto &item : fs::directory_iterator(folder_.path()))
+            fs::remove_all(item.path());
+        writeFile(archivePath(), old_);
+        writeFile(folder_ / "in/new", image_);
+        fs::create_symlink("new", folder_ / "in/link");
+        writeFile(folder_ / "Notes.ipa", package_);
+        writeFile(folder_ / "icon.png", icon_);
+        source_ = test::contents(folder_ / "in");
+    }
+    static void run(const cli::Options &options) {
+        cli::Session session({.quiet = true}, archive::Progress::make());
+        cli::run(cli::Request{options, {.quiet = true}}, session);
+    }
+    /// A command under all faults, with a silent standard output.
+    void runCommand(test::Operation operation, const cli::Options &options) {
+        operation.prepare = [this] { reset(); };
+        operation.run = [&] {
+            const SilentOutput silent;
+            run(options);
+        };
+        operation.checkFailed = [this, check = operation.checkFailed] {
+            expectNothingChanged();
+            check();
+        };
+        operation.folders = {folder_.path(), folder_ / "work", folder_ / "out"};
+        if (operation.names.empty())
+            operation.names = {folder_.path().string()};
+        test::runWithFaults(operation);
+    }
+
+    void expectSourcesUntouched() const {
+        EXPECT_TRUE(readFile(folder_ / "Notes.ipa") == package_);
+        EXPECT_TRUE(readFile(folder_ / "icon.png") == icon_);
+        EXPECT_EQ(test::contents(folder_ / "in"), source_);
+    }
+    void expectNothingChanged() const {
+        expectSourcesUntouched();
+        EXPECT_TRUE(readFile(archivePath()) == old_) << "the archive changed";
+        EXPECT_EQ(test::contents(folder_ / "work").size(), 1U) << "something is left beside it";
+    }
+    [[nodiscard]] std::string archivePath() const { return folder_ / "work/a.zip"; }
+    [[nodiscard]] std::string path(std::string_view name) const { return folder_ / name; }
+    /// The number of items in an archive, all of which can be unpacked.
+    [[nodiscard]] std::size_t itemCount(const std::string &archive) const {
+        fs::remove_all(folder_ / "check");
+        FileManager().unzipItem(URL::file(archive), folder_.url("check"));
+        return test::contents(folder_ / "check").size();
+    }
+
+    test::TemporaryFolder folder_;
+    std::string image_ = std::string(9000, 'i');
+    std::string old_ = test::rawArchive({test::rawDirectory("d/"),
+                                         {"d/stored", "1"},
+                                         test::rawDeflated("d/deflated", image_),
+                                         test::rawLink("d/link", "stored")});
+    std::string package_ = test::notesPackage();
+    std::string icon_{test::dot().pngData().text()};
+    std::map<std::string, std::string> source_;
+};
+
+TEST_F(CommandFaults, Duplicate) {
+    runCommand({.name = "duplicate",
+                .checkDone =
+                    [&] {
+                        expectNothingChanged();
+                        EXPECT_GE(itemCount(path("Notes2.ipa")), 4U);
+                    },
+                .checkFailed = [&] { EXPECT_FALSE(fs::exists(path("Notes2.ipa"))); },
+                .names = {folder_.path().string(), "Info.plist"},
+                .isRemovedByNextRun = false,
+                .maySayLess = {Call::open, Call::status, Call::list, Call::makeFolder},
+                .isLong = true,
+                .neverFailing = {Call::allocate}},
+               cli::DuplicateOptions{.package = path("Notes.ipa"),
+                                     .number = "2",
+                                     .icon = path("icon.png"),
+                                     .output = folder_.path().string(),
+                                     .strict = true});
+}
+
+TEST_F(CommandFaults, DuplicateOverAnOldResult) {
+    runCommand(
+        {.name = "duplicate --force",
+         .checkDone =
+             [&] {
+                 const std::size_t count = itemCount(archivePath());
+                 EXPECT_GE(count, 4U) << testing::PrintToString(test::contents(folder_ / "check"));
+             },
+         .names = {folder_.path().string(), "Info.plist"},
+         .isRemovedByNextRun = false,
+         .maySayLess = {Call::open, Call::status, Call::list, Call::makeFolder},
+         .isLong = true},
+        cli::DuplicateOptions{
+            .package = path("Notes.ipa"), .number = "2", .output = archivePath(), .force = true});
+}
+
+TEST_F(CommandFaults, Create) {
+    runCommand({.name = "archive create",
+                .checkDone =
+                    [&] {
+                        expectSourcesUntouched();
+                        EXPECT_EQ(itemCount(path("work/new.zip")), 2U);
+                    },
+                .checkFailed = [&] { EXPECT_FALSE(fs::exists(path("work/new.zip"))); }},
+               cli::CreateOptions{.archive = path("work/new.zip"),
+                                  .source = path("in"),
+                                  .method = archive::CompressionMethod::deflate});
+}
+
+TEST_F(CommandFaults, Add) {
+    for (const bool memory : {false, true})
+        runCommand({.name = memory ? "archive add --memory" : "archive add",
+                    .checkDone =
+                        [&] {
+                            expectSourcesUntouched();
+                            EXPECT_EQ(itemCount(archivePath()), 6U);
+                        },
+                    .maySayLess = {Call::status}},
+                   cli::AddOptions{.archive = archivePath(),
+                                   .paths = {"new", "link"},
+                                   .relativeTo = path("in"),
+                                   .memory = memory});
+}
+
+TEST_F(CommandFaults, Remove) {
+    for (const bool memory : {false, true})
+        runCommand({.name = memory ? "archive remove --memory" : "archive remove",
+                    .checkDone =
+                        [&] {
+                            expectSourcesUntouched();
+                            EXPECT_EQ(itemCount(archivePath()), 3U);
+                        }},
+                   cli::RemoveOptions{
+                       .archive = archivePath(), .entries = {"d/stored"}, .memory = memory});
+}
+
+TEST_F(CommandFaults, Extract) {
+    runCommand({.name = "archive extract",
+                .checkDone =
+                    [&] {
+                        expectNothingChanged();
+                        EXPECT_EQ(test::contents(folder_ / "out/here").size(), 4U);
+                    },
+                .maySayLess = {Call::status}},
+               cli::ExtractOptions{.archive = archivePath(), .destination = path("out/here")});
+}
+
+TEST_F(CommandFaults, Test) {
+    for (const bool memory : {false, true})
+        runCommand({.name = memory ? "archive test --memory" : "archive test",
+                    .checkDone = [&] { expectNothingChanged(); },
+                    .maySayLess = {Call::seek}}, // a problem that is printed as a result
+                   cli::TestOptions{.archive = archivePath(), .memory = memory});
+}
+
+TEST_F(CommandFaults, List) {
+    runCommand({.name = "archive list", .checkDone = [&] { expectNothingChanged(); }},
+               cli::ListOptions{.archive = archivePath()});
+    runCommand({.name = "archive list --json",
+                .checkDone = [&] { expectNothingChanged(); },
+                .neverFailing = {Call::allocate}}, // which the library for JSON does not survive
+               cli::ListOptions{.archive = archivePath(), .json = true});
+}
+
+TEST_F(CommandFaults, Cat) {
+    runCommand({.name = "archive cat", .checkDone = [&] { expectNothingChanged(); }},
+               cli::CatOptions{.archive = archivePath(), .entry = "d/deflated"});
+}
+
+} // namespace

@@ -211,7 +211,7 @@ def texts():
 
     plain = text(b"Payload/A.app/Info.plist") + text("ä €😀".encode()) + text(b"\x1b[2J\r\n\x07\x7f")
     broken = text(b"a\xff\xc3(\xe2\x82\xed\xa0\x80\xf4\x90\x80\x80") + text(b"\xc2\x9b31m\xc2") + text(b"\"\\/\0</script>")
-    hidden = text(b"/home/a/.vellomir-x1/b: why") + text(b"Documents/A/unzipped/Payload/x") + text(b"tmp/rest")
+    hidden = text(b"/home/a/.vellomir-x1/b: why /.vellomir/.vellomir-1-2") + text(b"Documents/A/unzipped/Payload/x") + text(b"tmp/rest")
     for index, content in enumerate((plain, broken, hidden)):
         for kind in range(4):
             yield f"{index}-{kind}", bytes([kind, 17 * kind]) + content + bytes(range(40))

@@ -75,9 +75,9 @@ def ico(width, height, picture):
     return struct.pack("<HHHBBBBHHII", 0, 1, 1, width, height, 0, 0, 1, 32, len(picture), 22) + picture
 
 
-def gif(width, height, data):
+def gif(width, height, data, screen=None):
     palette = bytes(range(12))
-    return (b"GIF89a" + struct.pack("<HHBBB", width, height, 0x81, 0, 0) + palette
+    return (b"GIF89a" + struct.pack("<HHBBB", *(screen or (width, height)), 0x81, 0, 0) + palette
             + b"," + struct.pack("<HHHHB", 0, 0, width, height, 0) + b"\2" + data + b"\0;")
 
 
@@ -104,6 +104,7 @@ def pictures():
     yield "ico-png", ico(8, 6, png(8, 6, 8, 6, 4))
     yield "gif", gif(2, 2, b"\3\x84\x53\2")
     yield "gif-large", gif(60000, 60000, b"\3\x84\x53\2")
+    yield "gif-screen", gif(2, 2, b"\3\x84\x53\2", (32770, 2050))
     yield "bmp-large", bmp(30000, 30000, 8, b"\0\1", 1)
     yield "png-large", png(1, 1, 1, 0, 1).replace(struct.pack(">II", 1, 1), struct.pack(">II", 40000, 40000))
     for name, picture in [("jpeg", JPEG), ("jpeg-gray", GRAY_JPEG), ("webp", WEBP),

@@ -225,6 +225,22 @@ TEST(ABmp, OfRunsMayLeaveRowsOut) {
     EXPECT_EQ(fault(bmp(bitmapHeader(640, 480, 8, 1), std::string("\0\x01", 2))), "");
 }
 
+TEST(ABmp, OfRunsIsWholeUpToItsEndOrItsLastPixel) {
+    const auto runs = [](int bits, int compression, const std::string &data) {
+        return bmp(bitmapHeader(4, 2, bits, compression), data);
+    };
+    const std::string row("\x04\x07\0\0", 4);
+    for (const std::string &rest :
+         {std::string("\x04\x08\0\x01", 4), std::string("\x04\x08"),
+          std::string("\x02\x08\x02\x08"), std::string("\0\x04\x05\x06\x05\x06", 6),
+          std::string("\0\x02\x03\0\x01\x05", 6)})
+        EXPECT_EQ(fault(runs(8, 1, row + rest)), "");
+    EXPECT_EQ(fault(runs(4, 2, row + std::string("\0\x03\x12\x30\x01\x05", 6))), "");
+    for (const std::string &rest : {std::string(), std::string("\x04"), std::string("\x03\x08"),
+                                    std::string("\0\x02", 2), std::string("\0\x03\x05\x06", 4)})
+        EXPECT_EQ(fault(runs(8, 1, row + rest)), "The picture is damaged or cut short");
+}
+
 TEST(ABmp, MayBeStoredFromTopToBottom) {
     const auto upsideDown = static_cast<std::uint32_t>(-2);
     EXPECT_EQ(fault(bmp(bitmapHeader(2, upsideDown, 24, 0), std::string(16, 'x'))), "");

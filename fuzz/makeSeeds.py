@@ -56,6 +56,10 @@ def archives():
     ]
     yield "empty", archive([])
     yield "stored", archive([entry("a", b"content")])
+    remarks = [entry("a", b"content"), entry("b", b"other"), entry("c")]
+    for info, _ in remarks:
+        info.comment = b"remark on " + info.filename.encode()
+    yield "remarks", archive(remarks)
     yield "deflated", archive([entry("a", TEXT, method=deflated)])
     yield "package", archive(package)
     yield "comment", archive(package[:1], b"comment with PK\5\6 in it")

@@ -236,8 +236,9 @@ TEST(ABmp, OfRunsIsWholeUpToItsEndOrItsLastPixel) {
           std::string("\0\x02\x03\0\x01\x05", 6)})
         EXPECT_EQ(fault(runs(8, 1, row + rest)), "");
     EXPECT_EQ(fault(runs(4, 2, row + std::string("\0\x03\x12\x30\x01\x05", 6))), "");
-    for (const std::string &rest : {std::string(), std::string("\x04"), std::string("\x03\x08"),
-                                    std::string("\0\x02", 2), std::string("\0\x03\x05\x06", 4)})
+    for (const std::string &rest :
+         {std::string(), std::string("\x04"), std::string("\x03\x08"), std::string("\0\x02", 2),
+          std::string("\0\x04\x05\x06", 4), std::string("\0\x03\x05\x06", 4)})
         EXPECT_EQ(fault(runs(8, 1, row + rest)), "The picture is damaged or cut short");
 }
 

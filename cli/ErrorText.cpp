@@ -58,7 +58,7 @@ archive::Error whileWriting(const std::string &path, const archive::Error &error
 
 std::string withoutHiddenNames(std::string text) {
     for (std::size_t start = text.find(hiddenName); start != std::string::npos;
-         start = text.find(hiddenName, start)) {
+         start = text.find(hiddenName)) { // from the front: two halves may have come together
         std::size_t end = start + hiddenName.size();
         while (end < text.size() &&
                (text[end] == '/' || std::isalnum(static_cast<unsigned char>(text[end])) != 0))

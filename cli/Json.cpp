@@ -2,6 +2,9 @@
 
 #include "cli/EntryText.h"
 
+#include <cstdint>
+#include <string_view>
+
 #include <nlohmann/json.hpp>
 
 namespace cli {
@@ -9,8 +12,28 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
+/// Escapes the control characters that JSON allows as they are but terminals obey: U+007F, and
+/// U+0080 to U+009F, which are 0xC2 and the same byte.
+std::string withoutControls(const std::string &json) {
+    static constexpr std::string_view digits = "0123456789abcdef";
+    std::string result;
+    result.reserve(json.size());
+    for (std::size_t index = 0; index < json.size(); ++index) {
+        const bool isPair = json[index] == '\xC2';
+        const auto value = static_cast<std::uint8_t>(json[isPair ? index + 1 : index]);
+        if ((isPair && value < 0xA0) || value == 0x7F) {
+            result += "\\u00";
+            result += {digits[value >> 4U], digits[value & 15U]};
+            index += isPair ? 1 : 0;
+        } else {
+            result += json[index];
+        }
+    }
+    return result;
+}
+
 std::string text(const Json &json) {
-    return json.dump(-1, ' ', false, Json::error_handler_t::replace);
+    return withoutControls(json.dump(-1, ' ', false, Json::error_handler_t::replace));
 }
 
 /// An object whose last member is an empty list, up to where its elements come.

@@ -7,7 +7,8 @@
 #include <vector>
 
 /// The objects that `--json` prints, as texts. Bytes that are not UTF-8 become U+FFFD, so that the
-/// result is valid JSON whatever the names hold.
+/// result is valid JSON whatever the names hold; control characters are escaped, so that no name
+/// drives a terminal.
 namespace cli {
 
 /// `{"log":["…"],"errorMessage":"…","result":"path or null","warnings":["…"]}`

@@ -2,6 +2,7 @@
 // that takes a further entry can still be opened. Input: the archive's bytes.
 
 #include "archive/Archive.h"
+#include "fuzz/Layout.h"
 #include "fuzz/Require.h"
 
 #include <algorithm>
@@ -91,38 +92,11 @@ void writeAgain(const std::vector<Item> &items, CompressionMethod method) {
     require(readAll(*reopened(*archive)) == items, "what was written is what was read");
 }
 
-/// Entries, then the directory of just these entries, then the end records with their count, and
-/// nothing else.
-bool hasUsualLayout(const Archive &archive, std::size_t size) {
-    const std::uint64_t start = archive.offsetToStartOfCentralDirectory();
-    const std::uint64_t end =
-        archive.endOfCentralDirectoryRecord().data().size() +
-        (archive.zip64EndOfCentralDirectory() ? archive.zip64EndOfCentralDirectory()->data().size()
-                                              : 0);
-    if (start > size || archive.sizeOfCentralDirectory() != size - start - end)
-        return false;
-    std::uint64_t directorySize = 0;
-    std::uint64_t count = 0;
-    for (const Entry &entry : archive) {
-        const CentralDirectoryStructure &structure = entry.centralDirectoryStructure();
-        const std::uint64_t header = structure.effectiveRelativeOffsetOfLocalHeader();
-        if (header > start || entry.localSize() > start - header)
-            return false;
-        // A link is as long as its local header says.
-        if (entry.localFileHeader().compressedSize > start - std::min(start, entry.dataOffset()))
-            return false;
-        directorySize += structure.totalSize();
-        ++count;
-    }
-    return directorySize == archive.sizeOfCentralDirectory() &&
-           count == archive.totalNumberOfEntriesInCentralDirectory();
-}
-
 /// A further entry leaves the others as they were.
 void update(const Data &data, std::vector<Item> items) {
     const auto archive = Archive::make(data, AccessMode::update);
     require(archive != nullptr, "what can be read can be updated");
-    const bool isUsual = hasUsualLayout(*archive, data.size());
+    const bool isUsual = fuzz::hasUsualLayout(*archive, data.size());
     const Data content(std::string_view("content"));
     items.push_back({"added", EntryType::file, content, 0600, {33, 0}, content.crc32(0)});
     try {

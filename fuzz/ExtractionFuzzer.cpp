@@ -1,10 +1,12 @@
 // Extraction to a folder: whatever the archive says, nothing outside the folder is made, changed or
-// removed, and no file in it is overwritten; what came out can be packed and unpacked again.
+// removed, and no file in it is overwritten; what came out is what memory gets, and can be packed
+// and unpacked again.
 //
 // Input: the archive's bytes, in which "/vellomir--root" stands for the folder around everything.
 // In the folder are a file "kept" and a link "o" that leads out.
 
 #include "archive/FileManager.h"
+#include "fuzz/Folder.h"
 #include "fuzz/Require.h"
 
 #include <algorithm>
@@ -14,7 +16,7 @@
 #include <string>
 #include <string_view>
 #include <sys/stat.h>
-#include <unistd.h>
+#include <vector>
 
 using namespace archive;
 using fuzz::require;
@@ -23,52 +25,20 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr std::string_view placeholder = "/vellomir--root";
+static_assert(placeholder.size() == fuzz::Folder::pathSize);
 /// Plain bytes that one input may make.
 constexpr std::int64_t budget = std::int64_t{4} << 20U;
 
-std::string makeRoot() {
-    // In memory where that is possible; both names are as long as the placeholder.
-    for (std::string name : {"/dev/shm/XXXXXX", "/tmp/fuz-XXXXXX"}) {
-        require(name.size() == placeholder.size(), "the placeholder fits");
-        if (::mkdtemp(name.data()) != nullptr)
-            return name;
-    }
-    require(false, "a folder can be made");
-    return {};
-}
-
-void removeAll(const fs::path &item) {
-    if (fs::is_directory(fs::symlink_status(item))) {
-        ::chmod(item.c_str(), 0700);
-        for (const auto &child : fs::directory_iterator(item))
-            removeAll(child);
-    }
-    fs::remove(item);
-}
-
-class Root {
+/// With a folder beside the one that may be filled.
+class Root : public fuzz::Folder {
 public:
-    Root() { fs::create_directory(path_ / "outside"); }
-    Root(const Root &) = delete;
-    Root &operator=(const Root &) = delete;
-    ~Root() { removeAll(path_); }
-
-    [[nodiscard]] fs::path operator/(std::string_view name) const { return path_ / name; }
-    [[nodiscard]] const fs::path &path() const { return path_; }
-
-private:
-    fs::path path_ = makeRoot();
+    Root() { fs::create_directory(*this / "outside"); }
 };
 
 void writeFile(const fs::path &path, std::string_view content) {
     std::ofstream file(path, std::ios::binary | std::ios::trunc);
     file.write(content.data(), static_cast<std::streamsize>(content.size()));
     require(file.flush().good(), "a file can be written");
-}
-
-std::string readFile(const fs::path &path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
 }
 
 /// Everything below a folder: for each path what it is, its mode and date, and its content.
@@ -83,7 +53,7 @@ std::string describe(const fs::path &path) {
         Date{static_cast<double>(status.st_mtim.tv_sec)}.fileModificationDateTime();
     std::string text = std::to_string(status.st_mode) + ' ' + std::to_string(modified.date) + ' ' +
                        std::to_string(modified.time) + ' ';
-    return S_ISREG(status.st_mode) ? text + readFile(path) : text;
+    return S_ISREG(status.st_mode) ? text + fuzz::readFile(path) : text;
 }
 
 Snapshot snapshot(const fs::path &folder) {
@@ -107,6 +77,39 @@ bool unpack(const fs::path &archive, const fs::path &to) {
     } catch (const Error &) {
         return false;
     }
+}
+
+/// The contents of all files and the targets of all links, sorted: which name each has on disk is
+/// not for here to say.
+using Contents = std::vector<std::string>;
+
+Contents contentsOnDisk(const fs::path &folder) {
+    Contents contents;
+    for (const auto &item : fs::recursive_directory_iterator(folder))
+        if (item.is_symlink())
+            contents.push_back("link " + fs::read_symlink(item.path()).string());
+        else if (item.is_regular_file())
+            contents.push_back("file " + fuzz::readFile(item.path()));
+    std::sort(contents.begin(), contents.end());
+    return contents;
+}
+
+/// The same by extraction to memory, with `others` that were there before.
+Contents contentsOfEntries(const fs::path &path, Contents others) {
+    Contents contents = std::move(others);
+    const auto archive = Archive::make(URL::file(path.string()), Archive::AccessMode::read);
+    require(archive != nullptr, "what was unpacked can be opened");
+    for (const Entry &entry : *archive) {
+        if (entry.type() == Entry::EntryType::directory)
+            continue;
+        std::string content = entry.type() == Entry::EntryType::symlink ? "link " : "file ";
+        archive->extract(entry, [&](std::span<const std::byte> chunk) {
+            content.append(reinterpret_cast<const char *>(chunk.data()), chunk.size());
+        });
+        contents.push_back(std::move(content));
+    }
+    std::sort(contents.begin(), contents.end());
+    return contents;
 }
 
 void packAgain(const Root &root) {
@@ -156,7 +159,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     const bool isComplete = unpack(root / "archive.zip", root / "unpacked");
     require(surroundings(root) == before, "nothing outside the folder changes");
     require(describe(root / "unpacked/kept") == kept, "no file is overwritten");
-    if (isComplete)
-        packAgain(root);
+    if (!isComplete)
+        return 0;
+    require(contentsOnDisk(root / "unpacked") ==
+                contentsOfEntries(root / "archive.zip", {"file kept", "link ../outside"}),
+            "the disk has what extraction to memory delivers");
+    packAgain(root);
     return 0;
 }

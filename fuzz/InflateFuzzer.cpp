@@ -1,15 +1,17 @@
-// Both directions of DEFLATE. As a stream, the input means the same to every inflater; as plain
-// data, it comes back from a round trip. Input: the buffer's size, then the bytes.
+// Both directions of DEFLATE. As a stream, the input means the same to every inflater, whole and
+// cut short, in chunks and pieces of any size; as plain data, it comes back from a round trip.
+// Input: the buffer's size, where the stream is cut, how the pieces are cut, then the bytes.
 
 #include "archive/DeflateStream.h"
 #include "archive/Error.h"
+#include "fuzz/Input.h"
+#include "fuzz/PlainInflate.h"
 #include "fuzz/Require.h"
 
 #include <algorithm>
 #include <array>
-#include <string_view>
-
-#include <zlib.h>
+#include <random>
+#include <vector>
 
 using namespace archive;
 using fuzz::require;
@@ -21,8 +23,10 @@ using Bytes = std::span<const std::byte>;
 constexpr std::size_t budget = std::size_t{1} << 18U;
 struct OverBudget {};
 
+enum class End { complete, corrupted, overBudget };
+
 struct Outcome {
-    enum class End { complete, corrupted, overBudget } end = End::complete;
+    End end = End::complete;
     DeflateStreamTotals totals;
     Data output;
 };
@@ -43,35 +47,51 @@ Outcome run(Codec::Operation operation, Codec &codec, Bytes bytes, std::int64_t 
             process({operation, static_cast<std::int64_t>(bytes.size()), bufferSize, false}, codec,
                     provider, consumer);
     } catch (const OverBudget &) {
-        outcome.end = Outcome::End::overBudget;
+        outcome.end = End::overBudget;
     } catch (const Error &error) {
         require(error.code() == Data::CompressionError::corruptedData,
                 "the error is the right one");
-        outcome.end = Outcome::End::corrupted;
+        outcome.end = End::corrupted;
     }
     return outcome;
 }
 
-/// Whether zlib refuses the stream for codes that leave bit patterns without a meaning.
-bool hasIncompleteCode(Bytes stream) {
-    static std::array<Bytef, budget> room;
-    z_stream state{};
-    require(inflateInit2(&state, -MAX_WBITS) == Z_OK, "zlib has memory");
-    state.next_in = const_cast<Bytef *>(reinterpret_cast<const Bytef *>(stream.data()));
-    state.avail_in = static_cast<uInt>(stream.size());
-    state.next_out = room.data();
-    state.avail_out = static_cast<uInt>(room.size());
-    ::inflate(&state, Z_NO_FLUSH);
-    const std::string_view reason = state.msg == nullptr ? "" : state.msg;
-    ::inflateEnd(&state);
-    return reason == "invalid literal/lengths set" || reason == "invalid distances set";
+/// The codec alone, without the loop over the chunks: source and room in pieces of up to 600 bytes.
+Outcome drive(Codec &codec, Bytes stream, std::size_t seed) {
+    std::minstd_rand random(static_cast<unsigned>(seed));
+    std::array<std::byte, 600> room{};
+    Outcome outcome;
+    require(codec.setUp(), "a codec can be set up");
+    std::size_t consumed = 0;
+    while (outcome.output.size() <= budget) {
+        Bytes source = stream.subspan(consumed);
+        const std::size_t given = std::min<std::size_t>(source.size(), random() % room.size());
+        source = source.first(given);
+        std::span<std::byte> destination = std::span(room).first(1 + random() % room.size());
+        const std::size_t asked = destination.size();
+        const bool isLast = consumed + given == stream.size();
+        const auto status = codec.process(source, destination, isLast);
+        const std::size_t filled = asked - destination.size();
+        outcome.end = End::corrupted;
+        if (status == Codec::Status::error)
+            return outcome;
+        consumed += given - source.size();
+        outcome.output.append(std::span(room).first(filled));
+        if (status == Codec::Status::end) {
+            outcome.end = End::complete;
+            outcome.totals.sourceSize = consumed - codec.surplus();
+            return outcome;
+        }
+        if (isLast && filled == 0 && given == source.size())
+            return outcome; // cut short
+    }
+    outcome.end = End::overBudget;
+    return outcome;
 }
 
-bool isPrefix(const Data &left, const Data &right) {
+bool isPrefix(Bytes left, Bytes right) {
     const std::size_t size = std::min(left.size(), right.size());
-    return std::equal(left.bytes().begin(),
-                      left.bytes().begin() + static_cast<std::ptrdiff_t>(size),
-                      right.bytes().begin());
+    return std::ranges::equal(left.first(size), right.first(size));
 }
 
 /// The first one is zlib's.
@@ -85,30 +105,46 @@ std::vector<std::unique_ptr<Codec>> &inflaters() {
     return all;
 }
 
-void inflate(Bytes stream, std::int64_t bufferSize) {
-    const Outcome expected = run(Codec::Operation::decode, *inflaters()[0], stream, bufferSize);
-    const Outcome found = run(Codec::Operation::decode, *inflaters()[1], stream, bufferSize);
-    require(isPrefix(expected.output, found.output), "the inflaters deliver the same bytes");
-    if (expected.end == Outcome::End::overBudget || found.end == Outcome::End::overBudget)
-        return;
-    if (expected.end != found.end)
-        require(expected.end == Outcome::End::corrupted && hasIncompleteCode(stream),
-                "the inflaters accept the same streams");
-    else if (expected.end == Outcome::End::complete)
-        require(expected.totals == found.totals && expected.output == found.output,
+/// What an inflater made of the stream is what zlib makes of it in one call.
+void requireSame(const Outcome &found, const fuzz::PlainInflate &expected) {
+    require(isPrefix(found.output, expected.output), "the inflaters deliver the same bytes");
+    if (found.end == End::overBudget)
+        require(expected.output.size() == budget || expected.hasIncompleteCode,
+                "no inflater delivers more than the others");
+    else if (found.end == End::corrupted)
+        require(!expected.isComplete, "the inflaters refuse the same streams");
+    else if (!expected.hasIncompleteCode) // which zlib alone refuses
+        require(expected.isComplete && found.totals.sourceSize == expected.consumed &&
+                    Data(expected.output) == found.output,
                 "the inflaters end at the same place");
 }
 
-void roundTrip(Bytes plain, std::int64_t bufferSize) {
+void inflate(Bytes stream, std::int64_t bufferSize, std::size_t seed) {
+    const fuzz::PlainInflate expected = fuzz::inflatePlainly(stream, budget);
+    for (const auto &inflater : inflaters()) {
+        const Outcome whole = run(Codec::Operation::decode, *inflater, stream, bufferSize);
+        requireSame(whole, expected);
+        if (whole.end == End::complete)
+            require(whole.totals.producedSize == whole.output.size() &&
+                        whole.totals.crc32 == fuzz::checksumOf(whole.output),
+                    "the totals are those of the output");
+        requireSame(drive(*inflater, stream, seed), expected);
+    }
+}
+
+void roundTrip(Bytes plain, std::int64_t bufferSize, std::size_t seed) {
     static const std::unique_ptr<Codec> deflater = makeCodec(Codec::Operation::encode);
     const Outcome deflated = run(Codec::Operation::encode, *deflater, plain, bufferSize);
-    require(deflated.end == Outcome::End::complete, "everything can be compressed");
+    require(deflated.end == End::complete, "everything can be compressed");
+    require(deflated.totals.crc32 == fuzz::checksumOf(plain), "the checksum is that of the data");
     for (const auto &inflater : inflaters()) {
         const Outcome inflated =
             run(Codec::Operation::decode, *inflater, deflated.output, bufferSize);
         require(inflated.output == Data(plain), "the data comes back");
         require(inflated.totals.crc32 == deflated.totals.crc32, "so does its checksum");
         require(inflated.totals.sourceSize == deflated.output.size(), "nothing is left over");
+        require(drive(*inflater, deflated.output, seed).output == Data(plain),
+                "the data comes back in pieces of any size");
     }
 }
 
@@ -116,11 +152,14 @@ void roundTrip(Bytes plain, std::int64_t bufferSize) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
     static constexpr std::array<std::int64_t, 6> bufferSizes = {1, 2, 7, 300, 4096, 16384};
-    if (size == 0)
-        return 0;
-    const std::int64_t bufferSize = bufferSizes[data[0] % bufferSizes.size()];
-    const Bytes bytes = std::as_bytes(std::span(data + 1, size - 1));
-    inflate(bytes, bufferSize);
-    roundTrip(bytes, bufferSize);
+    fuzz::Input input(data, size);
+    const std::int64_t bufferSize = bufferSizes[input.choice(bufferSizes.size())];
+    const std::size_t cut = input.number();
+    const std::size_t seed = 1 + input.number();
+    const Bytes bytes = input.rest();
+    inflate(bytes, bufferSize, seed);
+    if (cut < bytes.size())
+        inflate(bytes.first(cut), bufferSize, seed);
+    roundTrip(bytes, bufferSize, seed);
     return 0;
 }

@@ -1,7 +1,9 @@
-// Property lists in all their formats: what is read and written as XML is read again as equal
-// values, and an edit changes what it names and nothing else. Input: the list's bytes.
+// Property lists in all their formats: what is read is read again as equal values when the
+// product's writer or one of the fuzzer's own has written it, and an edit changes what it names and
+// nothing else. Input: the list's bytes.
 
 #include "Vellomir/PropertyLists/PropertyList.h"
+#include "fuzz/ListWriters.h"
 #include "fuzz/Require.h"
 
 #include <algorithm>
@@ -75,6 +77,34 @@ void edit(const PropertyList &original) {
     require(again->value() == original.value(), "what was added and removed leaves nothing behind");
 }
 
+/// Whether no date in the value is "not a number", which equals nothing.
+bool equalsItself(const PropertyListValue &value) {
+    return value == value; // NOLINT(misc-redundant-expression)
+}
+
+void requireReadAs(std::span<const std::byte> written, const PropertyListValue &value,
+                   const char *promise) {
+    const auto list = parse(written);
+    require(list && list->value() == value, promise);
+}
+
+/// Each reader reads what a writer of its format makes of the values.
+void readOtherFormats(const PropertyListValue &value, fuzz::Style style, bool fitsXml) {
+    constexpr std::size_t maximumValues = 5000;
+    if (fuzz::countValues(value) > maximumValues || !equalsItself(value))
+        return;
+    requireReadAs(fuzz::writeBinary(value, style), value, "the binary reader reads all values");
+    if (const auto text = fuzz::writeOldText(value, style)) {
+        requireReadAs(Data(*text), value, "the reader of old texts reads all values");
+        requireReadAs(fuzz::inUTF16(*text, style % 2 == 0), value, "and reads them in UTF-16");
+    }
+    const auto xml = fitsXml ? fuzz::writeXml(value, style) : std::nullopt;
+    if (!xml)
+        return;
+    requireReadAs(Data(*xml), value, "the XML reader reads all values");
+    requireReadAs(fuzz::inUTF16(*xml, style % 2 == 0), value, "and reads them in UTF-16");
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
@@ -82,6 +112,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     if (!list)
         return 0;
     const auto xml = write(*list);
+    readOtherFormats(list->value(), data[size / 2], xml.has_value());
     if (!xml)
         return 0;
     const auto again = parse(*xml);

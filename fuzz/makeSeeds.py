@@ -14,6 +14,8 @@ import sys
 import zipfile
 import zlib
 
+from pictureSeeds import pictures
+
 TEXT = b"The quick brown fox jumps over the lazy dog. " * 20
 
 
@@ -54,6 +56,10 @@ def archives():
     ]
     yield "empty", archive([])
     yield "stored", archive([entry("a", b"content")])
+    remarks = [entry("a", b"content"), entry("b", b"other"), entry("c")]
+    for info, _ in remarks:
+        info.comment = b"remark on " + info.filename.encode()
+    yield "remarks", archive(remarks)
     yield "deflated", archive([entry("a", TEXT, method=deflated)])
     yield "package", archive(package)
     yield "comment", archive(package[:1], b"comment with PK\5\6 in it")
@@ -114,20 +120,25 @@ def records():
     yield "field-all", b"\7\17" + struct.pack("<HHQQQI", 1, 28, 1, 1, 1, 1)
 
 
+def stream_head(buffer_size, cut=0xFFFF):
+    return bytes([buffer_size]) + struct.pack("<HH", cut, 4711)
+
+
 def streams():
     noise = random.Random(4711).randbytes(2000)
     plains = {"nothing": b"", "text": TEXT, "zeros": bytes(5000), "noise": noise, "twice": noise * 2}
     for name, plain in plains.items():
         for level in (0, 1, 6, 9):
-            yield f"{name}-{level}", b"\5" + raw_deflate(plain, level)
-        yield f"{name}-fixed", b"\1" + raw_deflate(plain, 6, zlib.Z_FIXED)
-        yield f"{name}-huffman", b"\2" + raw_deflate(plain, 6, zlib.Z_HUFFMAN_ONLY)
-    yield "bomb", b"\5" + raw_deflate(bytes(2 << 20))
-    yield "trailing", b"\3" + raw_deflate(TEXT) + b"trailing bytes"
-    yield "bad-distance", b"\5\3\2\0"
+            stream = raw_deflate(plain, level)
+            yield f"{name}-{level}", stream_head(5, len(stream) // 2) + stream
+        yield f"{name}-fixed", stream_head(1) + raw_deflate(plain, 6, zlib.Z_FIXED)
+        yield f"{name}-huffman", stream_head(2) + raw_deflate(plain, 6, zlib.Z_HUFFMAN_ONLY)
+    yield "bomb", stream_head(5) + raw_deflate(bytes(2 << 20))
+    yield "trailing", stream_head(3) + raw_deflate(TEXT) + b"trailing bytes"
+    yield "bad-distance", stream_head(5) + b"\3\2\0"
     # After this one, an inflater claimed to have handed back more than it was given.
-    yield "miscounted", bytes.fromhex(
-        "030bc94855282ccd4cce56482aca2fcf5348cbca2fcf5348cbaf50c82acd2d2856c82f4b2d5228014ae72456"
+    yield "miscounted", stream_head(3) + bytes.fromhex(
+        "0bc94855282ccd4cce56482aca2fcf5348cbca2fcf5348cbaf50c82acd2d2856c82f4b2d5228014ae72456"
         "552aa4e4a7eb29848c2a1e553c32aada8a8a01747261696c696573"
     )
 
@@ -164,12 +175,64 @@ def property_lists():
     yield "entities", b"<plist><dict><key>a&amp;b</key><string>&#x41;&lt;<![CDATA[<x>]]></string></dict></plist>"
 
 
+def large():
+    """ZIP64 fields with small values, in the directory and in the local header."""
+    content = b"content"
+    checksum = zlib.crc32(content)
+    full = 0xFFFFFFFF
+    field = struct.pack("<HHQQ", 1, 16, 7, 7)
+    local = struct.pack("<IHHHHHIIIHH", 0x04034B50, 45, 2048, 0, 1, 33, checksum, full, full, 1, 20) + b"a" + field + content
+    wide = struct.pack("<HHQQQ", 1, 24, 7, 7, 0)
+    for name, extra, offset in (("sizes", field, 0), ("offset", wide, full)):
+        record = struct.pack("<IHHHHHHIIIHHHHHII", 0x02014B50, 789, 45, 2048, 0, 1, 33, checksum, full, full, 1, len(extra), 0, 0, 0, 0o100644 << 16, offset) + b"a" + extra
+        start = len(local)
+        end64 = struct.pack("<IQHHIIQQQQ", 0x06064B50, 44, 789, 45, 0, 0, 1, 1, len(record), start)
+        locator = struct.pack("<IIQI", 0x07064B50, 0, start + len(record), 1)
+        end = struct.pack("<IHHHHIIH", 0x06054B50, 0, 0, 0xFFFF, 0xFFFF, full, full, 0)
+        yield f"large-{name}", local + record + end64 + locator + end
+
+
+def with_head(head, maker):
+    def changed():
+        for name, content in maker():
+            yield name, head + content
+    return changed
+
+
+def changes():
+    adding = bytes([0, 1, 5, 2, 7, 4, 1, 12, 130])
+    removing = bytes([5, 1, 2, 6, 0, 3, 5, 2, 5])
+    failing = bytes([3, 1, 9, 4, 2, 8, 5, 0, 1])
+    for kind, steps in (("add", adding), ("remove", removing), ("fail", failing), ("mixed", adding + removing), ("again", failing + adding)):
+        for maker in (archives, large):
+            for name, content in maker():
+                yield f"{kind}-{name}", bytes([len(steps) // 3 - 1]) + steps + content
+
+
+def texts():
+    def text(content):
+        return bytes([len(content)]) + content
+
+    plain = text(b"Payload/A.app/Info.plist") + text("ä €😀".encode()) + text(b"\x1b[2J\r\n\x07\x7f")
+    broken = text(b"a\xff\xc3(\xe2\x82\xed\xa0\x80\xf4\x90\x80\x80") + text(b"\xc2\x9b31m\xc2") + text(b"\"\\/\0</script>")
+    hidden = text(b"/home/a/.vellomir-x1/b: why /.vellomir/.vellomir-1-2") + text(b"Documents/A/unzipped/Payload/x") + text(b"tmp/rest")
+    for index, content in enumerate((plain, broken, hidden)):
+        for kind in range(4):
+            yield f"{index}-{kind}", bytes([kind, 17 * kind]) + content + bytes(range(40))
+    yield "nothing", b""
+
+
 TARGETS = {
     "Records": [records],
     "Inflate": [streams],
-    "Archive": [archives],
+    "Walking": [archives, large],
+    "EntryData": [with_head(b"\6\0\3\0", archives), with_head(b"\1\2\0\1", large)],
+    "Archive": [archives, large],
+    "Change": [changes],
     "Extraction": [archives, escapes],
     "PropertyList": [property_lists],
+    "Pictures": [pictures],
+    "Text": [texts],
 }
 
 

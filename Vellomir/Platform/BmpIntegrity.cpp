@@ -52,15 +52,53 @@ void requireRuns(const BitmapHeader &bitmap, std::uint64_t dataSize) {
     requirePixels(bitmap.width, bitmap.height, std::max(small, dataSize * 255 / 2));
 }
 
-void requireData(const BitmapHeader &bitmap, std::uint64_t dataSize) {
+/// Bytes of pixels that follow an escape code one by one.
+std::uint64_t literalSize(std::uint64_t pixels, Compression compression) {
+    return compression == Compression::runs8 ? pixels : (pixels + 1) / 2;
+}
+
+/// Walks over the runs up to the code for the end, or to the last pixel: some writers leave the
+/// code out. Each code is a count and a value, or 0 and an escape.
+void requireEndOfRuns(const BitmapHeader &bitmap, const PictureBytes &data) {
+    enum Escape : unsigned { endOfRow = 0, end = 1, move = 2 };
+    std::uint64_t x = 0;
+    std::uint64_t y = 0;
+    for (std::uint64_t offset = 0; y < bitmap.height;) {
+        const unsigned count = data.number8(offset);
+        const unsigned value = data.number8(offset + 1);
+        offset += 2;
+        if (count != 0) {
+            x += count;
+        } else if (value == endOfRow) {
+            x = 0;
+            ++y;
+        } else if (value == end) {
+            return;
+        } else if (value == move) {
+            x += data.number8(offset);
+            y += data.number8(offset + 1);
+            offset += 2;
+        } else {
+            const std::uint64_t size = literalSize(value, bitmap.compression);
+            static_cast<void>(data.part(offset, size));
+            x += value;
+            offset += size + size % 2;
+        }
+        if (x >= bitmap.width && y + 1 >= bitmap.height)
+            return;
+    }
+}
+
+void requireData(const BitmapHeader &bitmap, const PictureBytes &data) {
     switch (bitmap.compression) {
     case Compression::none:
     case Compression::fields:
     case Compression::alphaFields:
-        return requireRows(bitmap, dataSize);
+        return requireRows(bitmap, data.size());
     case Compression::runs8:
     case Compression::runs4:
-        return requireRuns(bitmap, dataSize);
+        requireRuns(bitmap, data.size());
+        return requireEndOfRuns(bitmap, data);
     }
 }
 
@@ -70,7 +108,7 @@ void checkBmp(const PictureBytes &file) {
     const PictureBytes header = file.from(fileHeaderSize);
     const std::uint64_t dataStart =
         std::max<std::uint64_t>(file.number32(10), fileHeaderSize + header.number32(0));
-    requireData(BitmapHeader::read(header), file.from(dataStart).size());
+    requireData(BitmapHeader::read(header), file.from(dataStart));
 }
 
 void checkIco(const PictureBytes &file) {
@@ -79,7 +117,7 @@ void checkIco(const PictureBytes &file) {
         return checkPng(picture);
     BitmapHeader bitmap = BitmapHeader::read(picture);
     bitmap.height /= 2; // A mask of the same size follows.
-    requireData(bitmap, picture.from(picture.number32(0)).size());
+    requireData(bitmap, picture.from(picture.number32(0)));
 }
 
 } // namespace vellomir

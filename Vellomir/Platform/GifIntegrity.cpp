@@ -1,3 +1,4 @@
+#include "Vellomir/Platform/PictureCodec.h"
 #include "Vellomir/Platform/PictureFormats.h"
 
 #include <algorithm>
@@ -45,6 +46,9 @@ void checkGif(const PictureBytes &file) {
     std::uint64_t dataSize = 0;
     static_cast<void>(behindBlocks(file, offset, dataSize));
     requirePixels(first.number16(5), first.number16(7), mostPixels(dataSize));
+    // The screen on which the picture lies takes memory, too, and no bytes of the file.
+    const auto limit = PictureCodec::pixelLimit(static_cast<std::size_t>(file.size()));
+    requirePixels(file.number16(6), file.number16(8), static_cast<std::uint64_t>(limit));
 }
 
 } // namespace vellomir

@@ -62,15 +62,23 @@ std::string jpegBomb() {
     return jpegHeader(side, side) + jpegScan + "\xFF\xD9";
 }
 
-std::string gif(std::uint32_t width, std::uint32_t height, const std::string &data) {
+/// `screenSide` is that of the screen on which the picture lies.
+std::string gif(std::uint32_t width, std::uint32_t height, const std::string &data,
+                std::uint32_t screenSide = 0) {
     const std::string size = number(width, 2) + number(height, 2);
-    return "GIF89a" + size + std::string("\0\0\0", 3) + "," + std::string(4, '\0') + size +
+    const std::string screen =
+        screenSide == 0 ? size : number(screenSide, 2) + number(screenSide, 2);
+    return "GIF89a" + screen + std::string("\0\0\0", 3) + "," + std::string(4, '\0') + size +
            std::string("\0\x02", 2) + static_cast<char>(data.size()) + data + std::string(1, '\0') +
            ";";
 }
 
 std::string gifBomb() {
     return gif(side, side, "D\x01");
+}
+
+std::string gifScreenBomb() {
+    return gif(4, 4, "\x84\x8F\xA9\xCB\xED", side);
 }
 
 std::string bitmapHeader(std::uint32_t width, std::uint32_t height, int bits, int compression) {
@@ -141,9 +149,10 @@ TEST_P(AFewBytes, AreNoLargePicture) {
 
 INSTANTIATE_TEST_SUITE_P(Bombs, AFewBytes,
                          testing::Values(Bomb{"PNG", pngBomb()}, Bomb{"JPEG", jpegBomb()},
-                                         Bomb{"GIF", gifBomb()}, Bomb{"BMP", bmpBomb()},
-                                         Bomb{"BMPOfRuns", runsBomb()}, Bomb{"ICO", icoBomb()},
-                                         Bomb{"ICOOfPNG", iconOfPng()}, Bomb{"TIFF", tiff(1, 20)},
+                                         Bomb{"GIF", gifBomb()}, Bomb{"GIFScreen", gifScreenBomb()},
+                                         Bomb{"BMP", bmpBomb()}, Bomb{"BMPOfRuns", runsBomb()},
+                                         Bomb{"ICO", icoBomb()}, Bomb{"ICOOfPNG", iconOfPng()},
+                                         Bomb{"TIFF", tiff(1, 20)},
                                          Bomb{"TIFFBigEndian", tiff(1, 20, true)},
                                          Bomb{"TIFFDeflate", tiff(8, 20)}),
                          [](const auto &bomb) { return std::string(bomb.param.name); });
@@ -208,8 +217,29 @@ TEST(AGif, IsWholeWithTheDataOfItsFirstPicture) {
     EXPECT_EQ(fault(whole.substr(0, whole.size() - 2)), "The picture is damaged or cut short");
 }
 
+TEST(AGif, MayLieOnALargerScreen) {
+    EXPECT_EQ(fault(gif(4, 4, "\x84\x8F\xA9\xCB\xED", 4000)), "");
+}
+
 TEST(ABmp, OfRunsMayLeaveRowsOut) {
     EXPECT_EQ(fault(bmp(bitmapHeader(640, 480, 8, 1), std::string("\0\x01", 2))), "");
+}
+
+TEST(ABmp, OfRunsIsWholeUpToItsEndOrItsLastPixel) {
+    const auto runs = [](int bits, int compression, const std::string &data) {
+        return bmp(bitmapHeader(4, 2, bits, compression), data);
+    };
+    const std::string row("\x04\x07\0\0", 4);
+    for (const std::string &rest :
+         {std::string("\x04\x08\0\x01", 4), std::string("\x04\x08"),
+          std::string("\x02\x08\x02\x08"), std::string("\0\x04\x05\x06\x05\x06", 6),
+          std::string("\0\x02\x03\0\x01\x05", 6)})
+        EXPECT_EQ(fault(runs(8, 1, row + rest)), "");
+    EXPECT_EQ(fault(runs(4, 2, row + std::string("\0\x03\x12\x30\x01\x05", 6))), "");
+    for (const std::string &rest :
+         {std::string(), std::string("\x04"), std::string("\x03\x08"), std::string("\0\x02", 2),
+          std::string("\0\x04\x05\x06", 4), std::string("\0\x03\x05\x06", 4)})
+        EXPECT_EQ(fault(runs(8, 1, row + rest)), "The picture is damaged or cut short");
 }
 
 TEST(ABmp, MayBeStoredFromTopToBottom) {

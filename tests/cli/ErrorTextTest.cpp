@@ -64,6 +64,7 @@ TEST(ErrorText, HiddenNamesAreLeftOut) {
     EXPECT_EQ(cli::withoutHiddenNames("No room: /a b/.vellomir-x1Y/0123abc: why (/c/.vellomir-9)"),
               "No room: /a b: why (/c)");
     EXPECT_EQ(cli::withoutHiddenNames("/a/.vellomir-"), "/a");
+    EXPECT_EQ(cli::withoutHiddenNames("/a/.vellomir/.vellomir-1-2"), "/a");
     EXPECT_EQ(cli::withoutHiddenNames("/a/.vellomir"), "/a/.vellomir");
     EXPECT_EQ(cli::withoutHiddenNames(""), "");
 }

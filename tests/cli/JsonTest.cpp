@@ -47,6 +47,15 @@ TEST(Json, NamesOfAnyBytesGiveValidText) {
               "warnings=['w\\ufffd']\n");
 }
 
+TEST(Json, ControlCharactersAreEscaped) {
+    EXPECT_EQ(cli::problemJson({"\x1b[2J\x7f", "\xc2\x80\xc2\x9b\xc2\xa0\xc3\x9b"}),
+              R"({"entry":"\u001b[2J\u007f","problem":"\u0080\u009b)"
+              "\xc2\xa0\xc3\x9b"
+              R"("})");
+    EXPECT_EQ(readByPython(cli::problemJson({"\x7f", "\xc2\x9b"})),
+              "entry='\\x7f'\nproblem='\\x9b'\n");
+}
+
 TEST(Json, HeadsAreContinuedByTheirElements) {
     EXPECT_EQ(readByPython(cli::listHeadJson("a.zip", true) + "]}"),
               "archive='a.zip'\nzip64=True\nentries=[]\n");

@@ -44,7 +44,7 @@ def libraries(build):
         found.setdefault(target, {"options": options(words), "sources": []})
         found[target]["sources"].append(source)
     for fuzzer in (SOURCES / "fuzz").glob("*.cpp"):  # built by another preset
-        found[fuzzer.stem] = {"options": found["vellomir-cli-commands"]["options"],
+        found[fuzzer.stem] = {"options": found["vellomir-pictures"]["options"],  # for Qt
                               "sources": [fuzzer]}
     return found
 

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <cstddef>
+
+namespace fuzz {
+
+/// Counts the memory that is taken between its making and a call of `peak`, on all threads. One at
+/// a time.
+class PeakMemory {
+public:
+    PeakMemory();
+    PeakMemory(const PeakMemory &) = delete;
+    PeakMemory &operator=(const PeakMemory &) = delete;
+    ~PeakMemory();
+
+    /// The most bytes that were in use at once, beyond those before.
+    [[nodiscard]] std::size_t peak() const;
+};
+
+} // namespace fuzz

@@ -48,8 +48,10 @@ std::vector<Addition> findAdditions(const AddOptions &options) {
 /// An unpacker would fail at the second entry of one path.
 void requireNewPaths(const Archive &archive, const std::vector<Addition> &additions) {
     std::set<std::string> paths;
-    for (const archive::Entry &entry : archive)
+    for (const archive::Entry &entry : archive) {
+        Interruption::throwIfInterrupted();
         paths.insert(archive.path(entry));
+    }
     for (const Addition &addition : additions)
         if (!paths.insert(addition.path).second)
             throw archive::Error(archive::FileError::fileWriteFileExists,
@@ -102,7 +104,7 @@ void addTo(Archive &archive, const AddOptions &options, Session &session) {
 
 void addInMemory(const std::string &target, const PendingFile &pending, bool isNew,
                  const AddOptions &options, Session &session) {
-    const auto archive = loadArchive(target, isNew);
+    const auto archive = loadArchive(target, isNew, session.progress());
     addTo(*archive, options, session);
     storeArchive(*archive, pending.path());
 }
@@ -110,11 +112,16 @@ void addInMemory(const std::string &target, const PendingFile &pending, bool isN
 /// On a copy, which shares the old entries' bytes where the file system can.
 void addInFile(const std::string &target, const PendingFile &pending, bool isNew,
                const AddOptions &options, Session &session) {
-    if (!isNew)
+    if (!isNew) {
+        // What is no archive is not copied.
+        static_cast<void>(Archive::open(URL::file(target), Archive::AccessMode::read, std::nullopt,
+                                        session.progress()));
         vellomir::copyFile(target, pending.path(),
                            [](std::size_t) { Interruption::throwIfInterrupted(); });
+    }
     const auto mode = isNew ? Archive::AccessMode::create : Archive::AccessMode::update;
-    addTo(*Archive::open(URL::file(pending.path()), mode), options, session);
+    addTo(*Archive::open(URL::file(pending.path()), mode, std::nullopt, session.progress()),
+          options, session);
 }
 
 } // namespace

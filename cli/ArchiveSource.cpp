@@ -24,10 +24,11 @@ archive::Data readBytes(const std::string &path) {
 } // namespace
 
 std::unique_ptr<Archive> openArchive(const std::string &path, bool inMemory,
+                                     const Archive::ProgressPointer &progress,
                                      std::optional<archive::TextEncoding> encoding) {
     // The file first, for its words on what is wrong with it.
-    auto archive = Archive::open(URL::file(path), Archive::AccessMode::read, encoding);
-    return inMemory ? Archive::open(readBytes(path), Archive::AccessMode::read, encoding)
+    auto archive = Archive::open(URL::file(path), Archive::AccessMode::read, encoding, progress);
+    return inMemory ? Archive::open(readBytes(path), Archive::AccessMode::read, encoding, progress)
                     : std::move(archive);
 }
 
@@ -39,26 +40,31 @@ Archive::FilePointer openArchiveStream(const std::string &path, bool inMemory) {
     return file;
 }
 
-std::unique_ptr<Archive> openForUpdate(const std::string &path) {
+std::unique_ptr<Archive> openForUpdate(const std::string &path,
+                                       const Archive::ProgressPointer &progress) {
     // For its words on what is wrong with the file.
-    static_cast<void>(Archive::open(URL::file(path), Archive::AccessMode::read));
+    static_cast<void>(
+        Archive::open(URL::file(path), Archive::AccessMode::read, std::nullopt, progress));
     archive::FileDescriptor locked = archive::openLockedForUpdate(path, interruptibleWait());
     Archive::FilePointer file(::fdopen(locked.get(), "rb+"));
     if (!file)
         throw archive::readError(path, errno);
     static_cast<void>(locked.release()); // the stream's own from here on
-    return Archive::open(std::move(file), URL::file(path), Archive::AccessMode::update);
+    return Archive::open(std::move(file), URL::file(path), Archive::AccessMode::update,
+                         std::nullopt, progress);
 }
 
 archive::LockWait interruptibleWait() {
     return {.whileWaiting = [] { Interruption::throwIfInterrupted(); }};
 }
 
-std::unique_ptr<Archive> loadArchive(const std::string &path, bool isNew) {
+std::unique_ptr<Archive> loadArchive(const std::string &path, bool isNew,
+                                     const Archive::ProgressPointer &progress) {
     if (isNew)
         return Archive::open(archive::Data(), Archive::AccessMode::create);
-    static_cast<void>(Archive::open(URL::file(path), Archive::AccessMode::read)); // for its words
-    return Archive::open(readBytes(path), Archive::AccessMode::update);
+    static_cast<void>( // for its words
+        Archive::open(URL::file(path), Archive::AccessMode::read, std::nullopt, progress));
+    return Archive::open(readBytes(path), Archive::AccessMode::update, std::nullopt, progress);
 }
 
 void storeArchive(const Archive &archive, const std::string &path) {

@@ -23,6 +23,7 @@ std::vector<Entry> findEntries(const Archive &archive, const RemoveOptions &opti
     std::set<std::string> missing = wanted;
     std::vector<Entry> found;
     for (const Entry &entry : archive) {
+        Interruption::throwIfInterrupted();
         const std::string path = archive.path(entry);
         if (!wanted.contains(path))
             continue;
@@ -38,7 +39,7 @@ std::vector<Entry> findEntries(const Archive &archive, const RemoveOptions &opti
 
 /// The file is replaced by the engine, in one step.
 void removeFromFile(const RemoveOptions &options, Session &session) {
-    const auto archive = openForUpdate(options.archive);
+    const auto archive = openForUpdate(options.archive, session.progress());
     vellomir::requireFolderTakesFiles(vellomir::folderOf(resolvedPath(options.archive)));
     archive->remove(findEntries(*archive, options), {.progress = session.progress()});
 }
@@ -47,7 +48,7 @@ void removeInMemory(const RemoveOptions &options, Session &session) {
     const std::string target = resolvedPath(options.archive);
     requireWritable(target);
     const archive::HeldFile held(target, interruptibleWait());
-    const auto archive = loadArchive(target, false);
+    const auto archive = loadArchive(target, false, session.progress());
     archive->remove(findEntries(*archive, options), {.progress = session.progress()});
     PendingFile pending(target);
     storeArchive(*archive, pending.path());

@@ -171,12 +171,3 @@ def halfDamaged(path):
     record[8] |= 1
     archive.records[8] = bytes(record)
     archive.finish()
-
-
-def largePackage(path):
-    """8 GB that are copied, and then searched for an end."""
-    package(path)
-    content = path.read_bytes()
-    with open(path, "wb") as file:
-        file.write(content)
-        file.truncate(8 << 30)

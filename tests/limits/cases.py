@@ -20,7 +20,7 @@ class Case:
     says: str
     megabytes: int = 60
     interruptedAfter: float = 0
-    preparation: object = None
+    byHand: bool = False  # takes too long for every run of the tests
 
 
 def archive(name, make, command, code, says, **more):
@@ -43,7 +43,8 @@ WHOLE = [
     archive("count modulo 65,536", archives.wrongCount, ["extract", "input", "out"], 1, "70000"),
     archive("20,000 records, one header of 131 KB", archives.sharedHeader, ["extract", "input", "out"], 0, ""),
     archive("20,000 records, one header of 131 KB", archives.sharedHeader, ["list", "input"], 0, ""),
-    archive("20,000 records, one header of 131 KB", archives.sharedHeader, ["test", "input"], 1, "problems"),
+    archive("20,000 records, one header of 131 KB", archives.sharedHeader, ["test", "input"], 1, "problems",
+            byHand=True),
     archive("20,000 files in two deep folders", archives.alternatingFolders, ["extract", "input", "out"], 0, ""),
     archive("10 bytes that are 3 GB", archives.moreThanPromised, ["extract", "input", "out"], 1, "promises"),
     archive("10 bytes that are 3 GB", archives.moreThanPromised, ["test", "input"], 1, "problem"),
@@ -56,12 +57,12 @@ WHOLE = [
     archive("100 MB behind the end record", archives.bytesBehindTheEnd, ["list", "input"], 0, ""),
 ]
 PACKAGES = [
-    Case("40 links by way of 52,000 folders", archives.chainOfLinks, DUPLICATE, 1, "Info.plist"),
+    Case("40 links by way of 52,000 folders", archives.chainOfLinks, DUPLICATE, 1, "Info.plist not found"),
     Case("8 of 24 files", archives.halfDamaged, DUPLICATE, 1, "24"),
     *(Case(f"list: {name}", propertyList(name), DUPLICATE, code, says, megabytes=megabytes)
       for name, code, says, megabytes in [
           ("returns", 0, "", 200), ("ampersands", 0, "", 200), ("references", 0, "", 200),
-          ("items", 1, "values", 400), ("binary items", 1, "values", 400), ("old items", 1, "values", 400),
+          ("items", 1, "values", 400), ("32 MB", 1, "size", 60), ("binary items", 1, "values", 400), ("old items", 1, "values", 400),
           ("deep", 1, "deep", 200), ("deep binary", 1, "values", 200), ("deep old", 1, "deep", 200),
           ("entities", 1, "entit", 60)]),
     *(Case(f"picture: {name}", functools.partial(writeIcon, name=name), [*DUPLICATE, "--icon", "icon"], 1,

@@ -50,8 +50,10 @@ std::vector<Addition> findAdditions(const AddOptions &options) try {
 /// An unpacker would fail at the second entry of one path.
 void requireNewPaths(const Archive &archive, const std::vector<Addition> &additions) {
     std::set<std::string> paths;
-    for (const archive::Entry &entry : archive)
+    for (const archive::Entry &entry : archive) {
+        Interruption::throwIfInterrupted();
         paths.insert(archive.path(entry));
+    }
     for (const Addition &addition : additions)
         if (!paths.insert(addition.path).second)
             throw archive::Error(archive::FileError::fileWriteFileExists,
@@ -109,7 +111,7 @@ using OldArchive = const archive::HeldFile *;
 void addInMemory(OldArchive old, const PendingFile &pending, const std::vector<Addition> &additions,
                  const AddOptions &options, Session &session) {
     const auto archive = old != nullptr
-                             ? loadArchive(*old)
+                             ? loadArchive(*old, session.progress())
                              : Archive::open(archive::Data(), Archive::AccessMode::create);
     addTo(*archive, additions, options, session);
     storeArchive(*archive, pending.path());
@@ -118,11 +120,14 @@ void addInMemory(OldArchive old, const PendingFile &pending, const std::vector<A
 /// On a copy, which shares the old entries' bytes where the file system can.
 void addInFile(OldArchive old, const PendingFile &pending, const std::vector<Addition> &additions,
                const AddOptions &options, Session &session) {
-    if (old != nullptr)
+    if (old != nullptr) {
+        requireArchive(*old, session.progress());
         vellomir::copyFile({old->fromStart(), old->path()}, pending.path(),
                            [](std::size_t) { Interruption::throwIfInterrupted(); });
+    }
     const auto mode = old != nullptr ? Archive::AccessMode::update : Archive::AccessMode::create;
-    addTo(*Archive::open(URL::file(pending.path()), mode), additions, options, session);
+    addTo(*Archive::open(URL::file(pending.path()), mode, std::nullopt, session.progress()),
+          additions, options, session);
 }
 
 } // namespace

@@ -36,10 +36,11 @@ Archive::FilePointer makeStream(archive::FileDescriptor file, const char *mode,
 } // namespace
 
 std::unique_ptr<Archive> openArchive(const std::string &path, bool inMemory,
+                                     const Archive::ProgressPointer &progress,
                                      std::optional<archive::TextEncoding> encoding) {
     // The file first, for its words on what is wrong with it.
-    auto archive = Archive::open(URL::file(path), Archive::AccessMode::read, encoding);
-    return inMemory ? Archive::open(readBytes(path), Archive::AccessMode::read, encoding)
+    auto archive = Archive::open(URL::file(path), Archive::AccessMode::read, encoding, progress);
+    return inMemory ? Archive::open(readBytes(path), Archive::AccessMode::read, encoding, progress)
                     : std::move(archive);
 }
 
@@ -51,23 +52,31 @@ Archive::FilePointer openArchiveStream(const std::string &path, bool inMemory) {
     return file;
 }
 
-std::unique_ptr<Archive> openForUpdate(const std::string &path) {
+std::unique_ptr<Archive> openForUpdate(const std::string &path,
+                                       const Archive::ProgressPointer &progress) {
     // For its words on what is wrong with the file.
-    static_cast<void>(Archive::open(URL::file(path), Archive::AccessMode::read));
+    static_cast<void>(
+        Archive::open(URL::file(path), Archive::AccessMode::read, std::nullopt, progress));
     return Archive::open(
         makeStream(archive::openLockedForUpdate(path, interruptibleWait()), "rb+", path),
-        URL::file(path), Archive::AccessMode::update);
+        URL::file(path), Archive::AccessMode::update, std::nullopt, progress);
 }
 
 archive::LockWait interruptibleWait() {
     return {.whileWaiting = [] { Interruption::throwIfInterrupted(); }};
 }
 
-std::unique_ptr<Archive> loadArchive(const archive::HeldFile &file) {
-    // For its words on what is wrong with the file.
+void requireArchive(const archive::HeldFile &file, const Archive::ProgressPointer &progress) {
     static_cast<void>(Archive::open(makeStream(file.fromStart(), "rb", file.path()),
-                                    URL::file(file.path()), Archive::AccessMode::read));
-    return Archive::open(readBytes(file.fromStart(), file.path()), Archive::AccessMode::update);
+                                    URL::file(file.path()), Archive::AccessMode::read, std::nullopt,
+                                    progress));
+}
+
+std::unique_ptr<Archive> loadArchive(const archive::HeldFile &file,
+                                     const Archive::ProgressPointer &progress) {
+    requireArchive(file, progress);
+    return Archive::open(readBytes(file.fromStart(), file.path()), Archive::AccessMode::update,
+                         std::nullopt, progress);
 }
 
 void storeArchive(const Archive &archive, const std::string &path) {

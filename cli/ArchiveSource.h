@@ -10,9 +10,11 @@
 namespace cli {
 
 /// Opens the archive for reading, or a copy of its bytes in memory, which nobody else's changes
-/// reach. Throws what `archive::Archive::open` throws, with the path.
+/// reach. Throws what `archive::Archive::open` throws, with the path: also soon after the progress,
+/// here and below, was cancelled.
 [[nodiscard]] std::unique_ptr<archive::Archive>
 openArchive(const std::string &path, bool inMemory,
+            const archive::Archive::ProgressPointer &progress,
             std::optional<archive::TextEncoding> encoding = std::nullopt);
 
 /// The same bytes as a stream; whether they are an archive's is left open.
@@ -22,13 +24,20 @@ openArchive(const std::string &path, bool inMemory,
 /// The archive for changing it in its file, which is locked meanwhile. Throws what
 /// `archive::openLocked` and `archive::Archive::open` throw, with the path, and `Interrupted` while
 /// it waits for the lock.
-[[nodiscard]] std::unique_ptr<archive::Archive> openForUpdate(const std::string &path);
+[[nodiscard]] std::unique_ptr<archive::Archive>
+openForUpdate(const std::string &path, const archive::Archive::ProgressPointer &progress);
 
 /// Waits for a lock until the user interrupts.
 [[nodiscard]] archive::LockWait interruptibleWait();
 
+/// Throws what opening an archive throws if the file is none, so that it is known before the file is
+/// copied or read into memory.
+void requireArchive(const archive::HeldFile &file,
+                    const archive::Archive::ProgressPointer &progress);
+
 /// The archive as bytes in memory, to be changed there.
-[[nodiscard]] std::unique_ptr<archive::Archive> loadArchive(const archive::HeldFile &file);
+[[nodiscard]] std::unique_ptr<archive::Archive>
+loadArchive(const archive::HeldFile &file, const archive::Archive::ProgressPointer &progress);
 
 /// Writes the bytes of an archive in memory to a new file. Throws `FileError`s with the path.
 void storeArchive(const archive::Archive &archive, const std::string &path);

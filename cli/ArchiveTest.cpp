@@ -34,9 +34,11 @@ std::string pathOf(const CentralDirectoryStructure &central) {
     return displayPath(central, decodedPath(central).value_or(""));
 }
 
-Archive::FilePointer openFile(const std::string &path, bool inMemory) {
+Archive::FilePointer openFile(const std::string &path, bool inMemory,
+                              const Archive::ProgressPointer &progress) {
     // For its errors in words; the records are read here.
-    static_cast<void>(Archive::open(archive::URL::file(path), Archive::AccessMode::read));
+    static_cast<void>(
+        Archive::open(archive::URL::file(path), Archive::AccessMode::read, std::nullopt, progress));
     return openArchiveStream(path, inMemory);
 }
 
@@ -50,9 +52,9 @@ bool contradicts(Field plain, Field sentinel, std::uint64_t zip64) {
 } // namespace
 
 ArchiveTest::ArchiveTest(const std::string &path, bool inMemory, Report report,
-                         archive::Progress &progress)
-    : report_(std::move(report)), progress_(progress), file_(openFile(path, inMemory)),
-      end_(archive::scanForEndOfCentralDirectoryRecord(file_.get())) {
+                         const Archive::ProgressPointer &progress)
+    : report_(std::move(report)), progress_(*progress), file_(openFile(path, inMemory, progress)),
+      end_(archive::scanForEndOfCentralDirectoryRecord(file_.get(), progress.get())) {
     window_.emplace(file_.get(), end_.records.sizeOfCentralDirectory());
     position_ = end_.records.offsetToStartOfCentralDirectory();
     progress_.setTotalUnitCount(static_cast<std::int64_t>(end_.offset));

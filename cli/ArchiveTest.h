@@ -23,8 +23,10 @@ class ArchiveTest {
 public:
     using Report = std::function<void(const Problem &)>;
 
-    /// Opens the archive, or a copy of it in memory. Throws what `archive::Archive::open` throws.
-    ArchiveTest(const std::string &path, bool inMemory, Report report, archive::Progress &progress);
+    /// Opens the archive, or a copy of it in memory. Throws what `archive::Archive::open` throws,
+    /// also soon after the progress was cancelled.
+    ArchiveTest(const std::string &path, bool inMemory, Report report,
+                const archive::Archive::ProgressPointer &progress);
 
     /// Returns the number of entries looked at. Throws `Interrupted`, and what `report` throws.
     std::uint64_t run();

@@ -1,7 +1,10 @@
 #include "cli/ArchiveSource.h"
 #include "cli/Commands.h"
 #include "cli/ErrorText.h"
+#include "cli/Interruption.h"
 #include "cli/Reach.h"
+
+#include <optional>
 
 namespace cli {
 namespace {
@@ -14,16 +17,28 @@ using archive::Archive;
                   (unreached ? "; " + *unreached : ""));
 }
 
+/// The first one of this path.
+std::optional<archive::Entry> findEntry(const Archive &archive, const std::string &path) {
+    for (const archive::Entry &entry : archive) {
+        Interruption::throwIfInterrupted();
+        if (archive.path(entry) == path)
+            return entry;
+    }
+    return std::nullopt;
+}
+
 } // namespace
 
 void run(const CatOptions &options, Session &session) {
-    const auto archive = openArchive(options.archive, options.memory);
-    const auto entry = (*archive)[options.entry];
+    const auto archive = openArchive(options.archive, options.memory, session.progress());
+    const auto entry = findEntry(*archive, options.entry);
     if (!entry)
         failToFind(options, *archive);
     const auto print = [&](std::span<const std::byte> chunk) { session.out().bytes(chunk); };
-    const archive::CRC32 checksum =
-        archive->extract(*entry, print, {.progress = session.progress()});
+    const archive::CRC32 checksum = archive->extract(
+        *entry, print,
+        {.progress = session.progress(),
+         .sizeLimit = entry->centralDirectoryStructure().effectiveUncompressedSize()});
     session.out().flush();
     if (checksum != entry->checksum())
         throw archive::Error(Archive::ArchiveError::invalidCRC32);

@@ -12,6 +12,7 @@
 #include "cli/Warnings.h"
 
 #include "Vellomir/Platform/PendingFile.h"
+#include "archive/FileManager.h"
 #include "archive/WorkingFolder.h"
 
 namespace cli {
@@ -29,10 +30,30 @@ std::optional<vellomir::Picture> readIcon(const DuplicateOptions &options) {
     return options.zoom ? vellomir::cropImageToSquare(picture) : picture;
 }
 
+/// Nothing for what is no archive. Throws `Interrupted`.
+std::unique_ptr<Archive> openPackage(const std::string &path, Session &session) try {
+    return Archive::open(URL::file(path), Archive::AccessMode::read, std::nullopt,
+                         session.progress());
+} catch (const archive::Error &) {
+    Interruption::throwIfInterrupted();
+    return nullptr;
+}
+
+/// The job unpacks into a folder with the package's name without its extension, beside a copy of
+/// the package.
+std::optional<std::string> examineName(const std::string &package) {
+    const URL name = URL::file(package);
+    if (!archive::FileManager().itemExists(name) ||
+        name.deletingPathExtension().path() != name.path())
+        return std::nullopt;
+    return "the name of a package needs an extension, as in " + name.lastPathComponent() + ".ipa";
+}
+
 /// Why the package cannot be copied as a whole; nothing if it can, or may be copied in part. An
 /// archive that does not open is the job's to report.
-std::optional<std::string> examinePackage(const DuplicateOptions &options, Warnings &warnings) {
-    const auto archive = Archive::make(URL::file(options.package), Archive::AccessMode::read);
+std::optional<std::string> examinePackage(const DuplicateOptions &options, Warnings &warnings,
+                                          Session &session) {
+    const auto archive = openPackage(options.package, session);
     if (!archive)
         return std::nullopt;
     UnmarkedNames names;
@@ -137,7 +158,9 @@ void run(const DuplicateOptions &options, Session &session) {
     if (options.number.empty())
         warnings.add("the number is empty, so the copy has the identifier of the original and "
                      "would replace it");
-    const auto objection = examinePackage(options, warnings);
+    auto objection = examineName(options.package);
+    if (!objection)
+        objection = examinePackage(options, warnings, session);
     if (objection)
         warnings.tellHeldBack();
     const Outcome outcome = objection ? Outcome{std::nullopt, *objection, *objection}

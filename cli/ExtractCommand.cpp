@@ -4,7 +4,22 @@
 
 #include "archive/FileManager.h"
 
+#include <sys/stat.h>
+
 namespace cli {
+namespace {
+
+/// A missing folder will be made; a link to a folder is one.
+void requireFolderOrNothing(const std::string &path) {
+    struct stat status {};
+    if (::lstat(path.c_str(), &status) != 0)
+        return; // nothing is there, or extraction tells why it cannot get there
+    if (::stat(path.c_str(), &status) != 0 || !S_ISDIR(status.st_mode))
+        throw archive::Error(archive::FileError::fileWriteFileExists,
+                             {.path = path, .detail = "The destination is no folder"});
+}
+
+} // namespace
 
 void run(const ExtractOptions &options, Session &session) {
     const auto archiveURL = archive::URL::file(options.archive);
@@ -12,6 +27,7 @@ void run(const ExtractOptions &options, Session &session) {
                                                 options.encoding, session.progress());
     const Reach reach = findReach(*archive);
     const auto destination = archive::URL::folder(options.destination);
+    requireFolderOrNothing(destination.path());
     const archive::FileManager files;
     files.unzipItem(archiveURL, destination,
                     {.skipCRC32 = options.skipCRC32,

@@ -48,7 +48,8 @@ private:
 } // namespace
 
 void run(const ListOptions &options, Session &session) {
-    const auto archive = openArchive(options.archive, options.memory, options.encoding);
+    const auto archive =
+        openArchive(options.archive, options.memory, session.progress(), options.encoding);
     const Reach reach = Listing(options, *archive, session.out()).print();
     session.out().flush();
     if (const auto warning = shortfall(reach))

@@ -60,6 +60,7 @@ std::uint64_t countRecordsBehind(const archive::Archive &archive, std::uint64_t 
                 break;
             ++count;
             recordBytes += record->totalSize();
+            Interruption::throwIfInterrupted();
         }
     } catch (const archive::Error &) {
         // The rest is no directory.

@@ -23,6 +23,7 @@ std::vector<Entry> findEntries(const Archive &archive, const RemoveOptions &opti
     std::set<std::string> missing = wanted;
     std::vector<Entry> found;
     for (const Entry &entry : archive) {
+        Interruption::throwIfInterrupted();
         const std::string path = archive.path(entry);
         if (!wanted.contains(path))
             continue;
@@ -38,7 +39,7 @@ std::vector<Entry> findEntries(const Archive &archive, const RemoveOptions &opti
 
 /// The file is replaced by the engine, in one step.
 void removeFromFile(const RemoveOptions &options, Session &session) {
-    const auto archive = openForUpdate(options.archive);
+    const auto archive = openForUpdate(options.archive, session.progress());
     vellomir::requireFolderTakesFiles(vellomir::folderOf(resolvedPath(options.archive)));
     archive->remove(findEntries(*archive, options), {.progress = session.progress()});
 }
@@ -48,7 +49,7 @@ void removeInMemory(const RemoveOptions &options, Session &session) {
     try {
         requireWritable(pending.destination());
         const archive::HeldFile held(pending.destination(), interruptibleWait());
-        const auto archive = loadArchive(held);
+        const auto archive = loadArchive(held, session.progress());
         archive->remove(findEntries(*archive, options), {.progress = session.progress()});
         storeArchive(*archive, pending.path());
         vellomir::copyAttributes(held.descriptor(), pending.path());

@@ -49,7 +49,7 @@ void run(const TestOptions &options, Session &session) {
     ProblemPrinter printer(options, session);
     const auto print = [&](const Problem &problem) { printer.print(problem); };
     try {
-        ArchiveTest test(options.archive, options.memory, print, *session.progress());
+        ArchiveTest test(options.archive, options.memory, print, session.progress());
         printer.finish(test.run());
     } catch (const archive::Error &error) {
         // What is no archive at all is a result too, for whoever reads the object.

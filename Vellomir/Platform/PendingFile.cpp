@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 #include <utility>
 
@@ -42,6 +43,18 @@ int replace(const std::string &from, const archive::FilePlace &to) {
                : errno;
 }
 
+/// The folder that a new file shall go into.
+const std::string &requireFolder(const std::string &folder) {
+    struct stat status {};
+    if (::stat(folder.c_str(), &status) != 0 && (errno == ENOENT || errno == ENOTDIR))
+        throw archive::Error(archive::FileError::fileReadNoSuchFile,
+                             {.path = folder, .detail = "There is no such folder"});
+    if (status.st_mode != 0 && !S_ISDIR(status.st_mode))
+        throw archive::Error(archive::FileError::fileReadNoSuchFile,
+                             {.path = folder, .detail = "This is no folder"});
+    return folder;
+}
+
 } // namespace
 
 void putInPlace(const std::string &from, const archive::FilePlace &to, Existing existing) {
@@ -67,7 +80,7 @@ void requireFolderTakesFiles(const std::string &folder) {
 }
 
 PendingFile::PendingFile(std::string destination)
-    : destination_(std::move(destination)), folder_(folderOf(destination_)),
+    : destination_(std::move(destination)), folder_(requireFolder(folderOf(destination_))),
       path_(folder_.accessPath() + "/file") {}
 
 archive::FilePlace PendingFile::destination() const {

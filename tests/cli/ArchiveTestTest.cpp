@@ -20,7 +20,7 @@ std::vector<Problem> problemsOf(const fs::path &path) {
     std::vector<Problem> found;
     const auto progress = archive::Progress::make();
     cli::ArchiveTest test(
-        path.string(), false, [&](const Problem &problem) { found.push_back(problem); }, *progress);
+        path.string(), false, [&](const Problem &problem) { found.push_back(problem); }, progress);
     static_cast<void>(test.run());
     return found;
 }

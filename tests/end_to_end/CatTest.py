@@ -54,6 +54,14 @@ class Cat(Case):
         self.assertRegex(self.fail_("archive", "cat", "text", "a"),
                          r"\(ArchiveError\.unreadableArchive\)\Z")
 
+    def testNoMoreThanTheSizeOfAnEntry(self):
+        content = bytearray(makeZip(self.folder / "a.zip", [("big", b"x" * 100_000)], 8).read_bytes())
+        size = content.rindex(b"PK\1\2") + 24
+        content[size:size + 4] = (10).to_bytes(4, "little")
+        (self.folder / "a.zip").write_bytes(content)
+        self.assertRegex(self.fail_("archive", "cat", "a.zip", "big"),
+                         r"longer than the 10 bytes .*\(ArchiveError\.invalidEntrySize\)")
+
 
 if __name__ == "__main__":
     unittest.main()

@@ -90,7 +90,7 @@ class Create(Case):
     def testAMissingFolder(self):
         with self.unchanged():
             self.assertRegex(self.fail_("archive", "create", "missing/new.zip", "src"),
-                             r"/missing: No such file or directory \(FileError\.fileReadNoSuchFile\)")
+                             r"There is no such folder: .*/missing \(FileError\.fileReadNoSuchFile\)")
 
     def testAFileThatMayNotBeRead(self):
         options = self.asUser()

@@ -100,5 +100,46 @@ class ReadOnlyFolders(Case):
             self.assertIn(f"{self.folder}/closed.d: Permission denied", line)
 
 
+class NoFolders(Case):
+    """Where a folder is needed, and something else is there."""
+
+    def setUp(self):
+        super().setUp()
+        makeZip(self.folder / "a.zip", [("one", b"1")])
+        self.write("file", "content")
+        os.mkfifo(self.folder / "pipe")
+        os.symlink("missing", self.folder / "dangling")
+        os.symlink("file", self.folder / "link")
+
+    def testDestinationsOfExtraction(self):
+        for name in ["file", "pipe", "link", "dangling", "/dev/null"]:
+            with self.subTest(name), self.unchanged():
+                self.assertRegex(self.fail_("archive", "extract", "a.zip", name),
+                                 r"\Acannot extract a\.zip: The destination is no folder: .*"
+                                 rf"{name} \(FileError\.fileWriteFileExists\)\Z")
+
+    def testAFileOnTheWayToTheDestination(self):
+        with self.unchanged():
+            self.assertRegex(self.fail_("archive", "extract", "a.zip", "file/sub"),
+                             r"file/sub: Not a directory ")
+
+    def testFoldersOfNewArchives(self):
+        for command in ["create", "add"]:
+            with self.unchanged():
+                self.assertRegex(self.fail_("archive", command, "missing/new.zip", "file"),
+                                 r"There is no such folder: .*/missing ")
+                self.assertRegex(self.fail_("archive", command, "file/new.zip", "file"),
+                                 r"This is no folder: .*/file ")
+
+
+class PackageNames(Case):
+    def testANameWithoutAnExtension(self):
+        makePackage(self.folder / "app")
+        with self.unchanged():
+            self.assertEqual(self.fail_("duplicate", "app", "--number", "2", "--quiet"),
+                             "cannot duplicate app: the name of a package needs an extension, as in "
+                             "app.ipa")
+
+
 if __name__ == "__main__":
     unittest.main()

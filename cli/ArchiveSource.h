@@ -30,8 +30,8 @@ openForUpdate(const std::string &path, const archive::Archive::ProgressPointer &
 /// Waits for a lock until the user interrupts.
 [[nodiscard]] archive::LockWait interruptibleWait();
 
-/// Throws what opening an archive throws if the file is none, so that it is known before the file is
-/// copied or read into memory.
+/// Throws what opening an archive throws if the file is none, so that it is known before the file
+/// is copied or read into memory.
 void requireArchive(const archive::HeldFile &file,
                     const archive::Archive::ProgressPointer &progress);
 

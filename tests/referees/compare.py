@@ -2,7 +2,8 @@
 """Packs random trees with vellomir-cli and reads them with unzip, bsdtar, 7z and Python, and the
 other way round: names, bytes, modes, times and links must be the same.
 
-VELLOMIR_CLI names the program. `--exceptions` prints what other tools cannot represent.
+VELLOMIR_CLI names the program. Ctrl-C ends early, with the table so far. `--exceptions` prints what
+other tools cannot represent.
 """
 import argparse
 import collections
@@ -60,8 +61,12 @@ def compare(options):
     with tempfile.TemporaryDirectory(prefix="vellomir-", dir=memory) as base:
         with multiprocessing.Pool(options.jobs) as pool:
             work = functools.partial(roundOf, base=base)
-            for results in pool.imap(work, range(seed, seed + options.count), chunksize=4):
-                table.add(results)
+            try:
+                for results in pool.imap(work, range(seed, seed + options.count), chunksize=4):
+                    table.add(results)
+            except KeyboardInterrupt:
+                table.print()
+                return 130
     table.print()
     return 1 if table.lines or not table.rows else 0
 

@@ -150,6 +150,24 @@ TEST_F(EngineFaults, ExtractToDisk) {
          .maySayLess = {test::Call::status}});
 }
 
+/// Some file systems write only then.
+TEST_F(EngineFaults, FailedCloseOfAnExtractedFileIsAnError) {
+    reset();
+    const auto archive = Archive::open(archiveURL(), AccessMode::read);
+    const Entry entry = (*archive)["d/stored"].value();
+    std::vector<std::string> messages;
+    for (long number = 1; number == 1 || test::SystemCalls::hasFailed(); ++number) {
+        fs::remove_all(folder_ / "out");
+        const test::SystemCalls fault(test::Call::close, number, EIO);
+        try {
+            static_cast<void>(archive->extract(entry, folder_.url("out/file")));
+        } catch (const archive::Error &error) {
+            messages.emplace_back(error.what());
+        }
+    }
+    EXPECT_THAT(messages, testing::ElementsAre(testing::HasSubstr("out/file: Input/output")));
+}
+
 TEST_F(EngineFaults, UnzipItem) {
     reset();
     FileManager().unzipItem(archiveURL(), folder_.url("whole"));

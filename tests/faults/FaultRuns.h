@@ -20,7 +20,7 @@ struct Operation {
     /// Checks the result of a run that did not throw.
     std::function<void()> checkDone;
     /// Checks what a run that threw has left behind.
-    std::function<void()> checkFailed = [] {};
+    std::function<void()> checkFailed = nullptr;
     /// The message of an error must hold one of them; empty: any will do.
     std::vector<std::string> names = {};
     /// Where no hidden working folder may be left.

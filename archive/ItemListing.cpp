@@ -27,19 +27,20 @@ std::vector<FolderItem> itemsFromTheEnd(int parent, const std::string &name,
     return items;
 }
 
-/// The items of the folder at a relative path, which is reached through no link.
-std::vector<FolderItem> itemsBelow(int root, const std::string &rootPath, const std::string &path,
-                                   const ListFolder &list) {
-    const std::string fullPath = rootPath + '/' + path;
-    if (fullPath.size() >= PATH_MAX) // could be walked, but no other program could open it
-        throw readError(fullPath, ENAMETOOLONG);
-    const std::size_t slash = path.rfind('/');
+/// The items of the folder at a path below the root, which is reached through no link.
+std::vector<FolderItem> itemsBelow(int root, const std::string &rootPath,
+                                   const std::string &relative, const ListFolder &list) {
+    const std::string path = rootPath + '/' + relative;
+    if (path.size() >= PATH_MAX) // could be walked, but no other program could open it
+        throw readError(path, ENAMETOOLONG);
+    const std::size_t slash = relative.rfind('/');
     if (slash == std::string::npos)
-        return itemsFromTheEnd(root, path, fullPath, WalkLevel::below, list);
-    const FileDescriptor parent = openBelow(root, path.substr(0, slash));
+        return itemsFromTheEnd(root, relative, path, WalkLevel::below, list);
+    const FileDescriptor parent = openBelow(root, relative.substr(0, slash));
     if (!parent.isOpen())
-        throw readError(fullPath, errno);
-    return itemsFromTheEnd(parent.get(), path.substr(slash + 1), fullPath, WalkLevel::below, list);
+        throw readError(path, errno);
+    const std::string name = relative.substr(slash + 1);
+    return itemsFromTheEnd(parent.get(), name, path, WalkLevel::below, list);
 }
 
 } // namespace

@@ -81,7 +81,7 @@ void examineCopy(const JobRun &job, Warnings &warnings) {
 std::string deliver(const JobRun &job, const archive::WorkingFolder &folder,
                     const Destination &destination, const DuplicateOptions &options) {
     const URL result = *job.result();
-    const std::string path = URL::file(destination.path(result.lastPathComponent())).path();
+    std::string path = URL::file(destination.path(result.lastPathComponent())).path();
     const archive::FilePlace target{
         .folder = folder.parent(), .name = vellomir::nameOf(path), .path = path};
     if (options.force)

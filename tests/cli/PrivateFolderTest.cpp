@@ -10,7 +10,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-TEST(PrivateFolder, IsHiddenAndForItsUserOnly) {
+TEST(PrivateFolder, IsHiddenWithMode0700) {
     const test::TemporaryFolder parent;
     fs::create_directory(parent / "real");
     fs::create_symlink("real", parent / "link");
@@ -22,7 +22,7 @@ TEST(PrivateFolder, IsHiddenAndForItsUserOnly) {
     EXPECT_EQ(status.st_mode & 07777U, 0700U);
 }
 
-TEST(PrivateFolder, GoesWithAllThatIsInIt) {
+TEST(PrivateFolder, IsDeletedWithContents) {
     const test::TemporaryFolder parent;
     test::writeFile(parent / "outside/kept", "");
     {
@@ -36,7 +36,7 @@ TEST(PrivateFolder, GoesWithAllThatIsInIt) {
     EXPECT_EQ(std::distance(fs::directory_iterator(parent.path()), fs::directory_iterator()), 1);
 }
 
-TEST(PrivateFolder, NeedsAFolderToBeIn) {
+TEST(PrivateFolder, NeedsParentFolder) {
     const test::TemporaryFolder parent;
     try {
         const cli::PrivateFolder folder((parent / "missing").string());

@@ -40,6 +40,8 @@ MouseArea {
         extend(x, y);
     }
     function extend(x: real, y: real): void {
+        if (anchorLine < 0)
+            return; // The log was cleared after the press.
         caretLine = lineAt(y);
         caretPlace = placeAt(caretLine, x, y);
         show();
@@ -53,6 +55,8 @@ MouseArea {
         show();
     }
     function selectAll(): void {
+        if (lines.count === 0)
+            return;
         anchorLine = 0;
         anchorPlace = 0;
         caretLine = lines.count - 1;

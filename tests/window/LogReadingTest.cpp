@@ -196,6 +196,31 @@ TEST_F(LogReading, SelectionSurvivesNewLinesUntilLogIsCleared) {
     EXPECT_EQ(copied(), "nothing");
 }
 
+TEST_F(LogReading, DraggingOverClearedLogSelectsNothing) {
+    fill(3);
+    const QPointF from = before("Line 1");
+    const QPointF to = behind("Line 3");
+    QTest::mousePress(&window(), Qt::LeftButton, {}, from.toPoint());
+    QTest::mouseMove(&window(), to.toPoint());
+    view().logMessages.replace({});
+    settle();
+    QTest::mouseMove(&window(), from.toPoint());
+    QTest::mouseRelease(&window(), Qt::LeftButton, {}, from.toPoint());
+    copy();
+    EXPECT_EQ(copied(), "nothing");
+}
+
+TEST_F(LogReading, KeyboardSelectsNothingInClearedLog) {
+    fill(3);
+    focusPanel();
+    view().logMessages.replace({});
+    settle();
+    ASSERT_TRUE(panel().hasActiveFocus());
+    key(Qt::Key_A, Qt::ControlModifier);
+    copy();
+    EXPECT_EQ(copied(), "nothing");
+}
+
 TEST_F(LogReading, TouchScrollsWithoutSelecting) {
     fill(60);
     const auto finger = std::unique_ptr<QPointingDevice>(QTest::createTouchDevice());

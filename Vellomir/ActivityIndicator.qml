@@ -1,14 +1,13 @@
 import QtQuick
 import Vellomir
 
-// The circle of spokes that says that work goes on. Where motion is reduced it fades instead of
-// turning.
+// A circle of spokes: work is in progress. With reduced motion it fades instead of turning.
 Item {
     id: indicator
 
     implicitWidth: 20
     implicitHeight: 20
-    Accessible.ignored: true // The text beside it says it.
+    Accessible.ignored: true // The text beside it has the same meaning.
 
     Repeater {
         model: 8
@@ -27,7 +26,7 @@ Item {
             opacity: 0.3 + 0.8 * share
             transform: Rotation {
                 origin.x: 1.25
-                origin.y: 10 // the middle of the circle
+                origin.y: 10 // centre of the circle
                 angle: 360 * spoke.share
             }
         }

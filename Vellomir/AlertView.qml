@@ -3,7 +3,7 @@ import QtQuick.Layouts
 import QtQuick.Templates as T
 import Vellomir
 
-// Tells what no other place tells, until it is read.
+// A message that only a dialog shows, until the user closes it.
 ModalPopup {
     id: alert
 

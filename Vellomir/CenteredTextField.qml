@@ -2,16 +2,16 @@ import QtQuick
 import QtQuick.Templates as T
 import Vellomir
 
-// A line of text, centred, typed with a number pad. A pasted line break is dropped: "4<break>2"
-// becomes "42", so that a number copied with the end of its line is the number.
+// A centred line of text for a number pad. Line breaks in pasted text are dropped: "4<break>2"
+// becomes "42", so a number can be copied with its line end.
 T.TextField {
     id: control
 
     required property string placeholder
-    // Carries what is typed to whoever owns the text.
+    // Passes the text to its owner after each edit.
     signal edited(text: string)
 
-    // Hears of every edit and every move of the caret.
+    // Handles every edit and every move of the caret.
     component Coordinator: QtObject {
         required property T.TextField parent
         signal changed(text: string)

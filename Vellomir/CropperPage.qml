@@ -2,7 +2,7 @@ import QtQuick
 import QtQuick.Layouts
 import Vellomir
 
-// The chosen picture in a square, and the two ways to go on.
+// The chosen picture in a square, and two buttons: use it whole, or crop it.
 Item {
     id: page
 
@@ -63,7 +63,8 @@ Item {
             PlainButton {
                 objectName: "useButton"
                 Layout.fillWidth: true
-                Layout.preferredWidth: 1 // Both share the row equally.
+                // The same preferred width for both buttons: they share the row equally.
+                Layout.preferredWidth: 1
                 text: "Use"
                 onClicked: page.launchState.useImage()
             }

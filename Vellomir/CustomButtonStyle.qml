@@ -1,7 +1,7 @@
 import QtQuick
 import Vellomir
 
-// The look of the application's buttons: pressed, they shrink a little and spring back, and do not
+// The style of the application's buttons: they shrink while pressed and spring back, and do not
 // dim.
 PlainButton {
     id: control

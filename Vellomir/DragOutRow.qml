@@ -1,17 +1,17 @@
 import QtQuick
 import Vellomir
 
-// A row that carries a file to wherever it is dragged.
+// A row that can be dragged to another program, with the file as its data.
 SheetRow {
     id: row
 
-    // What is dragged, as a list of addresses.
+    // The dragged data (text/uri-list).
     required property string uriList
     signal dropped(wasTaken: bool)
 
     symbol: "hand.draw"
     text: "Drag this to another window"
-    // It holds still while something else is dragged with it.
+    // An automatic drag carries data; the row itself does not move.
     Drag.dragType: Drag.Automatic
     Drag.supportedActions: Qt.CopyAction
     Drag.proposedAction: Qt.CopyAction
@@ -20,7 +20,7 @@ SheetRow {
     }
     Drag.onDragFinished: action => row.dropped(action !== Qt.IgnoreAction)
 
-    // A press of the row itself would not end when the drag does.
+    // A press of the row's button would not end together with the drag.
     MouseArea {
         anchors.fill: parent
         cursorShape: Qt.OpenHandCursor
@@ -29,7 +29,8 @@ SheetRow {
 
     DragHandler {
         target: null
-        // Not bound: the drag, which goes on until this returns, makes the handler inactive again.
+        // Not a binding: setting `active` blocks until the drag ends, and the handler becomes
+        // inactive meanwhile.
         onActiveChanged: row.Drag.active = active
     }
 }

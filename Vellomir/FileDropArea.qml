@@ -1,14 +1,14 @@
 import QtQuick
 import Vellomir
 
-// Takes files that are dropped on the window, and shows that it would.
+// Accepts files that are dropped on the window, and highlights the window before the drop.
 DropArea {
     id: area
 
     signal filesDropped(urls: var)
 
     keys: ["text/uri-list"]
-    // What this window itself drags out is not for it.
+    // Refuses drags that start in this window.
     onEntered: drag => drag.accepted = drag.source === null && drag.hasUrls
     onDropped: drop => {
         drop.accept(Qt.CopyAction);

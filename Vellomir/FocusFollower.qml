@@ -1,6 +1,6 @@
 import QtQuick
 
-// Scrolls to what the keyboard's focus comes to.
+// Scrolls the item with the keyboard's focus into view.
 QtObject {
     id: follower
 

@@ -1,7 +1,8 @@
 import QtQuick
 import Vellomir
 
-// Shows where the keyboard is. Twice a line, so that it can be seen on every colour.
+// Marks the item with the keyboard's focus. A white and a dark line, to be visible on every
+// background.
 Rectangle {
     id: ring
 

@@ -10,11 +10,10 @@ struct HexColor {
     double green = 0;
     double blue = 0;
 
-    /// Reads "#ffa828" or "ffa828", in either letter case. The last six of the hexadecimal digits
-    /// count, missing ones are zeros in front; there is no short form and no opacity. White space
-    /// before the "#" and before the digits is skipped, and nothing behind them is looked at. Text
-    /// without digits is black. A number that does not fit into 64 bits is the largest that does:
-    /// white.
+    /// Reads "#ffa828" or "ffa828", in upper or lower case. Only the last six hexadecimal digits
+    /// count; fewer digits get leading zeros. There is no short form and no opacity. White space
+    /// before the "#" and before the digits is skipped; text after the digits is ignored. Text
+    /// without digits is black. A number of more than 64 bits saturates: white.
     [[nodiscard]] static HexColor parse(std::string_view text);
 
     friend bool operator==(const HexColor &, const HexColor &) = default;

@@ -8,24 +8,24 @@
 
 namespace vellomir {
 
-/// What the square cropper is made of; a new one each time it is shown. Belongs to the main thread,
-/// and must not outlive the picture that it changes.
+/// The inputs of the square cropper; made each time it is shown. Main thread only. Must not outlive
+/// the picture that it changes.
 class ImageCropperView {
 public:
     ImageCropperView(Property<std::optional<Picture>> &picture, PresentationMode presentation);
 
     Property<std::optional<Picture>> &image;
-    std::optional<Picture> cropped;    ///< the square, once it was made
+    std::optional<Picture> cropped;    ///< the square, after `zoomIt`
     PresentationMode presentationMode; ///< of the cropper
 
-    /// Keeps the picture as it was picked, and closes the cropper.
+    /// Closes the cropper; the picture does not change.
     void use() const;
-    /// Puts the picture's centred square in its place, and closes the cropper. Does nothing without
-    /// a picture.
+    /// Replaces the picture by its centred square and closes the cropper. Does nothing without a
+    /// picture.
     void zoomIt();
 
-    /// The centred square of the stored pixels, with the picture's scale and orientation. A picture
-    /// without a bitmap ends the program.
+    /// The centred square of the stored pixels, with the picture's scale and orientation. Aborts
+    /// the program if the picture has no bitmap.
     [[nodiscard]] static Picture cropImageToSquare(const Picture &image);
 };
 

@@ -1,7 +1,7 @@
 import QtQuick
 import Vellomir
 
-// Shows the chosen picture in a square, and takes it whole or cropped to its centred square.
+// Shows the chosen picture in a square; the user takes it whole or cropped.
 Sheet {
     id: sheet
 
@@ -19,7 +19,7 @@ Sheet {
             visible: launchState.hasSelectedImage
         }
 
-        // Without a picture there is nothing to do here.
+        // Without a picture, a press anywhere closes the cropper.
         TapHandler {
             enabled: !sheet.launchState.hasSelectedImage
             onTapped: sheet.close()

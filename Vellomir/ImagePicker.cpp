@@ -18,7 +18,7 @@ void ImagePicker::Coordinator::imagePickerController(
     const std::optional<Picture> &didFinishPickingMediaWithInfo) const {
     const auto &picture = didFinishPickingMediaWithInfo;
     if (picture && picture->hasBitmap()) {
-        // Picking what is selected already is a change as well.
+        // Setting an equal picture must notify observers too.
         if (parent.selected.get() == picture)
             parent.selected.set(std::nullopt);
         parent.selected.set(picture);

@@ -9,8 +9,7 @@
 
 namespace vellomir {
 
-/// What the photo picker is made of. Belongs to the main thread, and must not outlive what it
-/// writes into.
+/// The inputs of the photo picker. Main thread only. Must not outlive the property that it sets.
 class ImagePicker {
 public:
     class Coordinator;
@@ -27,15 +26,15 @@ public:
     [[nodiscard]] std::shared_ptr<Coordinator> makeCoordinator() const;
 };
 
-/// Hears from the photo picker what was picked. Belongs to the main thread.
+/// Receives the photo picker's answer. Main thread only.
 class ImagePicker::Coordinator {
 public:
     explicit Coordinator(ImagePicker picker);
 
     const ImagePicker parent;
 
-    /// Takes the picture as it was picked; with none, or one without a bitmap, the selected one
-    /// stays. Dismisses the picker.
+    /// Selects the picture and dismisses the picker. Without a picture, or with one without a
+    /// bitmap, the selection does not change.
     void imagePickerController(const std::optional<Picture> &didFinishPickingMediaWithInfo) const;
     /// Dismisses the picker.
     void imagePickerControllerDidCancel() const;

@@ -1,7 +1,7 @@
 import QtQuick
 import Vellomir
 
-// The symbol that opens the about sheet, with room for a finger around it.
+// The info symbol, which opens the about sheet. Its touch area is larger than the symbol.
 Pressable {
     id: control
 

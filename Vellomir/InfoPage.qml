@@ -2,7 +2,7 @@ import QtQuick
 import QtQuick.Layouts
 import Vellomir
 
-// What the about sheet shows.
+// The contents of the about sheet.
 Flickable {
     id: page
 
@@ -55,7 +55,7 @@ Flickable {
             Item {
                 id: space
 
-                // More would tear the header apart.
+                // A larger distance would separate the parts of the header.
                 readonly property real most: 2 * Style.padding
 
                 Layout.fillHeight: true

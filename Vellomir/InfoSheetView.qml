@@ -14,7 +14,7 @@ Sheet {
     contentItem: InfoPage {
         readonly property bool isOpen: sheet.visible
 
-        // At its top, and nothing in it has the focus.
+        // Opens scrolled to the top and without focus.
         onIsOpenChanged: {
             if (isOpen) {
                 contentY = 0;

@@ -1,7 +1,7 @@
 import QtQuick
 import Vellomir
 
-// A link that another program opens.
+// A link, opened by another program.
 Item {
     id: link
 
@@ -13,7 +13,7 @@ Item {
     implicitHeight: row.implicitHeight
     activeFocusOnTab: true
 
-    // The row is a button and can't be told as anything else, so the link stands before it.
+    // A button's role cannot be changed, so this item has the role of a link.
     Accessible.role: Accessible.Link
     Accessible.name: title
     Accessible.onPressAction: opened(url)

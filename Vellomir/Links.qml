@@ -1,6 +1,6 @@
 import QtQuick
 
-// The links of the about sheet. The third address has no slashes after its scheme, on purpose.
+// The links of the about sheet. The third address has no slashes after its scheme, deliberately.
 ListModel {
     ListElement {
         icon: "link"

@@ -7,7 +7,7 @@ Window {
 
     required property AppLaunchState launchState
 
-    // The proportions of a phone, as far as the screen is high enough for them.
+    // A phone's proportions if the screen is high enough.
     width: 390
     height: Math.min(844, Screen.desktopAvailableHeight > 0 ? Screen.desktopAvailableHeight - 48 : 844)
     minimumWidth: 320
@@ -15,7 +15,7 @@ Window {
     color: Style.background
     title: launchState.isLoading ? launchState.percent + " % – Vellomir" : "Vellomir"
 
-    // Ends text editing, wherever it is.
+    // Removes the focus from any text field.
     function hideKeyboard(): void {
         if (activeFocusItem instanceof CenteredTextField)
             activeFocusItem.focus = false;
@@ -26,7 +26,7 @@ Window {
         onActivated: window.close()
     }
 
-    // What scrolls and what is pressed would keep the tap to itself.
+    // A TapHandler would miss taps that a Flickable or a button grabs.
     TapWatcher {
         window: window
         onTapped: place => {

@@ -2,26 +2,26 @@ import QtQuick
 import QtQuick.Templates as T
 import Vellomir
 
-// What lies over the main screen and keeps it out of reach. It gives the keyboard's focus back to
-// what had it before.
+// The base of modal popups: blocks the main screen and restores the keyboard's focus when it
+// closes.
 T.Popup {
     id: popup
 
     required property string title
     property Item focusBefore: null
 
-    // Those of the window don't work meanwhile.
+    // The window's shortcuts do not work while a popup is open.
     readonly property Shortcut closing: Shortcut {
         sequences: ["Ctrl+W", "Ctrl+Q"]
         enabled: popup.visible
         onActivated: popup.parent.Window.window.close()
     }
 
-    // It is a dialog to assistive programs, but has no name of its own.
-    function tellTitle(): void {
+    // Qt gives a popup the role of a dialog, but no name.
+    function updateAccessibleName(): void {
         contentItem.parent.Accessible.name = title;
     }
-    function giveFocusBack(): void {
+    function restoreFocus(): void {
         const focused = parent.Window.activeFocusItem;
         const isTaken = focused !== null && focused !== parent.Window.contentItem;
         if (focusBefore !== null && !isTaken)
@@ -33,13 +33,13 @@ T.Popup {
     focus: true
     onAboutToShow: {
         focusBefore = parent.Window.activeFocusItem;
-        tellTitle();
+        updateAccessibleName();
     }
     onTitleChanged: {
         if (visible)
-            tellTitle();
+            updateAccessibleName();
     }
-    onClosed: giveFocusBack()
+    onClosed: restoreFocus()
 
     T.Overlay.modal: Rectangle {
         color: Style.faded(Style.black, 0.6)

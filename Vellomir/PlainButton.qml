@@ -1,7 +1,7 @@
 import QtQuick
 import Vellomir
 
-// A filled button as wide as there is room. It dims while it is pressed.
+// A filled button of the full width. It dims while it is pressed.
 Pressable {
     id: control
 

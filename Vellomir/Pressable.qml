@@ -2,8 +2,7 @@ import QtQuick
 import QtQuick.Templates as T
 import Vellomir
 
-// The base of all buttons: keys, accessibility, and the looks while pressed, disabled or under the
-// mouse.
+// The base of all buttons: keys, accessibility, and the looks while pressed, disabled or hovered.
 T.Button {
     id: control
 
@@ -17,7 +16,7 @@ T.Button {
 
     Accessible.role: Accessible.Button
     Accessible.name: text
-    // What is disabled is not told in any other way.
+    // Qt does not report the disabled state of these items to assistive programs.
     Accessible.description: enabled ? "" : "Not available now"
     Accessible.onPressAction: {
         if (enabled)
@@ -35,7 +34,7 @@ T.Button {
         control: control
     }
 
-    // Makes the control lighter while the mouse points at it.
+    // Lightens the control while the mouse is over it.
     Rectangle {
         parent: control.background
         anchors.fill: parent

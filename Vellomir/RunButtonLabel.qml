@@ -1,7 +1,7 @@
 import QtQuick
 import Vellomir
 
-// The run button's text, behind a spinner while a job runs.
+// The run button's text, with a spinner before it while a job runs.
 Item {
     id: content
 
@@ -33,7 +33,7 @@ Item {
         ButtonLabel {
             text: content.text
             font: content.font
-            // White on orange could hardly be read without an edge.
+            // White on orange has too little contrast without an outline.
             style: content.isLoading ? Text.Outline : Text.Normal
             styleColor: Style.faded(Style.black, 0.4)
         }

@@ -1,8 +1,8 @@
 import QtQuick
 import Vellomir
 
-// Where one is in something that scrolls; shown while there is more than fits. It can be dragged,
-// and pressed elsewhere on its way it comes there.
+// A scroll bar, shown while the contents do not fit. It can be dragged; a press elsewhere on its
+// track moves it there.
 Item {
     id: bar
 

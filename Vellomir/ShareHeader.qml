@@ -2,7 +2,7 @@ import QtQuick
 import QtQuick.Layouts
 import Vellomir
 
-// What the result is: its name beside a symbol, its size and age, and what to know of it.
+// The result's name beside a symbol, its size and date, and remarks.
 RowLayout {
     id: header
 
@@ -30,18 +30,18 @@ RowLayout {
             font: Fonts.forText(Style.headline, header.sharing.displayName)
             textFormat: Text.PlainText
             wrapMode: Text.Wrap
-            horizontalAlignment: Text.AlignLeft // beside the symbol, whichever way it is read
+            horizontalAlignment: Text.AlignLeft // Beside the symbol, also for right-to-left names.
             Accessible.role: Accessible.Heading
             Accessible.name: header.sharing.displayName
 
-            // At most two lines. The middle is cut out: names often differ at the end.
+            // At most two lines. The middle is elided: names often differ at the end.
             TextMetrics {
                 id: shortened
 
                 font: name.font
                 text: header.sharing.displayName
                 elide: Text.ElideMiddle
-                elideWidth: 2 * name.width - 48 // less what the break between both lines may cost
+                elideWidth: 2 * name.width - 48 // minus the width that the line break may waste
             }
         }
 

@@ -2,8 +2,8 @@ import QtQuick
 import QtQuick.Layouts
 import Vellomir
 
-// The result and the ways in which it can be handed on. What happened and "Close" stay in view;
-// the rest scrolls where there is too little room.
+// The result and the actions for it. The message and "Close" stay visible; the rest scrolls if
+// there is too little room.
 ColumnLayout {
     id: page
 
@@ -11,7 +11,7 @@ ColumnLayout {
     readonly property Sharing sharing: launchState.sharing
     signal closed
 
-    // For the sheet when it opens: at its top, and nothing in it has the focus.
+    // Called when the sheet opens: scrolls to the top and clears the focus.
     function startAfresh(): void {
         scroller.contentY = 0;
         focus = true;
@@ -26,7 +26,7 @@ ColumnLayout {
         Layout.fillWidth: true
         Layout.fillHeight: true
         implicitHeight: contentHeight
-        // The last row's focus ring needs some room below it.
+        // Room for the last row's focus ring.
         contentHeight: column.implicitHeight + Style.spacing
         clip: true
         boundsBehavior: Flickable.StopAtBounds
@@ -90,7 +90,7 @@ ColumnLayout {
             page: scroller
         }
 
-        // What is cut off fades.
+        // Fades contents that are scrolled away.
         Rectangle {
             parent: scroller
             y: scroller.height - height
@@ -110,7 +110,7 @@ ColumnLayout {
         }
     }
 
-    // Room for three lines at all times: the sheet does not jump when there is something to say.
+    // Always room for three lines, so that the sheet does not resize when a message appears.
     SheetText {
         objectName: "sharingMessage"
         Layout.leftMargin: Style.padding

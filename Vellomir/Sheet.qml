@@ -3,11 +3,11 @@ import QtQuick.Templates as T
 import Vellomir
 
 // A page that slides over the main screen from below. Escape, a press beside it and a swipe down
-// at its upper edge close it.
+// from its upper edge close it.
 ModalPopup {
     id: sheet
 
-    // Opens and closes it. Who sets it hears of every closing by `dismissed`.
+    // Set by the owner to open and close the sheet. `dismissed` is emitted at every closing.
     required property bool isShown
     property color color: Style.background
     property real naturalHeight: Infinity
@@ -16,11 +16,11 @@ ModalPopup {
     readonly property real edge: 28
     readonly property real restingY: parent ? parent.height - height : 0
     property real swipe: 0
-    // How far it is out of the window: 0 not at all, 1 by its whole height. The place follows from
-    // it, so that a height that changes on the way leaves nothing cut off.
+    // The part of its height that is below the window, 0 to 1. The position is bound to it, so that
+    // a height that changes during the animation cuts nothing off.
     property real hidden: 1
 
-    // The second press of a double click on what opened it does not close it.
+    // While the sheet still opens, a press beside it may be the second press of a double click.
     closePolicy: opened ? T.Popup.CloseOnEscape | T.Popup.CloseOnPressOutside : T.Popup.CloseOnEscape
     width: parent ? Math.min(parent.width, Style.widestColumn) : 0
     height: parent ? Math.min(naturalHeight, parent.height - 12) : 0
@@ -59,7 +59,7 @@ ModalPopup {
         color: sheet.color
         radius: 2 * Style.radius
 
-        // The lower corners are where the window ends.
+        // The lower corners are not round: they are at the window's edge.
         Rectangle {
             y: parent.height - height
             width: parent.width

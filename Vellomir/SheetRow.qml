@@ -1,7 +1,7 @@
 import QtQuick
 import Vellomir
 
-// A symbol and a text, which do something when they are pressed.
+// A button with a symbol and a text.
 Pressable {
     id: control
 

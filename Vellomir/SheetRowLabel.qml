@@ -1,7 +1,7 @@
 import QtQuick
 import Vellomir
 
-// A symbol and a text behind it.
+// A symbol followed by a text.
 Item {
     id: content
 

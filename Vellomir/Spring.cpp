@@ -41,7 +41,7 @@ Spring::State Spring::at(double seconds, const State &start, double target) cons
         sine = std::sin(split_ * time) / split_;
         cosine = std::cos(split_ * time);
     } else if (regime_ == Regime::overdamped) {
-        // The slower exponential is taken out, so that nothing grows beyond all numbers.
+        // Factors out the slower exponential, which avoids overflow.
         const double difference = std::expm1(-2 * split_ * time);
         sine = -difference / (2 * split_);
         cosine = 1 + difference / 2;
@@ -53,8 +53,8 @@ Spring::State Spring::at(double seconds, const State &start, double target) cons
             fading * (start.velocity * cosine - pull * sine)};
 }
 
-/// When the velocity is 0 first: there the distance is greatest for the time being. 0 if it never
-/// is after the start.
+/// The first time with velocity 0, where the distance has a local maximum. 0 if there is none after
+/// the start.
 double Spring::firstTurn(const State &start, double target) const {
     const double pull =
         decay_ * start.velocity + frequency_ * frequency_ * (start.position - target);
@@ -62,7 +62,7 @@ double Spring::firstTurn(const State &start, double target) const {
         const double angle = std::atan2(split_ * start.velocity, pull);
         return (angle < 0 ? angle + std::numbers::pi : angle) / split_;
     }
-    const double ratio = start.velocity / pull; // of sine and cosine, at that time
+    const double ratio = start.velocity / pull; // sine and cosine at that time
     if (!(ratio > 0))
         return 0;
     if (regime_ == Regime::critical)
@@ -70,7 +70,7 @@ double Spring::firstTurn(const State &start, double target) const {
     return split_ * ratio < 1 ? std::atanh(split_ * ratio) / split_ : 0;
 }
 
-/// Between two times in which the distance falls below the precision once.
+/// Bisects [from, to], in which the distance falls below the precision exactly once.
 double Spring::timeOfLastCrossing(const State &start, double target, double from, double to) const {
     while (true) {
         const double middle = from + (to - from) / 2;
@@ -91,7 +91,7 @@ double Spring::settlingTime(const State &start, double target) const {
         return infinity;
     double step = 1 / decay_;
     if (regime_ == Regime::underdamped) {
-        // From turn to turn the height shrinks by the same factor.
+        // The amplitude shrinks by the same factor from one extreme to the next.
         step = std::numbers::pi / split_;
         const double height = distance(at(turn, start, target), target);
         turn += step * std::floor(std::log(height / precision) / (decay_ * step));

@@ -2,28 +2,28 @@
 
 namespace vellomir {
 
-/// A damped spring that pulls a body of mass 1 to its target. Pure values; any thread.
+/// A damped spring that pulls a body of mass 1 to its target. Immutable; any thread.
 class Spring {
 public:
-    /// Where the body is and how fast it moves, in units and units a second.
+    /// Position and velocity, in units and units per second.
     struct State {
         double position = 0;
         double velocity = 0;
     };
 
-    /// How near to the target counts as being there, in units.
+    /// The distance in units at which the target counts as reached.
     static constexpr double precision = 0.0005;
 
-    /// `response` is the period of the undamped spring in seconds. A damping fraction of 0 lets it
-    /// swing for ever, 1 brings it to rest without a swing in the shortest time, more than 1
-    /// slower. Throws `std::invalid_argument` unless the response is positive, the fraction is not
-    /// negative and both are finite.
+    /// `response` is the period of the undamped spring in seconds. A damping fraction of 0 swings
+    /// for ever, 1 comes to rest fastest without overshooting, more than 1 is slower. Throws
+    /// `std::invalid_argument` unless the response is positive, the fraction is not negative and
+    /// both are finite.
     Spring(double response, double dampingFraction);
 
-    /// The state so many seconds after this start. A time before the start is the start's.
+    /// The state `seconds` after `start`. Negative times give `start`.
     [[nodiscard]] State at(double seconds, const State &start, double target) const;
-    /// The seconds after which the body stays within `precision` of the target for ever; infinity
-    /// if it never does.
+    /// The seconds after which the body stays within `precision` of the target; infinity if it
+    /// never does.
     [[nodiscard]] double settlingTime(const State &start, double target) const;
 
 private:
@@ -33,10 +33,11 @@ private:
     [[nodiscard]] double timeOfLastCrossing(const State &start, double target, double from,
                                             double to) const;
 
-    double frequency_; ///< of the undamped spring, in radians a second
-    double decay_;     ///< of the swings' height, per second
-    double split_;     ///< by how much the decay of the two overdamped parts differs from `decay_`,
-                       ///< or the frequency of the swings
+    double frequency_; ///< of the undamped spring, in radians per second
+    double decay_;     ///< of the amplitude, per second
+    /// overdamped: difference between `decay_` and the rate of either exponential; underdamped:
+    /// frequency of the oscillation
+    double split_;
     Regime regime_;
 };
 

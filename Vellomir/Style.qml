@@ -17,10 +17,10 @@ QtObject {
     readonly property real padding: 16
     readonly property real spacing: 8
     readonly property real radius: 10
-    // Lines longer than this are hard to follow, and buttons wider look lost.
+    // Longer lines are hard to read, and wider buttons look lost.
     readonly property real widestColumn: 640
 
-    // Controls would take the system's otherwise, whatever the application's is.
+    // Controls would use the system's font instead of the application's.
     readonly property string family: Fonts.family
     readonly property font largeTitle: textStyle(34, Font.Bold)
     readonly property font title: textStyle(28, Font.Bold)

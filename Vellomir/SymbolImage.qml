@@ -1,6 +1,6 @@
 import QtQuick
 
-// One of the drawn symbols, sharp at every scale.
+// One of the application's SVG symbols, sharp at every scale.
 Image {
     required property string symbol
     required property real size
@@ -10,5 +10,5 @@ Image {
     height: size
     sourceSize.width: size
     sourceSize.height: size
-    Accessible.ignored: true // What it stands beside has a name.
+    Accessible.ignored: true // The item beside it has a name.
 }

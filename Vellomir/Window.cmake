@@ -1,5 +1,4 @@
-# The window: a library with all of it, so that the program and the tests are the same, and the
-# program itself.
+# The window as a library, which the program and the tests link, and the program itself.
 find_package(Qt6 6.4 REQUIRED COMPONENTS DBus Quick Widgets)
 qt_standard_project_setup()
 set(QT_QML_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/qml) # where qmllint looks for the module
@@ -82,9 +81,9 @@ qt_add_qml_module(vellomir-window
         Window/ThumbnailProvider.cpp Window/ThumbnailProvider.h
         Window/URLs.cpp Window/URLs.h
 )
-# Compiling the expressions to C++ as well takes a minute and gains nothing that can be seen.
+# Compiling the QML expressions to C++ would take a minute and gain no visible speed.
 set_target_properties(vellomir-window PROPERTIES QT_QMLCACHEGEN_ARGUMENTS --only-bytecode)
-# What is generated from the QML files is small and all alike: compiled as one source, a minute less.
+# The sources generated from QML are small: compiling them as one saves a minute.
 set(generated)
 foreach(file IN LISTS qml_files)
     string(REGEX REPLACE "\\.qml$" "_qml.cpp" name ${file})
@@ -102,7 +101,7 @@ add_executable(vellomir Window/main.cpp Window/CommandLine.cpp Window/Terminatio
 target_compile_definitions(vellomir PRIVATE VELLOMIR_VERSION="${PROJECT_VERSION}")
 target_link_libraries(vellomir PRIVATE vellomir-window)
 
-# Draws the screens for people to look at; under sanitizers the tests of the window see the same.
+# Draws the screens for review. Not built with sanitizers: the window tests cover the same code.
 add_executable(vellomir-screenshots Window/Screenshots/main.cpp Window/Screenshots/Stage.cpp)
 target_link_libraries(vellomir-screenshots PRIVATE vellomir-window)
 if(VELLOMIR_SANITIZE)

@@ -1,7 +1,7 @@
 import QtQuick
 import Vellomir
 
-// The share sheet: the ways in which the result can be handed on.
+// The share sheet: actions for the result.
 Sheet {
     id: sheet
 

@@ -48,7 +48,7 @@ void AppLaunchView::doItAction() {
     hideKeyboard();
     isLoading.set(true);
     isProcessing.set(true);
-    // What was picked just now is this job's, however long it takes to read.
+    // A file that was picked just before belongs to this job, even if reading it takes long.
     whenFileIsSettled(
         whileAlive([this] { whenImageIsSettled(whileAlive([this] { startJob(); })); }));
 }
@@ -56,7 +56,7 @@ void AppLaunchView::doItAction() {
 void AppLaunchView::startJob() {
     services_.backgroundQueue([this, job = jobs_->startJob()] {
         processIPAFile();
-        // Whoever runs the main queue may be done with this object by then.
+        // This object may be destroyed before the main queue runs the task.
         services_.mainQueue(whileAlive([this] { completeJob(); }));
     });
 }

@@ -23,18 +23,18 @@ class ImagePicker;
 class JobCounter;
 struct PresentationMode;
 
-/// The main screen without its looks: all state, and the job that makes the second copy of a
-/// package.
+/// The state and the actions of the main screen, and the job that makes the second copy of a
+/// package. No user interface.
 ///
-/// The steps of the job do not throw: they return nothing when they fail, and say so in
-/// `logMessages`. The reasons that the log keeps to itself go to the console.
+/// The steps of the job do not throw: when they fail, they return nothing and add a line to
+/// `logMessages`. Details that the log omits go to the console.
 class AppLaunchView {
 public:
     class DocumentPickerManager;
     struct ActivityView;
 
     explicit AppLaunchView(Services services);
-    /// Waits for the jobs that run. Completion steps that have not run by then never will.
+    /// Waits for running jobs. Their completion steps that have not run by then are dropped.
     ~AppLaunchView();
     AppLaunchView(const AppLaunchView &) = delete;
     AppLaunchView &operator=(const AppLaunchView &) = delete;
@@ -56,37 +56,38 @@ public:
 
     // --- Actions: main thread, return at once -------------------------------------------------
 
-    /// When the screen appears: from now on, it hears of the files that are picked.
+    /// Called when the screen appears; from then on, picked files are accepted.
     void onAppear();
-    /// Empties the Documents folder, in the background, and then asks for a file. Does nothing
-    /// while a job runs, or while the folder is being emptied.
+    /// Empties the Documents folder in the background, then shows the document picker. Does nothing
+    /// while a job runs or while the folder is being emptied.
     void selectFile();
-    /// Takes the first of the files that were dropped, or named when the program was started, as if
-    /// it had been picked. False, and nothing happens, in the same cases, if there is no file, or
-    /// if it lies in the application's own folders and would be lost when these are emptied.
+    /// Takes the first of the files that were dropped, or passed on the command line, as if it had
+    /// been picked. Returns false and does nothing if a job runs, if the folder is being emptied,
+    /// if there is no file, or if the file is in the application's own folders, which are emptied
+    /// first.
     [[nodiscard]] bool openDocuments(const std::vector<archive::URL> &urls);
-    /// Takes the picked file. Nothing is read yet.
+    /// Selects the picked file without reading it.
     void filePicked(const archive::URL &url);
     void pickIconAction();
-    /// Takes the picked photo, which is decoded in the background. If it cannot be read, the user
-    /// is told why, and the image stays as it is; either way the picker closes then.
+    /// Decodes the picked photo in the background, then closes the picker. If the photo cannot be
+    /// read, the user gets a message with the reason and the image does not change.
     void pickedImage(const archive::URL &url);
-    /// The picker closes, and a photo that is still being decoded is forgotten.
+    /// Closes the picker and cancels the decoding of a photo.
     void imagePickerCancelled();
     void removeImageAction();
-    /// Starts a job in the background, after a file that was just picked has been read through and
-    /// a photo that was just picked has been decoded; any number may run at once. Its completion
-    /// step follows on the main queue.
+    /// Starts a job in the background; several may run at once. It waits until a picked file has
+    /// been read through and a picked photo has been decoded. The completion step runs on the main
+    /// queue.
     void doItAction();
-    /// Empties the Documents folder and then the log; before another file is picked. Any thread;
-    /// takes as long as deleting takes.
+    /// Empties the Documents folder, then the log; used before another file is picked. Any thread;
+    /// blocks until all is deleted.
     void clearDocuments();
     void hideKeyboard() const;
-    /// Breaks off the jobs that run and waits until they have ended; then removes all that they
-    /// left behind, except the last result. For when the window is closed for good.
+    /// Cancels the running jobs, waits for them, and deletes all files except the last result.
+    /// Called when the window closes for good.
     void close();
 
-    // --- What the sheets are made of: main thread ---------------------------------------------
+    // --- The inputs of the sheets: main thread ------------------------------------------------
 
     /// Nothing if there is no result to share.
     [[nodiscard]] std::optional<ActivityView> activityView();
@@ -98,13 +99,13 @@ public:
     // --- The job: synchronous, on the calling thread ------------------------------------------
 
     void processIPAFile();
-    /// Copies the package into Documents and unpacks it there; returns the folder.
+    /// Copies the package into Documents and unpacks it there. Returns the folder.
     std::optional<archive::URL> unzipIPA(const archive::URL &url);
-    /// Writes the icon files into the bundle below the folder; returns the bundle's path.
+    /// Writes the icon files into the bundle below the folder. Returns the bundle's path.
     std::optional<std::string> updateAppIcon(const archive::URL &url, const Picture &newIcon);
-    /// Renames the bundle below the folder; returns its new display name.
+    /// Changes the names in the bundle's property list. Returns the new display name.
     std::optional<std::string> updateInfoPlist(const archive::URL &url);
-    /// Packs the folder's Payload; returns the new package.
+    /// Packs the folder's Payload. Returns the new package.
     std::optional<archive::URL> zipUpdatedIPA(const archive::URL &url,
                                               const std::string &updatedAppName);
     void clearTemporaryFiles();

@@ -2,7 +2,7 @@ import QtQuick
 import QtQuick.Layouts
 import Vellomir
 
-// The main screen. What it shows is the state; what it does are the state's actions.
+// The main screen. It shows the state and calls the state's actions; it holds no logic.
 Rectangle {
     id: screen
 
@@ -31,7 +31,7 @@ Rectangle {
         ColumnLayout {
             id: column
 
-            // What the log may take up: the rest, but never so little that its lines can't be read.
+            // The log gets the remaining height, with a minimum that keeps its lines readable.
             readonly property real others: upper.implicitHeight + footer.implicitHeight + 2 * spacing
             readonly property real room: page.height - 2 * Style.padding - others
 
@@ -64,7 +64,7 @@ Rectangle {
                         id: title
 
                         anchors.centerIn: parent
-                        // Large text must leave room for the button.
+                        // Leaves room for the info button when the text is large.
                         width: Math.min(implicitWidth, 2 * infoButton.x - parent.width)
                         text: "Vellomir"
                         color: Style.white
@@ -98,7 +98,7 @@ Rectangle {
                     onClicked: screen.launchState.selectFile()
                 }
 
-                // The picked file has a place here and shows nothing: its name is in the log.
+                // The picked file is an empty item of the layout: its name is shown by the log.
                 Loader {
                     active: screen.launchState.hasSelectedFile
                     visible: false

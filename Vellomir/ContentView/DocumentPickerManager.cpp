@@ -10,7 +10,7 @@ namespace {
 
 constexpr std::size_t pieceSize = std::size_t{64} << 10U;
 
-/// False as well if it was cancelled on the way.
+/// Also false after cancellation.
 bool readToEnd(const archive::FileDescriptor &file,
                const BackgroundWork::CancellationFlag &isCancelled) {
     std::vector<std::byte> buffer(pieceSize);

@@ -8,8 +8,8 @@
 
 namespace vellomir {
 
-/// Hears from the document picker which files were picked, and tells the main screen of the first
-/// one that can be read. Belongs to the main thread.
+/// Receives the files from the document picker and passes the first one to the main screen if it
+/// can be read. Main thread only.
 class AppLaunchView::DocumentPickerManager {
 public:
     DocumentPickerManager(Queue mainQueue, Queue backgroundQueue, Console console);
@@ -17,13 +17,13 @@ public:
     /// Called on the main thread with a file that was read through without an error. May be null.
     std::function<void(const archive::URL &)> callback;
 
-    /// Reads the first file through in the background, in small pieces, and then calls back;
-    /// further files are ignored. Only regular files are readable. An unreadable one is told on the
-    /// console and nowhere else. A newer pick makes one that is still being read void.
+    /// Reads the first file through in the background, in small pieces, then calls `callback`;
+    /// further files are ignored. Only regular files are accepted. An unreadable file is reported
+    /// on the console only. A newer pick cancels the reading of an older one.
     void documentPicker(const std::vector<archive::URL> &didPickDocumentsAt);
 
-    /// Runs a task once it is known whether the file that is being read can be read, after the
-    /// callback; at once if none is.
+    /// Runs the task after the file that is being read has succeeded or failed, and after the
+    /// callback; at once if no file is being read.
     void afterReading(Task task);
 
 private:

@@ -6,10 +6,10 @@
 
 namespace vellomir {
 
-/// Counts the jobs that run, so that what they work on can wait for them.
+/// Counts the running jobs, so that others can wait for them before they change what the jobs use.
 class JobCounter : public std::enable_shared_from_this<JobCounter> {
 public:
-    /// A job runs until its token, and all copies of it, are gone.
+    /// The job counts as running until its token and all copies of it are destroyed.
     using Token = std::shared_ptr<const void>;
 
     [[nodiscard]] Token startJob() {

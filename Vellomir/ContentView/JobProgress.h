@@ -6,13 +6,13 @@
 
 namespace vellomir {
 
-/// The progress of a whole job, made of that of its long steps. Without a progress object, none of
-/// it happens.
+/// Combines the progress of the long steps into that of the whole job. Does nothing without a
+/// progress object.
 class JobProgress {
 public:
     using ProgressPointer = std::shared_ptr<archive::Progress>;
 
-    /// What a step counts for, in percent of the job.
+    /// The weight of a step, in percent of the job.
     enum class Share { copying = 10, unpacking = 45, packing = 45 };
 
     explicit JobProgress(ProgressPointer progress) : progress_(std::move(progress)) {}
@@ -24,7 +24,7 @@ public:
         progress_->setTotalUnitCount(100);
     }
 
-    /// Runs a step with a progress of its own; when it returns, its whole share is done.
+    /// Runs a step with a child progress; the full weight counts as done when the step returns.
     template <class Step>
     void run(Share share, Step step) const {
         if (!progress_)
@@ -35,7 +35,7 @@ public:
         child->setCompletedUnitCount(child->totalUnitCount());
     }
 
-    /// For what is too short to count, but asks for cancellation. Null without a progress.
+    /// For short steps, which only check for cancellation. Null without a progress object.
     [[nodiscard]] const archive::Progress *progress() const { return progress_.get(); }
 
 private:

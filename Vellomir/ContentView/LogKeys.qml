@@ -1,6 +1,6 @@
 import QtQuick
 
-// What the keys do while the log has the focus.
+// The keys of the log while it has the focus.
 QtObject {
     id: keys
 

@@ -1,8 +1,8 @@
 import QtQuick
 import Vellomir
 
-// The status log: as high as its lines, at most 450 points and what there is room for, then it
-// scrolls. It follows new lines while it is scrolled to its end. Its text can be selected.
+// The status log. It grows with its lines up to 450 points, or less if there is less room, then it
+// scrolls. Follows new lines while scrolled to the end. Its text can be selected.
 Flickable {
     id: panel
 
@@ -58,7 +58,7 @@ Flickable {
             isClicked = false;
     }
 
-    // Behind the lines, and as high as what is shown of them, so that all its corners are round.
+    // As high as the visible part of the log, so that all four corners are round.
     Rectangle {
         parent: panel
         z: -1
@@ -107,7 +107,7 @@ Flickable {
         }
     }
 
-    // Lines fade out at the upper edge instead of being cut.
+    // Fades lines out at the upper edge instead of cutting them.
     Rectangle {
         parent: panel
         width: parent.width

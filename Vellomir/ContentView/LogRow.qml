@@ -1,8 +1,8 @@
 import QtQuick
 import Vellomir
 
-// A line of the log. A new one slides in from the leading edge. Its text can be selected, by who
-// holds the log.
+// A line of the log. A new one slides in from the leading edge. The log handles selection, so that
+// it can span several rows.
 Item {
     id: row
 
@@ -13,7 +13,7 @@ Item {
     function placeAt(x: real, y: real): int {
         return text.positionAt(x - text.x, y);
     }
-    // Where the word at that place begins and ends.
+    // The start and the end of the word at this position.
     function wordAt(place: int): point {
         text.cursorPosition = place;
         text.selectWord();
@@ -42,7 +42,7 @@ Item {
         font: Fonts.forText(Style.body, row.line)
         textFormat: TextEdit.PlainText
         wrapMode: TextEdit.Wrap
-        // Neither mouse nor keyboard come here.
+        // The log handles the mouse and the keyboard.
         enabled: false
         readOnly: true
         persistentSelection: true

@@ -1,8 +1,7 @@
 import QtQuick
 import Vellomir
 
-// Selects text of the log with the mouse, through as many lines as it is dragged over. A finger
-// scrolls instead.
+// Selects text of the log with the mouse, across lines. Touch scrolls instead.
 MouseArea {
     id: selection
 
@@ -11,13 +10,13 @@ MouseArea {
     signal started
     signal scrolled(distance: real)
 
-    // Where the selection began and where it ends, each a line and a place in it. Either may come
-    // first.
+    // The ends of the selection, each a line and a position in it; the anchor may be behind the
+    // caret. A negative anchor line means that there is no selection.
     property int anchorLine: -1
     property int anchorPlace: 0
     property int caretLine: -1
     property int caretPlace: 0
-    // Where the mouse is held, from the upper edge of what is shown of the log.
+    // The mouse's y coordinate in the visible part of the log while its button is pressed.
     property real heldAt: 0
 
     function row(line: int): LogRow {
@@ -41,6 +40,8 @@ MouseArea {
         extend(x, y);
     }
     function extend(x: real, y: real): void {
+        if (anchorLine < 0)
+            return; // The log was cleared after the press.
         caretLine = lineAt(y);
         caretPlace = placeAt(caretLine, x, y);
         show();
@@ -54,6 +55,8 @@ MouseArea {
         show();
     }
     function selectAll(): void {
+        if (lines.count === 0)
+            return;
         anchorLine = 0;
         anchorPlace = 0;
         caretLine = lines.count - 1;
@@ -113,7 +116,7 @@ MouseArea {
         }
     }
 
-    // Scrolls on while the mouse is held above or below the log.
+    // Scrolls while the mouse is pressed above or below the log.
     Timer {
         interval: 30
         repeat: true

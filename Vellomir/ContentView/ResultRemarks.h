@@ -4,12 +4,12 @@
 
 namespace vellomir {
 
-/// What the user must know of a package that a job has made.
+/// Facts about a new package that the user must know.
 struct ResultRemarks {
-    /// It would replace the original where both are installed, instead of standing beside it.
+    /// The copy has the identifier of the original: installing it replaces the original.
     bool keepsIdentifier = false;
-    /// Entries of the original's archive, by its end record, and how many of them could be read.
-    /// Equal if the copy is complete.
+    /// The number of entries by the original's end record, and how many of them were read. The copy
+    /// is complete if they are equal.
     std::uint64_t promisedEntries = 0;
     std::uint64_t readEntries = 0;
 

@@ -1,4 +1,4 @@
-// AppLaunchView: the ways in which a file is picked.
+// AppLaunchView: how a file is selected.
 
 #include "Vellomir/ContentView/AppLaunchView.h"
 #include "Vellomir/ContentView/DocumentPickerManager.h"
@@ -13,15 +13,16 @@ namespace {
 namespace fs = std::filesystem;
 using archive::URL;
 
-/// Without links, as far as there is anything; the text alone where nobody may look.
+/// The canonical path, with links resolved as far as the path exists; the path itself if it cannot
+/// be resolved.
 fs::path resolved(const fs::path &path) {
     std::error_code error;
     fs::path result = fs::weakly_canonical(path, error);
     return error ? path.lexically_normal() : result;
 }
 
-/// Whether the file, or a link that stands for it, would go with the folder.
-bool liesInside(const URL &file, const URL &folder) {
+/// Whether the file, or a link to it, is below the folder.
+bool isInside(const URL &file, const URL &folder) {
     const fs::path path = file.path();
     return URL::file(resolved(path).string()).isContained(folder) ||
            URL::file((resolved(path.parent_path()) / path.filename()).string()).isContained(folder);
@@ -53,7 +54,7 @@ void AppLaunchView::selectFile() {
 bool AppLaunchView::openDocuments(const std::vector<URL> &urls) {
     if (isLoading.get() || isClearing_ || urls.empty())
         return false;
-    if (liesInside(urls.front(), services_.sandbox.root())) {
+    if (isInside(urls.front(), services_.sandbox.root())) {
         services_.tell(urls.front().lastPathComponent() +
                        " lies in a folder that is emptied when a file is opened. Save a copy of it "
                        "somewhere else first.");
@@ -69,7 +70,7 @@ bool AppLaunchView::openDocuments(const std::vector<URL> &urls) {
     return true;
 }
 
-/// An unpacked package may be so many files that the screen would stand still meanwhile.
+/// In the background: deleting an unpacked package of many files would block the window.
 void AppLaunchView::clearDocumentsAndThen(Task next) {
     isClearing_ = true;
     services_.backgroundQueue([this, next = std::move(next), token = jobs_->startJob()] {

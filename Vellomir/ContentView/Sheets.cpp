@@ -1,4 +1,4 @@
-// AppLaunchView: what the sheets get from it, and what they tell.
+// AppLaunchView: the inputs and the results of the sheets.
 
 #include "Vellomir/ContentView/ActivityView.h"
 #include "Vellomir/ContentView/AppLaunchView.h"
@@ -10,7 +10,7 @@
 namespace vellomir {
 namespace {
 
-/// Squares share the pixels of what they were cut from, so nothing else is equal to one.
+/// True only for a square cut from `whole`: a square shares the pixels of its source.
 bool isSquareOf(const Picture &image, const Picture &whole) {
     return whole.hasBitmap() && image == ImageCropperView::cropImageToSquare(whole);
 }
@@ -89,8 +89,8 @@ void AppLaunchView::whenImageIsSettled(Task task) {
         task();
 }
 
-/// The cropper is for what was picked. The square that it makes is itself a change, which must not
-/// open it again.
+/// Opens the cropper for a picked image. The square that the cropper makes is a change too, and
+/// must not open it again.
 void AppLaunchView::imageChanged(const std::optional<Picture> &image) {
     const auto previous = std::exchange(imageBefore_, image);
     if (image && !(previous && isSquareOf(*image, *previous)))

@@ -12,7 +12,7 @@ std::string withSlash(const URL &folder) {
     return folder.path().ends_with('/') ? folder.path() : folder.path() + '/';
 }
 
-/// What follows a text that begins with the other one; nothing if it does not.
+/// The text behind the prefix; nothing if the text does not begin with it.
 std::optional<std::string> rest(const std::string &text, const std::string &start) {
     if (start.empty() || !text.starts_with(start))
         return std::nullopt;

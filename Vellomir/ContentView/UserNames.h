@@ -8,26 +8,25 @@
 
 namespace vellomir {
 
-/// The names by which the user knows what a job works on. The copy of the package and what was
-/// unpacked from it lie in folders that the user has never seen.
+/// Replaces internal paths in errors by names that the user knows. A job works on a copy of the
+/// package and on unpacked files, in folders that the user has never seen.
 class UserNames {
 public:
-    /// `package` is the file that was picked, if there is one. `display` makes a path of the user's
-    /// own shorter.
+    /// `package` is the picked file, if there is one. `display` abbreviates the user's own paths.
     UserNames(const Sandbox &sandbox, std::optional<archive::URL> package,
               std::function<std::string(const std::string &path)> display);
 
-    /// Puts them in the place of the job's own: an item that was unpacked becomes an entry of the
-    /// package, a result its name, any other file outside of the sandbox its displayed path. If
-    /// the disk is full, the file does not matter: the folder that the sandbox is in is named.
+    /// Replaces the paths of an error: an unpacked item becomes an entry of the package, a result
+    /// its name, any other file outside the sandbox its displayed path. If the disk is full, the
+    /// error names the folder that contains the sandbox instead of a file.
     void operator()(archive::ErrorContext &context) const;
 
 private:
     void renameDocument(archive::ErrorContext &context, const std::string &name) const;
 
-    std::string root_;      ///< ends in a slash, as the next one
+    std::string root_;      ///< ends in a slash, like `documents_`
     std::string documents_; ///< empty if there are none
-    std::string disk_;      ///< the folder that the sandbox is in
+    std::string disk_;      ///< the folder that contains the sandbox
     std::optional<archive::URL> package_;
     std::function<std::string(const std::string &path)> display_;
 };

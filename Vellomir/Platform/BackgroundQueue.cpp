@@ -10,8 +10,8 @@ namespace {
 
 constexpr int backgroundNiceness = 10;
 
-/// Of the calling thread only, which is what Linux means by these calls. A system that refuses them
-/// runs the tasks at its usual priority.
+/// Lowers the priority of the calling thread only: on Linux these calls affect a thread, not the
+/// process. If they fail, the tasks run at the usual priority.
 void lowerPriority() {
     const sched_param parameters{};
     ::sched_setscheduler(0, SCHED_BATCH, &parameters);
@@ -27,7 +27,7 @@ BackgroundQueue::BackgroundQueue(unsigned threadCount) {
 
 BackgroundQueue::~BackgroundQueue() {
     {
-        std::deque<Task> dropped; // and gone before the others are waited for
+        std::deque<Task> dropped; // destroyed before the threads are joined
         const std::lock_guard lock(mutex_);
         isStopping_ = true;
         dropped.swap(tasks_);
@@ -56,7 +56,7 @@ void BackgroundQueue::work() {
         tasks_.pop_front();
         lock.unlock();
         task();
-        task = nullptr; // What the task owns goes before the next one is waited for.
+        task = nullptr; // Destroys the task's captures before waiting for the next task.
         lock.lock();
     }
 }

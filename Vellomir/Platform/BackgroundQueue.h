@@ -7,20 +7,19 @@
 
 namespace vellomir {
 
-/// A concurrent queue of background priority: threads of its own, at least two, that give way to
-/// everything else the machine has to do. Tasks start in the order of their submission and run side
-/// by side.
+/// A concurrent queue of background priority, with at least two threads of its own. Tasks start in
+/// the order of submission and run in parallel.
 class BackgroundQueue {
 public:
     explicit BackgroundQueue(unsigned threadCount = std::thread::hardware_concurrency());
-    /// Waits for the tasks that run; those that wait are dropped.
+    /// Waits for running tasks; pending tasks are dropped.
     ~BackgroundQueue();
     BackgroundQueue(const BackgroundQueue &) = delete;
     BackgroundQueue &operator=(const BackgroundQueue &) = delete;
 
     /// Any thread. A task must not throw.
     void submit(Task task);
-    /// Hands tasks to this object, which must outlive all that submit.
+    /// Submits to this object, which must outlive every use of the queue.
     [[nodiscard]] Queue queue() {
         return [this](Task task) { submit(std::move(task)); };
     }

@@ -13,7 +13,7 @@ public:
             handOver(mainQueue, std::move(completion));
     }
 
-    /// Waits for a hand-over that has begun, so that none comes after it.
+    /// Waits for a completion that is being submitted, so that none is submitted after it returns.
     void cancel() {
         isCancelled_ = true;
         const std::lock_guard lock(handingOver_);
@@ -31,7 +31,7 @@ private:
     }
 
     CancellationFlag isCancelled_ = false;
-    /// Recursive for queues that run their tasks at once, and for completions that cancel.
+    /// Recursive, because a queue may run its task at once, and a completion may call `cancel`.
     std::recursive_mutex handingOver_;
 };
 

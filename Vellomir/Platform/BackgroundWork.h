@@ -7,14 +7,14 @@
 
 namespace vellomir {
 
-/// Work in the background for an owner on the main thread, who hears of nothing but the piece that
-/// was started last: starting another, cancelling and destroying this object make a piece void. The
-/// owner never waits for it, and a void piece no longer touches the main queue.
+/// Runs work in the background for an owner on the main thread. Only the completion of the work
+/// that was started last runs: `start`, `cancel` and the destructor void earlier work. None of them
+/// waits for the work. Void work does not use the main queue.
 class BackgroundWork {
 public:
     using CancellationFlag = std::atomic<bool>;
-    /// Runs in the background; returns what is to be done on the main thread, or null. Looks at the
-    /// flag between its steps, touches nothing that is the owner's, and must not throw.
+    /// Runs in the background; returns the completion for the main thread, or null. It must check
+    /// the flag between its steps, must not use the owner's data, and must not throw.
     using Work = std::function<Task(const CancellationFlag &isCancelled)>;
 
     /// The queues must live until the work is done or void.

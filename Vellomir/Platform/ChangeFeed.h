@@ -7,12 +7,12 @@
 
 namespace vellomir {
 
-/// Keeps an observer registered; dropping it ends the observation. Observe and drop on the main
-/// thread, where the observers are called.
+/// Keeps an observer registered until it is destroyed. Observers are registered, called and removed
+/// on the main thread.
 using Observation = std::shared_ptr<const void>;
 
-/// Carries changes from the threads that make them to observers on the main thread, each change
-/// once, in the order in which they were made. An observer hears of what changes after it came.
+/// Delivers changes from any thread to observers on the main thread: each change once, in order. An
+/// observer gets only the changes made after its registration.
 template <class Change>
 class ChangeFeed : public std::enable_shared_from_this<ChangeFeed<Change>> {
 public:
@@ -32,13 +32,13 @@ public:
         return shared;
     }
 
-    /// Called with the lock of the changed value held, which is what gives the changes their order.
+    /// Call it with the changed value's lock held; this determines the order of the changes.
     void add(Change change) {
         const std::lock_guard lock(mutex_);
         pending_.push_back({std::move(change), observers_});
     }
 
-    /// Called once for each `add`, without that lock: the queue may run the task at once.
+    /// Call it once for each `add`, without that lock: the queue may run the task at once.
     void deliver() {
         mainQueue_([feed = this->shared_from_this()] { feed->deliverNext(); });
     }

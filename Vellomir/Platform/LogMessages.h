@@ -6,15 +6,15 @@
 
 namespace vellomir {
 
-/// What happened to a list of lines: lines came at its end, or took the place of all there were.
+/// A change of the log: appended lines, or a replacement of all lines.
 struct LogChange {
     bool replacesAll = false;
     std::vector<std::string> lines;
 };
 
-/// The status log: lines that are appended and never edited, or replaced all together. Any thread
-/// writes and reads; observers on the main thread get each change in order, and an appended line
-/// costs one line, however long the log.
+/// The status log. Lines are appended, or all replaced, and never edited. Read and write from any
+/// thread; observers on the main thread get each change in order. Appending costs the same however
+/// long the log is.
 class LogMessages {
 public:
     using Observer = ChangeFeed<LogChange>::Observer;

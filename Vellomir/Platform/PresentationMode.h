@@ -4,7 +4,7 @@
 
 namespace vellomir {
 
-/// What a sheet knows of its being shown.
+/// A sheet's access to its own presentation.
 struct PresentationMode {
     Task dismiss; ///< closes the sheet; on the main thread, at any time, any number of times
 };

@@ -4,8 +4,8 @@
 
 namespace vellomir {
 
-/// A value that any thread reads and writes, and that tells observers on the main thread of each
-/// change, in order. Writing the value it has already is no change.
+/// A value that any thread reads and writes. Observers on the main thread are called with each
+/// change, in order. Writing an equal value is not a change.
 template <class Value>
 class Property {
 public:
@@ -24,7 +24,7 @@ public:
         update([&value](Value &current) { current = std::move(value); });
     }
 
-    /// Changes the value in place. The change runs under the lock and must not use this property.
+    /// Changes the value in place. `change` runs with the lock held and must not use this property.
     template <class Change>
     void update(Change &&change) {
         if (apply(std::forward<Change>(change)))

@@ -5,7 +5,7 @@ namespace vellomir {
 void EventLoop::submit(Task task) {
     const std::lock_guard lock(mutex_);
     tasks_.push_back(std::move(task));
-    // Under the lock: the task may be the one that ends the loop's life.
+    // Notify with the lock held: the task may end the loop, and its owner may then destroy it.
     changed_.notify_one();
 }
 

@@ -9,25 +9,26 @@ namespace vellomir {
 
 using Task = std::function<void()>;
 
-/// Takes a task from any thread and returns at once; the task runs later, elsewhere.
+/// Takes a task from any thread and returns at once; the task runs later, usually on another
+/// thread.
 using Queue = std::function<void(Task)>;
 
-/// A main queue for programs without an event loop of their own: the tasks wait until the thread
-/// that owns the loop runs them, one after another, in the order of their submission.
+/// A main queue for programs without an event loop: tasks run one after another, in the order of
+/// submission, on the thread that calls `run` or `runPending`.
 class EventLoop {
 public:
     /// Any thread.
     void submit(Task task);
-    /// Hands tasks to this object, which must outlive all that submit.
+    /// Submits to this object, which must outlive every use of the queue.
     [[nodiscard]] Queue queue() {
         return [this](Task task) { submit(std::move(task)); };
     }
 
-    /// Runs tasks, and waits for new ones, until `stop`.
+    /// Runs tasks and waits for new ones until `stop` is called.
     void run();
-    /// Runs what waits now, and what that submits, without waiting.
+    /// Runs the pending tasks, and those that they submit, without waiting.
     void runPending();
-    /// Ends `run` after the task that is running. Any thread.
+    /// Ends `run` after the current task. Any thread.
     void stop();
 
 private:

@@ -6,7 +6,7 @@
 namespace vellomir {
 
 void printToStandardOutput(std::string_view line) {
-    // One call, so that lines of several threads do not mix.
+    // One write for the whole line, so that lines of several threads do not mix.
     const std::string text = std::string(line) + '\n';
     std::fwrite(text.data(), 1, text.size(), stdout);
     std::fflush(stdout);

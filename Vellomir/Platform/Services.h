@@ -15,36 +15,37 @@
 
 namespace vellomir {
 
-/// Takes diagnostic lines, without the line's end, from any thread.
+/// Receives diagnostic lines without a line end. Any thread.
 using Console = std::function<void(std::string_view line)>;
 
 /// Writes whole lines to the standard output.
 void printToStandardOutput(std::string_view line);
 
-/// Shows the document picker and returns at once; what was picked is told on the main thread, and
-/// nothing if that was nothing.
+/// Shows the document picker and returns at once. The picked files are passed on the main thread;
+/// nothing is called if the user cancels.
 using PresentDocumentPicker =
     std::function<void(std::function<void(const std::vector<archive::URL> &)> didPickDocuments)>;
 
-/// What the main screen and its job get from their surroundings.
+/// The services that the main screen and its job use.
 struct Services {
     Sandbox sandbox;
     Queue mainQueue;       ///< runs tasks on the main thread, one after another, in order
-    Queue backgroundQueue; ///< runs tasks side by side, at low priority
+    Queue backgroundQueue; ///< runs tasks in parallel, at low priority
     Console console = printToStandardOutput;
-    Task hideKeyboard = [] {}; ///< ends text editing, wherever it is; called on the main thread
-    /// Counts, and cancels, copying, unpacking and packing. Null: neither.
+    Task hideKeyboard = [] {}; ///< removes the focus from any text field; called on the main thread
+    /// Counts and cancels copying, unpacking and packing. Null: no progress and no cancellation.
     std::shared_ptr<archive::Progress> progress = nullptr;
-    PresentDocumentPicker presentDocumentPicker = nullptr; ///< null: there is none
-    /// How messages show a path outside the sandbox, such as "~/a.ipa". Any thread.
+    PresentDocumentPicker presentDocumentPicker = nullptr; ///< null: no picker
+    /// Displays a path outside the sandbox, such as "~/a.ipa". Any thread.
     std::function<std::string(const std::string &path)> displayPath = [](const std::string &path) {
         return path;
     };
-    /// Tells the user what no other place tells, in a sentence or two; called on the main thread.
+    /// Shows a message of one or two sentences to the user, for events that neither the log nor the
+    /// screen shows. Main thread.
     std::function<void(const std::string &message)> tell = [](const std::string &) {};
-    /// Lists the folders in which the job looks for the bundle; for tests.
+    /// Lists folders when the job looks for the bundle; replaced in tests.
     archive::ListFolder listFolder = archive::folderItems;
-    /// How names in the package are stored; nothing: each entry says it.
+    /// The encoding of names in the package; without it, each entry's flag decides.
     std::optional<archive::TextEncoding> nameEncoding = std::nullopt;
 };
 

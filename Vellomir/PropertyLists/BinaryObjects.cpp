@@ -25,8 +25,8 @@ std::uint64_t bigEndianNumber(Bytes bytes) {
     return value;
 }
 
-/// Of the trailer's 32 bytes, the last 26: the sizes of an offset and of a reference, the number of
-/// objects, the top object, where the offsets begin.
+/// The fields are the last 26 of the trailer's 32 bytes: the size of an offset, the size of a
+/// reference, the number of objects, the index of the top object, the position of the offset table.
 BinaryObjects::BinaryObjects(Bytes bytes) : bytes_(bytes) {
     static constexpr std::size_t versionStart = 6;
     if (bytes.size() > versionStart && bytes[versionStart] != std::byte{'0'})

@@ -7,12 +7,12 @@
 
 namespace vellomir {
 
-// The layout of a binary property list, all numbers big-endian:
+// The layout of a binary property list, with big-endian numbers:
 //
 //   "bplist00" | objects | offset of each object | trailer
 //
-// An object is one byte, its type in the upper half and its size in the lower, and its content.
-// Objects refer to each other by number.
+// The first byte of an object has its type in the upper half and its size in the lower half; the
+// content follows. Objects refer to each other by index.
 
 inline constexpr std::string_view binaryPropertyListMagic = "bplist00";
 
@@ -21,14 +21,14 @@ struct BinaryObject {
     std::uint64_t index = 0;
     unsigned type = 0;        ///< the upper half of the first byte
     unsigned size = 0;        ///< the lower half
-    std::size_t position = 0; ///< of the first byte in the list
+    std::size_t position = 0; ///< offset of the first byte in the list
 };
 
-/// The big-endian number of at most eight bytes.
+/// Decodes a big-endian number of at most eight bytes.
 [[nodiscard]] std::uint64_t bigEndianNumber(std::span<const std::byte> bytes);
 
-/// The objects of a binary list, found by way of its trailer. What leads out of the list throws
-/// `PropertyListError::unreadablePropertyList` with the byte.
+/// Finds the objects of a binary list through its trailer. Positions and references outside the
+/// list throw `PropertyListError::unreadablePropertyList` with the byte's offset.
 class BinaryObjects {
 public:
     /// The bytes must outlive this object.
@@ -36,17 +36,17 @@ public:
 
     [[nodiscard]] std::uint64_t topObject() const { return topObject_; }
     [[nodiscard]] std::uint64_t count() const { return offsets_.size() / offsetSize_; }
-    /// Bytes that a reference to an object has.
+    /// The size of a reference in bytes.
     [[nodiscard]] std::size_t referenceSize() const { return referenceSize_; }
 
     [[nodiscard]] BinaryObject object(std::uint64_t index) const;
 
-    /// So many bytes behind the object's first.
+    /// `size` bytes that follow the object's first byte.
     [[nodiscard]] std::span<const std::byte> content(const BinaryObject &object,
                                                      std::size_t size) const;
 
-    /// The elements behind the object's first byte; if there are 15 or more, behind an integer
-    /// object with their number.
+    /// The elements that follow the object's first byte. A count of 15 or more is stored as an
+    /// integer object before them.
     [[nodiscard]] std::span<const std::byte> elements(const BinaryObject &object,
                                                       std::size_t elementSize) const;
 

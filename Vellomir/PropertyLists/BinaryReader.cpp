@@ -50,7 +50,7 @@ private:
         return object;
     }
 
-    /// The builder's limit of the depth keeps the recursion short.
+    /// Recursive; the builder's depth limit bounds the stack.
     void readObject(std::uint64_t index) {
         const BinaryObject object = this->object(index);
         if (object.type != Type::array && object.type != Type::dictionary)
@@ -75,7 +75,7 @@ private:
             readObject(bigEndianNumber(references.subspan(start, size)));
     }
 
-    /// All keys, then all values.
+    /// The references of all keys, then those of all values.
     void readDictionary(const BinaryObject &object) {
         const std::size_t size = objects_.referenceSize();
         const Bytes references = objects_.elements(object, 2 * size);
@@ -126,7 +126,7 @@ private:
         return {object.size == 9};
     }
 
-    /// Up to 4 bytes without a sign, 8 and 16 bytes with one.
+    /// Sizes up to 4 bytes are unsigned; 8 and 16 bytes are signed.
     [[nodiscard]] PropertyListValue integerValue(const BinaryObject &object) const {
         if (object.size > 4)
             throw error("expected an integer of 1, 2, 4, 8 or 16 bytes");
@@ -141,7 +141,7 @@ private:
         return isNegative ? PropertyListValue{low} : makeInteger(narrow(bytes, "an integer"));
     }
 
-    /// The number of up to 16 bytes.
+    /// The value of a number of up to 16 bytes.
     [[nodiscard]] std::uint64_t narrow(Bytes bytes, const std::string &kind) const {
         if (bytes.size() > eight && bigEndianNumber(bytes.first(bytes.size() - eight)) != 0)
             throw error("expected " + kind + " of at most 64 bits");

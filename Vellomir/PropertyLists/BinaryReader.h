@@ -8,13 +8,13 @@
 
 namespace vellomir {
 
-/// Whether the bytes begin as binary lists of any version do.
+/// Whether the bytes begin with the magic of a binary list of any version.
 [[nodiscard]] bool isBinaryPropertyList(std::span<const std::byte> bytes);
 
-/// Reads a list in the binary format. A value that is used several times is copied for each use.
+/// Reads a binary list. A value that is referenced several times is copied for each reference.
 ///
-/// Throws `PropertyListError::unreadablePropertyList` with the byte and the keys, for damage,
-/// values that contain themselves, and kinds that no other format knows;
+/// Throws `PropertyListError::unreadablePropertyList` with the byte and the keys for damage, for
+/// values that contain themselves and for kinds that no other format has;
 /// `ArchiveError::cancelledOperation`.
 [[nodiscard]] PropertyListValue readBinaryPropertyList(std::span<const std::byte> bytes,
                                                        const archive::Progress *progress);

@@ -9,7 +9,7 @@
 namespace vellomir {
 namespace {
 
-/// Linear but for sorting, and without a hash that somebody could aim at.
+/// O(n log n), and without a hash table, whose collisions an attacker could choose.
 void keepLastOfEachKey(PropertyListDictionary &members) {
     std::vector<std::size_t> order(members.size());
     std::iota(order.begin(), order.end(), 0);
@@ -35,7 +35,8 @@ void keepLastOfEachKey(PropertyListDictionary &members) {
     members.erase(members.begin() + static_cast<std::ptrdiff_t>(end), members.end());
 }
 
-/// The UID that XML writes as a dictionary with the one key "CF$UID"; nothing for any other.
+/// The UID that XML stores as a dictionary with the single key "CF$UID"; nothing for other
+/// dictionaries.
 std::optional<PropertyListUID> uidOf(const PropertyListDictionary &members) {
     if (members.size() != 1 || members.front().key != "CF$UID")
         return std::nullopt;
@@ -141,7 +142,7 @@ archive::Error PropertyListBuilder::error(const std::string &what) const {
                       (place.empty() ? "" : ", " + place) + ": " + what);
 }
 
-/// The keys and the indexes that lead to where the next piece belongs; of many, the last.
+/// The keys and indexes that lead to the next value; only the last ones if there are many.
 std::string PropertyListBuilder::path() const {
     static constexpr std::size_t limit = 8;
     std::string text;

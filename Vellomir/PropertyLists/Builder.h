@@ -11,53 +11,54 @@
 
 namespace vellomir {
 
-/// Puts the value of a list together from the pieces that a reader finds one after the other, and
-/// keeps the limits of Limits.h.
+/// Builds the value of a list from the parts that a reader finds in order, and enforces the limits
+/// of Limits.h.
 ///
-/// Of a key that comes twice in a dictionary the last value counts, at the place of the first. A
-/// dictionary with the one key "CF$UID" becomes a UID, unless it is the whole list.
+/// Of duplicate keys the last value counts, in the position of the first. A dictionary with the
+/// single key "CF$UID" becomes a UID, unless it is the whole list.
 class PropertyListBuilder {
 public:
-    /// Where the reader is: "line 3".
+    /// The reader's position for errors: "line 3".
     using Position = std::function<std::string()>;
 
-    /// `format` is a word for errors: "XML". With a progress, which must outlive this object, it is
-    /// asked for cancellation at every piece.
+    /// `format` names the format in errors: "XML". `progress` may be null and must outlive this
+    /// object; every call checks it for cancellation.
     PropertyListBuilder(std::string format, Position position, const archive::Progress *progress)
         : format_(std::move(format)), position_(std::move(position)), progress_(progress) {}
 
-    /// @name Pieces
-    /// They must come where they belong, see `expectsKey` and `isComplete`. Each throws
+    /// @name Parts
+    /// Their order must be valid, see `expectsKey` and `isComplete`. Each call throws
     /// `PropertyListError::unreadablePropertyList` at a limit, and
     /// `ArchiveError::cancelledOperation`.
     /// @{
 
     void addKey(std::string key);
-    /// Text, number, or another value that holds no others.
+    /// A text, a number, or any other value except arrays and dictionaries.
     void addValue(PropertyListValue value);
     void beginArray() { begin(false); }
     void beginDictionary() { begin(true); }
-    /// Ends the array or the dictionary that was begun last.
+    /// Ends the innermost open array or dictionary.
     void end();
-    /// No piece, only asks for cancellation.
+    /// Only checks for cancellation.
     void poll();
 
     /// @}
 
-    /// Whether the next piece must be a key, or the end of the dictionary.
+    /// Whether the next part must be a key or the end of the dictionary.
     [[nodiscard]] bool expectsKey() const;
-    /// Whether a key waits for its value.
+    /// Whether a key has no value yet.
     [[nodiscard]] bool expectsValue() const;
-    /// Whether the list has its one value, whole.
+    /// Whether the list has its one value, completely.
     [[nodiscard]] bool isComplete() const { return root_.has_value(); }
-    /// The value; the list must be complete. Once.
+    /// Returns the value. The list must be complete; call it once.
     [[nodiscard]] PropertyListValue take() { return std::move(*root_); }
 
-    /// "The XML property list cannot be read: line 3, "a" > 1: " and what.
+    /// An error with the sentence "The XML property list cannot be read: line 3, "a" > 1: " and
+    /// `what`.
     [[nodiscard]] archive::Error error(const std::string &what) const;
 
 private:
-    /// An array or a dictionary that has begun and not ended.
+    /// An open array or dictionary.
     struct Container {
         bool isDictionary = false;
         PropertyListArray elements;
@@ -80,7 +81,7 @@ private:
     std::size_t textSize_ = 0;
 };
 
-/// Throws `ArchiveError::cancelledOperation` if there is a progress and it was cancelled.
+/// Throws `ArchiveError::cancelledOperation` if the progress was cancelled. It may be null.
 void requireNotCancelled(const archive::Progress *progress);
 
 } // namespace vellomir

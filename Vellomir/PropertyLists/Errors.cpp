@@ -14,7 +14,7 @@ constexpr std::array listErrors = {
 };
 constinit const archive::ErrorCategory listCategory("PropertyListError", listErrors);
 
-/// At most so many bytes, and no part of a character.
+/// At most `limit` bytes, without cutting a character.
 std::string_view shortened(std::string_view text, std::size_t limit) {
     if (text.size() <= limit)
         return text;

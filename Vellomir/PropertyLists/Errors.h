@@ -9,15 +9,15 @@ namespace vellomir {
 
 enum class PropertyListError {
     unreadablePropertyList = 1, ///< not a property list, damaged, or beyond a limit
-    unwritablePropertyList,     ///< holds a value that XML cannot hold
+    unwritablePropertyList,     ///< holds a value that XML has no form for
 };
 
 [[nodiscard]] std::error_code make_error_code(PropertyListError error);
 
-/// `PropertyListError::unreadablePropertyList` with this sentence.
+/// The error `PropertyListError::unreadablePropertyList` with this sentence.
 [[nodiscard]] archive::Error unreadable(const std::string &sentence);
 
-/// A text from a list for an error: in quotes, printable, and cut where it is long.
+/// Formats a text of a list for an error: quoted, with printable characters only, and shortened.
 [[nodiscard]] std::string quotedText(std::string_view text);
 
 } // namespace vellomir

@@ -4,14 +4,13 @@
 
 namespace vellomir {
 
-// What a property list may cost. Lists are untrusted input, and the list of a bundle has a few
-// thousand values.
+// Limits of a property list. Lists are untrusted input; a bundle's list has a few thousand values.
 
-/// Arrays and dictionaries within each other. Keeps every recursion over values short.
+/// Levels of nested arrays and dictionaries. Bounds every recursion over values.
 inline constexpr std::size_t maximumPropertyListDepth = 512;
-/// Values, those that a binary list uses several times counted for each use.
+/// Number of values. A value that a binary list references several times counts each time.
 inline constexpr std::size_t maximumPropertyListValues = 1'000'000;
-/// Bytes of all keys, texts and data, counted in the same way.
+/// Total bytes of all keys, texts and data, counted in the same way.
 inline constexpr std::size_t maximumPropertyListTextSize = 32 << 20;
 
 } // namespace vellomir

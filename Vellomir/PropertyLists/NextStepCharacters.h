@@ -2,7 +2,8 @@
 
 namespace vellomir {
 
-/// The characters from 0x80 on of the encoding that octal escapes of the old text format refer to.
+/// The characters 0x80 to 0xFF of the NeXTSTEP encoding, which octal escapes of the old text format
+/// use.
 inline constexpr char16_t nextStepCharacters[128] = {
     0x00A0, 0x00C0, 0x00C1, 0x00C2, 0x00C3, 0x00C4, 0x00C5, 0x00C7, // 0x80
     0x00C8, 0x00C9, 0x00CA, 0x00CB, 0x00CC, 0x00CD, 0x00CE, 0x00CF, // 0x88

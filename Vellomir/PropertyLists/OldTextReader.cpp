@@ -18,14 +18,15 @@ bool isBlank(char character) {
     return character == ' ' || (character >= '\t' && character <= '\r');
 }
 
-/// In texts without quotes.
+/// Whether the character may be in a text without quotes.
 bool isBare(char character) {
     return (character >= 'a' && character <= 'z') || (character >= 'A' && character <= 'Z') ||
            (character >= '0' && character <= '9') ||
            std::string_view("_$/:.-").find(character) != std::string_view::npos;
 }
 
-/// "\r\n" is the end of one line.
+/// "\r
+/// " counts as one line end.
 std::size_t countLineEnds(std::string_view text) {
     std::size_t count = 0;
     for (std::size_t index = 0; index < text.size(); ++index)
@@ -74,7 +75,7 @@ private:
         return text_.substr(position_).starts_with(start);
     }
 
-    /// The next character that counts; nothing at the end.
+    /// Skips white space and comments. Returns the next character; nothing at the end.
     std::optional<char> peek() {
         while (position_ < text_.size())
             if (isBlank(text_[position_]))
@@ -110,7 +111,7 @@ private:
             throw error(std::string("\"") + character + '"');
     }
 
-    /// The builder's limit of the depth keeps the recursion short.
+    /// Recursive; the builder's depth limit bounds the stack.
     void readValue() {
         if (skip('{')) {
             builder_.beginDictionary();
@@ -127,7 +128,7 @@ private:
         builder_.end();
     }
 
-    /// A list without braces, or one text alone.
+    /// A top level without braces: pairs, or one text.
     void readTextOrPairs() {
         const std::size_t start = position_;
         std::string text = readText();
@@ -139,7 +140,7 @@ private:
         builder_.end();
     }
 
-    /// `key;` is short for `key = key;`.
+    /// `key;` means `key = key;`.
     void readPairs(std::optional<char> end) {
         while (peek() != end) {
             const std::string key = readText();
@@ -196,7 +197,7 @@ private:
     std::string readQuotedText() {
         const char quote = take();
         std::string text;
-        std::u16string units; // of \U escapes in a row: two may make one character
+        std::u16string units; // consecutive \U escapes: two surrogates make one character
         while (true) {
             if (startsWith("\\U")) {
                 units += readUnit();
@@ -223,7 +224,7 @@ private:
         return text_[position_++];
     }
 
-    /// "\U" and four digits.
+    /// "\U" and four hexadecimal digits.
     char16_t readUnit() {
         position_ += 2;
         unsigned unit = 0;
@@ -245,7 +246,7 @@ private:
         }
     }
 
-    /// Up to three digits.
+    /// Up to three octal digits.
     char16_t readOctalCharacter() {
         unsigned code = 0;
         const char *const start = text_.data() + position_;

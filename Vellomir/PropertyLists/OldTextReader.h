@@ -8,8 +8,7 @@
 namespace vellomir {
 
 /// Reads a list in the old text format: `{ key = "text"; list = (a, b); data = <00ff>; }`. The
-/// braces around the whole list may be missing. A text in quotes is kept as it is, line ends
-/// included.
+/// outer braces may be missing. Quoted texts keep their line ends.
 ///
 /// `text` is UTF-8. Throws `PropertyListError::unreadablePropertyList` with the line and the keys;
 /// `ArchiveError::cancelledOperation`.

@@ -11,14 +11,14 @@
 
 namespace vellomir {
 
-/// A property list whose top level is a dictionary. Whatever is not changed here keeps its type,
-/// its value and its place.
+/// A property list whose top level is a dictionary. Values that are not changed keep their type,
+/// value and position.
 class PropertyList {
 public:
-    /// Bytes. No bundle has a property list of this size, and memory is finite.
+    /// The limit in bytes; lists of real bundles are far smaller.
     static constexpr std::size_t maximumSize = 16 << 20;
 
-    /// Reads the XML, the binary and the old text format. `progress` may be null; it is asked for
+    /// Reads the XML, the binary and the old text format. `progress` may be null; it is checked for
     /// cancellation many times a second.
     ///
     /// Throws `PropertyListError::unreadablePropertyList` with what was expected and where;
@@ -29,16 +29,16 @@ public:
     /// The whole list: a dictionary.
     [[nodiscard]] const PropertyListValue &value() const { return root_; }
 
-    /// Nothing if the key is missing or its value is no text.
+    /// The text of the key; nothing if the key is missing or its value is not a text.
     [[nodiscard]] std::optional<std::string> text(const std::string &key) const;
-    /// A new key goes to the end; an existing one keeps its place.
+    /// Sets the text of a key. A new key is appended; an existing one keeps its position.
     void setText(const std::string &key, const std::string &text);
     void setTexts(const std::string &key, const std::vector<std::string> &texts);
     void remove(const std::string &key);
 
-    /// XML, version 1.0, UTF-8, see `writeXmlPropertyList`. Throws
-    /// `PropertyListError::unwritablePropertyList` for what can be read but not be written so, such
-    /// as control characters; `ArchiveError::cancelledOperation`.
+    /// The list as XML 1.0 in UTF-8, see `writeXmlPropertyList`. Throws
+    /// `PropertyListError::unwritablePropertyList` for values that XML has no form for, such as
+    /// control characters; `ArchiveError::cancelledOperation`.
     [[nodiscard]] archive::Data xmlData(const archive::Progress *progress = nullptr) const;
 
 private:

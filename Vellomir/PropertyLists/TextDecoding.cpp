@@ -18,8 +18,8 @@ using Bytes = std::span<const std::byte>;
 
 constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
 
-/// What a declaration may name, in lower case, and iconv's name for it. All agree with ASCII where
-/// the declaration itself is concerned, and none has shift states.
+/// An encoding that a declaration may name, in lower case, and iconv's name for it. All are
+/// supersets of ASCII for the characters of a declaration, and none has shift states.
 struct Encoding {
     std::string_view name;
     const char *iconvName;
@@ -63,7 +63,7 @@ constexpr Encoding encodings[] = {
     {"x-mac-roman", "MACINTOSH"},
 };
 
-/// UTF-16 cannot be meant by a declaration that is readable byte by byte.
+/// UTF-16 is in the list too: a declaration that is readable byte by byte cannot be UTF-16.
 constexpr std::string_view namesOfUTF8[] = {"utf-8",    "utf8",    "us-ascii",
                                             "ascii",    "utf-16",  "utf-16be",
                                             "utf-16le", "unicode", "iso-10646-ucs-2"};
@@ -75,7 +75,8 @@ constexpr std::string_view namesOfUTF8[] = {"utf-8",    "utf8",    "us-ascii",
 
 enum class ByteOrder { little, big };
 
-/// Nothing for text in single bytes. Every property list begins with an ASCII character.
+/// Nothing for other encodings. The first character of every property list is ASCII, so one of the
+/// first two bytes is zero in UTF-16.
 std::optional<ByteOrder> byteOrderOfUTF16(Bytes bytes) {
     if (bytes.size() < 2)
         return std::nullopt;
@@ -108,7 +109,7 @@ std::string_view skipWhitespace(std::string_view text) {
     return text.substr(std::min(text.find_first_not_of(xmlWhitespace), text.size()));
 }
 
-/// What the XML declaration says about the encoding, in lower case; "" if nothing.
+/// The encoding that the XML declaration names, in lower case; "" if there is none.
 std::string declaredEncoding(std::string_view text) {
     text = skipWhitespace(text);
     if (!text.starts_with("<?xml") || text.size() < 6 || xmlWhitespace.find(text[5]) == text.npos)
@@ -130,7 +131,7 @@ std::string declaredEncoding(std::string_view text) {
     return name;
 }
 
-/// Decodes through the system, piece by piece.
+/// Decodes with iconv, in pieces.
 class Decoder {
 public:
     explicit Decoder(const Encoding &encoding)
@@ -149,7 +150,7 @@ public:
 
     [[nodiscard]] std::string decode(std::string_view bytes, const archive::Progress *progress) {
         std::string text;
-        std::string input(bytes); // iconv asks for bytes that it could change
+        std::string input(bytes); // iconv takes a pointer to non-const
         char *next = input.data();
         std::size_t left = input.size();
         while (left > 0) {
@@ -157,12 +158,12 @@ public:
             if (!convert(text, &next, &left) && errno != E2BIG)
                 refuseByte(input.size() - left, name_);
         }
-        static_cast<void>(convert(text, nullptr, nullptr)); // what could have been composed
+        static_cast<void>(convert(text, nullptr, nullptr)); // flushes a pending combining character
         return text;
     }
 
 private:
-    /// As much as fits into the buffer. False if something is left.
+    /// Converts as much as fits into the buffer. Returns false if input is left.
     [[nodiscard]] bool convert(std::string &text, char **input, std::size_t *left) {
         char *output = buffer_.data();
         std::size_t room = buffer_.size();
@@ -180,7 +181,7 @@ private:
     std::array<char, 65536> buffer_{};
 };
 
-/// Two characters of MacRoman are others in the system's table: the increment sign and the apple.
+/// MacRoman: the system's table differs in two characters, the increment sign and the apple.
 std::string corrected(std::string_view text) {
     static constexpr std::pair<std::string_view, std::string_view> corrections[] = {
         {"\xCE\x94", "\xE2\x88\x86"}, {"\xEE\x80\x9E", "\xEF\xA3\xBF"}};

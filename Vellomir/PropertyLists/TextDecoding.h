@@ -8,14 +8,15 @@
 
 namespace vellomir {
 
-/// A list in a text format as UTF-8, without byte-order mark.
+/// Decodes a list in a text format to UTF-8 without byte-order mark.
 ///
-/// The encoding follows from a mark of UTF-8 or UTF-16, from the first zero byte's place, or from
-/// the XML declaration; without any of them it is UTF-8. Only encodings of one list are taken from
-/// a declaration, because some decoders of the system are not fit for untrusted input.
+/// The encoding is taken from a byte-order mark of UTF-8 or UTF-16, then from the position of a
+/// zero byte, then from the XML declaration; the default is UTF-8. A declaration may only name
+/// encodings of a fixed list, because some of the system's decoders are not safe for untrusted
+/// input.
 ///
-/// Throws `PropertyListError::unreadablePropertyList` with the byte that is not valid, or the
-/// encoding that is not known; `ArchiveError::cancelledOperation`.
+/// Throws `PropertyListError::unreadablePropertyList` with the invalid byte or the unknown
+/// encoding; `ArchiveError::cancelledOperation`.
 [[nodiscard]] std::string decodePropertyListText(std::span<const std::byte> bytes,
                                                  const archive::Progress *progress);
 

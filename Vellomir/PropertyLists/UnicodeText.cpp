@@ -13,7 +13,7 @@ bool isTrailSurrogate(char32_t unit) {
     return unit >= 0xDC00 && unit < 0xE000;
 }
 
-/// The lowest code that needs so many bytes.
+/// The smallest code point whose UTF-8 form has `size` bytes; smaller ones are overlong.
 char32_t lowestOfSize(std::size_t size) {
     return size == 2 ? 0x80 : size == 3 ? 0x800 : 0x10000;
 }

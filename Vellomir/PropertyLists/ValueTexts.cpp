@@ -31,7 +31,7 @@ bool skip(std::string_view &text, char character) {
     return isThere;
 }
 
-/// The whole text, or nothing.
+/// The whole text must be a number; nothing otherwise.
 std::optional<std::uint64_t> parseNumber(std::string_view text, int base) {
     std::uint64_t value = 0;
     const char *const end = text.data() + text.size();
@@ -39,7 +39,7 @@ std::optional<std::uint64_t> parseNumber(std::string_view text, int base) {
     return result.ec == std::errc() && result.ptr == end ? std::optional(value) : std::nullopt;
 }
 
-/// Of a number in correct form that no double holds: infinity or next to 0.
+/// For well-formed numbers outside the range of double: infinity, or the nearest value to 0.
 double parseExtreme(const std::string &text) {
     static const locale_t neutral = ::newlocale(LC_ALL_MASK, "C", nullptr);
     return ::strtod_l(text.c_str(), nullptr, neutral);
@@ -55,7 +55,7 @@ bool isLike(std::string_view text, std::string_view pattern) {
     return true;
 }
 
-/// ".25" is a quarter.
+/// Parses the fraction of a second: ".25" is a quarter.
 std::optional<double> parseFraction(std::string_view text) {
     if (text.empty())
         return 0;
@@ -66,7 +66,7 @@ std::optional<double> parseFraction(std::string_view text) {
     return value;
 }
 
-/// The bits of each digit; -1 for any other character.
+/// The value of each base64 digit; -1 for other characters.
 constexpr std::array<int, 256> makeDigitValues() {
     std::array<int, 256> values{};
     values.fill(-1);

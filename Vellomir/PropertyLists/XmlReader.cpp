@@ -27,7 +27,7 @@ enum class Element { array, dict, key, string, integer, real, date, data, isTrue
 struct ElementName {
     std::string_view name;
     Element element;
-    const char *expected; ///< what its text must be
+    const char *expected; ///< the valid form of its text, for errors
 };
 constexpr ElementName elementNames[] = {
     {"array", Element::array, ""},
@@ -54,7 +54,7 @@ std::optional<PropertyListValue> valueOf(std::optional<Content> content) {
     return content ? std::optional(PropertyListValue{std::move(*content)}) : std::nullopt;
 }
 
-/// Nothing if the text is no such value.
+/// Nothing if the text is malformed.
 std::optional<PropertyListValue> parseLeaf(Element element, std::string text) {
     switch (element) {
     case Element::string:
@@ -77,7 +77,7 @@ std::string tag(const std::string &name) {
     return '<' + archive::printable(name.substr(0, 60)) + '>';
 }
 
-/// Where the tag that begins at `start` ends; ">" may be in a quoted value too.
+/// The end of the tag at `start`; a quoted value may contain ">".
 std::size_t findEndOfTag(std::string_view text, std::size_t start) {
     std::size_t position = start + 1;
     while (true) {
@@ -91,8 +91,7 @@ std::size_t findEndOfTag(std::string_view text, std::size_t start) {
     }
 }
 
-/// Where the comment, the character data or the like that begins at `start` ends; nothing for a
-/// tag.
+/// The end of the comment, CDATA section or similar markup at `start`; nothing if a tag is there.
 std::optional<std::size_t> findEndOfMarkup(std::string_view text, std::size_t start) {
     static constexpr std::pair<std::string_view, std::string_view> kinds[] = {
         {"<!--", "-->"}, {"<![CDATA[", "]]>"}, {"<?", "?>"}, {"<!", ""}};
@@ -102,7 +101,7 @@ std::optional<std::size_t> findEndOfMarkup(std::string_view text, std::size_t st
     return std::nullopt;
 }
 
-/// Expat reads a tag in one step. One with a million attributes takes seconds and memory.
+/// Expat reads a tag in one step; a tag with a million attributes takes seconds and much memory.
 void requireShortTags(std::string_view text) {
     static constexpr std::size_t limit = 64 << 10;
     for (std::size_t start = 0; (start = text.find('<', start)) != text.npos;) {
@@ -116,7 +115,7 @@ void requireShortTags(std::string_view text) {
     }
 }
 
-/// What happens in the document, one event after the other.
+/// Turns the events of the document into parts for the builder.
 class EventReader {
 public:
     EventReader(PropertyListBuilder::Position position, const archive::Progress *progress)
@@ -191,7 +190,8 @@ private:
     bool hasBegun_ = false;
 };
 
-/// Runs Expat. Its callbacks are C: an exception waits until the parser has returned.
+/// Runs Expat. Its callbacks are C, so an exception is stored and rethrown after the parser has
+/// returned.
 class Parser {
 public:
     Parser(std::size_t linesBefore, const archive::Progress *progress)
@@ -207,7 +207,8 @@ public:
         ::XML_SetSkippedEntityHandler(parser_.get(), skippedEntity);
     }
 
-    /// In one piece, because Expat may look at the start of an unfinished token again and again.
+    /// Parses the text in one piece: with several pieces, Expat may scan an unfinished token again
+    /// and again.
     [[nodiscard]] PropertyListValue parse(std::string_view text) {
         const auto status = ::XML_Parse(parser_.get(), text.data(), static_cast<int>(text.size()),
                                         static_cast<int>(true));
@@ -245,7 +246,7 @@ private:
         });
     }
 
-    /// Expat keeps the name of every attribute that it has ever seen.
+    /// Expat stores the name of every attribute, so their number is limited.
     void countAttributes() {
         static constexpr std::size_t limit = 100'000;
         attributes_ +=
@@ -263,7 +264,7 @@ private:
         run(data, [&](Parser &self) { self.reader_.text({text, static_cast<std::size_t>(size)}); });
     }
 
-    /// Entities can contain each other, and so grow without bounds.
+    /// Refused: nested entities expand exponentially.
     static void entityDeclaration(void *data, const char *name, int /*isParameterEntity*/,
                                   const char * /*value*/, int /*size*/, const char * /*base*/,
                                   const char * /*systemId*/, const char * /*publicId*/,
@@ -274,7 +275,7 @@ private:
         });
     }
 
-    /// Every element of the name costs the time for all its declared attributes.
+    /// Limited: Expat checks all declared attributes at every element of the name.
     static void attributeDeclaration(void *data, const char * /*element*/, const char * /*name*/,
                                      const char * /*type*/, const char * /*value*/,
                                      int /*isRequired*/) {
@@ -286,7 +287,7 @@ private:
         });
     }
 
-    /// An entity that could be declared in the document type that is never read.
+    /// An undefined entity, which may be declared in an external document type. That is never read.
     static void skippedEntity(void *data, const char *name, int /*isParameterEntity*/) {
         run(data, [name](Parser &self) {
             throw self.reader_.builder().error("expected a known entity, found " +

@@ -7,11 +7,11 @@
 
 namespace vellomir {
 
-/// Whether a text begins as XML does.
+/// Whether a text begins like XML.
 [[nodiscard]] bool isXmlPropertyList(std::string_view text);
 
-/// Reads a list in the XML format. The <plist> element may be missing, and the declaration may
-/// follow white space. Entities of its own are refused and nothing outside the text is ever read.
+/// Reads an XML list. The <plist> element may be missing, and white space may precede the
+/// declaration. Entity declarations are refused, and nothing outside the text is read.
 ///
 /// `text` is UTF-8, whatever its declaration says. Throws
 /// `PropertyListError::unreadablePropertyList` with the line and the keys;

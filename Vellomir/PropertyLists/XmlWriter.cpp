@@ -18,15 +18,16 @@ constexpr std::string_view head = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
                                   "<plist version=\"1.0\">\n";
 constexpr std::string_view foot = "</plist>\n";
 
-/// XML 1.0, section 2.2; surrogates are no characters of UTF-8 anyway.
+/// XML 1.0, section 2.2. Surrogates are already excluded by valid UTF-8.
 bool isXmlCharacter(char32_t character) {
     if (character < 0x20)
         return character == '\t' || character == '\n' || character == '\r';
     return character != 0xFFFE && character != 0xFFFF;
 }
 
-/// The entity for a character that must be escaped; "" for any other. Readers turn a bare "\r" into
-/// "\n".
+/// The entity for a character that must be escaped; "" for others. Readers turn an unescaped "\r"
+/// into "
+/// ".
 std::string_view escapeOf(char character) {
     switch (character) {
     case '&':
@@ -48,7 +49,7 @@ std::string codePoint(char32_t character) {
     return text.data();
 }
 
-/// The key or the index that leads from a value to one in it.
+/// One step of the path from a value to a nested one: a key or an index.
 struct Step {
     const std::string *key = nullptr;
     std::size_t index = 0;
@@ -92,7 +93,7 @@ private:
     }
 
     void writeContent(const archive::Data &data) {
-        static constexpr std::size_t bytesPerLine = 57; // 76 characters
+        static constexpr std::size_t bytesPerLine = 57; // 76 characters of base64
         putLine("<data>");
         for (std::span<const std::byte> rest = data; !rest.empty();) {
             const std::size_t size = std::min(rest.size(), bytesPerLine);
@@ -171,7 +172,7 @@ private:
     }
 
     void putText(std::string_view text) {
-        std::size_t start = 0; // of what is not yet written
+        std::size_t start = 0; // first unwritten byte
         for (std::size_t position = 0; position < text.size();) {
             const TextCharacter character = characterAt(text, position);
             requireWritable(character);

@@ -44,7 +44,7 @@ void AppLaunchState::followAll() {
     };
     observations_.push_back(view_.modifiedFileRemarks.observe(showResult));
     observations_.push_back(view_.modifiedFileURL.observe(showResult));
-    connect(&sharing_, &Sharing::savingFailed, this, &AppLaunchState::tellSavingFailed);
+    connect(&sharing_, &Sharing::savingFailed, this, &AppLaunchState::showSavingFailure);
 }
 
 QUrl AppLaunchState::selectedFileURL() const {
@@ -101,11 +101,11 @@ void AppLaunchState::didFinishSharing() {
     if (const auto sheet = view_.activityView())
         sheet->makeCoordinator(mainQueue_)->didFinishSharing({}, true, {}, nullptr);
     else
-        setShowShareSheet(false); // It was empty.
+        setShowShareSheet(false); // The sheet was empty.
 }
 
-/// The sheet that says so may have been closed meanwhile.
-void AppLaunchState::tellSavingFailed() {
+/// The share sheet shows the failure itself while it is open.
+void AppLaunchState::showSavingFailure() {
     if (!showShareSheet())
         setAlert(sharing_.message());
 }

@@ -13,8 +13,8 @@ namespace vellomir {
 class Pickers;
 class PreviewProvider;
 
-/// What the screens see of `AppLaunchView`: its state as typed properties, and its actions. It
-/// holds nothing of its own but the message of an alert and the percentage of a job. Main thread.
+/// The state of `AppLaunchView` as typed properties, and its actions, for QML. It adds only the
+/// message of an alert and the percentage of a job. Main thread.
 class AppLaunchState : public QObject {
     Q_OBJECT
     QML_ELEMENT
@@ -29,11 +29,11 @@ class AppLaunchState : public QObject {
     Q_PROPERTY(bool showImagePicker READ showImagePicker NOTIFY showImagePickerChanged)
     Q_PROPERTY(bool showImageCropper READ showImageCropper WRITE setShowImageCropper NOTIFY
                    showImageCropperChanged)
-    /// Where an Image finds the picture, upright; empty if there is none.
+    /// The source of an Image that shows the picture upright; empty without a picture.
     Q_PROPERTY(QUrl selectedImage READ selectedImage NOTIFY selectedImageChanged)
     Q_PROPERTY(bool hasSelectedImage READ hasSelectedImage NOTIFY selectedImageChanged)
     Q_PROPERTY(bool isLoading READ isLoading NOTIFY isLoadingChanged)
-    /// How much of the job that runs is done, 0 to 100.
+    /// The progress of the running job, 0 to 100.
     Q_PROPERTY(int percent READ percent NOTIFY percentChanged)
     Q_PROPERTY(bool isProcessing READ isProcessing NOTIFY isProcessingChanged)
     Q_PROPERTY(QString errorMessage READ errorMessage NOTIFY errorMessageChanged)
@@ -41,11 +41,11 @@ class AppLaunchState : public QObject {
     Q_PROPERTY(
         bool showInfoSheet READ showInfoSheet WRITE setShowInfoSheet NOTIFY showInfoSheetChanged)
     Q_PROPERTY(vellomir::Sharing *sharing READ sharing CONSTANT)
-    /// What a person must be told that no other place tells; empty if there is nothing.
+    /// A message for events that nothing else on the screen shows; empty if there is none.
     Q_PROPERTY(QString alert READ alert WRITE setAlert NOTIFY alertChanged)
 
 public:
-    /// What it is given, and does not own.
+    /// Not owned.
     struct Surroundings {
         AppLaunchView &view;
         PreviewProvider &previews;
@@ -82,18 +82,19 @@ public:
 
     Q_INVOKABLE void onAppear() { view_.onAppear(); }
     Q_INVOKABLE void selectFile() { view_.selectFile(); }
-    /// Files that were dropped, or named to the program; whether the first of them is taken.
+    /// Takes the first of the files that were dropped or passed on the command line. Returns
+    /// whether it was taken.
     Q_INVOKABLE bool openDocuments(const QList<QUrl> &urls);
     Q_INVOKABLE void pickIconAction() { view_.pickIconAction(); }
     Q_INVOKABLE void removeImageAction() { view_.removeImageAction(); }
     Q_INVOKABLE void doItAction() { view_.doItAction(); }
     Q_INVOKABLE void hideKeyboard() { view_.hideKeyboard(); }
-    /// The cropper's two ways out.
+    /// The two buttons of the cropper.
     Q_INVOKABLE void useImage();
     Q_INVOKABLE void zoomImage();
-    /// The share sheet has closed, whichever way.
+    /// To be called when the share sheet has closed, however it was closed.
     Q_INVOKABLE void didFinishSharing();
-    /// Opens a link of the about sheet; a text that is no address does nothing.
+    /// Opens a link of the about sheet. Does nothing if the text is not a valid URL.
     Q_INVOKABLE void openLink(const QString &url);
 
 signals:
@@ -116,7 +117,7 @@ private:
     void follow(Property<Value> &property, void (AppLaunchState::*changed)());
     void followAll();
     void presentImagePicker();
-    void tellSavingFailed();
+    void showSavingFailure();
     void showPicture(const std::optional<Picture> &picture);
 
     AppLaunchView &view_;

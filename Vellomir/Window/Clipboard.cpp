@@ -6,7 +6,7 @@
 namespace vellomir {
 namespace {
 
-/// Text items separate their lines by characters of their own.
+/// Qt's text items separate lines by U+2028 and paragraphs by U+2029.
 QString withLineFeeds(QString text) {
     return text.replace(QChar::ParagraphSeparator, u'\n').replace(QChar::LineSeparator, u'\n');
 }

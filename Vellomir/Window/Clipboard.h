@@ -12,10 +12,10 @@ class Clipboard : public QObject {
     QML_SINGLETON
 
 public:
-    /// Paragraphs and lines of the text end in line feeds afterwards.
+    /// Line and paragraph separators become line feeds.
     Q_INVOKABLE static void copyText(const QString &text);
-    /// For the middle mouse button, on desktops that have such a selection. An empty text changes
-    /// nothing.
+    /// Sets the selection that the middle mouse button pastes, on desktops that have one. An empty
+    /// text changes nothing.
     Q_INVOKABLE static void offerSelection(const QString &text);
 };
 

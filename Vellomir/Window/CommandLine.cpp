@@ -17,7 +17,8 @@ ParsedCommandLine ended(std::FILE *stream, const QString &text, int exitCode) {
     return {.options = std::nullopt, .exitCode = exitCode};
 }
 
-/// The parser knows the program's name only from an application, which there is none yet.
+/// Replaces the program's name, which the parser takes from a QCoreApplication that does not exist
+/// yet.
 QString helpText(const QCommandLineParser &parser) {
     return parser.helpText().replace(QStringLiteral("<executable_name>"),
                                      QStringLiteral("vellomir"));

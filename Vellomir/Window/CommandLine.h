@@ -7,13 +7,14 @@
 
 namespace vellomir {
 
-/// What the window's program is told when it is started.
+/// The arguments of the window's program.
 struct WindowOptions {
-    QList<QUrl> files; ///< to open; what is no address is a path from the current folder
+    /// to open; an argument that is not a URL is a path relative to the current folder
+    QList<QUrl> files;
 };
 
-/// Nothing if the program has said all it had to say: what it can do, its version, or what is wrong
-/// with the arguments. It is to end with that exit code then.
+/// Without options, the program must end with the exit code: the help, the version or an error has
+/// been printed.
 struct ParsedCommandLine {
     std::optional<WindowOptions> options;
     int exitCode = 0;

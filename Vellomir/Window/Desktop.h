@@ -9,7 +9,7 @@
 
 namespace vellomir {
 
-/// What the desktop does for a program. Main thread.
+/// The desktop's services. Main thread.
 class Desktop {
 public:
     Desktop() = default;
@@ -17,17 +17,16 @@ public:
     Desktop &operator=(const Desktop &) = delete;
     virtual ~Desktop() = default;
 
-    /// Has the program open it that the system holds responsible; whether there is one.
+    /// Opens the URL with the system's default program. Returns false if there is none.
     virtual bool open(const QUrl &url) = 0;
-    /// Shows the folder of a file with the file marked, or at least the folder. The answer, whether
-    /// a program was found that does so, comes later.
+    /// Shows the file's folder, with the file selected if possible. Calls `answer` later: whether a
+    /// program was found.
     virtual void showInFileManager(const QString &file, std::function<void(bool)> answer) = 0;
-    /// Puts the file itself on the clipboard, to be pasted in a file manager or a message.
+    /// Puts the file itself on the clipboard, for pasting in a file manager or a message.
     virtual void copyToClipboard(const QString &file) = 0;
-    /// Marks the window's entry in lists of windows, until the user comes to it.
+    /// Marks the window in task bars until the user activates it.
     virtual void requestAttention(QWindow &window) { window.alert(0); }
-    /// Shows the share that is done, 0 to 1, at the program's entry; nothing takes it away. Not
-    /// every desktop does.
+    /// Shows progress, 0 to 1, in docks and task bars that support it; nothing removes it.
     virtual void showProgress(std::optional<double> share) { static_cast<void>(share); }
 };
 

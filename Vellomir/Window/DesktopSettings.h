@@ -7,16 +7,16 @@
 
 namespace vellomir {
 
-/// The group of GNOME's settings of the interface, which other desktops keep too.
+/// GNOME's group of interface settings, which other desktops provide too.
 inline const QString gnomeInterface = QStringLiteral("org.gnome.desktop.interface");
 
-/// Follows one of the settings that desktops share with programs: the reader's slot
-/// `readSetting(QString group, QString key, QDBusVariant value)` hears of its value and of each
-/// later one; of others too, which it has to pass over. Without a session bus, and on desktops that
-/// don't have the setting, it hears of nothing. Main thread.
+/// Calls the reader's slot `readSetting(QString group, QString key, QDBusVariant value)` with the
+/// setting's current value and after each change. The slot also gets other settings and must ignore
+/// them. Without a session bus, or if the desktop does not have the setting, it is not called. Main
+/// thread.
 void followSetting(QObject &reader, const QString &group, const QString &key);
 
-/// The value of a setting. A whole answer may be wrapped more than once.
+/// Unwraps a setting's value; replies may be wrapped in several variants.
 [[nodiscard]] QVariant settingValue(const QDBusVariant &value);
 
 } // namespace vellomir

@@ -21,7 +21,7 @@ void DoubleClickFilter::setControl(QObject *control) {
 
 bool DoubleClickFilter::eventFilter(QObject *watched, QEvent *event) {
     switch (event->type()) {
-    case QEvent::MouseButtonDblClick: // The second press itself came before it.
+    case QEvent::MouseButtonDblClick: // A press event comes before this event.
         return true;
     case QEvent::MouseButtonPress:
     case QEvent::TouchBegin:
@@ -31,7 +31,7 @@ bool DoubleClickFilter::eventFilter(QObject *watched, QEvent *event) {
     }
 }
 
-/// Of more than two presses each counts from the one before it.
+/// Each press is compared with the previous one, so a triple click is one press too.
 bool DoubleClickFilter::isRepeated(quint64 time) {
     const auto before = std::exchange(lastPress_, time);
     const auto interval =

@@ -7,8 +7,8 @@
 
 namespace vellomir {
 
-/// Makes one press of a double click, or double tap, on a control: a press that follows another one
-/// within the desktop's time for double clicks does not reach it. Keys are not affected.
+/// Turns a double click or double tap on a control into one press: it drops a press that follows
+/// another within the desktop's double-click time. Keys are not affected.
 class DoubleClickFilter : public QObject {
     Q_OBJECT
     QML_ELEMENT
@@ -30,7 +30,7 @@ private:
     [[nodiscard]] bool isRepeated(quint64 time);
 
     QObject *control_ = nullptr;
-    std::optional<quint64> lastPress_; ///< milliseconds, by the clock of the events
+    std::optional<quint64> lastPress_; ///< milliseconds, by the events' timestamps
 };
 
 } // namespace vellomir

@@ -9,8 +9,7 @@
 namespace vellomir {
 namespace {
 
-/// The values of a key in a file of "[Group]" and "key=value" lines, from all groups but those that
-/// take associations away.
+/// The values of a key in an INI file, from all groups except the one that removes associations.
 QStringList valuesOf(const QString &path, const QString &key) {
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly | QIODevice::Text))
@@ -40,8 +39,8 @@ QStringList associationLists() {
     return files;
 }
 
-/// The path of the entry; "" if it is not installed. A "-" in the name may be a subfolder:
-/// "kde-dolphin.desktop" is also looked for as "kde/dolphin.desktop".
+/// The path of the desktop entry; "" if it is not installed. A "-" in the name may mean a
+/// subfolder: "kde-dolphin.desktop" is also looked for as "kde/dolphin.desktop".
 QString desktopEntry(QString name) {
     const auto locate = [](const QString &entry) {
         return QStandardPaths::locate(QStandardPaths::ApplicationsLocation, entry);
@@ -55,7 +54,7 @@ QString desktopEntry(QString name) {
     return path;
 }
 
-/// The program's name may be quoted; its arguments do not matter.
+/// The program's name may be quoted; arguments are ignored.
 bool isInstalled(const QString &entryName) {
     const QString entry = desktopEntry(entryName);
     const QStringList commands =

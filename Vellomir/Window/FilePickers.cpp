@@ -8,19 +8,19 @@
 namespace vellomir {
 namespace {
 
-/// A place that exists: the usual one, or the user's home.
+/// The standard folder, or the user's home if it does not exist.
 QUrl usualFolder(QStandardPaths::StandardLocation location) {
     const QString folder = QStandardPaths::writableLocation(location);
     return QUrl::fromLocalFile(QDir(folder).exists() ? folder : QDir::homePath());
 }
 
-/// Qt's dialogs keep their settings in a file that all programs of the desktop share. Below a place
-/// that is no folder no file can be made, nor read.
+/// Qt's dialogs store their settings in a file that all Qt programs share. /dev/null is not a
+/// folder, so no file below it can be read or written.
 void keepSettingsOffTheDisk() {
     QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, QStringLiteral("/dev/null"));
 }
 
-/// Rows high enough to tell pictures apart.
+/// Rows high enough to recognise pictures.
 void showLargeIcons(const QFileDialog &dialog) {
     constexpr QSize iconSize(72, 72);
     if (auto *const list = dialog.findChild<QListView *>(QStringLiteral("listView"))) {
@@ -29,7 +29,7 @@ void showLargeIcons(const QFileDialog &dialog) {
     }
 }
 
-/// Qt's own dialog takes what is quoted for names of several files, and everything else for none.
+/// Qt's own dialog parses quotes as a list of several files.
 QString withoutQuotes(QString name) {
     return name.replace(u'"', u'\'');
 }
@@ -97,7 +97,7 @@ void FilePickers::pickDestination(const QString &name, Place answer) {
 
 void FilePickers::open(std::unique_ptr<QFileDialog> dialog, Kind &kind, Finished finished) {
     if (dialog_)
-        dialog_->reject(); // Who asked for it waits for an answer.
+        dialog_->reject(); // Answers the caller of the replaced dialog.
     dialog_ = std::move(dialog);
     QFileDialog *const opened = dialog_.get();
     QObject::connect(opened, &QFileDialog::finished, opened,
@@ -113,16 +113,18 @@ void FilePickers::open(std::unique_ptr<QFileDialog> dialog, Kind &kind, Finished
                          finished(picked);
                      });
     opened->setWindowModality(Qt::ApplicationModal);
-    opened->winId(); // Makes the window that is to be told whose it is.
+    opened->winId(); // Creates the native window, which the next lines need.
     if (opened->windowHandle() != nullptr)
         opened->windowHandle()->setTransientParent(owner_);
     opened->open();
 }
 
-/// Its list of completions would outlive the dialog's closing, and keep the keyboard to itself.
+/// Without this, the dialog's completion popup would outlive its closing and keep the keyboard's
+/// focus.
 void FilePickers::forgetDialog() {
     if (dialog_)
-        dialog_.release()->deleteLater(); // It may be the one that is just giving its answer.
+        // Deleted later, because this may run in the dialog's own signal.
+        dialog_.release()->deleteLater();
 }
 
 } // namespace vellomir

@@ -11,16 +11,17 @@
 
 namespace vellomir {
 
-/// File dialogs in windows of their own, in front of the program's window. Where the desktop has
-/// dialogs of its own, it is those. Each starts where the last of its kind ended and looks as it
-/// did there, the first ones where such files usually lie. One at a time: a new one cancels the one
-/// that is open. No dialog writes a settings file: what they remember goes with this object.
+/// File dialogs as windows in front of the program's window: the desktop's own dialogs if it has
+/// any, else Qt's. Each kind of dialog opens in the folder and with the view of the last one of its
+/// kind; the first one opens in the usual folder for such files. Only one is open at a time: a new
+/// one cancels it. Nothing is written to a settings file; folders and views are kept as long as
+/// this object.
 class FilePickers : public Pickers {
 public:
     FilePickers();
     ~FilePickers() override;
 
-    /// The window that the dialogs belong to; not owned.
+    /// The transient parent of the dialogs; not owned.
     void setOwner(QWindow *owner) { owner_ = owner; }
 
     void pickDocument(Documents answer) override;
@@ -28,10 +29,10 @@ public:
     void pickDestination(const QString &name, Place answer) override;
 
 private:
-    /// What a kind of dialog remembers of the last one.
+    /// The last dialog's folder, view and size.
     struct Kind {
         QUrl folder;
-        QByteArray view; ///< of Qt's own dialog; empty before the first
+        QByteArray view; ///< state of Qt's own dialog; empty before the first
         QSize size;
     };
     using Finished = std::function<void(const QList<QUrl> &)>;
@@ -42,7 +43,7 @@ private:
     void forgetDialog();
 
     QPointer<QWindow> owner_;
-    ThumbnailProvider thumbnails_; ///< outlives the dialog, whose thread calls it
+    ThumbnailProvider thumbnails_; ///< outlives the dialog, which calls it from a thread
     std::unique_ptr<QFileDialog> dialog_;
     Kind documents_;
     Kind pictures_;

@@ -23,7 +23,8 @@ double pixelSize(const QFont &font, double dotsPerInch) {
                                 : font.pointSizeF() * dotsPerInch / pointsPerInch;
 }
 
-/// On X11 the desktop's text scale is part of the dots per inch, by which Qt scales whole windows.
+/// On X11 the desktop's text scale changes the dots per inch, by which Qt already scales whole
+/// windows.
 bool platformScalesText() {
     return QGuiApplication::platformName() == QLatin1String("xcb");
 }
@@ -49,8 +50,8 @@ QFont Fonts::forText(QFont font, const QString &text) {
 }
 
 double Fonts::scaleOf(const QFont &systemFont, double dotsPerInch) {
-    constexpr double smallestUsual = 12;      // Pixels: 9 points,
-    constexpr double largestUsual = 44.0 / 3; // and 11 points.
+    constexpr double smallestUsual = 12;      // pixels: 9 points
+    constexpr double largestUsual = 44.0 / 3; // pixels: 11 points
     const double size = pixelSize(systemFont, dotsPerInch);
     return size > 0 ? size / std::clamp(size, smallestUsual, largestUsual) : 1;
 }

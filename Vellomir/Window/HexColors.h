@@ -6,7 +6,7 @@
 
 namespace vellomir {
 
-/// Makes every colour of the screens, by the one rule for hexadecimal texts.
+/// Parses the colours of the screens.
 class HexColors : public QObject {
     Q_OBJECT
     QML_ELEMENT

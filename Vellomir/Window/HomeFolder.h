@@ -4,8 +4,7 @@
 
 namespace vellomir {
 
-/// The path as people write it: "~" in the place of the user's home folder. Other paths come back
-/// as they are.
+/// The path with the user's home folder written as "~". Other paths are returned unchanged.
 [[nodiscard]] QString abbreviatedPath(const QString &path);
 
 } // namespace vellomir

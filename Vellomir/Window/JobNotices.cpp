@@ -20,7 +20,7 @@ JobNotices::JobNotices(archive::Progress &progress, AppLaunchState &state, Deskt
     });
 }
 
-/// What comes after the end of a job is old.
+/// Ignores updates that arrive after the job's end.
 void JobNotices::show(int percent) {
     if (!state_ || !state_->isLoading())
         return;

@@ -11,18 +11,18 @@ namespace vellomir {
 class AppLaunchState;
 class Desktop;
 
-/// Tells of the jobs beyond the window's contents: the state gets the percentage that the title
-/// shows, the desktop the progress, and a window in the background asks for attention when a job
-/// has ended. Main thread.
+/// Shows progress outside the window's contents: the percentage in the title, progress on the
+/// desktop, and a request for attention if a job ends while the window is in the background. Main
+/// thread.
 class JobNotices : public QObject {
     Q_OBJECT
 
 public:
-    /// Watches the progress of the jobs, which must not begin before. Outlives the jobs; the state
-    /// may go earlier.
+    /// Observes the progress. Make it before the first job starts; it must outlive the jobs. The
+    /// state may be destroyed earlier.
     JobNotices(archive::Progress &progress, AppLaunchState &state, Desktop &desktop);
 
-    /// The window that asks for attention; not owned.
+    /// The window that requests attention; not owned.
     void setWindow(QQuickWindow &window) { window_ = &window; }
 
 private:

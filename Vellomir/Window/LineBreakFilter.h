@@ -6,8 +6,8 @@
 
 namespace vellomir {
 
-/// Keeps line breaks out of a field of one line, whichever way they come: they are dropped. All
-/// other text is taken unchanged.
+/// Removes line breaks from everything typed, pasted or composed into a field of one line. Other
+/// text is not changed.
 class LineBreakFilter : public QObject {
     Q_OBJECT
     QML_ELEMENT

@@ -46,7 +46,7 @@ void LogModel::append(const std::vector<std::string> &lines) {
     beginInsertRows({}, first, first + static_cast<int>(lines.size()) - 1);
     for (const std::string &each : lines) {
         const QString line = QString::fromStdString(each);
-        const bool appears = !holds(rows_, line);
+        const bool appears = !contains(rows_, line);
         rows_.push_back({line, appears});
     }
     endInsertRows();
@@ -57,13 +57,13 @@ void LogModel::replace(const std::vector<std::string> &lines) {
     std::vector<Row> rows;
     for (const std::string &each : lines) {
         const QString line = QString::fromStdString(each);
-        rows.push_back({line, !holds(rows_, line) && !holds(rows, line)});
+        rows.push_back({line, !contains(rows_, line) && !contains(rows, line)});
     }
     rows_ = std::move(rows);
     endResetModel();
 }
 
-bool LogModel::holds(const std::vector<Row> &rows, const QString &line) {
+bool LogModel::contains(const std::vector<Row> &rows, const QString &line) {
     return std::any_of(rows.begin(), rows.end(),
                        [&line](const Row &row) { return row.line == line; });
 }

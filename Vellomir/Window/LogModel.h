@@ -7,8 +7,9 @@
 
 namespace vellomir {
 
-/// The status log, a row a line. A line is identified by its text: one that stands in the log
-/// already, or that stood there before the whole log was replaced, does not appear anew.
+/// The status log as a list model, one row per line. The role `appears` marks new lines, which
+/// slide in. Lines are identified by their text: one that is in the log already, or was in it
+/// before the whole log was replaced, is not new.
 class LogModel : public QAbstractListModel {
     Q_OBJECT
     QML_ELEMENT
@@ -17,7 +18,7 @@ class LogModel : public QAbstractListModel {
 public:
     enum Role { lineRole = Qt::UserRole, appearsRole };
 
-    /// Shows the log as it stands, and follows it.
+    /// Shows the current lines and follows the log.
     explicit LogModel(LogMessages &log, QObject *parent = nullptr);
 
     [[nodiscard]] int rowCount(const QModelIndex &parent = {}) const override;
@@ -33,7 +34,7 @@ private:
     void apply(const LogChange &change);
     void append(const std::vector<std::string> &lines);
     void replace(const std::vector<std::string> &lines);
-    [[nodiscard]] static bool holds(const std::vector<Row> &rows, const QString &line);
+    [[nodiscard]] static bool contains(const std::vector<Row> &rows, const QString &line);
 
     std::vector<Row> rows_;
     Observation observation_;

@@ -12,8 +12,8 @@ const QString appearance = QStringLiteral("org.freedesktop.appearance");
 const QString reducedMotion = QStringLiteral("reduced-motion");
 const QString enableAnimations = QStringLiteral("enable-animations");
 
-/// Plasma stretches the duration of all animations by a factor.
-bool plasmaStandsStill() {
+/// Plasma multiplies the duration of all animations by a factor; 0 disables them.
+bool areAnimationsOffInPlasma() {
     const QString file =
         QStandardPaths::locate(QStandardPaths::GenericConfigLocation, QStringLiteral("kdeglobals"));
     if (file.isEmpty())
@@ -34,7 +34,7 @@ void Motion::setReduced(bool isReduced) {
 void Motion::followSystem() {
     if (qEnvironmentVariableIsSet("VELLOMIR_REDUCED_MOTION"))
         return setReduced(qEnvironmentVariableIntValue("VELLOMIR_REDUCED_MOTION") != 0);
-    plasmaStandsStill_ = plasmaStandsStill();
+    plasmaAnimationsAreOff_ = areAnimationsOffInPlasma();
     combine();
     followSetting(*this, gnomeInterface, enableAnimations);
     followSetting(*this, appearance, reducedMotion);
@@ -51,9 +51,9 @@ void Motion::readSetting(const QString &group, const QString &key, const QDBusVa
     combine();
 }
 
-/// One desktop's answer is no answer to what another one has been told.
+/// The settings of several desktops are independent: one of them is enough.
 void Motion::combine() {
-    setReduced(plasmaStandsStill_ || animationsAreOff_ || motionIsReduced_);
+    setReduced(plasmaAnimationsAreOff_ || animationsAreOff_ || motionIsReduced_);
 }
 
 } // namespace vellomir

@@ -6,20 +6,20 @@
 
 namespace vellomir {
 
-/// Whether things move on the screen. Main thread.
+/// Whether animations are reduced. Main thread.
 class Motion : public QObject {
     Q_OBJECT
     QML_ELEMENT
     QML_SINGLETON
-    /// What would move takes its place at once instead.
+    /// If set, items move to their new place at once.
     Q_PROPERTY(bool isReduced READ isReduced WRITE setReduced NOTIFY isReducedChanged)
 
 public:
     [[nodiscard]] bool isReduced() const { return isReduced_; }
     void setReduced(bool isReduced);
 
-    /// Follows what the user has set: the variable VELLOMIR_REDUCED_MOTION (1 or 0) if there is
-    /// one; else what the desktop says, now and when it changes.
+    /// Uses the environment variable VELLOMIR_REDUCED_MOTION (1 or 0) if it is set; else the
+    /// desktop's setting, now and after each change.
     void followSystem();
 
 signals:
@@ -30,9 +30,9 @@ private:
     void combine();
 
     bool isReduced_ = false;
-    bool plasmaStandsStill_ = false;
-    bool animationsAreOff_ = false; ///< one desktop's name for it
-    bool motionIsReduced_ = false;  ///< the others'
+    bool plasmaAnimationsAreOff_ = false;
+    bool animationsAreOff_ = false; ///< GNOME's setting
+    bool motionIsReduced_ = false;  ///< the portal's setting, shared by other desktops
 };
 
 } // namespace vellomir

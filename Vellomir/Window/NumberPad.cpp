@@ -17,16 +17,16 @@ bool hasAnotherCharacter(const QString &text) {
     return !std::all_of(characters.begin(), characters.end(), isOnNumberPad);
 }
 
-/// Whether the key would put a character into the field that a number pad doesn't have.
+/// Whether the key would type a character that a number pad does not have.
 bool typesAnotherCharacter(const QKeyEvent &event) {
     constexpr auto commands = Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier;
-    // Two of them together are how some keyboards reach further characters.
+    // Ctrl+Alt types further characters on some keyboards, like AltGr.
     const auto held = event.modifiers() & commands;
     const bool isCommand = held != 0 && held != (Qt::ControlModifier | Qt::AltModifier);
     return !isCommand && hasAnotherCharacter(event.text());
 }
 
-/// The same for what comes by way of an input method, finished or not.
+/// The same for text from an input method, composed or committed.
 bool typesAnotherCharacter(const QInputMethodEvent &event) {
     return hasAnotherCharacter(event.commitString()) || hasAnotherCharacter(event.preeditString());
 }

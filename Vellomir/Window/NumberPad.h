@@ -5,8 +5,8 @@
 
 namespace vellomir {
 
-/// Stands for a keyboard with nothing but digits: typed characters of any other kind do not reach
-/// the field. What is pasted or dropped does, and so do the keys that move, delete and leave.
+/// Limits typing to digits, like a number pad: other typed characters do not reach the field.
+/// Pasted and dropped text is not limited, nor are keys that move, delete or leave.
 class NumberPad : public QObject {
     Q_OBJECT
     QML_ELEMENT

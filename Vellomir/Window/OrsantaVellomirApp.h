@@ -16,22 +16,21 @@ class Fonts;
 class JobNotices;
 class Motion;
 
-/// The application: one window, always dark, whose content is the main screen.
+/// The application: one window, always dark, with the main screen.
 class OrsantaVellomirApp {
 public:
-    /// What the application gets from its surroundings, and does not own.
+    /// Not owned.
     struct Surroundings {
-        archive::URL dataFolder; ///< its own folders go below it
+        archive::URL dataFolder; ///< the application's folders are made below it
         Pickers &pickers;
         Desktop &desktop;
         Console console = printToStandardOutput;
     };
 
-    /// Makes the folders and the window, which is not shown yet. Throws a `FileError` if there is
-    /// no place for the folders.
+    /// Makes the folders and the window, which is not shown yet. Throws a `FileError` if the
+    /// folders cannot be made.
     explicit OrsantaVellomirApp(const Surroundings &surroundings);
-    /// Breaks off what is running, waits until it has ended, and leaves nothing but the last
-    /// result.
+    /// Cancels the running jobs, waits for them, and deletes all files except the last result.
     ~OrsantaVellomirApp();
     OrsantaVellomirApp(const OrsantaVellomirApp &) = delete;
     OrsantaVellomirApp &operator=(const OrsantaVellomirApp &) = delete;
@@ -42,7 +41,7 @@ public:
     [[nodiscard]] Motion &motion();
     [[nodiscard]] Fonts &fonts();
 
-    /// Font, colours and name of the program; once, after the `QApplication` was made.
+    /// Sets font, colours and name of the program. Call it once, after making the `QApplication`.
     static void setUp();
 
 private:
@@ -52,13 +51,13 @@ private:
 
     InstanceFolder folder_;
     std::shared_ptr<archive::Progress> progress_;
-    std::unique_ptr<JobNotices> notices_; ///< outlives the jobs, whose threads call it
+    std::unique_ptr<JobNotices> notices_; ///< outlives the jobs, which call it from their threads
     BackgroundQueue backgroundQueue_;
     std::unique_ptr<AppLaunchView> view_;
     Observation processingObservation_;
     std::unique_ptr<QQmlApplicationEngine> engine_;
     std::unique_ptr<AppLaunchState> state_;
-    QQuickWindow *window_ = nullptr; ///< the engine owns it
+    QQuickWindow *window_ = nullptr; ///< owned by the engine
 };
 
 } // namespace vellomir

@@ -9,9 +9,8 @@
 
 namespace vellomir {
 
-/// The system's dialogs that ask for files. All of it on the main thread: each operation returns at
-/// once, and its answer comes later, once. A dialog that is still open goes with the object,
-/// without an answer.
+/// The dialogs that ask for files. Main thread. Each function returns at once and calls `answer`
+/// once, later. The destructor closes an open dialog without calling `answer`.
 class Pickers {
 public:
     using Documents = std::function<void(const QList<QUrl> &picked)>;
@@ -22,12 +21,12 @@ public:
     Pickers &operator=(const Pickers &) = delete;
     virtual ~Pickers() = default;
 
-    /// Any file. No answer comes if the user cancels.
+    /// Asks for any file. `answer` is not called if the user cancels.
     virtual void pickDocument(Documents answer) = 0;
-    /// A picture; nothing if the user cancels.
+    /// Asks for a picture. `answer` gets nothing if the user cancels.
     virtual void pickPicture(Place answer) = 0;
-    /// Where to save a file, under the name that is offered or another one. The user has agreed to
-    /// replace what is there. Nothing if the user cancels.
+    /// Asks where to save a file and suggests a name. The user has confirmed replacing an existing
+    /// file. `answer` gets nothing if the user cancels.
     virtual void pickDestination(const QString &name, Place answer) = 0;
 };
 

@@ -16,7 +16,7 @@
 namespace vellomir {
 namespace {
 
-/// Without the name of the destination, which stands in front of it.
+/// The reason without the destination's name, which the message shows before it.
 QString saveFailure(const std::exception &error, const QString &destination) {
     return QString::fromStdString(errorText(error, [&](archive::ErrorContext &context) {
         const QString path = QString::fromStdString(context.path);
@@ -40,10 +40,10 @@ void Sharing::setItem(const QUrl &item, const ResultRemarks &remarks) {
     prepare();
 }
 
-/// An earlier result goes when another file is picked, but is offered again when the job makes
-/// nothing of that file.
+/// An earlier result is deleted when another file is picked, but is offered again if the job on
+/// that file makes nothing.
 void Sharing::prepare() {
-    emit itemChanged(); // There may be another file of the same name, or none any more.
+    emit itemChanged(); // The file may have been replaced or deleted.
     if (isSaving_)
         return;
     if (item_.isEmpty() || isThere())
@@ -113,7 +113,7 @@ void Sharing::save(const QUrl &destination) {
     emit savingBegins(to);
     say(QStringLiteral("Saving %1…").arg(abbreviatedPath(to)));
     if (saver_.joinable())
-        saver_.join(); // It has said its last word already.
+        saver_.join(); // The thread has already posted its result.
     saver_ = std::thread([this, from = path(), to] {
         QString failure;
         try {

@@ -16,39 +16,39 @@ namespace vellomir {
 class Desktop;
 class Pickers;
 
-/// The ways in which a desktop hands a file on, and what came of the last one. Main thread.
+/// The share sheet's actions for one file, and the result of the last action. Main thread.
 class Sharing : public QObject {
     Q_OBJECT
     QML_ELEMENT
     QML_UNCREATABLE("It belongs to the screen's state.")
-    /// The file, and empty if there is none.
+    /// The file; empty if there is none.
     Q_PROPERTY(QUrl item READ item NOTIFY itemChanged)
-    /// The file as a list of addresses, as it is dragged (RFC 2483).
+    /// The file as text/uri-list (RFC 2483), for dragging.
     Q_PROPERTY(QString uriList READ uriList NOTIFY itemChanged)
     Q_PROPERTY(QString fileName READ fileName NOTIFY itemChanged)
-    /// The name without line breaks and other control characters.
+    /// The file name without line breaks and other control characters.
     Q_PROPERTY(QString displayName READ displayName NOTIFY itemChanged)
-    /// Whether the file is there; looked at when it is set, when the sheet opens and before the
-    /// file is handed on.
+    /// Whether the file exists. Checked when it is set, when the sheet opens and before each
+    /// action.
     Q_PROPERTY(bool isThere READ isThere NOTIFY itemChanged)
-    /// In words, such as "12.3 MB", or that the file has gone.
+    /// For people, such as "12.3 MB", or that the file no longer exists.
     Q_PROPERTY(QString fileSize READ fileSize NOTIFY itemChanged)
-    /// In words, such as "Made today at 14:05"; empty if the file has gone.
+    /// For people, such as "Made today at 14:05"; empty if the file no longer exists.
     Q_PROPERTY(QString made READ made NOTIFY itemChanged)
-    /// What to know of the file, a sentence each; empty if the file has gone.
+    /// Warnings about the file, one sentence each; empty if the file no longer exists.
     Q_PROPERTY(QStringList remarks READ remarks NOTIFY itemChanged)
-    /// What happened, in one sentence.
+    /// The result of the last action, in one sentence.
     Q_PROPERTY(QString message READ message NOTIFY messageChanged)
     Q_PROPERTY(bool hasFailed READ hasFailed NOTIFY messageChanged)
     Q_PROPERTY(bool isSaving READ isSaving NOTIFY isSavingChanged)
 
 public:
     Sharing(Pickers &pickers, Desktop &desktop, QObject *parent = nullptr);
-    /// A copy that is being saved is finished first.
+    /// Waits for a copy that is being saved.
     ~Sharing() override;
 
     [[nodiscard]] QUrl item() const { return item_; }
-    /// Another file; what was said of the last one is forgotten.
+    /// Sets the file and its remarks, and clears the message.
     void setItem(const QUrl &item, const ResultRemarks &remarks);
     [[nodiscard]] QString uriList() const {
         return item_.toString(QUrl::FullyEncoded) + QStringLiteral("\r\n");
@@ -63,16 +63,16 @@ public:
     [[nodiscard]] bool hasFailed() const { return hasFailed_; }
     [[nodiscard]] bool isSaving() const { return isSaving_; }
 
-    /// Asks for a place and saves there, in the background. One copy at a time.
+    /// Asks for a destination and saves a copy there in the background. One at a time.
     Q_INVOKABLE void saveCopy();
     Q_INVOKABLE void showInFileManager();
     Q_INVOKABLE void copyFile();
-    /// Says how to drag it, to who presses instead.
+    /// Shows how to drag the row, when it is clicked instead.
     Q_INVOKABLE void explainDragging();
-    /// After it was dragged out of the window; whether something has taken it.
+    /// Reports the end of a drag out of the window, and whether a program accepted the file.
     Q_INVOKABLE void dragFinished(bool wasTaken);
-    /// Looks at the file anew and forgets what happened, but not that a copy is being saved. When
-    /// the sheet opens again.
+    /// Called when the sheet opens again: checks the file and clears the message, unless a copy is
+    /// being saved.
     Q_INVOKABLE void prepare();
 
 signals:
@@ -102,7 +102,7 @@ private:
     std::thread saver_;
 };
 
-/// "Made today at 14:05", "Made on 3 May 2026 at 14:05"; both times in the same time zone.
+/// "Made today at 14:05" or "Made on 3 May 2026 at 14:05". Both times have the same time zone.
 [[nodiscard]] QString madeText(const QDateTime &made, const QDateTime &now);
 
 } // namespace vellomir

@@ -5,18 +5,18 @@
 
 namespace vellomir {
 
-/// A number that follows its target as if a damped spring pulled it. It keeps its speed when the
-/// target changes on the way. Main thread.
+/// A number that moves to its target like a damped spring. It keeps its velocity when the target
+/// changes on the way. Main thread.
 class SpringValue : public QAbstractAnimation {
     Q_OBJECT
     QML_ELEMENT
     Q_PROPERTY(double target READ target WRITE setTarget NOTIFY targetChanged)
     Q_PROPERTY(double value READ value NOTIFY valueChanged)
-    /// Seconds of one swing without damping.
+    /// The period of the undamped spring, in seconds.
     Q_PROPERTY(double response MEMBER response_)
-    /// 1: it just doesn't swing past the target.
+    /// 1 is critical damping: no overshooting.
     Q_PROPERTY(double dampingFraction MEMBER dampingFraction_)
-    /// Without it the value jumps.
+    /// If false, the value jumps to the target.
     Q_PROPERTY(bool isAnimated MEMBER isAnimated_)
 
 public:
@@ -25,7 +25,7 @@ public:
     [[nodiscard]] double target() const { return target_; }
     void setTarget(double target);
     [[nodiscard]] double value() const { return value_; }
-    /// Milliseconds, until nobody sees it move any more.
+    /// Milliseconds until the movement is too small to see.
     [[nodiscard]] int duration() const override { return duration_; }
 
 signals:

@@ -16,10 +16,10 @@
 namespace vellomir {
 namespace {
 
-/// Milliseconds; a file manager may have to be started first.
-constexpr int patience = 5000;
+/// Milliseconds; the bus may have to start a file manager first.
+constexpr int timeout = 5000;
 
-/// The interface that file managers share:
+/// The file managers' common D-Bus interface:
 /// https://www.freedesktop.org/wiki/Specifications/file-manager-interface/
 QDBusMessage showItems(const QString &file) {
     QDBusMessage message = QDBusMessage::createMethodCall(
@@ -30,14 +30,13 @@ QDBusMessage showItems(const QString &file) {
     return message;
 }
 
-/// The system's answer alone does not count: it is "yes" as soon as a helper was started, even if
-/// that helper finds no program.
+/// openUrl returns true as soon as a helper was started, even if that finds no program.
 bool openFolder(const QString &file) {
     const bool isStarted = QDesktopServices::openUrl(QUrl::fromLocalFile(QFileInfo(file).path()));
     return isStarted && hasProgramFor(QStringLiteral("inode/directory"));
 }
 
-/// Browsers that no desktop file names may still be known to the helper.
+/// The helper also knows browsers without a desktop entry.
 bool hasBrowser() {
     return qEnvironmentVariableIsSet("BROWSER") ||
            !QStandardPaths::findExecutable(QStringLiteral("x-www-browser")).isEmpty() ||
@@ -56,7 +55,7 @@ void SystemDesktop::showInFileManager(const QString &file, std::function<void(bo
     const QDBusConnection bus = QDBusConnection::sessionBus();
     if (!bus.isConnected())
         return answer(openFolder(file));
-    auto *const watcher = new QDBusPendingCallWatcher(bus.asyncCall(showItems(file), patience));
+    auto *const watcher = new QDBusPendingCallWatcher(bus.asyncCall(showItems(file), timeout));
     QObject::connect(watcher, &QDBusPendingCallWatcher::finished, watcher,
                      [watcher, file, answer = std::move(answer)] {
                          const QDBusPendingReply<> reply = *watcher;
@@ -89,7 +88,7 @@ void SystemDesktop::copyToClipboard(const QString &file) {
     data->setUrls({url});
     data->setText(file);
     data->setData(QStringLiteral("x-special/gnome-copied-files"), "copy\n" + url.toEncoded());
-    QGuiApplication::clipboard()->setMimeData(data); // It owns the data now.
+    QGuiApplication::clipboard()->setMimeData(data); // takes ownership of the data
 }
 
 } // namespace vellomir

@@ -6,7 +6,7 @@
 
 namespace vellomir {
 
-/// The desktop that the program runs on.
+/// The desktop of the current session.
 class SystemDesktop : public Desktop {
 public:
     bool open(const QUrl &url) override;
@@ -15,7 +15,8 @@ public:
     void showProgress(std::optional<double> share) override;
 };
 
-/// What tells docks and task bars of the progress.
+/// The D-Bus signal that docks and task bars show as progress; without a value it hides the
+/// progress.
 [[nodiscard]] QDBusMessage launcherUpdate(std::optional<double> share);
 
 } // namespace vellomir

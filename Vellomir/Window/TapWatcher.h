@@ -7,8 +7,8 @@
 
 namespace vellomir {
 
-/// Tells of each tap, or click, anywhere in a window before it reaches what lies there, and takes
-/// none of them away. A drag is no tap.
+/// Emits a signal for each tap or click anywhere in a window, before the items get it, and consumes
+/// none. A drag is not a tap.
 class TapWatcher : public QObject {
     Q_OBJECT
     QML_ELEMENT

@@ -15,13 +15,14 @@ namespace {
 
 constexpr std::array handled = {SIGINT, SIGTERM, SIGHUP};
 
-/// Where the handler writes, and where the event loop reads.
+/// A self-pipe: the signal handler writes to it, the event loop reads from it.
 std::array<int, 2> pipeEnds = {-1, -1};
 
 void noteSignal(int) {
     const int before = errno;
     const char byte = 0;
-    static_cast<void>(::write(pipeEnds[1], &byte, 1) == 1); // A full pipe says enough.
+    // a full pipe already wakes the event loop
+    static_cast<void>(::write(pipeEnds[1], &byte, 1) == 1);
     errno = before;
 }
 
@@ -32,7 +33,7 @@ bool isIgnored(int signal) {
 
 void handle(int signal, void (*handler)(int)) {
     if (isIgnored(signal))
-        return; // by who started the program, such as nohup
+        return; // set by the parent process, such as nohup
     struct sigaction action = {};
     action.sa_handler = handler;
     action.sa_flags = static_cast<int>(SA_RESTART | SA_RESETHAND);

@@ -6,9 +6,10 @@
 
 namespace vellomir {
 
-/// While it lives, SIGINT, SIGTERM and SIGHUP end the event loop as closing the last window does,
-/// instead of the program. A second one of the same kind ends the program, if it takes too long to
-/// leave. What was ignored when the program started stays so. One object, on the main thread.
+/// While an object exists, SIGINT, SIGTERM and SIGHUP quit the event loop like closing the last
+/// window does, instead of killing the process. A second signal of the same kind kills the process.
+/// Signals that were ignored at the program's start stay ignored. One object, on the main thread.
+/// Throws a `FileError` if no pipe can be made.
 class TerminationSignals {
 public:
     TerminationSignals();

@@ -10,10 +10,9 @@
 
 namespace vellomir {
 
-/// Both kinds of addresses of files, the engine's and Qt's. Names that are no valid UTF-8 cannot be
-/// told in Qt's kind.
+/// Converts between the engine's URLs and Qt's. A name that is not valid UTF-8 has no QUrl.
 [[nodiscard]] QUrl toQt(const std::optional<archive::URL> &url);
-/// Leaves out what is no file of this machine.
+/// Leaves out URLs that are not local files.
 [[nodiscard]] std::vector<archive::URL> fromQt(const QList<QUrl> &urls);
 
 } // namespace vellomir

@@ -1,4 +1,4 @@
-// vellomir: the window.
+// vellomir: the program with the window.
 
 #include "Vellomir/Window/CommandLine.h"
 #include "Vellomir/Window/FilePickers.h"
@@ -26,7 +26,8 @@ bool hasDisplay() {
 
 QtMessageHandler usualHandler = nullptr;
 
-/// Qt would end the program by a crash where the display does not answer.
+/// Qt aborts with a core dump if the display does not answer; this prints an error and exits
+/// instead.
 void endWithoutCrash(QtMsgType type, const QMessageLogContext &context, const QString &message) {
     if (type != QtFatalMsg)
         return usualHandler(type, context, message);

@@ -39,7 +39,7 @@ std::string realObject(double value, const char *marker = "\x23") {
     return marker + bigEndian(std::bit_cast<std::uint64_t>(value), 8);
 }
 
-TEST(BinaryValues, IntegersHaveASignFromEightBytesOn) {
+TEST(BinaryValues, IntegersOfEightBytesAreSigned) {
     EXPECT_EQ(fromBinary("\x10\xFF"), integer(255));
     EXPECT_EQ(fromBinary("\x11\xFF\xFE"), integer(65534));
     EXPECT_EQ(fromBinary("\x12\xFF\xFF\xFF\xFF"), integer(4294967295));
@@ -76,7 +76,7 @@ TEST(BinaryValues, RealsKeepTheirBits) {
               "<real>nan</real>");
 }
 
-TEST(BinaryValues, DatesKeepFractionsUntilTheyAreWritten) {
+TEST(BinaryValues, DatesKeepFractionsInMemory) {
     const auto date = [](double seconds) { return binaryListOf(realObject(seconds, "\x33")); };
     EXPECT_EQ(readValue(date(0.5)), PropertyListValue{PropertyListDate{0.5}});
     EXPECT_EQ(rewritten(date(0)), "<date>2001-01-01T00:00:00Z</date>");
@@ -86,7 +86,7 @@ TEST(BinaryValues, DatesKeepFractionsUntilTheyAreWritten) {
     EXPECT_EQ(rewritten(date(252423993599.75)), "<date>9999-12-31T23:59:59Z</date>");
 }
 
-TEST(BinaryValues, DatesOfOtherYearsCannotBeWritten) {
+TEST(BinaryValues, DatesOutsideYears1To9999AreNotWritten) {
     for (const double seconds : {-63113904000.5, 252423993600.0, 1e300, -1e300, double{NAN},
                                  double{INFINITY}, -double{INFINITY}})
         EXPECT_THAT(writeRefusal(binaryListOf(realObject(seconds, "\x33"))),
@@ -94,7 +94,7 @@ TEST(BinaryValues, DatesOfOtherYearsCannotBeWritten) {
             << seconds;
 }
 
-TEST(BinaryValues, OthersKeepTypeAndValue) {
+TEST(BinaryValues, OtherKindsKeepTypeAndValue) {
     EXPECT_EQ(fromBinary("\x08"), PropertyListValue{false});
     EXPECT_EQ(fromBinary("\x09"), PropertyListValue{true});
     EXPECT_EQ(fromBinary(z("\x43\0\1\2", 4)),
@@ -122,7 +122,7 @@ TEST(BinaryValues, UIDsHaveUpTo64Bits) {
               "<dict>\n\t\t<key>CF$UID</key>\n\t\t<integer>5</integer>\n\t</dict>");
 }
 
-TEST(BinaryValues, WhatXmlCannotHoldIsReadAndNotWritten) {
+TEST(BinaryValues, KindsUnknownToXmlAreReadButNotWritten) {
     const auto expect = [](const std::string &object, const std::string &reason) {
         EXPECT_EQ(refusal(binaryListOf(object)), "");
         EXPECT_THAT(writeRefusal(binaryListOf(object)),
@@ -158,7 +158,7 @@ TEST(BinaryValues, UnknownKindsAreRefused) {
                 HasSubstr("byte 6: expected a version that begins with 0"));
 }
 
-TEST(BinarySizes, FromFifteenOnAreIntegersOfTheirOwn) {
+TEST(BinarySizes, SizesFrom15AreIntegerObjects) {
     const std::string text(300, 'x');
     EXPECT_EQ(fromBinary("\x5F\x11\x01\x2C" + text), PropertyListValue{text});
     EXPECT_EQ(fromBinary("\x5F\x10\x0F" + text), PropertyListValue{text.substr(0, 15)});
@@ -173,7 +173,7 @@ TEST(BinarySizes, ReferencesHaveUpToEightBytes) {
     }
 }
 
-TEST(BinaryDictionaries, LastOfEqualKeysCounts) {
+TEST(BinaryDictionaries, LastDuplicateKeyCounts) {
     EXPECT_EQ(readValue(binaryList({"\xD2\x01\x01\x02\x03", "\x51k", "\x08", "\x09"})),
               PropertyListValue{true});
 }
@@ -184,7 +184,7 @@ TEST(BinaryDictionaries, SharedValuesAreCopied) {
     EXPECT_EQ(vellomir::PropertyList::parse(Data(list)).text("k"), "v");
 }
 
-TEST(BinaryDamage, IsRefusedWithItsByte) {
+TEST(BinaryDamage, ErrorNamesTheByte) {
     EXPECT_THAT(refusal(binaryList({"\xD1\x01\x07", "\x51k"})),
                 HasSubstr("expected an object number below 2, found 7"));
     EXPECT_THAT(refusal(binaryList({"\xDF\x13\x7F\xFF\xFF\xFF\xFF\xFF\xFF\xFF", "\x51k"})),
@@ -203,15 +203,15 @@ TEST(BinaryDamage, IsRefusedWithItsByte) {
         }
 }
 
-TEST(BinaryDamage, ValuesThatContainThemselvesAreRefused) {
+TEST(BinaryDamage, CyclesAreRefused) {
     EXPECT_THAT(refusal(binaryList({"\xD1\x01\x02", "\x51k", "\xA1\x02"})),
                 HasSubstr("\"k\" > 0: expected a value that does not contain itself"));
     EXPECT_THAT(refusal(binaryList({z("\xD1\x01\x00", 3), "\x51k"})),
                 HasSubstr("does not contain itself"));
 }
 
-/// Each array holds the next one twice.
-TEST(BinaryDamage, DoublingValuesEndAtALimit) {
+/// Each array contains the next one twice, so the size doubles with each level.
+TEST(BinaryDamage, ExponentialExpansionIsLimited) {
     std::vector<std::string> doubling = {"\xD1\x01\x02", "\x51k"};
     for (char index = 3; index < 60; ++index)
         doubling.push_back("\xA2" + std::string(2, index));
@@ -219,14 +219,14 @@ TEST(BinaryDamage, DoublingValuesEndAtALimit) {
     EXPECT_THAT(refusal(binaryList(doubling)), HasSubstr("more than 1000000 values"));
 }
 
-TEST(BinaryDamage, SharedTextsEndAtALimit) {
+TEST(BinaryDamage, SharedTextsAreLimited) {
     const std::string text = "\x5F\x12" + bigEndian(1 << 20, 4) + std::string(1 << 20, 'x');
     EXPECT_THAT(refusal(binaryList(
                     {"\xD1\x01\x02", "\x51k", "\xAF\x10\x28" + std::string(40, '\3'), text})),
                 HasSubstr("\"k\" > 31: the texts and data have more than 32 MiB"));
 }
 
-TEST(BinaryDamage, NestingHasALimit) {
+TEST(BinaryDamage, NestingIsLimited) {
     const auto nested = [](std::uint64_t depth) {
         std::vector<std::string> objects = {"\xD1" + bigEndian(1, 2) + bigEndian(2, 2), "\x51k"};
         for (std::uint64_t index = 1; index < depth; ++index)

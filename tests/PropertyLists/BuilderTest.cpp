@@ -23,7 +23,7 @@ PropertyListBuilder makeBuilder(const Progress *progress = nullptr) {
     return {"test", [] { return "line 1"; }, progress};
 }
 
-TEST(Builder, PutsPiecesTogether) {
+TEST(Builder, BuildsNestedValues) {
     auto builder = makeBuilder();
     builder.beginDictionary();
     EXPECT_TRUE(builder.expectsKey());
@@ -41,7 +41,7 @@ TEST(Builder, PutsPiecesTogether) {
     EXPECT_EQ(builder.take(), PropertyListValue{PropertyListDictionary({{"a", {array}}})});
 }
 
-TEST(Builder, LastValueOfAKeyTakesTheFirstPlace) {
+TEST(Builder, DuplicateKeyKeepsFirstPositionAndLastValue) {
     auto builder = makeBuilder();
     builder.beginDictionary();
     std::int64_t number = 0;
@@ -55,7 +55,7 @@ TEST(Builder, LastValueOfAKeyTakesTheFirstPlace) {
                   {{"b", integer(5)}, {"a", integer(4)}, {"c", integer(3)}, {"", integer(6)}})});
 }
 
-TEST(Builder, RepeatedUIDKeyIsStillAUID) {
+TEST(Builder, DuplicateUIDKeyIsStillUID) {
     auto builder = makeBuilder();
     builder.beginArray();
     builder.beginDictionary();
@@ -68,7 +68,7 @@ TEST(Builder, RepeatedUIDKeyIsStillAUID) {
     EXPECT_EQ(builder.take(), PropertyListValue{PropertyListArray({{PropertyListUID{2}}})});
 }
 
-TEST(Builder, CancellationIsHeardBetweenPieces) {
+TEST(Builder, ChecksCancellationBetweenParts) {
     const auto expectHeard = [](const std::function<void(PropertyListBuilder &)> &piece) {
         const auto progress = Progress::make();
         auto builder = makeBuilder(progress.get());
@@ -92,7 +92,7 @@ TEST(Builder, CancellationIsHeardBetweenPieces) {
     });
 }
 
-TEST(Builder, HeedsTheProgressAbove) {
+TEST(Builder, ChecksCancellationOfParentProgress) {
     const auto above = Progress::make(1);
     const auto progress = Progress::make(1);
     above->addChild(progress, 1);

@@ -23,7 +23,7 @@ std::string read(const std::string &list) {
     return PropertyList::parse(Data(std::string_view(list))).text("k").value_or("nothing");
 }
 
-TEST(XmlEncodings, DeclaredOnesAreRespected) {
+TEST(XmlEncodings, DeclaredEncodingIsUsed) {
     EXPECT_EQ(read(declared("ISO-8859-1", "caf\xE9 \x80")), "caf\xC3\xA9 \xC2\x80");
     EXPECT_EQ(read(declared("windows-1252", "\x80 caf\xE9")), "\xE2\x82\xAC caf\xC3\xA9");
     EXPECT_EQ(read(declared("macintosh", "caf\x8E \xDB\xC6\xF0")),
@@ -36,14 +36,14 @@ TEST(XmlEncodings, DeclaredOnesAreRespected) {
     EXPECT_EQ(read(declared("US-ASCII", "cafe")), "cafe");
 }
 
-/// The second byte of these two is "|" and "<" in ASCII.
+/// The second byte of both characters is "|" or "<" in ASCII.
 TEST(XmlEncodings, MultiByteCharactersMayContainMarkup) {
     EXPECT_EQ(read(declared("GBK", "\x81\x7C")), "\xE4\xBA\x85");
     EXPECT_EQ(read(declared("Shift_JIS", "\x83\x5C")), "\xE3\x82\xBD");
     EXPECT_EQ(read(declared("GB18030", "\x81\x30\x81\x30")), "\xC2\x80");
 }
 
-TEST(XmlEncodings, DeclarationsHaveManySpellings) {
+TEST(XmlEncodings, OnlyWellFormedDeclarationsAreUsed) {
     const std::string rest = "<dict><key>k</key><string>\xE9</string></dict>";
     for (const char *declaration :
          {"<?xml version='1.0' encoding='iso-8859-1'?>",
@@ -58,7 +58,7 @@ TEST(XmlEncodings, DeclarationsHaveManySpellings) {
             << declaration;
 }
 
-TEST(XmlEncodings, UnknownOnesAreNamed) {
+TEST(XmlEncodings, ErrorNamesUnknownEncoding) {
     for (const char *name : {"klingon", "UTF-7", "ISO-2022-CN-EXT", "UTF-8//IGNORE", "", "../x"}) {
         const std::string list = declared(name, "caf\xE9");
         if (std::string(name).empty())
@@ -69,7 +69,7 @@ TEST(XmlEncodings, UnknownOnesAreNamed) {
     EXPECT_THAT(refusal(declared("Klingon\x1B", "x")), HasSubstr("\"klingon\\x1b\" is not known"));
 }
 
-TEST(XmlEncodings, InvalidBytesAreNamed) {
+TEST(XmlEncodings, ErrorNamesInvalidByte) {
     EXPECT_THAT(refusal(declared("windows-1252", "\x81")),
                 HasSubstr("byte 79: expected text in windows-1252"));
     EXPECT_THAT(refusal(declared("GBK", "\xD6")), HasSubstr("expected text in gbk"));
@@ -78,7 +78,7 @@ TEST(XmlEncodings, InvalidBytesAreNamed) {
     EXPECT_THAT(refusal("<dict>\x80"), HasSubstr("byte 6"));
 }
 
-TEST(XmlEncodings, MarksAndZerosComeBeforeDeclarations) {
+TEST(XmlEncodings, ByteOrderMarksAndZerosOverrideDeclarations) {
     const std::string list = declared("ISO-8859-1", "v");
     for (const std::string &text :
          {"\xEF\xBB\xBF" + declared("ISO-8859-1", "\xC3\xA9"),
@@ -90,7 +90,7 @@ TEST(XmlEncodings, MarksAndZerosComeBeforeDeclarations) {
     EXPECT_EQ(read(declared("UTF-16", "caf\xC3\xA9")), "caf\xC3\xA9");
 }
 
-TEST(Encodings, PairsOfUTF16MakeOneCharacterAndHalvesAreRefused) {
+TEST(Encodings, SurrogatePairsAreDecodedAndUnpairedOnesRefused) {
     const auto list = [](const std::string &unit) {
         return utf16("<dict><key>k</key><string>", true, true) + unit +
                utf16("</string></dict>", true, false);
@@ -101,7 +101,7 @@ TEST(Encodings, PairsOfUTF16MakeOneCharacterAndHalvesAreRefused) {
     EXPECT_NE(refusal(list("\x01")), "");
 }
 
-TEST(Encodings, BytesThatAreNotUTF8AreRefused) {
+TEST(Encodings, InvalidUTF8IsRefused) {
     for (const char *bytes :
          {"\xE9", "\xFF", "\xC0\x80", "\xED\xA0\x80", "\xF4\x90\x80\x80", "\xE0\x80\x80",
           "\xF0\x80\x80\x80", "\x80", "\xC3", "\xF8\x88\x80\x80\x80"})

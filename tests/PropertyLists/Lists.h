@@ -6,7 +6,7 @@
 
 namespace test {
 
-/// The value under the key "k" of a list in any format.
+/// Reads a list in any format; returns the value of the key "k".
 [[nodiscard]] inline vellomir::PropertyListValue readValue(std::string_view list) {
     const auto parsed = vellomir::PropertyList::parse(archive::Data(list));
     const auto &root = std::get<vellomir::PropertyListDictionary>(parsed.value().content);
@@ -17,7 +17,7 @@ namespace test {
     return {};
 }
 
-/// Why a list is refused; "" if it is not.
+/// The error of reading a list; "" if there is none.
 [[nodiscard]] inline std::string refusal(std::string_view list) {
     try {
         static_cast<void>(vellomir::PropertyList::parse(archive::Data(list)));
@@ -29,7 +29,7 @@ namespace test {
     return "";
 }
 
-/// Why a list that can be read cannot be written; "" if it can.
+/// The error of writing a list that can be read; "" if there is none.
 [[nodiscard]] inline std::string writeRefusal(std::string_view list) {
     const auto parsed = vellomir::PropertyList::parse(archive::Data(list));
     try {
@@ -41,7 +41,7 @@ namespace test {
     return "";
 }
 
-/// A list in XML with this content of its dictionary.
+/// An XML list whose dictionary has this content.
 [[nodiscard]] inline std::string xmlList(const std::string &content) {
     return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
            "<!DOCTYPE plist PUBLIC \"-//Apple//DTD PLIST 1.0//EN\" "
@@ -50,12 +50,12 @@ namespace test {
            content + "</dict></plist>\n";
 }
 
-/// One with this value under the key "k".
+/// An XML list with this value under the key "k".
 [[nodiscard]] inline std::string xmlListOf(const std::string &value) {
     return xmlList("<key>k</key>" + value);
 }
 
-/// How we write the value under the key "k" of a list.
+/// The XML of the value under the key "k" after reading and writing.
 [[nodiscard]] inline std::string rewritten(std::string_view list) {
     const archive::Data xml = vellomir::PropertyList::parse(archive::Data(list)).xmlData();
     const std::string text(xml.text());
@@ -64,7 +64,7 @@ namespace test {
     return text.substr(from, text.rfind("\n</dict>") - from);
 }
 
-/// A big-endian number of so many bytes.
+/// A big-endian number of `size` bytes.
 [[nodiscard]] inline std::string bigEndian(std::uint64_t value, int size) {
     std::string text;
     while (size-- > 0)
@@ -72,7 +72,8 @@ namespace test {
     return text;
 }
 
-/// A binary list of these objects; the first is the top. References have `referenceSize` bytes.
+/// A binary list of these objects; the first is the top object. References have `referenceSize`
+/// bytes.
 [[nodiscard]] inline std::string binaryList(const std::vector<std::string> &objects,
                                             int referenceSize = 1) {
     std::string list = "bplist00";

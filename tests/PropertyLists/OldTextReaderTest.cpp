@@ -40,7 +40,7 @@ TEST(OldText, HoldsTextsDataArraysAndDictionaries) {
     EXPECT_EQ(readValue("{k=YES;}"), text("YES"));
 }
 
-TEST(OldText, LastOfEqualKeysCounts) {
+TEST(OldText, LastDuplicateKeyCounts) {
     EXPECT_EQ(members("{a=1;b=2;a=3;}"),
               (PropertyListDictionary{{"a", text("3")}, {"b", text("2")}}));
 }
@@ -63,7 +63,7 @@ TEST(OldTextQuotes, KeepLineEndsAndControlCharacters) {
                 HasSubstr("\"k\" > 1: a text has the character U+0002, which XML cannot hold"));
 }
 
-TEST(OldTextQuotes, EscapesAreUnderstood) {
+TEST(OldTextQuotes, EscapesAreDecoded) {
     EXPECT_EQ(quotedText(R"(\"\'\\\a\b\f\n\r\t\v\q)"), "\"'\\\a\b\f\n\r\t\vq");
     EXPECT_EQ(quotedText(R"(\U00e9\Ud83d\Ude00\U0000)"),
               std::string("\xC3\xA9\xF0\x9F\x98\x80\0", 7));
@@ -71,7 +71,7 @@ TEST(OldTextQuotes, EscapesAreUnderstood) {
     EXPECT_EQ(quotedText("a\\\nb"), "a\nb");
 }
 
-TEST(OldTextQuotes, OctalNumbersBeyondASCIIAreNextStepCharacters) {
+TEST(OldTextQuotes, OctalEscapesBeyondASCIIAreNextStepCharacters) {
     EXPECT_EQ(quotedText(R"(\200\326\331\341\350\371\374\377)"),
               "\xC2\xA0\xC3\xA1\xC3\xA4\xC3\x86\xC5\x81\xC3\xB8\xC3\xBE\xEF\xBF\xBD");
     EXPECT_THAT(refusal(R"({k="\400";})"), HasSubstr("expected an octal number up to 377"));
@@ -129,13 +129,13 @@ TEST(OldTextErrors, EveryMalformedListIsRefused) {
     EXPECT_NE(refusal(std::string("{a\0b;}", 6)), "");
 }
 
-TEST(OldTextErrors, NestingHasALimit) {
+TEST(OldTextErrors, NestingIsLimited) {
     EXPECT_THAT(refusal("{a=" + std::string(600'000, '(')), HasSubstr("nested more than 512 deep"));
     EXPECT_EQ(refusal("{a=" + std::string(511, '(') + std::string(511, ')') + ";}"), "");
     EXPECT_NE(refusal("{a=" + std::string(512, '(') + std::string(512, ')') + ";}"), "");
 }
 
-/// Two bytes for each value.
+/// Each value takes two bytes.
 TEST(OldTextErrors, MillionsOfValuesAreRefused) {
     std::string list = "{k=(";
     while (list.size() < vellomir::PropertyList::maximumSize - 10)

@@ -1,6 +1,6 @@
-// Python's plistlib writes thousands of lists of all kinds at random, in XML and in binary; we read
-// and rewrite them; Python compares. Then the other way round: we make values, Python reads them as
-// we write them and writes them again, and we compare.
+// Python's plistlib writes thousands of random lists in XML and in binary; we read and rewrite
+// them; Python compares. Then in the other direction: Python reads what we write and writes it
+// again, and we compare.
 
 #include "tests/support/Referee.h"
 #include "Vellomir/PropertyLists/PropertyList.h"
@@ -24,7 +24,7 @@ namespace {
 
 // --- Python writes ----------------------------------------------------------------------------
 
-/// Lists go through one file: each is its size in four bytes, and its bytes.
+/// Several lists are stored in one file: four bytes for the size of a list, then its bytes.
 constexpr const char *shared = R"(
 import datetime, math, plistlib, random, struct, sys
 def put(file, content):
@@ -78,7 +78,7 @@ with open(sys.argv[1], 'wb') as file:
         put(file, plistlib.dumps(dictionary(0, form), fmt=form, sort_keys=False))
 )";
 
-/// What XML holds of what Python read: whole seconds, and UIDs as dictionaries.
+/// Reduces what Python read to what XML can hold: whole seconds, and UIDs as dictionaries.
 constexpr const char *comparer = R"(
 def inXml(a):
     if isinstance(a, plistlib.UID):
@@ -121,7 +121,7 @@ std::string packed(const Data &list) {
     return std::string(size.text()) + std::string(list.text());
 }
 
-TEST(Python, ReadsFromUsWhatItWrote) {
+TEST(Python, ListsWrittenByPythonSurviveRewriting) {
     constexpr std::size_t count = 2000;
     const test::TemporaryFolder folder;
     const std::string theirs = folder / "theirs";
@@ -196,7 +196,7 @@ private:
     std::mt19937_64 random_;
 };
 
-/// In binary, because Python loses "\r" in XML.
+/// Writes binary lists, because plistlib loses "\r" in XML.
 constexpr const char *rewriter = R"(
 with open(sys.argv[1], 'rb') as before, open(sys.argv[2], 'wb') as after:
     for index in range(int(sys.argv[3])):
@@ -204,7 +204,7 @@ with open(sys.argv[1], 'rb') as before, open(sys.argv[2], 'wb') as after:
         put(after, plistlib.dumps(value, fmt=plistlib.FMT_BINARY, sort_keys=False))
 )";
 
-TEST(Python, WritesForUsWhatWeWrote) {
+TEST(Python, ListsWrittenHereSurvivePython) {
     constexpr std::size_t count = 2000;
     const test::TemporaryFolder folder;
     const std::string ours = folder / "ours";
@@ -225,7 +225,7 @@ TEST(Python, WritesForUsWhatWeWrote) {
             << index;
 }
 
-TEST(Python, ReadsTheOldFormatAsWeRewriteIt) {
+TEST(Python, ReadsRewrittenOldFormat) {
     const test::TemporaryFolder folder;
     const std::string path = folder / "list";
     const auto list = PropertyList::parse(Data(std::string_view(
@@ -236,7 +236,7 @@ TEST(Python, ReadsTheOldFormatAsWeRewriteIt) {
         "{'CFBundleName': 'N\xC3\xB6tes\\r', 'list': ['a', ['b c']], 'data': b'\\x00\\xff'}\n");
 }
 
-/// The encodings by Python's own codecs.
+/// Encodes with Python's own codecs.
 constexpr const char *encoder = R"(
 names = sys.argv[2].split()
 with open(sys.argv[1], 'wb') as file:

@@ -27,7 +27,7 @@ std::string write(const PropertyListValue &value) {
     return std::string(vellomir::writeXmlPropertyList(value, nullptr).text());
 }
 
-/// Without the frame.
+/// The XML without the lines around the value.
 std::string body(const PropertyListValue &value) {
     const std::string xml = write(value);
     const std::size_t start = std::string(head).size();
@@ -98,7 +98,7 @@ TEST(XmlWriter, WritesShortestReals) {
     EXPECT_EQ(real(-NAN), "<real>nan</real>");
 }
 
-TEST(XmlWriter, BreaksLinesOfData) {
+TEST(XmlWriter, BreaksDataIntoLines) {
     const std::string full(76, 'A');
     EXPECT_EQ(body({Data(std::string(57, '\0'))}), "<data>\n" + full + "\n</data>");
     EXPECT_EQ(body({Data(std::string(115, '\0'))}),
@@ -112,7 +112,7 @@ TEST(XmlWriter, IndentsUpToSixteenLevels) {
     EXPECT_THAT(body(value), HasSubstr("\n" + std::string(16, '\t') + "<string>x</string>\n"));
 }
 
-TEST(XmlWriter, RefusesWhatXmlCannotHold) {
+TEST(XmlWriter, RefusesInvalidXmlValues) {
     for (const std::string &bad :
          {std::string("\x01"), std::string("a\0b", 3), std::string("\xFF"),
           std::string("\xEF\xBF\xBE"), std::string("\xEF\xBF\xBF"), std::string("\xED\xA0\x80"),
@@ -136,7 +136,7 @@ TEST(XmlWriter, RefusesDeepValues) {
     EXPECT_THAT(refusal(value), HasSubstr("nested more than 512 deep"));
 }
 
-TEST(XmlWriter, HearsCancellation) {
+TEST(XmlWriter, CanBeCancelled) {
     const auto progress = archive::Progress::make();
     EXPECT_GT(vellomir::writeXmlPropertyList(text("x"), progress.get()).size(), 0U);
     progress->cancel();

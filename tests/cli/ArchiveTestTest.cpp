@@ -89,7 +89,7 @@ TEST(ArchiveTest, FindsWrongSizes) {
                 ElementsAre(is("first", "it unpacks to 5 bytes, not the 4 bytes")));
 }
 
-TEST(ArchiveTest, FindsWhatFollowsTheCompressedData) {
+TEST(ArchiveTest, FindsBytesAfterCompressedData) {
     test::RawEntry entry = test::rawDeflated("first", std::string(1000, 'z'));
     entry.data += "xyz";
     EXPECT_THAT(problems(test::rawArchive({entry})),
@@ -103,7 +103,7 @@ TEST(ArchiveTest, FindsEndlessCompressedData) {
 }
 
 TEST(ArchiveTest, FindsEveryDifferenceOfTheLocalHeader) {
-    // The first record begins the file; its fields lie where the format says.
+    // The first record is at offset 0; the offsets of its fields are those of the format.
     const std::vector<std::tuple<std::size_t, std::string, std::string>> cases = {
         {4, "\x0a", "the version is 10 in the local header, 20 in the directory"},
         {6, "\x02", "the flag word is 2050 in the local header, 2048 in the directory"},
@@ -142,7 +142,7 @@ TEST(ArchiveTest, FindsWrongDescriptors) {
                 ElementsAre(is("first", "the compressed size is 6 in the data descriptor, 5")));
 }
 
-TEST(ArchiveTest, LooksBeyondWhatAReaderReaches) {
+TEST(ArchiveTest, ChecksEntriesBeyondUnreadableRecord) {
     test::RawEntry encrypted = first;
     encrypted.flags |= archive::encryptedFlag;
     test::RawEntry wrong = last;
@@ -160,7 +160,7 @@ TEST(ArchiveTest, LooksBeyondWhatAReaderReaches) {
 TEST(ArchiveTest, FindsEntriesThatShareBytes) {
     std::string bytes = test::rawArchive({first, last});
     const std::size_t record = bytes.rfind("PK\1\2");
-    patch(bytes, record + 42, std::string(4, '\0')); // the offset of the second one
+    patch(bytes, record + 42, std::string(4, '\0')); // the local header offset of the second entry
     EXPECT_THAT(problems(bytes), Contains(is("last", "it overlaps another entry")));
 }
 
@@ -174,7 +174,7 @@ TEST(ArchiveTest, FindsEntriesThatAreNotListed) {
     EXPECT_THAT(problems(bytes), ElementsAre(is("", "the entry at 0 is not in the directory")));
 }
 
-TEST(ArchiveTest, FindsADirectoryThatIsShorterOrLonger) {
+TEST(ArchiveTest, FindsWrongDirectorySize) {
     std::string bytes = test::rawArchive({first, last});
     const std::size_t end = bytes.rfind("PK\5\6");
     std::string shorter = bytes;
@@ -187,13 +187,13 @@ TEST(ArchiveTest, FindsADirectoryThatIsShorterOrLonger) {
                 ElementsAre(is("", "is not in the directory"), is("", "records take 51 bytes")));
 }
 
-TEST(ArchiveTest, FindsTwoNumbersOfEntries) {
+TEST(ArchiveTest, FindsDifferentEntryCounts) {
     std::string bytes = test::rawArchive({first, last});
     bytes[bytes.rfind("PK\5\6") + 8] = 1;
     EXPECT_THAT(problems(bytes), ElementsAre(is("", "two numbers of entries")));
 }
 
-TEST(ArchiveTest, FindsSomethingInFront) {
+TEST(ArchiveTest, FindsPrependedBytes) {
     EXPECT_THAT(problems("xyz" + test::rawArchive({first})),
                 Contains(is("", "the directory lies 3 bytes behind")));
 }
@@ -207,7 +207,7 @@ TEST(ArchiveTest, FindsFoldersWithData) {
                 ElementsAre(is("d/", "it is a folder, but it holds data")));
 }
 
-TEST(ArchiveTest, NamesAnEntryByItsBytesIfTheyAreNoText) {
+TEST(ArchiveTest, InvalidNamesAreShownAsBytes) {
     test::RawEntry wrong = {.name = "a\xff", .data = "1"};
     wrong.checksum = 1;
     EXPECT_THAT(
@@ -240,7 +240,8 @@ TEST(ArchiveTest, FindsLinksThatExtractionRefuses) {
                     ElementsAre(is("l", "its target is not valid UTF-8 text")));
 }
 
-/// Two literal codes of two bits each: other readers refuse such a set, some codecs do not.
+/// Two literal codes of two bits each. Other readers refuse such an incomplete set; some codecs
+/// accept it.
 TEST(ArchiveTest, FindsAnIncompleteSetOfCodes) {
     test::RawEntry entry = {.name = "a", .data = "aaaaa", .method = 8};
     entry.data = std::string("\x05\x80\x81\x08\x00\x00\x00\x80\x58\xf7\x97\x38\x00\x04", 14);
@@ -250,7 +251,7 @@ TEST(ArchiveTest, FindsAnIncompleteSetOfCodes) {
                 ElementsAre(is("a", "The compressed data is damaged")));
 }
 
-TEST(ArchiveTest, ForeignArchivesAreJudgedAsTheyDeserve) {
+TEST(ArchiveTest, ForeignArchivesHaveExpectedFindings) {
     const fs::path corpus = fs::path(VELLOMIR_CORPORA) / "malo/zip";
     if (!fs::exists(corpus))
         GTEST_SKIP() << "there are no foreign archives here";

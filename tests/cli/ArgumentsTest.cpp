@@ -15,18 +15,18 @@ std::vector<std::string> roundTrip(const std::vector<std::string> &arguments) {
     return result;
 }
 
-TEST(Arguments, OrdinaryOnesAreLeftAlone) {
+TEST(Arguments, OrdinaryArgumentsAreUnchanged) {
     const std::vector<std::string> arguments = {"archive", "list", "a.zip", "--json", "a=b", "-x"};
     EXPECT_EQ(cli::shielded(arguments), arguments);
 }
 
-TEST(Arguments, AnEmptyValueDoesNotTakeTheNextArgument) {
+TEST(Arguments, EmptyValueDoesNotConsumeNextArgument) {
     EXPECT_THAT(cli::shielded({"--number=", "--json"}), ElementsAre("--number", "", "--json"));
     EXPECT_THAT(cli::shielded({"--number=1"}), ElementsAre("--number=1"));
     EXPECT_THAT(cli::shielded({"--number=a="}), ElementsAre("--number=a="));
 }
 
-TEST(Arguments, TheNumberMayLookLikeAnything) {
+TEST(Arguments, NumberMayBeAnyText) {
     EXPECT_THAT(cli::shielded({"--number", "--x=", "--y="}),
                 ElementsAre("--number", "--x=", "--y", ""));
     EXPECT_THAT(cli::shielded({"--number", "--", "a"}), ElementsAre("--number", "--", "a"));
@@ -34,18 +34,18 @@ TEST(Arguments, TheNumberMayLookLikeAnything) {
                 ElementsAre("--number", "--number", "--x", ""));
 }
 
-TEST(Arguments, BracketsAndWhatFollowsTwoDashesKeepTheirText) {
+TEST(Arguments, BracketsAndArgumentsAfterTwoDashesAreUnchanged) {
     const std::vector<std::string> arguments = {"[a,b]", "[]", "--", "-x", "--y=", "--", "z"};
     EXPECT_THAT(roundTrip(arguments), ElementsAre("[a,b]", "[]", "-x", "--y=", "--", "z"));
     for (const std::string &each : cli::shielded(arguments))
         EXPECT_FALSE(each.starts_with('-') || each.starts_with('[')) << each;
 }
 
-TEST(Arguments, ATextThatBeginsLikeTheMarkIsKept) {
+TEST(Arguments, TextThatBeginsLikeMarkerIsKept) {
     EXPECT_THAT(roundTrip({"\x1f[a]", "\x1f"}), ElementsAre("\x1f[a]", "\x1f"));
 }
 
-TEST(Arguments, PathsThatUnpackersRefuseAreObjectedTo) {
+TEST(Arguments, UnsafeEntryPathsAreRefused) {
     EXPECT_THAT(cli::objectionToPath(""), HasSubstr("empty"));
     EXPECT_THAT(cli::objectionToPath("/a"), HasSubstr("absolute"));
     EXPECT_THAT(cli::objectionToPath("a\xff"), HasSubstr("UTF-8"));
@@ -53,7 +53,7 @@ TEST(Arguments, PathsThatUnpackersRefuseAreObjectedTo) {
         EXPECT_THAT(cli::objectionToPath(path), HasSubstr("\"..\"")) << path;
 }
 
-TEST(Arguments, OtherPathsAreNot) {
+TEST(Arguments, SafeEntryPathsAreAccepted) {
     for (const char *path : {"a", "a/b", "a/", "./a", "a//b", "..a", "a..", "a/..b/c", "...", "-x"})
         EXPECT_THAT(cli::objectionToPath(path), IsEmpty()) << path;
 }

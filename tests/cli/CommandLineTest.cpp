@@ -31,7 +31,7 @@ std::string error(const Arguments &arguments) {
     return "no error";
 }
 
-TEST(CommandLine, DuplicateTakesEverything) {
+TEST(CommandLine, DuplicateAcceptsAllOptions) {
     const auto chosen = options<DuplicateOptions>(
         {"duplicate", "a.ipa", "--number", "2", "--icon", "i.png", "--zoom", "--output", "out",
          "--force", "--json", "--strict", "--allow-incomplete", "--encoding", "utf-8"});
@@ -53,7 +53,7 @@ TEST(CommandLine, DuplicateHasDefaults) {
                  chosen.allowIncomplete);
 }
 
-TEST(CommandLine, TheNumberMayBeAnyText) {
+TEST(CommandLine, NumberMayBeAnyText) {
     for (const std::string number :
          {"", "-copy", "--json", "--", "[1,2]", "-2", "ü\n", "a=b", " "}) {
         EXPECT_EQ(options<DuplicateOptions>({"duplicate", "a", "--number", number}).number, number);
@@ -62,7 +62,7 @@ TEST(CommandLine, TheNumberMayBeAnyText) {
     }
 }
 
-TEST(CommandLine, OnlyWhatTakesAWhileHasABar) {
+TEST(CommandLine, OnlyLongCommandsHaveProgressBar) {
     EXPECT_EQ(request({"archive", "extract", "a", "b"}).feedback.progress, ProgressMode::automatic);
     EXPECT_EQ(request({"duplicate", "a", "--number", "1"}).feedback.progress,
               ProgressMode::automatic);
@@ -74,7 +74,7 @@ TEST(CommandLine, OnlyWhatTakesAWhileHasABar) {
     EXPECT_TRUE(chosen.quiet);
 }
 
-TEST(CommandLine, TheArchiveCommandsTakeTheirOptions) {
+TEST(CommandLine, ArchiveCommandsAcceptTheirOptions) {
     const auto list =
         options<ListOptions>({"archive", "list", "a", "--encoding", "cp437", "--json"});
     EXPECT_EQ(list.encoding, archive::TextEncoding::codePage437);
@@ -103,7 +103,7 @@ TEST(CommandLine, TheArchiveCommandsTakeTheirOptions) {
     EXPECT_TRUE(options<AddOptions>({"archive", "add", "a", "x", "--memory"}).memory);
 }
 
-TEST(CommandLine, AddTakesPathsOfAnyLook) {
+TEST(CommandLine, AddAcceptsAnyPath) {
     const auto add = options<AddOptions>(
         {"archive", "add", "a", "[x,y]", "--relative-to", "f", "b", "--", "-c", "--json"});
     EXPECT_EQ(add.relativeTo, "f");
@@ -111,13 +111,13 @@ TEST(CommandLine, AddTakesPathsOfAnyLook) {
     EXPECT_THAT(add.paths, ElementsAre("[x,y]", "b", "-c", "--json"));
 }
 
-TEST(CommandLine, FilesMayBeCalledLikeCommands) {
+TEST(CommandLine, FilesMayBeNamedLikeCommands) {
     EXPECT_EQ(options<ListOptions>({"archive", "list", "list"}).archive, "list");
     EXPECT_EQ(options<DuplicateOptions>({"duplicate", "archive", "--number", "1"}).package,
               "archive");
 }
 
-TEST(CommandLine, WhatIsWrongIsSaidInOneLineWithTheWayToTheHelp) {
+TEST(CommandLine, ErrorsAreOneLineAndMentionHelp) {
     EXPECT_EQ(error({}),
               "wrong command line: a command is missing (vellomir-cli --help tells more)");
     EXPECT_EQ(error({"bogus"}),
@@ -175,7 +175,7 @@ TEST(CommandLine, EveryCommandHasHelp) {
     }
 }
 
-TEST(CommandLine, TheVersionIsOneLine) {
+TEST(CommandLine, VersionIsOneLine) {
     EXPECT_EQ(std::get<Answer>(parse({"--version"})).text, "vellomir-cli 2.0\n");
 }
 

@@ -22,7 +22,7 @@ std::error_code codeOf(const std::string &output, bool mayReplace = false) {
     return {};
 }
 
-TEST(Destination, AFolderLeavesTheNameToTheResult) {
+TEST(Destination, FolderKeepsResultName) {
     const test::TemporaryFolder folder;
     for (const std::string end : {"", "/"}) {
         const auto found = Destination::find(folder.path().string() + end, false);
@@ -32,14 +32,14 @@ TEST(Destination, AFolderLeavesTheNameToTheResult) {
     EXPECT_EQ(Destination::find(".", false).path("x.ipa"), "x.ipa");
 }
 
-TEST(Destination, ALinkToAFolderIsAFolder) {
+TEST(Destination, LinkToFolderCountsAsFolder) {
     const test::TemporaryFolder folder;
     fs::create_directory(folder / "real");
     fs::create_symlink("real", folder / "link");
     EXPECT_EQ(Destination::find((folder / "link").string(), false).name, std::nullopt);
 }
 
-TEST(Destination, AnythingElseIsTheName) {
+TEST(Destination, OtherPathIsResultName) {
     const test::TemporaryFolder folder;
     const auto found = Destination::find((folder / "my.ipa").string(), false);
     EXPECT_EQ(found.folder, folder.path().string());
@@ -47,7 +47,7 @@ TEST(Destination, AnythingElseIsTheName) {
     EXPECT_EQ(Destination::find("my.ipa", false).path("x.ipa"), "my.ipa");
 }
 
-TEST(Destination, TheFolderMustExist) {
+TEST(Destination, FolderMustExist) {
     const test::TemporaryFolder folder;
     test::writeFile(folder / "file", "");
     EXPECT_EQ(codeOf((folder / "missing/my.ipa").string()), FileError::fileReadNoSuchFile);
@@ -56,7 +56,7 @@ TEST(Destination, TheFolderMustExist) {
     EXPECT_EQ(codeOf((folder / "file/my.ipa").string()), FileError::fileReadNoSuchFile);
 }
 
-TEST(Destination, ATakenNameIsRefusedUnlessItMayBeReplaced) {
+TEST(Destination, ExistingFileIsRefusedWithoutForce) {
     const test::TemporaryFolder folder;
     test::writeFile(folder / "my.ipa", "");
     fs::create_symlink("nowhere", folder / "dangling");

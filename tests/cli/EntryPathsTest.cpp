@@ -25,7 +25,7 @@ const std::string through = "its path leads through another entry, which is no f
 const std::string out = "its path leads out of the folder that it is unpacked into";
 const std::string none = "its path is no file name";
 
-TEST(EntryPaths, DifferentPathsAreFine) {
+TEST(EntryPaths, DifferentPathsAreAccepted) {
     expect({{"a", Type::file},
             {"b", Type::symlink},
             {"A", Type::file},
@@ -35,7 +35,7 @@ TEST(EntryPaths, DifferentPathsAreFine) {
             {"d/d/", Type::directory}});
 }
 
-TEST(EntryPaths, OneOfTwoEqualPathsIsWrong) {
+TEST(EntryPaths, DuplicatePathsAreReported) {
     expect({{"a", Type::file},
             {"a", Type::file, same},
             {"a", Type::symlink, same},
@@ -47,13 +47,13 @@ TEST(EntryPaths, OneOfTwoEqualPathsIsWrong) {
             {"c/d", Type::file, same}});
 }
 
-TEST(EntryPaths, AFolderIsNoFile) {
+TEST(EntryPaths, FileUsedAsFolderIsReported) {
     expect({{"d/a", Type::file}, {"d", Type::file, folder}, {"d", Type::symlink, folder}});
     expect({{"d/", Type::directory}, {"d", Type::file, folder}});
     expect({{"d", Type::symlink}, {"d/a", Type::file, through}, {"d/", Type::directory, same}});
 }
 
-TEST(EntryPaths, NoneLeadsOut) {
+TEST(EntryPaths, PathsOutsideDestinationAreReported) {
     expect({{"..", Type::directory, out},
             {"../a", Type::file, out},
             {"a/../../b", Type::file, out},
@@ -62,7 +62,7 @@ TEST(EntryPaths, NoneLeadsOut) {
             {"..a", Type::file}});
 }
 
-TEST(EntryPaths, OnlyAFolderCanBeTheDestinationItself) {
+TEST(EntryPaths, OnlyFolderMayBeDestinationItself) {
     expect({{"./", Type::directory},
             {"/", Type::directory},
             {".", Type::file, none},
@@ -70,14 +70,14 @@ TEST(EntryPaths, OnlyAFolderCanBeTheDestinationItself) {
             {"", Type::directory, none}});
 }
 
-TEST(EntryPaths, NamesMustFitTheFileSystem) {
+TEST(EntryPaths, TooLongNamesAreReported) {
     expect({{std::string("a\0b", 3), Type::file, "its path holds a zero byte"},
             {std::string(255, 'n'), Type::file},
             {std::string(256, 'n'), Type::file, "its path holds a name of more than 255 bytes"}});
 }
 
-/// Every prefix is remembered once: a path of 65,000 bytes does not take their square.
-TEST(EntryPaths, LongPathsAreRememberedOnce) {
+/// Every prefix is stored once: a path of 65,000 bytes does not take quadratic memory.
+TEST(EntryPaths, LongPathsTakeLinearMemory) {
     EntryPaths paths;
     std::string path;
     for (int depth = 0; depth < 32000; ++depth)

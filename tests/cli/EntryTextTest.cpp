@@ -19,7 +19,7 @@ std::vector<std::string> listing(const std::vector<test::RawEntry> &entries) {
     return lines;
 }
 
-TEST(EntryText, ModesAreWrittenAsListingsWriteThem) {
+TEST(EntryText, ModesHaveListingForm) {
     EXPECT_EQ(cli::modeText(EntryType::file, 0644), "-rw-r--r--");
     EXPECT_EQ(cli::modeText(EntryType::directory, 0755), "drwxr-xr-x");
     EXPECT_EQ(cli::modeText(EntryType::symlink, 0777), "lrwxrwxrwx");
@@ -29,7 +29,7 @@ TEST(EntryText, ModesAreWrittenAsListingsWriteThem) {
     EXPECT_EQ(cli::modeText(EntryType::directory, 01777), "drwxrwxrwt");
 }
 
-TEST(EntryText, NumbersHaveTheirUsualForms) {
+TEST(EntryText, NumbersAreFormatted) {
     EXPECT_EQ(cli::octalText(0644), "0644");
     EXPECT_EQ(cli::octalText(0), "0000");
     EXPECT_EQ(cli::octalText(04755), "4755");
@@ -59,7 +59,7 @@ TEST(EntryText, TypesHaveNames) {
     EXPECT_EQ(cli::typeName(EntryType::symlink), "symlink");
 }
 
-TEST(EntryText, AListingHasColumns) {
+TEST(EntryText, ListingHasColumns) {
     const auto lines = listing({test::rawDirectory("d/"),
                                 {.name = "d/f", .data = "hello"},
                                 test::rawLink("l", "d/f"),
@@ -74,7 +74,7 @@ TEST(EntryText, AListingHasColumns) {
     EXPECT_EQ(lines[1].substr(52), "d/f");
 }
 
-TEST(EntryText, ANameThatIsNoTextIsShownByItsBytes) {
+TEST(EntryText, InvalidNamesAreShownAsBytes) {
     EXPECT_EQ(listing({{.name = "a\xff", .data = ""}}).at(0).substr(52), "a\\xff");
 }
 

@@ -11,12 +11,12 @@
 
 namespace {
 
-TEST(ErrorText, ErrorsOfTheEngineAreNamed) {
+TEST(ErrorText, EngineErrorsHaveNames) {
     const archive::Error error(archive::FileError::fileReadNoSuchFile, {.path = "/a/b"});
     EXPECT_EQ(cli::describe(error), std::string(error.what()) + " (FileError.fileReadNoSuchFile)");
 }
 
-TEST(ErrorText, OtherErrorsSpeakForThemselves) {
+TEST(ErrorText, OtherErrorsUseTheirOwnText) {
     EXPECT_EQ(cli::describe(cli::Failure("why")), "why");
     EXPECT_EQ(cli::describe(std::bad_alloc()), "there is not enough memory");
 }
@@ -51,7 +51,7 @@ TEST(ErrorText, FolderWithoutPermissionIsNamed) {
     names(closed + "/readOnly", closed + "/readOnly");
 }
 
-TEST(ErrorText, ErrorsWithoutAFileGetTheOneThatIsWritten) {
+TEST(ErrorText, ErrorsWithoutFileNameTheOutput) {
     using archive::Data;
     const archive::Error noRoom(Data::DataError::unwritableFile, {.systemError = ENOSPC});
     EXPECT_EQ(cli::whileWriting("/a/b", noRoom).path(), "/a/b");
@@ -60,7 +60,7 @@ TEST(ErrorText, ErrorsWithoutAFileGetTheOneThatIsWritten) {
     EXPECT_EQ(cli::whileWriting("/a/b", damaged).path(), "");
 }
 
-TEST(ErrorText, HiddenNamesAreLeftOut) {
+TEST(ErrorText, HiddenNamesAreOmitted) {
     EXPECT_EQ(cli::withoutHiddenNames("No room: /a b/.vellomir-x1Y/0123abc: why (/c/.vellomir-9)"),
               "No room: /a b: why (/c)");
     EXPECT_EQ(cli::withoutHiddenNames("/a/.vellomir-"), "/a");
@@ -69,7 +69,7 @@ TEST(ErrorText, HiddenNamesAreLeftOut) {
     EXPECT_EQ(cli::withoutHiddenNames(""), "");
 }
 
-TEST(ErrorText, AnErrorIsOneLineThatDrivesNoTerminal) {
+TEST(ErrorText, ErrorIsOneLineWithoutControlCharacters) {
     EXPECT_EQ(cli::errorLine("cannot read ü\n\x1b[2J\xff\xc2\x9b"),
               "vellomir-cli: cannot read ü\\x0a\\x1b[2J\\xff\\xc2\\x9b\n");
 }

@@ -7,13 +7,13 @@ using testing::IsEmpty;
 
 namespace {
 
-TEST(JobReport, TheLogSaysWhyAndTheConsoleHowTheErrorIsCalled) {
+TEST(JobReport, ReasonComesFromLogAndIdentifierFromConsole) {
     EXPECT_EQ(cli::reasonOf({"Unzipping IPA...", "Error unzipping IPA file: Broken: a: b"},
                             {"ArchiveError.unreadableArchive: Broken: a: b"}),
               "Error unzipping IPA file: Broken: a: b (ArchiveError.unreadableArchive)");
 }
 
-TEST(JobReport, WhereTheLogSaysNothingTheConsoleDoes) {
+TEST(JobReport, ConsoleIsUsedIfLogHasNoReason) {
     EXPECT_EQ(cli::reasonOf({"Updating Info.plist", "Error while processing the IPA file"},
                             {"PropertyListError.unreadablePropertyList: No list"}),
               "No list (PropertyListError.unreadablePropertyList)");
@@ -21,7 +21,7 @@ TEST(JobReport, WhereTheLogSaysNothingTheConsoleDoes) {
               "There is not enough memory: 3.5 GB");
 }
 
-TEST(JobReport, AnEarlierErrorIsNotTheReason) {
+TEST(JobReport, EarlierErrorsAreIgnored) {
     EXPECT_EQ(cli::reasonOf({"Error while updating icon.png: No room",
                              "Info.plist not found in the unzipped folder",
                              "Error while processing the IPA file"},
@@ -29,7 +29,7 @@ TEST(JobReport, AnEarlierErrorIsNotTheReason) {
               "Info.plist not found in the unzipped folder");
 }
 
-TEST(JobReport, WithoutAConsoleTheLogIsAllThereIs) {
+TEST(JobReport, LogAloneGivesReason) {
     EXPECT_EQ(cli::reasonOf({"a", "b"}, {}), "b");
     EXPECT_EQ(cli::reasonOf({}, {}), "the job did not start");
 }
@@ -56,7 +56,7 @@ TEST(JobWarnings, PropertyListNotWritten) {
                     "room: a"));
 }
 
-TEST(JobWarnings, FailedIconIsToldAsInTheLog) {
+TEST(JobWarnings, FailedIconHasTextOfLog) {
     EXPECT_THAT(cli::warningsAbout({"Image picked", "Error converting new icon to PNG data",
                                     "App directory not found in the unzipped folder"},
                                    whole),
@@ -64,7 +64,7 @@ TEST(JobWarnings, FailedIconIsToldAsInTheLog) {
                             "App directory not found in the unzipped folder"));
 }
 
-TEST(JobWarnings, MissingPayloadIsToldOnce) {
+TEST(JobWarnings, MissingPayloadIsReportedOnce) {
     const std::string moving = "Error while moving Payload folder: There is no such file";
     EXPECT_THAT(cli::warningsAbout({moving}, {}),
                 ElementsAre("the package has no folder \"Payload\", so the copy is empty"));

@@ -11,7 +11,7 @@ using archive::Data;
 
 namespace {
 
-/// What another reader makes of it: members in order, one a line, as Python prints them.
+/// Python's reading of the text: the members in order, one per line, as Python prints them.
 std::string readByPython(const std::string &json) {
     const test::TemporaryFolder folder;
     test::writeFile(folder / "json", json);
@@ -21,7 +21,7 @@ std::string readByPython(const std::string &json) {
     return test::run({"python3", "-c", script, (folder / "json").string()}).output;
 }
 
-TEST(Json, AJobHasItsLogItsMessageAndItsResult) {
+TEST(Json, JobHasLogMessageAndResult) {
     EXPECT_EQ(cli::jobJson({"Unzipping IPA...", "a \"b\""}, "", "/tmp/x.ipa", {}),
               R"({"log":["Unzipping IPA...","a \"b\""],"errorMessage":"","result":"/tmp/x.ipa",)"
               R"("warnings":[]})");
@@ -29,7 +29,7 @@ TEST(Json, AJobHasItsLogItsMessageAndItsResult) {
               R"({"log":[],"errorMessage":"Error","result":null,"warnings":["one","two"]})");
 }
 
-TEST(Json, AnEntryHasItsMembersInOrder) {
+TEST(Json, EntryMembersAreInOrder) {
     const auto opened = Archive::open(Data(test::rawArchive({{.name = "a", .data = "123456789"}})),
                                       Archive::AccessMode::read);
     const std::string json = cli::entryJson(*opened->begin(), "a");
@@ -41,7 +41,7 @@ TEST(Json, AnEntryHasItsMembersInOrder) {
         << json;
 }
 
-TEST(Json, NamesOfAnyBytesGiveValidText) {
+TEST(Json, InvalidNamesGiveValidJson) {
     EXPECT_EQ(readByPython(cli::jobJson({"a\xff\n\x1b"}, "\xed\xa0\x80", "\"\\", {"w\xff"})),
               "log=['a\\ufffd\\n\\x1b']\nerrorMessage='\\ufffd\\ufffd\\ufffd'\nresult='\"\\\\'\n"
               "warnings=['w\\ufffd']\n");

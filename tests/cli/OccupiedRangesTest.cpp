@@ -8,7 +8,7 @@ using testing::IsEmpty;
 
 namespace {
 
-TEST(OccupiedRanges, RangesThatTouchAreFree) {
+TEST(OccupiedRanges, AdjacentRangesDoNotOverlap) {
     cli::OccupiedRanges ranges;
     EXPECT_TRUE(ranges.insert(10, 20));
     EXPECT_TRUE(ranges.insert(20, 30));
@@ -16,7 +16,7 @@ TEST(OccupiedRanges, RangesThatTouchAreFree) {
     EXPECT_THAT(ranges.gaps(30), IsEmpty());
 }
 
-TEST(OccupiedRanges, RangesThatOverlapAreNot) {
+TEST(OccupiedRanges, OverlapsAreFound) {
     for (const auto &[start, end] :
          {std::pair{10U, 20U}, {5U, 11U}, {19U, 25U}, {12U, 13U}, {0U, 99U}}) {
         cli::OccupiedRanges ranges;
@@ -35,7 +35,7 @@ TEST(OccupiedRanges, GapsAreFound) {
     EXPECT_THAT(ranges.gaps(0), IsEmpty());
 }
 
-TEST(OccupiedRanges, AgreesWithAFieldOfBytes) {
+TEST(OccupiedRanges, AgreesWithBytewiseModel) {
     std::minstd_rand random(7);
     for (int round = 0; round < 200; ++round) {
         cli::OccupiedRanges ranges;

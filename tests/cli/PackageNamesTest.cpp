@@ -1,4 +1,4 @@
-// What the names of a package and of its copy tell.
+// What the names in a package and in its copy show.
 
 #include "cli/CopyContents.h"
 #include "cli/UnmarkedNames.h"
@@ -43,7 +43,7 @@ TEST(CopyContents, SeveralApps) {
                 ElementsAre("A.app", "B.app", "a.app"));
 }
 
-TEST(CopyContents, OtherItemsAreNoApps) {
+TEST(CopyContents, OtherItemsAreNotApps) {
     const auto found = contents({"Payload/file.app", "Payload/.app/x", "Payload/A.APP/x",
                                  "Payload/A.app2/x", "Payload/app/x", "Other/C.app/x", "D.app/x"});
     EXPECT_THAT(found.apps, IsEmpty());
@@ -70,16 +70,16 @@ RawEntry unmarked(const std::string &name) {
     return {.name = name, .flags = 0};
 }
 
-TEST(UnmarkedNames, MarkedAndPlainNamesAreFine) {
+TEST(UnmarkedNames, MarkedAndAsciiNamesAreAccepted) {
     EXPECT_EQ(warning({}), "");
     EXPECT_EQ(warning({{.name = "\u00E9.lproj"}, unmarked("plain"), unmarked("\x7F")}), "");
 }
 
-TEST(UnmarkedNames, NamesThatAreNoUTF8AreOfAnotherEncoding) {
+TEST(UnmarkedNames, InvalidUTF8IsAnotherEncoding) {
     EXPECT_EQ(warning({unmarked("\x82.lproj"), unmarked("\xC3"), unmarked("\xE9t\xE9")}), "");
 }
 
-TEST(UnmarkedNames, TheFirstIsShown) {
+TEST(UnmarkedNames, FirstNameIsReported) {
     EXPECT_EQ(warning({unmarked("a"), unmarked("\u00E9.lproj")}),
               "a name looks like UTF-8 but is not marked as such: \"\u00E9.lproj\"; --encoding "
               "utf-8 reads it as UTF-8");

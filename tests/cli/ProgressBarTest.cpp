@@ -29,7 +29,7 @@ TEST(ProgressBar, TextFitsAndFills) {
         EXPECT_LE(cli::barText(0.7, columns).size(), columns);
 }
 
-/// What a bar leaves in a file while half of the work is done.
+/// The output of a bar to a file when half of the work is done.
 std::string drawn(const cli::Feedback &feedback) {
     const test::TemporaryFolder folder;
     const int file = ::open((folder / "err").c_str(), O_WRONLY | O_CREAT, 0600);
@@ -43,15 +43,15 @@ std::string drawn(const cli::Feedback &feedback) {
     return test::readFile(folder / "err");
 }
 
-TEST(ProgressBar, AFileGetsABarOnlyWhenItIsAskedFor) {
+TEST(ProgressBar, FileGetsBarOnlyOnRequest) {
     EXPECT_EQ(drawn({ProgressMode::automatic, false}), "");
     EXPECT_EQ(drawn({ProgressMode::never, false}), "");
     EXPECT_EQ(drawn({ProgressMode::always, true}), "") << "quiet is stronger";
     EXPECT_EQ(drawn({ProgressMode::always, false}), "\r" + cli::barText(0.5, 80) + "\n");
 }
 
-/// What a bar sends to a terminal.
-class Terminal : public testing::Test {
+/// Captures the output of a bar to a terminal.
+class TerminalProgressBar : public testing::Test {
 protected:
     void SetUp() override {
         ::setenv("TERM", "xterm", 1);
@@ -81,20 +81,20 @@ protected:
     int terminal_ = -1;
 };
 
-TEST_F(Terminal, LineIsLeftEmpty) {
+TEST_F(TerminalProgressBar, LineIsClearedAtTheEnd) {
     const std::string text = draw();
     EXPECT_THAT(text, StartsWith("\r\x1b[33m["));
     EXPECT_TRUE(text.ends_with("\r\x1b[K")) << text;
 }
 
-TEST_F(Terminal, ColourIsLeftOutOnRequest) {
+TEST_F(TerminalProgressBar, ColourCanBeDisabled) {
     ::setenv("NO_COLOR", "1", 1);
     const std::string text = draw();
     EXPECT_THAT(text, HasSubstr("50 %"));
     EXPECT_THAT(text, Not(HasSubstr("\x1b[33m")));
 }
 
-TEST_F(Terminal, ASimpleOneGetsNoEscapes) {
+TEST_F(TerminalProgressBar, DumbTerminalGetsNoEscapes) {
     ::setenv("TERM", "dumb", 1);
     EXPECT_THAT(draw(), Not(HasSubstr("\x1b")));
 }

@@ -20,19 +20,19 @@ std::string warning(const std::string &bytes) {
     return cli::shortfall(cli::findReach(*opened)).value_or("");
 }
 
-TEST(Reach, AWholeArchiveIsNoReasonToWarn) {
+TEST(Reach, CompleteArchiveHasNoWarning) {
     EXPECT_EQ(warning(test::rawArchive(three)), "");
     EXPECT_EQ(warning(test::rawArchive({})), "");
 }
 
-TEST(Reach, AnEncryptedEntryIsTheEnd) {
+TEST(Reach, StopsAtEncryptedEntry) {
     auto entries = three;
     entries[1].flags |= archive::encryptedFlag;
     EXPECT_EQ(warning(test::rawArchive(entries)),
               "the directory promises 3 entries, 1 could be reached: entry 2 is encrypted");
 }
 
-TEST(Reach, ADamagedRecordIsTheEnd) {
+TEST(Reach, StopsAtDamagedRecord) {
     std::string bytes = test::rawArchive(three);
     const std::size_t third = bytes.rfind(std::string("PK\1\2"));
     bytes[third] = 'X';
@@ -40,7 +40,7 @@ TEST(Reach, ADamagedRecordIsTheEnd) {
                               "directory's record 3 is damaged");
 }
 
-TEST(Reach, AMissingLocalHeaderIsTheEnd) {
+TEST(Reach, StopsAtMissingLocalHeader) {
     std::string bytes = test::rawArchive(three);
     bytes[0] = 'X';
     EXPECT_EQ(warning(bytes), "the directory promises 3 entries, 0 could be reached: there is no "
@@ -56,7 +56,7 @@ std::string counting(char entries) {
     return bytes;
 }
 
-TEST(Reach, RecordsBehindTheCountedOnesAreTold) {
+TEST(Reach, RecordsBeyondCountAreReported) {
     EXPECT_EQ(warning(counting(1)), "the directory holds 3 entries, 1 could be reached: the end "
                                     "record counts no more");
     EXPECT_EQ(warning(counting(0)), "the directory holds 3 entries, 0 could be reached: the end "
@@ -64,7 +64,7 @@ TEST(Reach, RecordsBehindTheCountedOnesAreTold) {
     EXPECT_EQ(warning(counting(3)), "");
 }
 
-TEST(Reach, OtherBytesBehindTheCountedRecordsAreNoEntries) {
+TEST(Reach, OtherBytesBeyondCountAreIgnored) {
     std::string bytes = test::rawArchive(three);
     const std::size_t end = bytes.rfind(std::string("PK\5\6"));
     bytes.insert(end, std::string("PK\5\5\4\0abcd", 10)); // a digital signature
@@ -72,13 +72,13 @@ TEST(Reach, OtherBytesBehindTheCountedRecordsAreNoEntries) {
     EXPECT_EQ(warning(bytes), "");
 }
 
-TEST(Reach, SomethingInFrontIsTold) {
+TEST(Reach, PrependedBytesAreReported) {
     EXPECT_EQ(warning("#!/bin/sh\n" + test::rawArchive(three)),
               "the directory promises 3 entries, 0 could be reached: something stands in front of "
               "the archive in its file (10 bytes)");
 }
 
-TEST(Reach, MissingBytesAreTold) {
+TEST(Reach, MissingBytesAreReported) {
     EXPECT_EQ(warning(test::rawArchive(three).substr(10)),
               "the directory promises 3 entries, 0 could be reached: the directory does not fit in "
               "front of the end record");

@@ -13,7 +13,7 @@ namespace {
 
 const std::string hostile = "a\x1b[2J\nü\xff";
 
-TEST(ResultStream, AFileGetsExactWords) {
+TEST(ResultStream, FileGetsExactBytes) {
     const test::TemporaryFolder folder;
     const int file = ::open((folder / "out").c_str(), O_WRONLY | O_CREAT, 0600);
     cli::ResultStream out(file);
@@ -26,7 +26,7 @@ TEST(ResultStream, AFileGetsExactWords) {
     ::close(file);
 }
 
-TEST(ResultStream, ATerminalIsNotDriven) {
+TEST(ResultStream, TerminalGetsNoControlCharacters) {
     int master = -1;
     int terminal = -1;
     if (::openpty(&master, &terminal, nullptr, nullptr, nullptr) != 0)
@@ -43,7 +43,7 @@ TEST(ResultStream, ATerminalIsNotDriven) {
     ::close(master);
 }
 
-TEST(ResultStream, LargeTextsAreFlushedOnTheWay) {
+TEST(ResultStream, LargeTextsAreFlushedEarly) {
     const test::TemporaryFolder folder;
     const int file = ::open((folder / "out").c_str(), O_WRONLY | O_CREAT, 0600);
     cli::ResultStream out(file);
@@ -53,7 +53,7 @@ TEST(ResultStream, LargeTextsAreFlushedOnTheWay) {
     ::close(file);
 }
 
-TEST(ResultStream, AFullDiskIsAnError) {
+TEST(ResultStream, FullDiskIsAnError) {
     const int file = ::open("/dev/full", O_WRONLY);
     ASSERT_GE(file, 0);
     cli::ResultStream out(file);
@@ -69,7 +69,7 @@ TEST(ResultStream, AFullDiskIsAnError) {
     ::close(file);
 }
 
-TEST(ResultStream, AReaderThatWentAwayIsAnError) {
+TEST(ResultStream, ClosedPipeIsAnError) {
     ::signal(SIGPIPE, SIG_IGN);
     std::array<int, 2> pipe{};
     ASSERT_EQ(::pipe(pipe.data()), 0);

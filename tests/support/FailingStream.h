@@ -10,8 +10,8 @@
 
 namespace test {
 
-/// A stdio stream over bytes in memory that breaks off when told to, and counts what it is asked.
-/// Must outlive its stream.
+/// A stdio stream over bytes in memory that can fail on demand and counts the calls. Must outlive
+/// its stream.
 class FailingStream {
 public:
     static constexpr std::size_t unlimited = std::numeric_limits<std::size_t>::max();
@@ -28,9 +28,9 @@ public:
     [[nodiscard]] int reads() const { return reads_; }
     [[nodiscard]] int writes() const { return writes_; }
 
-    std::size_t readable = unlimited; ///< bytes before a read fails with EIO
-    std::size_t writable = unlimited; ///< bytes before a write fails with ENOSPC
-    bool isSeekable = true;           ///< else a seek fails with ESPIPE
+    std::size_t readable = unlimited; ///< bytes that can be read before EIO
+    std::size_t writable = unlimited; ///< bytes that can be written before ENOSPC
+    bool isSeekable = true;           ///< if false, seeking fails with ESPIPE
 
 private:
     static FailingStream &self(void *cookie) { return *static_cast<FailingStream *>(cookie); }
@@ -54,7 +54,7 @@ private:
         FailingStream &stream = self(cookie);
         ++stream.writes_;
         const std::size_t count = std::min(size, stream.writable);
-        if (count < size) // which the C library takes as a failure
+        if (count < size) // the C library treats a short count as an error
             errno = ENOSPC;
         if (count == 0)
             return 0;

@@ -5,8 +5,8 @@
 
 namespace test {
 
-/// A full disk in small: while the object lives, no file grows beyond the limit. Writing more fails
-/// with EFBIG, for root too.
+/// Simulates a full disk: while an object exists, files cannot grow beyond the limit. Writing more
+/// fails with EFBIG, also for root.
 class FileSizeLimit {
 public:
     explicit FileSizeLimit(rlim_t bytes) {

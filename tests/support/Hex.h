@@ -24,7 +24,7 @@ namespace test {
     return data;
 }
 
-/// Each byte as two digits in lower case.
+/// Each byte as two lower-case digits.
 [[nodiscard]] inline std::string hex(std::span<const std::byte> bytes) {
     static constexpr std::string_view digits = "0123456789abcdef";
     std::string text;

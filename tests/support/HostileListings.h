@@ -10,7 +10,7 @@
 
 namespace test {
 
-/// Lists folders in an order of `less`, which compares two items.
+/// Lists folders sorted by `less`, which compares two items.
 template <class Less>
 archive::ListFolder listingBy(Less less) {
     return [less](int folder, const std::string &path) {
@@ -20,7 +20,7 @@ archive::ListFolder listingBy(Less less) {
     };
 }
 
-/// Lists folders in another order each time.
+/// Lists folders in another random order each time.
 inline archive::ListFolder shuffledListing(unsigned seed) {
     return [generator = std::make_shared<std::mt19937>(seed)](int folder, const std::string &path) {
         auto items = archive::folderItems(folder, path);
@@ -29,8 +29,8 @@ inline archive::ListFolder shuffledListing(unsigned seed) {
     };
 }
 
-/// Folder listings as file systems may give them: by name upwards and downwards, folders first and
-/// last, and a few orders by chance.
+/// Orders in which file systems may list folders: by name ascending and descending, folders first
+/// and last, and some random orders.
 inline std::vector<archive::ListFolder> hostileListings() {
     using Item = archive::FolderItem;
     std::vector<archive::ListFolder> listings = {

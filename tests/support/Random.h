@@ -5,7 +5,7 @@
 
 namespace test {
 
-/// Bytes that no compressor shortens, the same for the same seed.
+/// Incompressible bytes; the same for the same seed.
 [[nodiscard]] inline std::string randomText(std::size_t size, unsigned seed = 1) {
     std::mt19937 generator(seed);
     std::string text(size, '\0');

@@ -8,29 +8,29 @@
 
 namespace test {
 
-/// An entry as its two records, which need not agree, and the bytes behind the local header.
+/// An entry given by its two records, which may differ, and the bytes after the local header.
 struct RecordEntry {
     /// A stored file, made on Unix with mode 0644, whose records agree.
     RecordEntry(const std::string &name, const std::string &content);
 
     archive::LocalFileHeader header;
     archive::CentralDirectoryStructure record;
-    std::string data;    ///< as it is stored
-    std::string trailer; ///< behind the data, such as a data descriptor
+    std::string data;    ///< as stored
+    std::string trailer; ///< bytes after the data, such as a data descriptor
 };
 
-/// A file whose data is deflated, by zlib.
+/// A file deflated by zlib.
 [[nodiscard]] RecordEntry deflatedRecordEntry(const std::string &name, const std::string &content);
 
-/// The bytes that the entry takes in front of the directory.
+/// The size of the local header, the data and the trailer in bytes.
 [[nodiscard]] std::size_t localSize(const RecordEntry &entry);
 
-/// Sets a length and the bytes that it counts.
+/// Sets variable-length bytes and their length field.
 void setTail(std::uint16_t &length, archive::Data &bytes, std::string_view content);
 
-/// The archive of these entries. The offsets of the local headers are filled in, except where the
-/// record leaves them to a ZIP64 field. With `zip64`, that record and its locator stand before the
-/// end record; their values are kept as they are.
+/// The archive of these entries. The local header offsets are filled in, except where a record
+/// refers to a ZIP64 field. With `zip64`, the ZIP64 end record and its locator are written before
+/// the end record, with their values unchanged.
 [[nodiscard]] std::string
 recordArchive(const std::vector<RecordEntry> &entries,
               const std::optional<archive::ZIP64EndOfCentralDirectory> &zip64 = std::nullopt);

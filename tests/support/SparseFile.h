@@ -6,8 +6,8 @@
 
 namespace test {
 
-/// A stream for writing a new file whose zero bytes take no room on disk, so that archives of many
-/// GiB are made in seconds. Any reader can open the file afterwards.
+/// Opens a new file for writing whose zero bytes take no disk space, so that archives of many GiB
+/// are made in seconds. Other programs can read the file afterwards.
 [[nodiscard]] archive::Archive::FilePointer openSparseFile(const std::filesystem::path &path);
 
 } // namespace test

@@ -9,16 +9,16 @@
 
 namespace test {
 
-/// Bytes that compress in different ways.
+/// Contents of different compressibility.
 enum class Content { zeros, text, random };
 [[nodiscard]] archive::Data makeContent(Content content, std::size_t size);
 [[nodiscard]] std::string name(Content content);
 
-/// Through the codec and back, in chunks of `bufferSize`.
+/// Deflates and inflates, in chunks of `bufferSize`.
 [[nodiscard]] archive::Data deflated(const archive::Data &plain, std::int64_t bufferSize = 16384);
 [[nodiscard]] archive::Data inflated(const archive::Data &stream, std::int64_t bufferSize = 16384);
 
-/// Hands out the bytes, and keeps what it was asked for. Must outlive its provider.
+/// A provider's bytes, with a record of its calls. Must outlive its provider.
 class Source {
 public:
     using Call = std::pair<std::int64_t, std::size_t>; ///< position and size
@@ -33,7 +33,7 @@ private:
     std::vector<Call> calls_;
 };
 
-/// Collects the chunks, and their sizes. Must outlive its consumer.
+/// A consumer's chunks and their sizes. Must outlive its consumer.
 class Sink {
 public:
     [[nodiscard]] archive::Consumer consumer();

@@ -21,11 +21,11 @@ std::string makeFolder() {
     return name;
 }
 
-/// A test may have taken the permissions away that deleting needs.
+/// A test may have removed permissions that deleting needs.
 void makeWritable(const fs::path &folder) {
     ::chmod(folder.c_str(), 0700);
     for (const auto &item : fs::directory_iterator(folder))
-        if (!item.is_symlink() && item.is_directory()) // a link may lead in circles
+        if (!item.is_symlink() && item.is_directory()) // a link may form a cycle
             makeWritable(item.path());
 }
 

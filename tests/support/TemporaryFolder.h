@@ -8,8 +8,7 @@
 
 namespace test {
 
-/// A folder of the test's own, deleted with the object. On a memory-backed file system where there
-/// is one.
+/// A private folder of a test, deleted with the object. On a memory file system if there is one.
 class TemporaryFolder {
 public:
     TemporaryFolder();

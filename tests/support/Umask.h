@@ -4,7 +4,7 @@
 
 namespace test {
 
-/// The umask of the process while this lives.
+/// Sets the umask of the process while an object exists.
 class Umask {
 public:
     explicit Umask(mode_t mask) : before_(::umask(mask)) {}

@@ -1,4 +1,4 @@
-// What the about sheet shows, and how it is left.
+// The about sheet: its contents, and the ways to close it.
 
 #include "tests/window/WindowFixture.h"
 
@@ -14,9 +14,9 @@ namespace {
 const QColor ground("#13131B");
 const QColor white("#FFFFFF");
 
-class TheAboutSheet : public test::WindowTest {
+class AboutSheet : public test::WindowTest {
 protected:
-    TheAboutSheet() { click("infoButton"); }
+    AboutSheet() { click("infoButton"); }
 
     /// The texts of the sheet, from top to bottom.
     std::vector<std::string> sheetTexts() {
@@ -46,7 +46,7 @@ protected:
         throw std::runtime_error("the sheet does not show \"" + content + '"');
     }
 
-    /// On the ground, blended with it.
+    /// The colour blended with the background.
     static QColor faded(const QColor &colour, double opacity) {
         const auto blend = [opacity](int front, int back) {
             return static_cast<int>(front * opacity + back * (1 - opacity));
@@ -66,7 +66,7 @@ protected:
     }
 };
 
-TEST_F(TheAboutSheet, ShowsItsTextsInOrder) {
+TEST_F(AboutSheet, ShowsItsTextsInOrder) {
     EXPECT_THAT(sheetTexts(),
                 ElementsAre("Vellomir", "V2.0", "For TrollStore Only | ios 14 and up",
                             "Vellomir allows changing app icons and cloning by modifying app "
@@ -74,7 +74,7 @@ TEST_F(TheAboutSheet, ShowsItsTextsInOrder) {
                             "Orsanta Website", "Telegram Channel", "More Apps", "Donate", "Close"));
 }
 
-TEST_F(TheAboutSheet, HasFlexibleSpaceInItsHeader) {
+TEST_F(AboutSheet, HeaderHasFlexibleSpace) {
     const auto space = [this] {
         return placeOf(sheetText("For TrollStore Only | ios 14 and up")).top() -
                placeOf(sheetText("V2.0")).bottom();
@@ -85,7 +85,7 @@ TEST_F(TheAboutSheet, HasFlexibleSpaceInItsHeader) {
     EXPECT_LE(space(), 16) << "it gives way first";
 }
 
-TEST_F(TheAboutSheet, SetsItsTextsInTheirStyles) {
+TEST_F(AboutSheet, TextsHaveTheirStyles) {
     expectStyle("Vellomir", 28, true, white);
     expectStyle("V2.0", 17, true, faded(white, 0.4));
     expectStyle("For TrollStore Only | ios 14 and up", 17, true, faded(white, 0.7));
@@ -93,7 +93,7 @@ TEST_F(TheAboutSheet, SetsItsTextsInTheirStyles) {
                 false, QColor("#8E8E93"));
 }
 
-TEST_F(TheAboutSheet, ShowsTheMarkAndADivider) {
+TEST_F(AboutSheet, ShowsSymbolAndDivider) {
     const QRectF name = placeOf(sheetText("Vellomir"));
     const double middle = window().width() / 2.0;
     const QRectF mark(middle - 50, name.top() - 8 - 5 - 100, 100, 100);
@@ -110,7 +110,7 @@ TEST_F(TheAboutSheet, ShowsTheMarkAndADivider) {
     EXPECT_EQ(whiteLines, 3);
 }
 
-TEST_F(TheAboutSheet, HandsEachAddressOverAsItIsStored) {
+TEST_F(AboutSheet, OpensEachLinkUnchanged) {
     for (const char *const title : {"Orsanta Website", "Telegram Channel", "More Apps", "Donate"})
         click(sheetText(title));
     EXPECT_THAT(desktop_.opened,
@@ -120,14 +120,14 @@ TEST_F(TheAboutSheet, HandsEachAddressOverAsItIsStored) {
     EXPECT_TRUE(view().showInfoSheet.get()) << "a link closes nothing";
 }
 
-TEST_F(TheAboutSheet, DoesNothingForATextThatIsNoAddress) {
+TEST_F(AboutSheet, IgnoresInvalidURLs) {
     state().openLink(QStringLiteral("https://[no address"));
     state().openLink({});
     EXPECT_THAT(desktop_.opened, IsEmpty());
     EXPECT_FALSE(isShown("alertButton"));
 }
 
-TEST_F(TheAboutSheet, IsLeftByItsButtonByEscapeAndByAPressBesideIt) {
+TEST_F(AboutSheet, ClosesByButtonEscapeAndOutsidePress) {
     const auto leave = {std::function<void()>([this] { click("closeButton"); }),
                         std::function<void()>([this] { key(Qt::Key_Escape); }),
                         std::function<void()>([this] { click(QPointF(195, 4)); })};
@@ -140,7 +140,7 @@ TEST_F(TheAboutSheet, IsLeftByItsButtonByEscapeAndByAPressBesideIt) {
     }
 }
 
-TEST_F(TheAboutSheet, SaysThatNoBrowserTookALink) {
+TEST_F(AboutSheet, ReportsThatNoBrowserOpensALink) {
     desktop_.hasBrowser = false;
     state().openLink(QStringLiteral("https://orsanta.example/"));
     settle();
@@ -149,7 +149,7 @@ TEST_F(TheAboutSheet, SaysThatNoBrowserTookALink) {
     EXPECT_TRUE(isShown("alertButton"));
 }
 
-TEST_F(TheAboutSheet, SaysNothingOfALinkThatIsNoAddress) {
+TEST_F(AboutSheet, ReportsNothingForInvalidURLs) {
     desktop_.hasBrowser = false;
     for (const char *const url : {"", "https://[no address"}) {
         state().openLink(QString::fromLatin1(url));
@@ -158,7 +158,7 @@ TEST_F(TheAboutSheet, SaysNothingOfALinkThatIsNoAddress) {
     EXPECT_TRUE(desktop_.opened.isEmpty());
 }
 
-TEST_F(TheAboutSheet, BeginsAtItsTopWheneverItOpens) {
+TEST_F(AboutSheet, OpensScrolledToTop) {
     resize({320, 400});
     item("closeButton").forceActiveFocus(Qt::TabFocusReason);
     settle();
@@ -173,7 +173,7 @@ TEST_F(TheAboutSheet, BeginsAtItsTopWheneverItOpens) {
     EXPECT_FALSE(item("closeButton").hasActiveFocus());
 }
 
-TEST_F(TheAboutSheet, IsLeftByASwipeDownFromItsUpperEdge) {
+TEST_F(AboutSheet, ClosesBySwipeDownFromUpperEdge) {
     const QPoint from(195, 12 + 10);
     const auto swipe = [&](int distance) {
         QTest::mousePress(&window(), Qt::LeftButton, {}, from);
@@ -190,7 +190,7 @@ TEST_F(TheAboutSheet, IsLeftByASwipeDownFromItsUpperEdge) {
     EXPECT_FALSE(view().showInfoSheet.get());
 }
 
-TEST_F(TheAboutSheet, KeepsWhatLiesBehindItOutOfReach) {
+TEST_F(AboutSheet, BlocksMainScreen) {
     click("closeButton");
     const QPointF select = placeOf(item("selectButton")).center();
     const QSignalSpy clicks = clicksOf("selectButton");
@@ -199,7 +199,7 @@ TEST_F(TheAboutSheet, KeepsWhatLiesBehindItOutOfReach) {
     EXPECT_EQ(clicks.count(), 0);
 }
 
-TEST_F(TheAboutSheet, SlidesUpWithMotion) {
+TEST_F(AboutSheet, SlidesUpWithMotion) {
     click("closeButton");
     app_->motion().setReduced(false);
     view().showInfoSheet.set(true);

@@ -1,4 +1,4 @@
-// What assistive programs are told, and what they can do.
+// What assistive programs can read and do.
 
 #include "tests/Vellomir/JobFixture.h"
 #include "tests/window/WindowFixture.h"
@@ -14,21 +14,22 @@ using testing::Not;
 
 namespace {
 
-/// What an assistive program is told of one thing.
-struct Told {
+/// What an assistive program can read about one item.
+struct Node {
     QAccessible::Role role;
     std::string name;
 
-    friend bool operator==(const Told &, const Told &) = default;
-    friend void PrintTo(const Told &told, std::ostream *out) {
-        *out << '"' << told.name << "\" with role " << told.role;
+    friend bool operator==(const Node &, const Node &) = default;
+    friend void PrintTo(const Node &node, std::ostream *out) {
+        *out << '"' << node.name << "\" with role " << node.role;
     }
 };
 
 using Tree = std::vector<QAccessibleInterface *>;
 
-/// An assistive program comes before the window or after it.
-class AnAssistiveProgram : public test::WindowTest, public testing::WithParamInterface<bool> {
+/// Each test runs with an assistive program that starts before the window, and with one that starts
+/// after it.
+class Accessibility : public test::WindowTest, public testing::WithParamInterface<bool> {
 protected:
     void SetUp() override {
         QAccessible::setActive(true);
@@ -39,7 +40,7 @@ protected:
 
     void TearDown() override { QAccessible::setActive(false); }
 
-    /// Everything in and below it, each before what it contains.
+    /// The whole tree in depth-first order, each item before its children.
     static void gather(QAccessibleInterface *root, Tree &tree) {
         tree.push_back(root);
         for (int index = 0; index < root->childCount(); ++index)
@@ -60,23 +61,23 @@ protected:
         for (QAccessibleInterface *const each : tree())
             if (each->role() == role && name(*each) == itsName)
                 return *each;
-        throw std::runtime_error("no assistive program hears of \"" + itsName + '"');
+        throw std::runtime_error("no accessible item is called \"" + itsName + '"');
     }
 
-    static std::vector<Told> tell(const Tree &tree) {
-        std::vector<Told> told;
+    static std::vector<Node> nodesOf(const Tree &tree) {
+        std::vector<Node> nodes;
         for (QAccessibleInterface *const each : tree)
-            told.push_back({each->role(), name(*each)});
-        return told;
+            nodes.push_back({each->role(), name(*each)});
+        return nodes;
     }
 
-    std::vector<Told> everything() { return tell(tree()); }
+    std::vector<Node> everything() { return nodesOf(tree()); }
 
-    /// What is in a dialog, the dialog first.
-    std::vector<Told> dialog(const std::string &itsName) {
+    /// The contents of a dialog, beginning with the dialog itself.
+    std::vector<Node> dialog(const std::string &itsName) {
         Tree tree;
         gather(&find(QAccessible::Dialog, itsName), tree);
-        return tell(tree);
+        return nodesOf(tree);
     }
 
     void pressIt(QAccessible::Role role, const std::string &itsName) {
@@ -95,46 +96,46 @@ protected:
     }
 };
 
-INSTANTIATE_TEST_SUITE_P(BeforeAndAfterTheWindow, AnAssistiveProgram, testing::Bool(),
-                         [](const auto &comes) { return comes.param ? "Before" : "After"; });
+INSTANTIATE_TEST_SUITE_P(BeforeAndAfterTheWindow, Accessibility, testing::Bool(),
+                         [](const auto &starts) { return starts.param ? "Before" : "After"; });
 
-TEST_P(AnAssistiveProgram, HearsOfTheMainScreenInOrder) {
+TEST_P(Accessibility, ExposesMainScreenInOrder) {
     view().logMessages.replace({"Unzipping IPA...", "Image picked"});
     settle();
     EXPECT_THAT(
         everything(),
         ElementsAre(
-            Told{QAccessible::Window, "Vellomir"}, Told{QAccessible::Button, "About Vellomir"},
-            Told{QAccessible::Heading, "Vellomir"},
-            Told{QAccessible::StaticText, "Easily modify your IPA files"},
-            Told{QAccessible::Button, "Select IPA File"},
-            Told{QAccessible::Heading, "Modify App's Information"},
-            Told{QAccessible::EditableText, "Duplication Number"},
-            Told{QAccessible::Button, "Change icon"}, Told{QAccessible::Button, "Do it"},
-            Told{QAccessible::List, "Status log"}, Told{QAccessible::ListItem, "Unzipping IPA..."},
-            Told{QAccessible::ListItem, "Image picked"},
-            Told{QAccessible::StaticText, "Made with ❤️ By Orsanta Team"}));
+            Node{QAccessible::Window, "Vellomir"}, Node{QAccessible::Button, "About Vellomir"},
+            Node{QAccessible::Heading, "Vellomir"},
+            Node{QAccessible::StaticText, "Easily modify your IPA files"},
+            Node{QAccessible::Button, "Select IPA File"},
+            Node{QAccessible::Heading, "Modify App's Information"},
+            Node{QAccessible::EditableText, "Duplication Number"},
+            Node{QAccessible::Button, "Change icon"}, Node{QAccessible::Button, "Do it"},
+            Node{QAccessible::List, "Status log"}, Node{QAccessible::ListItem, "Unzipping IPA..."},
+            Node{QAccessible::ListItem, "Image picked"},
+            Node{QAccessible::StaticText, "Made with ❤️ By Orsanta Team"}));
     EXPECT_EQ(find(QAccessible::List, "Status log").childCount(), 2);
 }
 
-TEST_P(AnAssistiveProgram, HearsOfTheAboutSheet) {
+TEST_P(Accessibility, ExposesAboutSheet) {
     click("infoButton");
     EXPECT_THAT(dialog("About Vellomir"),
-                ElementsAre(Told{QAccessible::Dialog, "About Vellomir"},
-                            Told{QAccessible::Graphic, "Vellomir's mark, a quill"},
-                            Told{QAccessible::Heading, "Vellomir"},
-                            Told{QAccessible::StaticText, "V2.0"},
-                            Told{QAccessible::StaticText, "For TrollStore Only | ios 14 and up"},
-                            Told{QAccessible::StaticText,
+                ElementsAre(Node{QAccessible::Dialog, "About Vellomir"},
+                            Node{QAccessible::Graphic, "Vellomir's mark, a quill"},
+                            Node{QAccessible::Heading, "Vellomir"},
+                            Node{QAccessible::StaticText, "V2.0"},
+                            Node{QAccessible::StaticText, "For TrollStore Only | ios 14 and up"},
+                            Node{QAccessible::StaticText,
                                  "Vellomir allows changing app icons and cloning by modifying "
                                  "app bundles."},
-                            Told{QAccessible::Link, "Orsanta Website"},
-                            Told{QAccessible::Link, "Telegram Channel"},
-                            Told{QAccessible::Link, "More Apps"}, Told{QAccessible::Link, "Donate"},
-                            Told{QAccessible::Button, "Close"}));
+                            Node{QAccessible::Link, "Orsanta Website"},
+                            Node{QAccessible::Link, "Telegram Channel"},
+                            Node{QAccessible::Link, "More Apps"}, Node{QAccessible::Link, "Donate"},
+                            Node{QAccessible::Button, "Close"}));
 }
 
-TEST_P(AnAssistiveProgram, HearsOfTheCropper) {
+TEST_P(Accessibility, ExposesCropper) {
     QImage picture(30, 20, QImage::Format_RGB32);
     picture.fill(Qt::green);
     ASSERT_TRUE(picture.save(file("icon.png")));
@@ -142,39 +143,39 @@ TEST_P(AnAssistiveProgram, HearsOfTheCropper) {
     ASSERT_TRUE(becomes([this] { return isShown("useButton"); }));
     settle();
     EXPECT_THAT(dialog("Crop the picture"),
-                ElementsAre(Told{QAccessible::Dialog, "Crop the picture"},
-                            Told{QAccessible::Graphic, "The chosen picture"},
-                            Told{QAccessible::Button, "Use"},
-                            Told{QAccessible::Button, "Zoom it"}));
+                ElementsAre(Node{QAccessible::Dialog, "Crop the picture"},
+                            Node{QAccessible::Graphic, "The chosen picture"},
+                            Node{QAccessible::Button, "Use"},
+                            Node{QAccessible::Button, "Zoom it"}));
 }
 
-TEST_P(AnAssistiveProgram, HearsOfTheShareSheet) {
+TEST_P(Accessibility, ExposesShareSheet) {
     openShareSheet();
     click("copyRow");
     EXPECT_THAT(
         dialog("Share Notes2.ipa"),
-        IsSupersetOf({Told{QAccessible::Dialog, "Share Notes2.ipa"},
-                      Told{QAccessible::Heading, "Notes2.ipa"},
-                      Told{QAccessible::StaticText, "2.5 kB"},
-                      Told{QAccessible::Button, "Save a copy…"},
-                      Told{QAccessible::Button, "Show in the file manager"},
-                      Told{QAccessible::Button, "Copy the file"},
-                      Told{QAccessible::AlertMessage, "Copied. Paste it before you close Vellomir"},
-                      Told{QAccessible::Button, "Close"}}));
+        IsSupersetOf({Node{QAccessible::Dialog, "Share Notes2.ipa"},
+                      Node{QAccessible::Heading, "Notes2.ipa"},
+                      Node{QAccessible::StaticText, "2.5 kB"},
+                      Node{QAccessible::Button, "Save a copy…"},
+                      Node{QAccessible::Button, "Show in the file manager"},
+                      Node{QAccessible::Button, "Copy the file"},
+                      Node{QAccessible::AlertMessage, "Copied. Paste it before you close Vellomir"},
+                      Node{QAccessible::Button, "Close"}}));
 }
 
-TEST_P(AnAssistiveProgram, HearsOfAnAlert) {
+TEST_P(Accessibility, ExposesAlert) {
     state().setAlert(QStringLiteral("letter.txt is no picture."));
     settle();
     EXPECT_THAT(dialog("letter.txt is no picture."),
-                IsSupersetOf({Told{QAccessible::Dialog, "letter.txt is no picture."},
-                              Told{QAccessible::Button, "OK"}}));
+                IsSupersetOf({Node{QAccessible::Dialog, "letter.txt is no picture."},
+                              Node{QAccessible::Button, "OK"}}));
     state().setAlert(QStringLiteral("And that is none either."));
     settle();
-    EXPECT_THAT(everything(), Contains(Told{QAccessible::Dialog, "And that is none either."}));
+    EXPECT_THAT(everything(), Contains(Node{QAccessible::Dialog, "And that is none either."}));
 }
 
-TEST_P(AnAssistiveProgram, HearsANameOfEverythingThatCanBePressed) {
+TEST_P(Accessibility, EveryControlHasAName) {
     const auto expectNames = [this] {
         for (QAccessibleInterface *const each : tree())
             if (each->role() == QAccessible::Button || each->role() == QAccessible::Link) {
@@ -190,23 +191,23 @@ TEST_P(AnAssistiveProgram, HearsANameOfEverythingThatCanBePressed) {
     expectNames();
 }
 
-TEST_P(AnAssistiveProgram, HearsOfASheetOnlyWhileItIsOpen) {
-    EXPECT_THAT(everything(), Not(Contains(Told{QAccessible::Button, "Close"})));
+TEST_P(Accessibility, ExposesSheetsOnlyWhileOpen) {
+    EXPECT_THAT(everything(), Not(Contains(Node{QAccessible::Button, "Close"})));
     click("infoButton");
-    EXPECT_THAT(everything(), Contains(Told{QAccessible::Button, "Close"}));
+    EXPECT_THAT(everything(), Contains(Node{QAccessible::Button, "Close"}));
     click("closeButton");
-    EXPECT_THAT(everything(), Not(Contains(Told{QAccessible::Button, "Close"})));
+    EXPECT_THAT(everything(), Not(Contains(Node{QAccessible::Button, "Close"})));
 }
 
-TEST_P(AnAssistiveProgram, HearsWhatChanges) {
+TEST_P(Accessibility, ReportsChanges) {
     view().selectedImage.set(test::dot());
     view().isLoading.set(true);
     settle();
-    EXPECT_THAT(everything(), IsSupersetOf({Told{QAccessible::Button, "Remove selected image"},
-                                            Told{QAccessible::Button, "Doing Magic..."}}));
+    EXPECT_THAT(everything(), IsSupersetOf({Node{QAccessible::Button, "Remove selected image"},
+                                            Node{QAccessible::Button, "Doing Magic..."}}));
 }
 
-TEST_P(AnAssistiveProgram, HearsWhatCannotBePressedNow) {
+TEST_P(Accessibility, ReportsDisabledControls) {
     QAccessibleInterface &button = find(QAccessible::Button, "Select IPA File");
     EXPECT_EQ(button.text(QAccessible::Description), "");
     const QSignalSpy clicks = clicksOf("selectButton");
@@ -220,7 +221,7 @@ TEST_P(AnAssistiveProgram, HearsWhatCannotBePressedNow) {
     EXPECT_EQ(button.text(QAccessible::Description), "");
 }
 
-TEST_P(AnAssistiveProgram, HearsWhereTheKeyboardIs) {
+TEST_P(Accessibility, ReportsKeyboardFocus) {
     click("duplicationNumber");
     EXPECT_TRUE(find(QAccessible::EditableText, "Duplication Number").state().focused);
     key(Qt::Key_Tab);
@@ -228,7 +229,7 @@ TEST_P(AnAssistiveProgram, HearsWhereTheKeyboardIs) {
     EXPECT_TRUE(find(QAccessible::Button, "Change icon").state().focused);
 }
 
-TEST_P(AnAssistiveProgram, ReadsAndWritesTheNumber) {
+TEST_P(Accessibility, NumberFieldIsReadableAndEditable) {
     click("duplicationNumber");
     type("42");
     QAccessibleInterface &field = find(QAccessible::EditableText, "Duplication Number");
@@ -236,7 +237,7 @@ TEST_P(AnAssistiveProgram, ReadsAndWritesTheNumber) {
     EXPECT_EQ(field.textInterface()->text(0, 2), "42");
 }
 
-TEST_P(AnAssistiveProgram, PressesTheMainScreensButtons) {
+TEST_P(Accessibility, MainScreenButtonsCanBePressed) {
     pressIt(QAccessible::Button, "Select IPA File");
     waitForDocumentDialog();
     pressIt(QAccessible::Button, "Change icon");
@@ -248,7 +249,7 @@ TEST_P(AnAssistiveProgram, PressesTheMainScreensButtons) {
     EXPECT_TRUE(becomes([this] { return !view().isLoading.get(); }));
 }
 
-TEST_P(AnAssistiveProgram, PressesTheSheetsButtonsAndLinks) {
+TEST_P(Accessibility, SheetButtonsAndLinksCanBePressed) {
     click("infoButton");
     pressIt(QAccessible::Link, "More Apps");
     EXPECT_THAT(desktop_.opened, ElementsAre("https:orsanta.example/otherapps.html"));

@@ -1,4 +1,4 @@
-// How controls answer to the mouse: disabled, pressed, pointed at, clicked twice.
+// The looks of controls that are disabled, pressed, hovered or double-clicked.
 
 #include "tests/Vellomir/JobFixture.h"
 #include "tests/window/WindowFixture.h"
@@ -12,9 +12,9 @@ const QColor ground("#13131B");
 const QColor field("#1D1E24");
 const QColor orange("#FFA828");
 
-class AControl : public test::WindowTest {
+class ControlLooks : public test::WindowTest {
 protected:
-    /// A place on the control beside its label.
+    /// A point on the control, outside its label.
     QPointF besideLabel(const char *objectName) {
         const QRectF box = placeOf(item(objectName));
         return {box.left() + 12, box.center().y()};
@@ -41,7 +41,7 @@ protected:
 
 // --- Disabled -----------------------------------------------------------------------------------
 
-TEST_F(AControl, LooksDisabledWhenItIs) {
+TEST_F(ControlLooks, DisabledControlsAreDimmed) {
     const QPointF place = besideLabel("selectButton");
     EXPECT_EQ(draw().at(place), field);
     view().isLoading.set(true);
@@ -56,7 +56,7 @@ TEST_F(AControl, LooksDisabledWhenItIs) {
 
 // --- Pressed ------------------------------------------------------------------------------------
 
-TEST_F(AControl, DimsWhilePressedIfItIsPlain) {
+TEST_F(ControlLooks, PlainButtonsDimWhilePressed) {
     view().showInfoSheet.set(true);
     settle();
     QQuickItem &button = item("closeButton");
@@ -70,7 +70,7 @@ TEST_F(AControl, DimsWhilePressedIfItIsPlain) {
     EXPECT_FALSE(view().showInfoSheet.get());
 }
 
-TEST_F(AControl, DoesNotDimWhilePressedIfItShrinks) {
+TEST_F(ControlLooks, ShrinkingButtonsDoNotDimWhilePressed) {
     for (const char *const name : {"selectButton", "iconButton", "runButton"}) {
         press(item(name));
         EXPECT_EQ(item(name).opacity(), 1) << name;
@@ -79,9 +79,9 @@ TEST_F(AControl, DoesNotDimWhilePressedIfItShrinks) {
     }
 }
 
-// --- Pointed at ---------------------------------------------------------------------------------
+// --- Hovered ------------------------------------------------------------------------------------
 
-TEST_F(AControl, IsLighterUnderTheMouse) {
+TEST_F(ControlLooks, HoveredControlsAreLighter) {
     for (const char *const name : {"selectButton", "iconButton", "runButton"}) {
         const QPointF place = besideLabel(name);
         pointAt(QPointF(1, 1));
@@ -94,7 +94,7 @@ TEST_F(AControl, IsLighterUnderTheMouse) {
     }
 }
 
-TEST_F(AControl, IsLighterUnderTheMouseInASheetToo) {
+TEST_F(ControlLooks, HoveredSheetRowsAreLighter) {
     view().showInfoSheet.set(true);
     settle();
     const QPointF place = besideLabel("closeButton");
@@ -103,7 +103,7 @@ TEST_F(AControl, IsLighterUnderTheMouseInASheetToo) {
     EXPECT_GT(draw().at(place).lightness(), before.lightness());
 }
 
-TEST_F(AControl, IsLighterUnderTheMouseThoughItHasNoFilling) {
+TEST_F(ControlLooks, HoveredControlsWithoutFillAreLighter) {
     const QRectF box = placeOf(item("infoButton"));
     const QPointF beside(box.left() + 8, box.center().y());
     const QColor before = draw().at(beside);
@@ -111,7 +111,7 @@ TEST_F(AControl, IsLighterUnderTheMouseThoughItHasNoFilling) {
     EXPECT_GT(draw().at(beside).lightness(), before.lightness());
 }
 
-TEST_F(AControl, IsNotLighterUnderTheMouseWhenDisabled) {
+TEST_F(ControlLooks, DisabledControlsIgnoreHover) {
     view().isLoading.set(true);
     settle();
     const QPointF place = besideLabel("selectButton");
@@ -121,16 +121,16 @@ TEST_F(AControl, IsNotLighterUnderTheMouseWhenDisabled) {
     EXPECT_EQ(draw().at(place), before);
 }
 
-// --- Clicked twice ------------------------------------------------------------------------------
+// --- Double-clicked -----------------------------------------------------------------------------
 
-TEST_F(AControl, TakesADoubleClickForOnePress) {
+TEST_F(ControlLooks, DoubleClickIsOnePress) {
     const QSignalSpy clicks = clicksOf("runButton");
     doubleClick("runButton");
     EXPECT_EQ(clicks.count(), 1);
     ASSERT_TRUE(becomes([this] { return !view().isLoading.get(); }));
 }
 
-TEST_F(AControl, TakesATripleClickForOnePress) {
+TEST_F(ControlLooks, TripleClickIsOnePress) {
     const QSignalSpy clicks = clicksOf("iconButton");
     const QPoint place = placeOf(item("iconButton")).center().toPoint();
     ulong time = 100'000; // Milliseconds.
@@ -146,7 +146,7 @@ TEST_F(AControl, TakesATripleClickForOnePress) {
     EXPECT_EQ(clicks.count(), 1);
 }
 
-TEST_F(AControl, TakesADoubleTapForOnePress) {
+TEST_F(ControlLooks, DoubleTapIsOnePress) {
     const auto finger = std::unique_ptr<QPointingDevice>(QTest::createTouchDevice());
     const QSignalSpy clicks = clicksOf("iconButton");
     tap(*finger, "iconButton");
@@ -154,7 +154,7 @@ TEST_F(AControl, TakesADoubleTapForOnePress) {
     EXPECT_EQ(clicks.count(), 1);
 }
 
-TEST_F(AControl, TakesTwoDistinctClicksForTwoPresses) {
+TEST_F(ControlLooks, SeparateClicksAreTwoPresses) {
     const QSignalSpy clicks = clicksOf("runButton");
     click("runButton");
     click("runButton");
@@ -162,7 +162,7 @@ TEST_F(AControl, TakesTwoDistinctClicksForTwoPresses) {
     ASSERT_TRUE(becomes([this] { return !view().isLoading.get(); }));
 }
 
-TEST_F(AControl, TakesTwoKeysForTwoPresses) {
+TEST_F(ControlLooks, SeparateKeyPressesAreTwoPresses) {
     item("iconButton").forceActiveFocus(Qt::TabFocusReason);
     const QSignalSpy clicks = clicksOf("iconButton");
     key(Qt::Key_Space);
@@ -172,7 +172,7 @@ TEST_F(AControl, TakesTwoKeysForTwoPresses) {
 
 // --- The run button -----------------------------------------------------------------------------
 
-TEST_F(AControl, ShowsWhiteLettersOnOrangeBehindADarkEdge) {
+TEST_F(ControlLooks, RunButtonTextHasDarkOutline) {
     view().isLoading.set(true);
     settle();
     const QRectF words = placeOf(text("Doing Magic..."));

@@ -1,4 +1,4 @@
-// What the cropper shows, and its two ways out.
+// The cropper: its contents, and its two buttons.
 
 #include "tests/window/WindowFixture.h"
 
@@ -11,7 +11,7 @@ namespace {
 const QColor field("#1D1E24");
 const QColor white("#FFFFFF");
 
-/// A picture of one colour.
+/// A picture of a single colour.
 vellomir::Picture plain(int width, int height, const QColor &colour) {
     const std::size_t count =
         4 * static_cast<std::size_t>(width) * static_cast<std::size_t>(height);
@@ -27,7 +27,7 @@ vellomir::Picture plain(int width, int height, const QColor &colour) {
                               .pixels = {pixels, pixels->data()}});
 }
 
-class TheCropper : public test::WindowTest {
+class Cropper : public test::WindowTest {
 protected:
     void open(int width, int height) {
         view().selectedImage.set(plain(width, height, picture_));
@@ -42,7 +42,7 @@ protected:
     const QColor picture_{10, 200, 30};
 };
 
-TEST_F(TheCropper, ShowsASquareWithAWhiteOutline) {
+TEST_F(Cropper, ShowsASquareWithAWhiteOutline) {
     open(300, 300);
     EXPECT_EQ(square().width(), window().width());
     EXPECT_EQ(square().height(), square().width());
@@ -58,7 +58,7 @@ TEST_F(TheCropper, ShowsASquareWithAWhiteOutline) {
         EXPECT_EQ(drawing.at(corner + QPointF(2, 2)), picture_);
 }
 
-TEST_F(TheCropper, ShowsTheWholeOfATallPictureBetweenBars) {
+TEST_F(Cropper, ShowsTallPictureWholeBetweenBars) {
     open(100, 400);
     const Drawing drawing = draw();
     const QRectF place = square();
@@ -71,7 +71,7 @@ TEST_F(TheCropper, ShowsTheWholeOfATallPictureBetweenBars) {
         EXPECT_LT(distance(drawing.at(place.center() + QPointF(bar, 0)), Qt::black), 30);
 }
 
-TEST_F(TheCropper, ShowsTheWholeOfAWidePictureBetweenBars) {
+TEST_F(Cropper, ShowsWidePictureWholeBetweenBars) {
     open(400, 100);
     const Drawing drawing = draw();
     const QRectF place = square();
@@ -83,7 +83,7 @@ TEST_F(TheCropper, ShowsTheWholeOfAWidePictureBetweenBars) {
         EXPECT_LT(distance(drawing.at(place.center() + QPointF(0, bar)), Qt::black), 30);
 }
 
-TEST_F(TheCropper, KeepsThePictureWholeByUse) {
+TEST_F(Cropper, UseKeepsPictureWhole) {
     open(30, 20);
     const auto before = view().selectedImage.get();
     click("useButton");
@@ -92,7 +92,7 @@ TEST_F(TheCropper, KeepsThePictureWholeByUse) {
     EXPECT_TRUE(showsText("Remove selected image"));
 }
 
-TEST_F(TheCropper, CropsThePictureByZoomIt) {
+TEST_F(Cropper, ZoomItCropsPicture) {
     open(30, 20);
     EXPECT_EQ(textProperty(item("zoomButton"), "text"), "Zoom it");
     click("zoomButton");
@@ -103,7 +103,7 @@ TEST_F(TheCropper, CropsThePictureByZoomIt) {
     EXPECT_EQ(bitmap.height, 20);
 }
 
-TEST_F(TheCropper, SharesItsRowBetweenTwoEqualButtons) {
+TEST_F(Cropper, ButtonsHaveEqualWidths) {
     open(30, 20);
     const QRectF use = placeOf(item("useButton"));
     const QRectF zoom = placeOf(item("zoomButton"));
@@ -118,7 +118,7 @@ TEST_F(TheCropper, SharesItsRowBetweenTwoEqualButtons) {
     EXPECT_NE(drawing.at(use.topLeft()), field);
 }
 
-TEST_F(TheCropper, KeepsThePictureWhenItIsLeftByEscape) {
+TEST_F(Cropper, EscapeKeepsPicture) {
     open(30, 20);
     key(Qt::Key_Escape);
     EXPECT_FALSE(isShown("preview"));
@@ -129,7 +129,7 @@ TEST_F(TheCropper, KeepsThePictureWhenItIsLeftByEscape) {
     EXPECT_TRUE(isShown("preview")) << "the next picture opens it again";
 }
 
-TEST_F(TheCropper, IsEmptyOnceThePictureHasGone) {
+TEST_F(Cropper, ShowsNothingAfterPictureIsRemoved) {
     open(300, 200);
     view().selectedImage.set(std::nullopt);
     settle();
@@ -139,7 +139,7 @@ TEST_F(TheCropper, IsEmptyOnceThePictureHasGone) {
     EXPECT_FALSE(view().showImageCropper.get());
 }
 
-TEST_F(TheCropper, ClosesAtAPressAnywhereWhenItIsEmpty) {
+TEST_F(Cropper, AnyPressClosesEmptyCropper) {
     for (const QPointF &place : {QPointF(195, 500), QPointF(20, 120), QPointF(370, 830)}) {
         view().selectedImage.set(std::nullopt);
         view().showImageCropper.set(true);
@@ -149,7 +149,7 @@ TEST_F(TheCropper, ClosesAtAPressAnywhereWhenItIsEmpty) {
     }
 }
 
-TEST_F(TheCropper, StaysOpenAtAPressOnThePicture) {
+TEST_F(Cropper, PressOnPictureDoesNotClose) {
     open(300, 200);
     click(square().center());
     click(square().bottomLeft() + QPointF(20, 40));

@@ -9,7 +9,8 @@ namespace test {
 Drawing::Drawing(QQuickWindow &window) : image_(window.grabWindow()) {
     if (image_.isNull())
         throw std::runtime_error("the window cannot be drawn");
-    image_.setDevicePixelRatio(1.0 * image_.width() / window.width()); // Not every grab tells.
+    // Some platforms do not set the ratio of a grabbed image.
+    image_.setDevicePixelRatio(1.0 * image_.width() / window.width());
 }
 
 QColor Drawing::at(const QPointF &place) const {

@@ -6,16 +6,16 @@
 
 namespace test {
 
-/// The window as it is drawn at one moment. Places are in points, as on the screen.
+/// A screenshot of the window. Positions are in points, as on the screen.
 class Drawing {
 public:
     explicit Drawing(QQuickWindow &window);
 
     [[nodiscard]] QColor at(const QPointF &place) const;
-    /// The colour of what is drawn on a ground of one colour, such as a text: its edges are blends
-    /// of both, so it is the one that is farthest from the ground.
+    /// The colour of something drawn on a plain background, such as text. Its edges are blended, so
+    /// this is the colour that differs most from the background.
     [[nodiscard]] QColor ink(const QRectF &area, const QColor &ground) const;
-    /// Whether anything of the area has another colour than that.
+    /// Whether any pixel of the area differs from the background.
     [[nodiscard]] bool hasInk(const QRectF &area, const QColor &ground) const;
 
     friend bool operator==(const Drawing &, const Drawing &) = default;

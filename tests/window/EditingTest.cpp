@@ -1,4 +1,4 @@
-// The duplication number's field: what ends editing, and what a paste brings in.
+// The duplication number's field: what ends editing, and pasted text.
 
 #include "tests/window/WindowFixture.h"
 
@@ -10,7 +10,7 @@ using test::textProperty;
 
 namespace {
 
-class TheField : public test::WindowTest {
+class NumberField : public test::WindowTest {
 protected:
     QQuickItem &field() { return item("duplicationNumber"); }
 
@@ -20,7 +20,7 @@ protected:
         settle();
     }
 
-    /// Whether a click there takes the focus from the field.
+    /// Whether a click there removes the focus from the field.
     bool endsEditing(const QPointF &place) {
         click(field());
         EXPECT_TRUE(field().hasActiveFocus());
@@ -45,7 +45,7 @@ protected:
 
 // --- What ends editing --------------------------------------------------------------------------
 
-TEST_F(TheField, LosesTheFocusToAPressOnALogThatScrolls) {
+TEST_F(NumberField, LosesFocusToPressOnScrollingLog) {
     fillLog(40);
     const QRectF log = placeOf(item("logPanel"));
     for (const QPointF &place :
@@ -53,7 +53,7 @@ TEST_F(TheField, LosesTheFocusToAPressOnALogThatScrolls) {
         EXPECT_TRUE(endsEditing(place)) << place.x() << ' ' << place.y();
 }
 
-TEST_F(TheField, LosesTheFocusToAPressOnAPageThatScrolls) {
+TEST_F(NumberField, LosesFocusToPressOnScrollingPage) {
     resize({320, 400});
     fillLog(30);
     ASSERT_TRUE(page().property("interactive").toBool());
@@ -65,7 +65,7 @@ TEST_F(TheField, LosesTheFocusToAPressOnAPageThatScrolls) {
     EXPECT_TRUE(endsEditing({4, 200}));
 }
 
-TEST_F(TheField, LosesTheFocusToATap) {
+TEST_F(NumberField, LosesFocusToTap) {
     fillLog(40);
     const auto finger = std::unique_ptr<QPointingDevice>(QTest::createTouchDevice());
     for (const QPointF &place : {placeOf(item("logPanel")).center(), QPointF(2, 2)}) {
@@ -78,7 +78,7 @@ TEST_F(TheField, LosesTheFocusToATap) {
     }
 }
 
-TEST_F(TheField, KeepsTheFocusAtAPressOnItself) {
+TEST_F(NumberField, KeepsFocusWhenPressed) {
     click(field());
     type("12345");
     for (const double share : {0.1, 0.5, 0.9}) {
@@ -89,7 +89,7 @@ TEST_F(TheField, KeepsTheFocusAtAPressOnItself) {
     EXPECT_EQ(number(), "12345");
 }
 
-TEST_F(TheField, LetsAPressReachWhatIsBelowIt) {
+TEST_F(NumberField, PressThatEndsEditingReachesItsItem) {
     click(field());
     const QSignalSpy clicks = clicksOf("selectButton");
     click("selectButton");
@@ -99,7 +99,7 @@ TEST_F(TheField, LetsAPressReachWhatIsBelowIt) {
 
 // --- Pasted line breaks -------------------------------------------------------------------------
 
-TEST_F(TheField, TakesAPastedLineWithoutItsLineBreaks) {
+TEST_F(NumberField, DropsPastedLineBreaks) {
     const char *const breaks[] = {"\n", "\r\n", "\r", "\u2028", "\u2029", "\u0085", "\v", "\f"};
     for (const char *const lineBreak : breaks) {
         view().duplicationNumber.set({});
@@ -112,18 +112,18 @@ TEST_F(TheField, TakesAPastedLineWithoutItsLineBreaks) {
     }
 }
 
-TEST_F(TheField, NeverTellsOfALineBreak) {
-    std::vector<std::string> told;
+TEST_F(NumberField, NeverEmitsLineBreaks) {
+    std::vector<std::string> emitted;
     const auto observation = view().duplicationNumber.observe(
-        [&told](const std::string &text) { told.push_back(text); });
+        [&emitted](const std::string &text) { emitted.push_back(text); });
     click(field());
     paste(QStringLiteral("7\n"));
-    for (const std::string &text : told)
-        EXPECT_EQ(text.find('\n'), std::string::npos) << testing::PrintToString(told);
+    for (const std::string &text : emitted)
+        EXPECT_EQ(text.find('\n'), std::string::npos) << testing::PrintToString(emitted);
     EXPECT_EQ(number(), "7");
 }
 
-TEST_F(TheField, KeepsTheCaretBehindWhatWasPasted) {
+TEST_F(NumberField, CaretIsBehindPastedText) {
     click(field());
     type("19");
     key(Qt::Key_Left);
@@ -132,7 +132,7 @@ TEST_F(TheField, KeepsTheCaretBehindWhatWasPasted) {
     EXPECT_EQ(field().property("cursorPosition").toInt(), 3);
 }
 
-TEST_F(TheField, TakesAllOtherPastedText) {
+TEST_F(NumberField, OtherPastedTextIsUnchanged) {
     click(field());
     const QString text =
         QString::fromUtf8(" a\tb <i>7</i> é e\u0301 \u200f\u0645\u0631 👩🏽‍🚀\u00a0");
@@ -140,7 +140,7 @@ TEST_F(TheField, TakesAllOtherPastedText) {
     EXPECT_EQ(number(), text.toStdString());
 }
 
-TEST_F(TheField, TakesNoLineBreakFromAnInputMethod) {
+TEST_F(NumberField, DropsLineBreaksOfInputMethod) {
     click(field());
     QInputMethodEvent event;
     event.setCommitString(QStringLiteral("5\n"));

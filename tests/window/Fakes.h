@@ -11,7 +11,7 @@
 
 namespace test {
 
-/// Dialogs that take down what they are asked for; the test answers. An answer can be given once.
+/// Dialogs that record the requests; the test answers each once.
 class FakePickers : public vellomir::Pickers {
 public:
     void pickDocument(Documents answer) override {
@@ -41,7 +41,7 @@ public:
     int documentDialogs = 0;
     int pictureDialogs = 0;
     int destinationDialogs = 0;
-    QString offeredName; ///< for the last copy
+    QString offeredName; ///< in the last request to save a copy
 
 private:
     Documents document_;
@@ -49,7 +49,7 @@ private:
     Place destination_;
 };
 
-/// A desktop that takes down what it is told.
+/// A desktop that records the calls.
 class FakeDesktop : public vellomir::Desktop {
 public:
     bool open(const QUrl &url) override {

@@ -16,10 +16,10 @@ namespace {
 const QString folders = QStringLiteral("inode/directory");
 const QString links = QStringLiteral("x-scheme-handler/https");
 
-/// A machine with the programs that the test installs, and no others.
-class TheAssociations : public testing::Test {
+/// A system that has only the programs that the test installs.
+class FileAssociations : public testing::Test {
 protected:
-    TheAssociations() {
+    FileAssociations() {
         fs::create_directories(applications_);
         fs::create_directories(folder_ / "config");
         set("XDG_DATA_HOME", folder_ / "data");
@@ -42,12 +42,12 @@ protected:
     fs::path applications_ = folder_ / "data/applications";
 };
 
-TEST_F(TheAssociations, NameNoProgramWhereNoneIs) {
+TEST_F(FileAssociations, NoProgramInstalled) {
     EXPECT_FALSE(hasProgramFor(folders));
     EXPECT_FALSE(hasProgramFor(links));
 }
 
-TEST_F(TheAssociations, AreFoundInEachList) {
+TEST_F(FileAssociations, EachListIsSearched) {
     const fs::path lists[] = {folder_ / "config/mimeapps.list", applications_ / "mimeapps.list",
                               folder_ / "config/desktop-mimeapps.list",
                               applications_ / "mimeinfo.cache", applications_ / "defaults.list"};
@@ -61,7 +61,7 @@ TEST_F(TheAssociations, AreFoundInEachList) {
     }
 }
 
-TEST_F(TheAssociations, DoNotCountWhenTheProgramIsGone) {
+TEST_F(FileAssociations, UninstalledProgramsAreIgnored) {
     test::writeFile(applications_ / "mimeapps.list",
                     "[Default Applications]\ninode/directory=files.desktop\n");
     EXPECT_FALSE(hasProgramFor(folders)) << "no desktop file";
@@ -71,14 +71,14 @@ TEST_F(TheAssociations, DoNotCountWhenTheProgramIsGone) {
     EXPECT_TRUE(hasProgramFor(folders));
 }
 
-TEST_F(TheAssociations, DoNotCountWhenTheyAreTakenAway) {
+TEST_F(FileAssociations, RemovedAssociationsAreIgnored) {
     install("files.desktop", "sh");
     test::writeFile(folder_ / "config/mimeapps.list",
                     "[Removed Associations]\ninode/directory=files.desktop;\n");
     EXPECT_FALSE(hasProgramFor(folders));
 }
 
-TEST_F(TheAssociations, FindProgramsInSubfolders) {
+TEST_F(FileAssociations, DesktopEntriesMayBeInSubfolders) {
     install("kde/files.desktop", "sh");
     test::writeFile(applications_ / "mimeapps.list",
                     "[Added Associations]\ninode/directory=kde-files.desktop;\n");

@@ -1,4 +1,4 @@
-// The file dialogs that are Qt's own.
+// Qt's own file dialogs.
 
 #include "Vellomir/Window/FilePickers.h"
 
@@ -16,7 +16,7 @@ using testing::UnorderedElementsAre;
 
 namespace {
 
-/// A home folder for the whole program; its place is read once, before anything else.
+/// The home folder of the whole test program; set before Qt reads it.
 const test::TemporaryFolder home;
 [[maybe_unused]] const bool isHome = [] {
     qputenv("HOME", QByteArray::fromStdString(home.path().string()));
@@ -25,9 +25,9 @@ const test::TemporaryFolder home;
     return true;
 }();
 
-class TheFilePickers : public testing::Test {
+class FileDialogs : public testing::Test {
 protected:
-    /// Of those that are open; null if there is none.
+    /// An open dialog; null if there is none.
     static QFileDialog *dialog(const char *title) {
         for (QWidget *const widget : QApplication::topLevelWidgets()) {
             auto *const found = qobject_cast<QFileDialog *>(widget);
@@ -54,7 +54,7 @@ protected:
 
     static QFileDialog::ViewMode viewOf(const char *title) { return dialog(title)->viewMode(); }
 
-    /// Offers the name, agrees, and returns the name that comes of it.
+    /// Offers the name, accepts the dialog, and returns the resulting name.
     std::string savedAs(const QString &name) {
         std::string saved;
         pickers_.pickDestination(name, [&](const auto &picked) {
@@ -70,12 +70,12 @@ protected:
     vellomir::FilePickers pickers_;
 };
 
-TEST_F(TheFilePickers, OfferANameThatTheDialogTakesAsOne) {
+TEST_F(FileDialogs, QuotesInSuggestedNameAreReplaced) {
     EXPECT_EQ(savedAs(QStringLiteral("Notes2.ipa")), "Notes2.ipa");
     EXPECT_EQ(savedAs(QStringLiteral("My \"App\" x7.ipa")), "My 'App' x7.ipa");
 }
 
-TEST_F(TheFilePickers, AnswerForADialogThatAnotherOneTakesThePlaceOf) {
+TEST_F(FileDialogs, ReplacedDialogIsCancelled) {
     std::vector<bool> answers;
     pickers_.pickPicture([&](const auto &picked) { answers.push_back(picked.has_value()); });
     ASSERT_NE(dialog("Choose a picture"), nullptr);
@@ -85,7 +85,7 @@ TEST_F(TheFilePickers, AnswerForADialogThatAnotherOneTakesThePlaceOf) {
     EXPECT_NE(dialog("Select IPA File"), nullptr);
 }
 
-TEST_F(TheFilePickers, LeaveNothingInTheHomeFolder) {
+TEST_F(FileDialogs, WriteNothingToHomeFolder) {
     for (const char *const file : {".config", ".local"})
         std::filesystem::create_directories(home.path() / file);
     {
@@ -96,12 +96,12 @@ TEST_F(TheFilePickers, LeaveNothingInTheHomeFolder) {
         closeDialog("Choose a picture");
         pickers.pickDestination(QStringLiteral("Notes2.ipa"), [](const auto &) {});
         closeDialog("Save a copy");
-        pickers.pickDocument([](const auto &) {}); // Open when the program ends.
+        pickers.pickDocument([](const auto &) {}); // Left open when the program ends.
     }
     EXPECT_THAT(filesOfTheHome(), UnorderedElementsAre(".config", ".local"));
 }
 
-TEST_F(TheFilePickers, HaveAViewOfTheirOwnEach) {
+TEST_F(FileDialogs, EachKindRemembersItsView) {
     pickers_.pickPicture([](const auto &) {});
     EXPECT_EQ(viewOf("Choose a picture"), QFileDialog::List);
     closeDialog("Choose a picture");
@@ -117,7 +117,7 @@ TEST_F(TheFilePickers, HaveAViewOfTheirOwnEach) {
     closeDialog("Select IPA File");
 }
 
-TEST_F(TheFilePickers, ForgetTheirViewsWithTheProgram) {
+TEST_F(FileDialogs, ViewsAreNotStored) {
     {
         vellomir::FilePickers before;
         before.pickDocument([](const auto &) {});

@@ -1,4 +1,4 @@
-// Nothing is cut off and nothing lies on something else, however small the window is.
+// Layout in small windows: no item is cut off or overlaps another.
 
 #include "tests/window/WindowFixture.h"
 
@@ -14,9 +14,9 @@ const QSize sizes[] = {{320, 568}, {390, 844}, {1200, 900}};
 
 const std::string longName = "A package with rather a long name that no line of a window can hold";
 
-class TheWindow : public test::WindowTest {
+class WindowLayout : public test::WindowTest {
 protected:
-    /// What of the text is drawn: without its padding, and as far as it is not scrolled away.
+    /// The visible part of the text, without its padding.
     static QRectF drawn(const QQuickItem &text) {
         QRectF place = laidOut(text);
         for (const QQuickItem *above = text.parentItem(); above != nullptr;
@@ -35,8 +35,8 @@ protected:
         return {box.left(), box.center().y() - height / 2, width, height};
     }
 
-    /// The texts of the sheet or alert that is open, else of the main screen: what lies behind an
-    /// open sheet may be hidden.
+    /// The texts of the open sheet or alert, else of the main screen: items behind an open sheet
+    /// may be hidden.
     std::vector<QQuickItem *> frontTexts() {
         std::vector<QQuickItem *> front;
         for (QQuickItem *const each : items())
@@ -63,7 +63,7 @@ protected:
                     << plainText(*all[one]) << " and " << plainText(*all[other]);
     }
 
-    /// Enters a state in each size, and looks.
+    /// Enters a state in each size and checks the layout.
     void expectToFitInAllSizes(const char *state, bool mayElide = false) {
         for (const QSize &size : sizes) {
             SCOPED_TRACE(std::to_string(size.width()));
@@ -86,7 +86,7 @@ private:
     }
 };
 
-TEST_F(TheWindow, HasTheScaleThatItWasGiven) {
+TEST_F(WindowLayout, UsesGivenScale) {
     const int scale = qEnvironmentVariableIsSet("QT_SCALE_FACTOR")
                           ? qEnvironmentVariableIntValue("QT_SCALE_FACTOR")
                           : 1;
@@ -94,11 +94,11 @@ TEST_F(TheWindow, HasTheScaleThatItWasGiven) {
     EXPECT_EQ(window().grabWindow().width(), window().width() * scale);
 }
 
-TEST_F(TheWindow, CannotBecomeTooNarrow) {
+TEST_F(WindowLayout, HasMinimumWidth) {
     EXPECT_EQ(window().minimumWidth(), 320);
 }
 
-TEST_F(TheWindow, FitsTheMainScreen) {
+TEST_F(WindowLayout, FitsMainScreen) {
     expectToFitInAllSizes("at the start");
     view().isLoading.set(true);
     view().selectedImage.set(test::dot());
@@ -107,21 +107,21 @@ TEST_F(TheWindow, FitsTheMainScreen) {
     expectToFitInAllSizes("running");
 }
 
-TEST_F(TheWindow, FitsTheHeadBesideTheInfoButton) {
+TEST_F(WindowLayout, FitsTitleBesideInfoButton) {
     for (const QSize &size : sizes) {
         resize(size);
         EXPECT_LT(drawn(text("Vellomir")).right(), placeOf(item("infoButton")).left());
     }
 }
 
-TEST_F(TheWindow, FitsLongLines) {
+TEST_F(WindowLayout, FitsLongLines) {
     view().logMessages.append("File selected: " + longName + ".ipa");
     view().logMessages.append("Error: " + std::string(200, 'x'));
     view().duplicationNumber.set("2");
     expectToFitInAllSizes("with a long log");
 }
 
-TEST_F(TheWindow, ReachesEverythingByScrolling) {
+TEST_F(WindowLayout, EverythingCanBeScrolledIntoView) {
     resize({320, 400});
     for (int line = 0; line < 30; ++line)
         view().logMessages.append("Line " + std::to_string(line));
@@ -136,17 +136,17 @@ TEST_F(TheWindow, ReachesEverythingByScrolling) {
     EXPECT_GT(item("logPanel").height(), 100) << "the log can be read";
 }
 
-TEST_F(TheWindow, NeedsNoScrollingForALogWithoutLines) {
+TEST_F(WindowLayout, EmptyLogNeedsNoScrolling) {
     resize({320, 568});
     EXPECT_LE(placeOf(text("Made with ❤️ By Orsanta Team")).bottom(), window().height());
 }
 
-TEST_F(TheWindow, FitsTheAboutSheet) {
+TEST_F(WindowLayout, FitsAboutSheet) {
     click("infoButton");
     expectToFitInAllSizes("about sheet");
 }
 
-TEST_F(TheWindow, FitsTheShareSheet) {
+TEST_F(WindowLayout, FitsShareSheet) {
     test::writeFile(folder_ / (longName + ".ipa"), std::string(1234, 'x'));
     view().modifiedFileURL.set(folder_.url(longName + ".ipa"));
     view().showShareSheet.set(true);
@@ -158,7 +158,7 @@ TEST_F(TheWindow, FitsTheShareSheet) {
             << plainText(*each);
 }
 
-TEST_F(TheWindow, FitsTheCropper) {
+TEST_F(WindowLayout, FitsCropper) {
     view().selectedImage.set(test::dot());
     expectToFitInAllSizes("cropper");
     for (const QSize &size : sizes) {
@@ -169,7 +169,7 @@ TEST_F(TheWindow, FitsTheCropper) {
     }
 }
 
-TEST_F(TheWindow, FitsLargeText) {
+TEST_F(WindowLayout, FitsLargeText) {
     view().logMessages.append("File selected: Notes.ipa");
     for (const double scale : {1.5, 2.0}) {
         SCOPED_TRACE(scale);
@@ -185,7 +185,7 @@ TEST_F(TheWindow, FitsLargeText) {
     }
 }
 
-TEST_F(TheWindow, FitsTheAlert) {
+TEST_F(WindowLayout, FitsAlert) {
     state().setAlert(QString::fromStdString(longName + ": This is no picture of a known kind"));
     expectToFitInAllSizes("alert");
 }

@@ -1,4 +1,4 @@
-// How texts are shaped, and how large they are.
+// Shaping and size of texts.
 
 #include "Vellomir/Window/Fonts.h"
 
@@ -27,18 +27,18 @@ QFont sized(double points) {
 
 // --- Shaping ------------------------------------------------------------------------------------
 
-TEST(FontsForText, LeavePlainAsciiUnshaped) {
+TEST(FontsForText, PlainAsciiIsNotShaped) {
     for (const char *const text : {"", "AppIcon60x60@2x.png", "a -> b", "\x7f\t ~"})
         EXPECT_FALSE(isShaped(Fonts::forText({}, QString::fromUtf8(text)))) << text;
 }
 
-TEST(FontsForText, ShapeAllOtherText) {
+TEST(FontsForText, OtherTextIsShaped) {
     for (const char *const text :
          {"مرحبا.ipa", "é.ipa", "e\u0301.ipa", "🇩🇪", "👩🏽‍🚀", "ﬁ"})
         EXPECT_TRUE(isShaped(Fonts::forText({}, QString::fromUtf8(text)))) << text;
 }
 
-TEST(FontsForText, KeepTheRestOfTheFont) {
+TEST(FontsForText, OtherFontPropertiesAreKept) {
     QFont font(QStringLiteral("Inter"));
     font.setPixelSize(17);
     font.setWeight(QFont::DemiBold);
@@ -50,9 +50,9 @@ TEST(FontsForText, KeepTheRestOfTheFont) {
     }
 }
 
-using TheTexts = test::WindowTest;
+using TextShaping = test::WindowTest;
 
-TEST_F(TheTexts, AreShapedInTheLogWhereTheyNeedIt) {
+TEST_F(TextShaping, AppliesToLog) {
     view().logMessages.append("AppIcon60x60@2x.png updated");
     view().logMessages.append("File selected: مرحبا.ipa");
     settle();
@@ -60,7 +60,7 @@ TEST_F(TheTexts, AreShapedInTheLogWhereTheyNeedIt) {
     EXPECT_TRUE(isShaped(fontOf(text("File selected: مرحبا.ipa"))));
 }
 
-TEST_F(TheTexts, AreShapedInTheFieldWhereTheyNeedIt) {
+TEST_F(TextShaping, AppliesToNumberField) {
     view().duplicationNumber.set("60x60");
     settle();
     EXPECT_FALSE(isShaped(fontOf(item("duplicationNumber"))));
@@ -69,14 +69,14 @@ TEST_F(TheTexts, AreShapedInTheFieldWhereTheyNeedIt) {
     EXPECT_TRUE(isShaped(fontOf(item("duplicationNumber"))));
 }
 
-TEST_F(TheTexts, AreShapedInAnAlertWhereTheyNeedIt) {
+TEST_F(TextShaping, AppliesToAlert) {
     const std::string message = "This is no picture of a known kind: صورة.txt";
     state().setAlert(QString::fromStdString(message));
     settle();
     EXPECT_TRUE(isShaped(fontOf(text(message))));
 }
 
-TEST_F(TheTexts, JoinArabicLetters) {
+TEST_F(TextShaping, JoinsArabicLetters) {
     const std::string line = "ععععع";
     view().logMessages.append(line);
     settle();
@@ -91,12 +91,12 @@ TEST_F(TheTexts, JoinArabicLetters) {
 
 // --- Sizes --------------------------------------------------------------------------------------
 
-TEST(TheTextScale, IsOneForUsualSystemFonts) {
+TEST(TextScale, IsOneForUsualSystemFonts) {
     for (const double points : {9.0, 10.0, 10.5, 11.0})
         EXPECT_DOUBLE_EQ(Fonts::scaleOf(sized(points), 96), 1) << points;
 }
 
-TEST(TheTextScale, GrowsWithTheSystemFontAndItsResolution) {
+TEST(TextScale, GrowsWithSystemFontAndResolution) {
     EXPECT_DOUBLE_EQ(Fonts::scaleOf(sized(22), 96), 2);
     EXPECT_DOUBLE_EQ(Fonts::scaleOf(sized(11), 144), 1.5);
     EXPECT_DOUBLE_EQ(Fonts::scaleOf(sized(6), 96), 2.0 / 3);
@@ -105,7 +105,7 @@ TEST(TheTextScale, GrowsWithTheSystemFontAndItsResolution) {
     EXPECT_DOUBLE_EQ(Fonts::scaleOf(font, 96), 3);
 }
 
-TEST(TheTextScale, StaysWithinItsRange) {
+TEST(TextScale, IsClamped) {
     Fonts fonts;
     for (const auto &[wanted, scale] : {std::pair(0.1, 0.5), {100.0, 3.0}, {1.25, 1.25}}) {
         fonts.setScale(wanted);
@@ -115,7 +115,7 @@ TEST(TheTextScale, StaysWithinItsRange) {
     EXPECT_DOUBLE_EQ(fonts.scale(), 1.25);
 }
 
-TEST(TheTextScale, FollowsTheVariable) {
+TEST(TextScale, FollowsEnvironmentVariable) {
     Fonts fonts;
     qputenv("VELLOMIR_TEXT_SCALE", "1.5");
     fonts.followSystem();
@@ -126,20 +126,20 @@ TEST(TheTextScale, FollowsTheVariable) {
     qunsetenv("VELLOMIR_TEXT_SCALE");
 }
 
-TEST(TheTextScale, FollowsWhatTheDesktopTells) {
+TEST(TextScale, FollowsDesktopSetting) {
     Fonts fonts;
-    const auto tell = [&fonts](const char *group, const char *key, double value) {
+    const auto notify = [&fonts](const char *group, const char *key, double value) {
         ASSERT_TRUE(QMetaObject::invokeMethod(
             &fonts, "readSetting", Q_ARG(QString, QString::fromLatin1(group)),
             Q_ARG(QString, QString::fromLatin1(key)), Q_ARG(QDBusVariant, QDBusVariant(value))));
     };
-    tell("org.gnome.desktop.interface", "text-scaling-factor", 1.25);
+    notify("org.gnome.desktop.interface", "text-scaling-factor", 1.25);
     EXPECT_DOUBLE_EQ(fonts.scale(), 1.25);
-    tell("org.gnome.desktop.interface", "cursor-size", 24);
+    notify("org.gnome.desktop.interface", "cursor-size", 24);
     EXPECT_DOUBLE_EQ(fonts.scale(), 1.25);
 }
 
-TEST_F(TheTexts, GrowWithTheTextScale) {
+TEST_F(TextShaping, TextGrowsWithTextScale) {
     view().logMessages.append("Unzipping IPA...");
     settle();
     const double field = item("duplicationNumber").height();

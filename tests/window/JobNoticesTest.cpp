@@ -1,4 +1,4 @@
-// What a window in the background tells of its jobs.
+// Notices of jobs outside the window's contents.
 
 #include "Vellomir/Window/SystemDesktop.h"
 
@@ -10,7 +10,7 @@ using testing::ElementsAre;
 
 namespace {
 
-class TheNotices : public test::WindowTest {
+class Notices : public test::WindowTest {
 protected:
     std::string title() { return window().title().toStdString(); }
 
@@ -30,7 +30,7 @@ private:
     QWindow other_;
 };
 
-TEST_F(TheNotices, TellThePercentageInTheTitle) {
+TEST_F(Notices, TitleShowsPercentage) {
     EXPECT_EQ(title(), "Vellomir");
     view().isLoading.set(true);
     settle();
@@ -42,7 +42,7 @@ TEST_F(TheNotices, TellThePercentageInTheTitle) {
     EXPECT_EQ(title(), "Vellomir");
 }
 
-TEST_F(TheNotices, FollowAWholeJob) {
+TEST_F(Notices, ProgressFollowsWholeJob) {
     test::writeFile(folder_ / "Notes.ipa", test::notesPackage());
     view().selectedFileURL.set(folder_.url("Notes.ipa"));
     view().duplicationNumber.set("2");
@@ -62,7 +62,7 @@ TEST_F(TheNotices, FollowAWholeJob) {
     EXPECT_EQ(desktop_.progress.back(), std::nullopt);
 }
 
-TEST_F(TheNotices, StartTheNextJobAtNothing) {
+TEST_F(Notices, NextJobStartsAtZero) {
     view().isLoading.set(true);
     settle();
     state().setPercent(90);
@@ -72,18 +72,18 @@ TEST_F(TheNotices, StartTheNextJobAtNothing) {
     EXPECT_EQ(title(), "0 % – Vellomir");
 }
 
-TEST_F(TheNotices, AskForAttentionWhenAJobEndsInTheBackground) {
+TEST_F(Notices, BackgroundWindowRequestsAttentionAtJobEnd) {
     leaveWindow();
     runJob();
     EXPECT_EQ(desktop_.requests, 1);
 }
 
-TEST_F(TheNotices, DoNotAskForAttentionInFront) {
+TEST_F(Notices, ActiveWindowRequestsNoAttention) {
     runJob();
     EXPECT_EQ(desktop_.requests, 0);
 }
 
-TEST(TheLauncherEntry, ShowsTheShareAndTakesItAway) {
+TEST(LauncherEntry, ShowsAndHidesProgress) {
     const QDBusMessage shown = vellomir::launcherUpdate(0.43);
     EXPECT_EQ(shown.type(), QDBusMessage::SignalMessage);
     EXPECT_EQ(shown.interface(), QStringLiteral("com.canonical.Unity.LauncherEntry"));

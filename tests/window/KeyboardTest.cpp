@@ -1,4 +1,4 @@
-// The window without a mouse.
+// The window, used with the keyboard only.
 
 #include "tests/Vellomir/JobFixture.h"
 #include "tests/window/WindowFixture.h"
@@ -8,19 +8,19 @@ using testing::ElementsAre;
 
 namespace {
 
-class TheKeyboard : public test::WindowTest {
+class Keyboard : public test::WindowTest {
 protected:
-    /// What has the keyboard's focus: its object name, or what it says if it has none.
+    /// The item with the keyboard's focus: its object name, or its text if it has none.
     std::string focus() {
         const QQuickItem *const item = window().activeFocusItem();
         if (item == nullptr)
             return {};
         if (!item->objectName().isEmpty())
             return item->objectName().toStdString();
-        return textProperty(*item, "title"); // A link's.
+        return textProperty(*item, "title"); // a link
     }
 
-    /// What has it after each of so many presses of a key.
+    /// The items with the focus after each of `presses` key presses.
     std::vector<std::string> walk(int presses, Qt::Key direction = Qt::Key_Tab) {
         std::vector<std::string> places;
         for (int press = 0; press < presses; ++press) {
@@ -49,7 +49,7 @@ protected:
         settle();
     }
 
-    /// The rings that are shown.
+    /// The visible focus rings.
     std::vector<QQuickItem *> rings() {
         std::vector<QQuickItem *> rings = items();
         std::erase_if(rings, [](const QQuickItem *item) {
@@ -58,7 +58,7 @@ protected:
         return rings;
     }
 
-    /// One ring, a white line around what has the focus.
+    /// Exactly one ring is visible, with a white line around the item with the focus.
     void expectRing() {
         const test::Drawing drawing = draw();
         const auto shown = rings();
@@ -75,22 +75,22 @@ protected:
     }
 };
 
-// --- Going around -------------------------------------------------------------------------------
+// --- Moving the focus ---------------------------------------------------------------------------
 
-TEST_F(TheKeyboard, GoesAroundTheMainScreen) {
+TEST_F(Keyboard, TabCyclesThroughMainScreen) {
     EXPECT_THAT(walk(6), ElementsAre("infoButton", "selectButton", "duplicationNumber",
                                      "iconButton", "runButton", "infoButton"));
     EXPECT_THAT(walk(3, Qt::Key_Backtab),
                 ElementsAre("runButton", "iconButton", "duplicationNumber"));
 }
 
-TEST_F(TheKeyboard, LeavesOutWhatIsDisabled) {
+TEST_F(Keyboard, TabSkipsDisabledControls) {
     view().isLoading.set(true);
     settle();
     EXPECT_THAT(walk(4), ElementsAre("infoButton", "duplicationNumber", "iconButton", "runButton"));
 }
 
-TEST_F(TheKeyboard, ReachesALogThatScrolls) {
+TEST_F(Keyboard, TabReachesScrollingLog) {
     for (int line = 0; line < 40; ++line)
         view().logMessages.append("Line " + std::to_string(line));
     settle();
@@ -104,32 +104,32 @@ TEST_F(TheKeyboard, ReachesALogThatScrolls) {
     EXPECT_LT(item("logPanel").property("contentY").toDouble(), before);
 }
 
-TEST_F(TheKeyboard, StaysInTheAboutSheet) {
+TEST_F(Keyboard, TabStaysInAboutSheet) {
     click("infoButton");
     EXPECT_THAT(walk(6), ElementsAre("Orsanta Website", "Telegram Channel", "More Apps", "Donate",
                                      "closeButton", "Orsanta Website"));
     EXPECT_THAT(walk(2, Qt::Key_Backtab), ElementsAre("closeButton", "Donate"));
 }
 
-TEST_F(TheKeyboard, StaysInTheShareSheet) {
+TEST_F(Keyboard, TabStaysInShareSheet) {
     openShareSheet();
     EXPECT_THAT(walk(6),
                 ElementsAre("saveRow", "showRow", "copyRow", "dragRow", "doneButton", "saveRow"));
 }
 
-TEST_F(TheKeyboard, StaysInTheCropper) {
+TEST_F(Keyboard, TabStaysInCropper) {
     openCropper();
     EXPECT_THAT(walk(3), ElementsAre("useButton", "zoomButton", "useButton"));
 }
 
-TEST_F(TheKeyboard, StaysInTheAlert) {
+TEST_F(Keyboard, TabStaysInAlert) {
     state().setAlert(QStringLiteral("letter.txt is no picture."));
     settle();
     EXPECT_EQ(focus(), "alertButton") << "Return takes it";
     EXPECT_THAT(walk(2), ElementsAre("alertButton", "alertButton"));
 }
 
-TEST_F(TheKeyboard, GoesOnWhereItWasAfterASheet) {
+TEST_F(Keyboard, FocusIsRestoredAfterSheet) {
     goTo("infoButton");
     key(Qt::Key_Space);
     ASSERT_TRUE(isShown("closeButton"));
@@ -137,7 +137,7 @@ TEST_F(TheKeyboard, GoesOnWhereItWasAfterASheet) {
     EXPECT_EQ(focus(), "infoButton");
 }
 
-TEST_F(TheKeyboard, BringsWhatItReachesIntoView) {
+TEST_F(Keyboard, FocusedControlIsScrolledIntoView) {
     resize({320, 400});
     const auto isInView = [this] {
         const QRectF place = placeOf(*window().activeFocusItem());
@@ -159,15 +159,15 @@ TEST_F(TheKeyboard, BringsWhatItReachesIntoView) {
     EXPECT_TRUE(isInView());
 }
 
-// --- Showing where it is ------------------------------------------------------------------------
+// --- The focus ring -----------------------------------------------------------------------------
 
-TEST_F(TheKeyboard, ShowsNoRingBeforeItIsUsedNorWhereTheMouseWas) {
+TEST_F(Keyboard, MouseFocusShowsNoRing) {
     EXPECT_EQ(rings().size(), 0);
     click("iconButton");
     EXPECT_EQ(rings().size(), 0);
 }
 
-TEST_F(TheKeyboard, ShowsWhereItIs) {
+TEST_F(Keyboard, FocusedControlHasRing) {
     for (int press = 0; press < 5; ++press) {
         key(Qt::Key_Tab);
         expectRing();
@@ -193,7 +193,7 @@ TEST_F(TheKeyboard, ShowsWhereItIs) {
 
 // --- Pressing -----------------------------------------------------------------------------------
 
-TEST_F(TheKeyboard, PressesBySpaceAndByReturn) {
+TEST_F(Keyboard, SpaceAndReturnPressButtons) {
     goTo("selectButton");
     int dialogs = 0;
     for (const Qt::Key each : {Qt::Key_Space, Qt::Key_Return, Qt::Key_Enter}) {
@@ -202,7 +202,7 @@ TEST_F(TheKeyboard, PressesBySpaceAndByReturn) {
     }
 }
 
-TEST_F(TheKeyboard, PressesOnceWhileAKeyIsHeld) {
+TEST_F(Keyboard, HeldKeyPressesOnce) {
     goTo("selectButton");
     for (const bool isRepeated : {false, true, true}) {
         QKeyEvent press(QEvent::KeyPress, Qt::Key_Return, Qt::NoModifier, {}, isRepeated);
@@ -211,7 +211,7 @@ TEST_F(TheKeyboard, PressesOnceWhileAKeyIsHeld) {
     waitForDocumentDialog();
 }
 
-TEST_F(TheKeyboard, OpensLinksBySpaceAndByReturn) {
+TEST_F(Keyboard, SpaceAndReturnOpenLinks) {
     click("infoButton");
     goTo("More Apps");
     key(Qt::Key_Return);
@@ -220,7 +220,7 @@ TEST_F(TheKeyboard, OpensLinksBySpaceAndByReturn) {
                                              "https:orsanta.example/otherapps.html"));
 }
 
-TEST_F(TheKeyboard, PressesWhatASheetHolds) {
+TEST_F(Keyboard, KeysPressSheetButtons) {
     openShareSheet();
     goTo("copyRow");
     key(Qt::Key_Return);
@@ -230,7 +230,7 @@ TEST_F(TheKeyboard, PressesWhatASheetHolds) {
     EXPECT_FALSE(view().showShareSheet.get());
 }
 
-TEST_F(TheKeyboard, ClosesEverySheetByEscape) {
+TEST_F(Keyboard, EscapeClosesEverySheet) {
     view().showInfoSheet.set(true);
     settle();
     key(Qt::Key_Escape);
@@ -248,7 +248,7 @@ TEST_F(TheKeyboard, ClosesEverySheetByEscape) {
     EXPECT_EQ(state().alert(), "");
 }
 
-TEST_F(TheKeyboard, LeadsTheWholeRoad) {
+TEST_F(Keyboard, WholeJobNeedsNoMouse) {
     test::writeFile(folder_ / "Notes.ipa", test::notesPackage());
     QImage icon(30, 20, QImage::Format_RGB32);
     icon.fill(Qt::green);

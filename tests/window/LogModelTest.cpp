@@ -8,15 +8,15 @@ using vellomir::LogModel;
 
 namespace {
 
-using Row = std::pair<std::string, bool>; ///< a line, and whether it appears anew
+using Row = std::pair<std::string, bool>; ///< a line, and whether it is new
 
-class ALogModel : public testing::Test {
+class LogModelTest : public testing::Test {
 protected:
-    /// What the model has told since it was last asked.
+    /// The model's signals since the last call.
     std::vector<std::string> run() {
-        told_.clear();
+        signals_.clear();
         loop_.runPending();
-        return told_;
+        return signals_;
     }
 
     std::vector<Row> rows() {
@@ -32,11 +32,11 @@ protected:
     void SetUp() override {
         QObject::connect(&model_, &LogModel::rowsInserted, &model_,
                          [this](const QModelIndex &, int first, int last) {
-                             told_.push_back("rows " + std::to_string(first) + " to " +
-                                             std::to_string(last));
+                             signals_.push_back("rows " + std::to_string(first) + " to " +
+                                                std::to_string(last));
                          });
         QObject::connect(&model_, &LogModel::modelReset, &model_,
-                         [this] { told_.emplace_back("all"); });
+                         [this] { signals_.emplace_back("all"); });
     }
 
     vellomir::EventLoop loop_;
@@ -44,10 +44,10 @@ protected:
     LogModel model_{log_};
 
 private:
-    std::vector<std::string> told_;
+    std::vector<std::string> signals_;
 };
 
-TEST_F(ALogModel, ShowsWhatIsAppended) {
+TEST_F(LogModelTest, AppendedLinesAreAdded) {
     EXPECT_THAT(rows(), IsEmpty());
     log_.append("one");
     EXPECT_THAT(run(), ElementsAre("rows 0 to 0"));
@@ -56,7 +56,7 @@ TEST_F(ALogModel, ShowsWhatIsAppended) {
     EXPECT_THAT(rows(), ElementsAre(Row("one", true), Row("two", true)));
 }
 
-TEST_F(ALogModel, BeginsWithTheLogAsItStands) {
+TEST_F(LogModelTest, StartsWithExistingLines) {
     log_.append("one");
     loop_.runPending();
     LogModel late(log_);
@@ -65,7 +65,7 @@ TEST_F(ALogModel, BeginsWithTheLogAsItStands) {
     EXPECT_EQ(late.data(late.index(0), LogModel::appearsRole), false);
 }
 
-TEST_F(ALogModel, KnowsALineByItsText) {
+TEST_F(LogModelTest, EqualTextsAreTheSameLine) {
     log_.append("one");
     log_.append("one");
     log_.append("One");
@@ -73,7 +73,7 @@ TEST_F(ALogModel, KnowsALineByItsText) {
     EXPECT_THAT(rows(), ElementsAre(Row("one", true), Row("one", false), Row("One", true)));
 }
 
-TEST_F(ALogModel, IsReplacedAsAWhole) {
+TEST_F(LogModelTest, ReplacementResetsModel) {
     log_.append("one");
     log_.append("two");
     run();
@@ -88,7 +88,7 @@ TEST_F(ALogModel, IsReplacedAsAWhole) {
     EXPECT_THAT(rows(), ElementsAre(Row("two", true))) << "it had gone";
 }
 
-TEST_F(ALogModel, KeepsTheOrderOfManyChanges) {
+TEST_F(LogModelTest, KeepsTheOrderOfManyChanges) {
     log_.append("one");
     log_.replace({"two"});
     log_.append("three");
@@ -96,13 +96,13 @@ TEST_F(ALogModel, KeepsTheOrderOfManyChanges) {
     EXPECT_THAT(rows(), ElementsAre(Row("two", true), Row("three", true)));
 }
 
-TEST_F(ALogModel, ShowsTextsOfAllLanguages) {
+TEST_F(LogModelTest, KeepsNonAsciiText) {
     log_.append("Ausgewählt: 名前 🎉.ipa");
     run();
     EXPECT_EQ(rows().front().first, "Ausgewählt: 名前 🎉.ipa");
 }
 
-TEST_F(ALogModel, HasNothingElse) {
+TEST_F(LogModelTest, HasOnlyItsRowsAndRoles) {
     log_.append("one");
     run();
     EXPECT_FALSE(model_.data(model_.index(0), Qt::DisplayRole).isValid());

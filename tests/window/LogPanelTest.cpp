@@ -1,4 +1,4 @@
-// The log on the main screen: how high it is, where it stands, and how its rows come.
+// The log on the main screen: its height, its scroll position, and how rows appear.
 
 #include "tests/window/WindowFixture.h"
 
@@ -18,9 +18,9 @@ const QColor orange("#FFA828");
 
 constexpr double mostHeight = 450;
 
-class TheLogPanel : public test::WindowTest {
+class LogPanel : public test::WindowTest {
 protected:
-    explicit TheLogPanel(const QSize &size = {390, 844}) : WindowTest(size) {}
+    explicit LogPanel(const QSize &size = {390, 844}) : WindowTest(size) {}
 
     QQuickItem &panel() { return item("logPanel"); }
     double number(const char *name) { return panel().property(name).toDouble(); }
@@ -32,7 +32,7 @@ protected:
         settle();
     }
 
-    /// A turn of the wheel, upwards if positive, and what comes of it.
+    /// Turns the wheel, upwards if positive, and processes the events.
     void turnWheel(int eighthsOfADegree) {
         const QPointF place = placeOf(panel()).center();
         QWheelEvent event(place, window().mapToGlobal(place), {}, QPoint(0, eighthsOfADegree),
@@ -54,18 +54,18 @@ private:
     quint64 wheelTime_ = 0;
 };
 
-class TheLogPanelOfATallWindow : public TheLogPanel {
+class LogPanelOfTallWindow : public LogPanel {
 protected:
-    TheLogPanelOfATallWindow() : TheLogPanel({390, 2000}) {}
+    LogPanelOfTallWindow() : LogPanel({390, 2000}) {}
 };
 
-// --- How it looks -------------------------------------------------------------------------------
+// --- Looks --------------------------------------------------------------------------------------
 
-TEST_F(TheLogPanel, ShowsNothingWithoutALine) {
+TEST_F(LogPanel, EmptyLogIsHidden) {
     EXPECT_FALSE(draw().hasInk(placeOf(panel()), ground));
 }
 
-TEST_F(TheLogPanel, ShowsItsLinesInOrangeOnAPanelOfItsOwn) {
+TEST_F(LogPanel, LinesAreOrangeOnPanel) {
     append(2);
     const QRectF place = placeOf(panel());
     const QRectF first = placeOf(text("Line 1"));
@@ -84,7 +84,7 @@ TEST_F(TheLogPanel, ShowsItsLinesInOrangeOnAPanelOfItsOwn) {
     EXPECT_LT(distance(drawing.ink(first, panelColour), orange), 90);
 }
 
-TEST_F(TheLogPanel, ShowsMarkupInAFileNameAsItIs) {
+TEST_F(LogPanel, MarkupInFileNamesIsPlainText) {
     const std::string line = "File selected: <b>A</b> & &lt;i>.ipa";
     view().filePicked(archive::URL::file("/picked/<b>A<%2Fb> & &lt;i>.ipa"));
     view().logMessages.append(line);
@@ -96,16 +96,16 @@ TEST_F(TheLogPanel, ShowsMarkupInAFileNameAsItIs) {
                 metrics.horizontalAdvance(QString::fromStdString(line)), 2);
 }
 
-TEST_F(TheLogPanel, ShowsEveryLineThoughTwoAreEqual) {
+TEST_F(LogPanel, EqualLinesAreShownTwice) {
     view().logMessages.replace({"Image picked", "icon.png updated", "Image picked"});
     settle();
     const auto shown = texts();
     EXPECT_EQ(std::count(shown.begin(), shown.end(), "Image picked"), 2);
 }
 
-// --- How high it is -----------------------------------------------------------------------------
+// --- Height -------------------------------------------------------------------------------------
 
-TEST_F(TheLogPanelOfATallWindow, IsNeverHigherThanItMayBe) {
+TEST_F(LogPanelOfTallWindow, HeightIsLimited) {
     for (int count = 0; count < 30; ++count) {
         append(1);
         ASSERT_LE(panel().height(), mostHeight);
@@ -120,14 +120,14 @@ TEST_F(TheLogPanelOfATallWindow, IsNeverHigherThanItMayBe) {
         EXPECT_TRUE(showsText("Line " + std::to_string(line)));
 }
 
-TEST_F(TheLogPanelOfATallWindow, LeavesTheFooterBelowIt) {
+TEST_F(LogPanelOfTallWindow, FooterStaysBelow) {
     append(60);
     EXPECT_GE(placeOf(text("Made with ❤️ By Orsanta Team")).top(), placeOf(panel()).bottom());
 }
 
-// --- Where it stands ----------------------------------------------------------------------------
+// --- Scroll position ----------------------------------------------------------------------------
 
-TEST_F(TheLogPanel, FollowsItsEnd) {
+TEST_F(LogPanel, FollowsNewLinesAtEnd) {
     append(40);
     EXPECT_GT(end(), 0);
     EXPECT_EQ(number("contentY"), end());
@@ -140,7 +140,7 @@ TEST_F(TheLogPanel, FollowsItsEnd) {
     EXPECT_EQ(number("contentY"), end());
 }
 
-TEST_F(TheLogPanel, StaysWhereItWasTurnedTo) {
+TEST_F(LogPanel, WheelScrollingStopsFollowing) {
     append(40);
     turnWheel(240);
     const double place = number("contentY");
@@ -154,7 +154,7 @@ TEST_F(TheLogPanel, StaysWhereItWasTurnedTo) {
     EXPECT_EQ(number("contentY"), end()) << "back at its end, it follows it again";
 }
 
-TEST_F(TheLogPanel, StaysWhereTheKeyboardHasBroughtIt) {
+TEST_F(LogPanel, KeyScrollingStopsFollowing) {
     append(40);
     focusByKeyboard();
     key(Qt::Key_Up);
@@ -170,7 +170,7 @@ TEST_F(TheLogPanel, StaysWhereTheKeyboardHasBroughtIt) {
     EXPECT_EQ(number("contentY"), end());
 }
 
-TEST_F(TheLogPanel, StaysWhereAFingerHasDraggedIt) {
+TEST_F(LogPanel, TouchScrollingStopsFollowing) {
     append(40);
     const QPoint from = placeOf(panel()).center().toPoint();
     const auto finger = std::unique_ptr<QPointingDevice>(QTest::createTouchDevice());
@@ -185,7 +185,7 @@ TEST_F(TheLogPanel, StaysWhereAFingerHasDraggedIt) {
     EXPECT_EQ(number("contentY"), place);
 }
 
-TEST_F(TheLogPanel, FollowsItsEndWhenItBeginsAnew) {
+TEST_F(LogPanel, ClearedLogFollowsAgain) {
     append(40);
     turnWheel(240);
     ASSERT_LT(number("contentY"), end() - 10);
@@ -195,12 +195,12 @@ TEST_F(TheLogPanel, FollowsItsEndWhenItBeginsAnew) {
     EXPECT_EQ(number("contentY"), end());
 }
 
-// --- How its rows come --------------------------------------------------------------------------
+// --- Appearing rows -----------------------------------------------------------------------------
 
-/// Where the rows of each line have been, from when they were made.
-class TheRowsOfTheLog : public TheLogPanel {
+/// Records all positions of each row since it was made.
+class LogRows : public LogPanel {
 protected:
-    TheRowsOfTheLog() {
+    LogRows() {
         QObject::connect(state().logMessages(), &QAbstractItemModel::rowsInserted, &watcher_,
                          [this] { watchNew(); });
     }
@@ -232,7 +232,7 @@ private:
     std::vector<QQuickItem *> rows_;
 };
 
-TEST_F(TheRowsOfTheLog, SlideInFromTheLeadingEdge) {
+TEST_F(LogRows, SlideInFromLeadingEdge) {
     app_->motion().setReduced(false);
     append(1);
     ASSERT_EQ(places.size(), 1);
@@ -243,7 +243,7 @@ TEST_F(TheRowsOfTheLog, SlideInFromTheLeadingEdge) {
     EXPECT_EQ(placeOf(text("Line 1")).left(), placeOf(panel()).left() + 16);
 }
 
-TEST_F(TheRowsOfTheLog, StandWhereALineEqualToThemStoodAlready) {
+TEST_F(LogRows, RepeatedLinesDoNotSlideIn) {
     app_->motion().setReduced(false);
     view().logMessages.append("Image picked");
     view().logMessages.append("Image picked");
@@ -254,7 +254,7 @@ TEST_F(TheRowsOfTheLog, StandWhereALineEqualToThemStoodAlready) {
     EXPECT_THAT(places[1], testing::ElementsAre(0));
 }
 
-TEST_F(TheRowsOfTheLog, AreInTheirPlaceAtOnceWithReducedMotion) {
+TEST_F(LogRows, ReducedMotionDisablesSlidingIn) {
     append(3);
     ASSERT_EQ(places.size(), 3);
     EXPECT_THAT(places, Each(testing::ElementsAre(0)));

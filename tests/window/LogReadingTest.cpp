@@ -1,4 +1,4 @@
-// Reading the log: by keys, by its scroll mark, and by selecting and copying its lines.
+// Reading the log: with keys, with its scroll bar, and by selecting and copying lines.
 
 #include "tests/window/WindowFixture.h"
 
@@ -12,7 +12,7 @@ namespace {
 
 const QColor panelColour("#1D1D24");
 
-class ALog : public test::WindowTest {
+class LogReading : public test::WindowTest {
 protected:
     QQuickItem &panel() { return item("logPanel"); }
     double position() { return panel().property("contentY").toDouble(); }
@@ -40,7 +40,7 @@ protected:
 
     static std::string copied() { return QGuiApplication::clipboard()->text().toStdString(); }
 
-    /// Before the first letter, or behind the last one, of a line.
+    /// The position before the first, or after the last, character of a line.
     QPointF before(const std::string &line) {
         const QRectF box = placeOf(text(line));
         return {box.left() + 1, box.top() + 12};
@@ -59,7 +59,7 @@ protected:
 
 // --- Keys ---------------------------------------------------------------------------------------
 
-TEST_F(ALog, MovesByPagesAndToItsEnds) {
+TEST_F(LogReading, KeysScrollByPagesAndToEnds) {
     fill(60);
     focusPanel();
     ASSERT_EQ(position(), end());
@@ -74,7 +74,7 @@ TEST_F(ALog, MovesByPagesAndToItsEnds) {
     EXPECT_EQ(position(), end());
 }
 
-TEST_F(ALog, StaysWhereItIsWhenNewLinesComeAfterHome) {
+TEST_F(LogReading, NewLinesScrollOnlyAtTheEnd) {
     fill(60);
     focusPanel();
     key(Qt::Key_Home);
@@ -87,9 +87,9 @@ TEST_F(ALog, StaysWhereItIsWhenNewLinesComeAfterHome) {
     EXPECT_EQ(position(), end());
 }
 
-// --- The scroll mark ----------------------------------------------------------------------------
+// --- The scroll bar -----------------------------------------------------------------------------
 
-TEST_F(ALog, MovesByItsScrollMark) {
+TEST_F(LogReading, ScrollBarCanBeDragged) {
     fill(60);
     const QRectF box = placeOf(panel());
     const double x = box.right() - 5;
@@ -105,7 +105,7 @@ TEST_F(ALog, MovesByItsScrollMark) {
     EXPECT_EQ(position(), end());
 }
 
-TEST_F(ALog, ComesToWhereItsScrollMarkIsPressed) {
+TEST_F(LogReading, PressOnScrollBarJumpsThere) {
     fill(60);
     const QRectF box = placeOf(panel());
     click({box.right() - 5, box.center().y()});
@@ -114,7 +114,7 @@ TEST_F(ALog, ComesToWhereItsScrollMarkIsPressed) {
 
 // --- The upper edge -----------------------------------------------------------------------------
 
-TEST_F(ALog, FadesAtItsUpperEdgeWhereItIsScrolled) {
+TEST_F(LogReading, ScrolledLogFadesAtUpperEdge) {
     fill(60);
     const QRectF box = placeOf(panel());
     const QRectF top(box.left() + 16, box.top(), 60, 2);
@@ -129,7 +129,7 @@ TEST_F(ALog, FadesAtItsUpperEdgeWhereItIsScrolled) {
 
 // --- Selecting and copying ----------------------------------------------------------------------
 
-TEST_F(ALog, CopiesAPartOfALine) {
+TEST_F(LogReading, CopiesPartOfALine) {
     view().logMessages.append("New Bundle ID: com.example.sample2");
     settle();
     drag(before("New Bundle ID: com.example.sample2"),
@@ -144,7 +144,7 @@ TEST_F(ALog, CopiesAPartOfALine) {
     EXPECT_GT(copied().size(), 3);
 }
 
-TEST_F(ALog, CopiesSeveralLinesInTheirOrder) {
+TEST_F(LogReading, CopiesSeveralLinesInOrder) {
     fill(4);
     drag(before("Line 2"), behind("Line 4"));
     copy();
@@ -154,7 +154,7 @@ TEST_F(ALog, CopiesSeveralLinesInTheirOrder) {
     EXPECT_EQ(copied(), "Line 1\nLine 2\nLine 3");
 }
 
-TEST_F(ALog, ShowsWhatIsSelected) {
+TEST_F(LogReading, SelectionIsHighlighted) {
     fill(3);
     const Drawing plain = draw();
     drag(before("Line 1"), behind("Line 2"));
@@ -164,7 +164,7 @@ TEST_F(ALog, ShowsWhatIsSelected) {
     EXPECT_EQ(copied(), "nothing") << "a click ends the selection";
 }
 
-TEST_F(ALog, SelectsAWordByADoubleClick) {
+TEST_F(LogReading, DoubleClickSelectsWord) {
     view().logMessages.append("Previous Bundle ID: com.example.sample");
     settle();
     const QPointF place = before("Previous Bundle ID: com.example.sample") + QPointF(20, 0);
@@ -174,7 +174,7 @@ TEST_F(ALog, SelectsAWordByADoubleClick) {
     EXPECT_EQ(copied(), "Previous");
 }
 
-TEST_F(ALog, SelectsAllByTheKeyboard) {
+TEST_F(LogReading, KeyboardSelectsAll) {
     fill(60);
     focusPanel();
     key(Qt::Key_A, Qt::ControlModifier);
@@ -183,7 +183,7 @@ TEST_F(ALog, SelectsAllByTheKeyboard) {
     EXPECT_EQ(copied().substr(copied().size() - 7), "Line 60");
 }
 
-TEST_F(ALog, KeepsTheSelectionWhileLinesComeAndDropsItWithTheLog) {
+TEST_F(LogReading, SelectionSurvivesNewLinesUntilLogIsCleared) {
     fill(3);
     drag(before("Line 1"), behind("Line 2"));
     view().logMessages.append("One more");
@@ -196,7 +196,32 @@ TEST_F(ALog, KeepsTheSelectionWhileLinesComeAndDropsItWithTheLog) {
     EXPECT_EQ(copied(), "nothing");
 }
 
-TEST_F(ALog, ScrollsUnderAFingerAndSelectsNothing) {
+TEST_F(LogReading, DraggingOverClearedLogSelectsNothing) {
+    fill(3);
+    const QPointF from = before("Line 1");
+    const QPointF to = behind("Line 3");
+    QTest::mousePress(&window(), Qt::LeftButton, {}, from.toPoint());
+    QTest::mouseMove(&window(), to.toPoint());
+    view().logMessages.replace({});
+    settle();
+    QTest::mouseMove(&window(), from.toPoint());
+    QTest::mouseRelease(&window(), Qt::LeftButton, {}, from.toPoint());
+    copy();
+    EXPECT_EQ(copied(), "nothing");
+}
+
+TEST_F(LogReading, KeyboardSelectsNothingInClearedLog) {
+    fill(3);
+    focusPanel();
+    view().logMessages.replace({});
+    settle();
+    ASSERT_TRUE(panel().hasActiveFocus());
+    key(Qt::Key_A, Qt::ControlModifier);
+    copy();
+    EXPECT_EQ(copied(), "nothing");
+}
+
+TEST_F(LogReading, TouchScrollsWithoutSelecting) {
     fill(60);
     const auto finger = std::unique_ptr<QPointingDevice>(QTest::createTouchDevice());
     const QPoint from = placeOf(panel()).center().toPoint();
@@ -211,7 +236,7 @@ TEST_F(ALog, ScrollsUnderAFingerAndSelectsNothing) {
     EXPECT_EQ(copied(), "nothing");
 }
 
-TEST_F(ALog, ScrollsWhileASelectionIsDraggedBeyondItsEdge) {
+TEST_F(LogReading, DraggingSelectionBeyondEdgeScrolls) {
     fill(60);
     const QRectF box = placeOf(panel());
     QTest::mousePress(&window(), Qt::LeftButton, {}, box.center().toPoint());

@@ -1,4 +1,4 @@
-// What the main screen shows, and what it does when it is touched.
+// The main screen: its contents and its controls.
 
 #include "tests/Vellomir/JobFixture.h"
 #include "tests/window/WindowFixture.h"
@@ -26,7 +26,7 @@ constexpr double radius = 10;
 
 const std::string footer = "Made with ❤️ By Orsanta Team";
 
-class TheMainScreen : public test::WindowTest {
+class MainScreen : public test::WindowTest {
 protected:
     QRectF place(const char *objectName) { return placeOf(item(objectName)); }
     QRectF placeOfText(const std::string &content) { return placeOf(text(content)); }
@@ -38,12 +38,12 @@ protected:
     }
 
     void expectInk(const std::string &content, const QColor &ink, const QColor &behind = ground) {
-        constexpr int blend = 90; // Thin lines may not cover one pixel wholly.
+        constexpr int blend = 90; // A thin line may not cover a pixel completely.
         const QColor drawn = draw().ink(placeOfText(content), behind);
         EXPECT_LT(distance(drawn, ink), blend) << content << " in " << drawn.name().toStdString();
     }
 
-    /// Filled with the colour, and with its corners cut off round.
+    /// The item has this colour and round corners.
     void expectFilled(const char *objectName, const QColor &colour) {
         const Drawing drawing = draw();
         const QRectF box = place(objectName);
@@ -60,15 +60,15 @@ protected:
     bool fieldHasFocus() { return item("duplicationNumber").hasActiveFocus(); }
 };
 
-// --- What it shows ------------------------------------------------------------------------------
+// --- Contents -----------------------------------------------------------------------------------
 
-TEST_F(TheMainScreen, ShowsItsTextsInOrder) {
+TEST_F(MainScreen, ShowsItsTextsInOrder) {
     EXPECT_THAT(texts(), ElementsAre("Vellomir", "Easily modify your IPA files", "Select IPA File",
                                      "Modify App's Information", "Duplication Number",
                                      "Change icon", "Do it", footer));
 }
 
-TEST_F(TheMainScreen, SetsEachTextInItsStyle) {
+TEST_F(MainScreen, TextsHaveTheirStyles) {
     expectFont("Vellomir", 34, QFont::Bold);
     expectFont("Easily modify your IPA files", 15, QFont::Normal);
     for (const char *const headline :
@@ -78,7 +78,7 @@ TEST_F(TheMainScreen, SetsEachTextInItsStyle) {
     expectFont(footer, 13, QFont::Normal);
 }
 
-TEST_F(TheMainScreen, DrawsEachTextInItsColour) {
+TEST_F(MainScreen, TextsHaveTheirColours) {
     expectInk("Vellomir", white);
     expectInk("Easily modify your IPA files", grey);
     expectInk("Modify App's Information", white);
@@ -87,7 +87,7 @@ TEST_F(TheMainScreen, DrawsEachTextInItsColour) {
     expectInk("Duplication Number", grey, field);
 }
 
-TEST_F(TheMainScreen, CentresWhatItShows) {
+TEST_F(MainScreen, ContentsAreCentred) {
     const double middle = window().width() / 2.0;
     for (const std::string &content : texts())
         EXPECT_NEAR(placeOfText(content).center().x(), middle, 1) << content;
@@ -95,7 +95,7 @@ TEST_F(TheMainScreen, CentresWhatItShows) {
         EXPECT_NEAR(place(each).center().x(), middle, 1) << each;
 }
 
-TEST_F(TheMainScreen, KeepsItsDistances) {
+TEST_F(MainScreen, DistancesAreAsDesigned) {
     EXPECT_EQ(placeOfText("Vellomir").top(), padding);
     EXPECT_EQ(place("selectButton").left(), padding);
     EXPECT_EQ(place("selectButton").right(), window().width() - padding);
@@ -113,7 +113,7 @@ TEST_F(TheMainScreen, KeepsItsDistances) {
     EXPECT_EQ(place("runButton").height(), place("selectButton").height());
 }
 
-TEST_F(TheMainScreen, FillsItsButtonsAndItsField) {
+TEST_F(MainScreen, ButtonsAndFieldAreFilled) {
     for (const char *const each : {"selectButton", "duplicationNumber", "iconButton", "runButton"})
         expectFilled(each, field);
     EXPECT_EQ(draw().at({1, 1}), ground);
@@ -121,7 +121,7 @@ TEST_F(TheMainScreen, FillsItsButtonsAndItsField) {
     EXPECT_EQ(draw().at({2 * padding - 8, place("runButton").center().y()}), ground);
 }
 
-TEST_F(TheMainScreen, HasAWhiteInfoSymbolALittleLowerThanTheTitle) {
+TEST_F(MainScreen, InfoSymbolIsWhiteAndBelowTitleCentre) {
     const QRectF title = placeOfText("Vellomir");
     const QRectF button = place("infoButton");
     EXPECT_EQ(button.center().y(), title.center().y() + 3);
@@ -132,7 +132,7 @@ TEST_F(TheMainScreen, HasAWhiteInfoSymbolALittleLowerThanTheTitle) {
     EXPECT_FALSE(drawing.hasInk(QRectF(button.topLeft(), symbol.bottomLeft()), ground));
 }
 
-TEST_F(TheMainScreen, EndsWithAGreyLineAndARedHeart) {
+TEST_F(MainScreen, FooterIsGreyWithRedHeart) {
     const QRectF place = placeOfText(footer);
     EXPECT_EQ(place.bottom(), window().height() - padding);
     EXPECT_EQ(place.height(), text(footer).property("contentHeight").toDouble() + 2 * padding);
@@ -148,13 +148,13 @@ TEST_F(TheMainScreen, EndsWithAGreyLineAndARedHeart) {
     EXPECT_GT(redPlaces, 10);
 }
 
-TEST_F(TheMainScreen, ShowsNothingOfThePickedFileButItsLine) {
+TEST_F(MainScreen, SelectedFileIsNotDrawn) {
     const Drawing before = draw();
     view().selectedFileURL.set(archive::URL::file("/picked/Notes.ipa"));
     EXPECT_EQ(draw(), before);
 }
 
-TEST_F(TheMainScreen, IsDarkWhateverTheSystemIs) {
+TEST_F(MainScreen, IsAlwaysDark) {
     const QPalette dark = QGuiApplication::palette();
     QGuiApplication::setPalette(QPalette(Qt::white));
     EXPECT_EQ(draw().at({1, 1}), ground);
@@ -162,14 +162,14 @@ TEST_F(TheMainScreen, IsDarkWhateverTheSystemIs) {
     QGuiApplication::setPalette(dark);
 }
 
-// --- The head -----------------------------------------------------------------------------------
+// --- The header ---------------------------------------------------------------------------------
 
-TEST_F(TheMainScreen, AsksForAFile) {
+TEST_F(MainScreen, SelectButtonOpensDocumentPicker) {
     click("selectButton");
     waitForDocumentDialog();
 }
 
-TEST_F(TheMainScreen, AsksForNoFileWhileItRuns) {
+TEST_F(MainScreen, SelectButtonIsDisabledDuringJob) {
     item("selectButton").forceActiveFocus(Qt::TabFocusReason);
     const QSignalSpy clicks = clicksOf("selectButton");
     view().isLoading.set(true);
@@ -185,13 +185,13 @@ TEST_F(TheMainScreen, AsksForNoFileWhileItRuns) {
     waitForDocumentDialog();
 }
 
-TEST_F(TheMainScreen, OpensTheAboutSheet) {
+TEST_F(MainScreen, InfoButtonOpensAboutSheet) {
     click("infoButton");
     EXPECT_TRUE(view().showInfoSheet.get());
     EXPECT_TRUE(showsText("For TrollStore Only | ios 14 and up"));
 }
 
-TEST_F(TheMainScreen, IsOutOfReachWhileAnAlertIsShown) {
+TEST_F(MainScreen, AlertBlocksMainScreen) {
     const QPointF place = placeOf(item("selectButton")).center();
     const QSignalSpy clicks = clicksOf("selectButton");
     state().setAlert(QStringLiteral("letter.txt is no picture."));
@@ -206,7 +206,7 @@ TEST_F(TheMainScreen, IsOutOfReachWhileAnAlertIsShown) {
 
 // --- The form -----------------------------------------------------------------------------------
 
-TEST_F(TheMainScreen, AsksForAnIcon) {
+TEST_F(MainScreen, IconButtonOpensPicturePicker) {
     click("iconButton");
     EXPECT_TRUE(view().showImagePicker.get());
     EXPECT_EQ(pickers_.pictureDialogs, 1);
@@ -217,7 +217,7 @@ TEST_F(TheMainScreen, AsksForAnIcon) {
     EXPECT_EQ(pickers_.pictureDialogs, 2);
 }
 
-TEST_F(TheMainScreen, RemovesTheIconAgainByARedButton) {
+TEST_F(MainScreen, RedButtonRemovesIcon) {
     view().selectedImage.set(test::dot());
     settle();
     view().showImageCropper.set(false);
@@ -235,7 +235,7 @@ TEST_F(TheMainScreen, RemovesTheIconAgainByARedButton) {
     EXPECT_FALSE(isShown("zoomButton"));
 }
 
-TEST_F(TheMainScreen, ShowsThatItRunsByTheButtonThatStartedIt) {
+TEST_F(MainScreen, RunButtonShowsSpinnerDuringJob) {
     EXPECT_FALSE(isShown("spinner"));
     view().isLoading.set(true);
     settle();
@@ -254,7 +254,7 @@ TEST_F(TheMainScreen, ShowsThatItRunsByTheButtonThatStartedIt) {
     expectFilled("runButton", field);
 }
 
-TEST_F(TheMainScreen, TakesTypedDigitsAtOnceAndNoOtherCharacters) {
+TEST_F(MainScreen, NumberFieldAcceptsOnlyTypedDigits) {
     click("duplicationNumber");
     type("1");
     EXPECT_EQ(number(), "1");
@@ -270,7 +270,7 @@ TEST_F(TheMainScreen, TakesTypedDigitsAtOnceAndNoOtherCharacters) {
     EXPECT_FALSE(showsText("Duplication Number"));
 }
 
-TEST_F(TheMainScreen, TakesWhatIsPastedAsItIs) {
+TEST_F(MainScreen, PastedTextIsUnchanged) {
     click("duplicationNumber");
     QGuiApplication::clipboard()->setText(QStringLiteral("a <b>7</b> ü"));
     key(Qt::Key_V, Qt::ControlModifier);
@@ -278,7 +278,7 @@ TEST_F(TheMainScreen, TakesWhatIsPastedAsItIs) {
     EXPECT_EQ(textProperty(item("duplicationNumber"), "text"), "a <b>7</b> ü");
 }
 
-TEST_F(TheMainScreen, ShowsTheNumberThatTheStateHas) {
+TEST_F(MainScreen, NumberFieldShowsState) {
     view().duplicationNumber.set("42");
     settle();
     EXPECT_EQ(textProperty(item("duplicationNumber"), "text"), "42");
@@ -294,7 +294,7 @@ TEST_F(TheMainScreen, ShowsTheNumberThatTheStateHas) {
     EXPECT_TRUE(showsText("Duplication Number"));
 }
 
-TEST_F(TheMainScreen, EndsTypingByAPressAnywhereElse) {
+TEST_F(MainScreen, PressElsewhereEndsEditing) {
     const QPointF elsewhere[] = {
         placeOfText("Vellomir").center(),
         placeOfText("Modify App's Information").center(),
@@ -310,7 +310,7 @@ TEST_F(TheMainScreen, EndsTypingByAPressAnywhereElse) {
     }
 }
 
-TEST_F(TheMainScreen, EndsTypingByAPressOnTheLogAndWhileItRuns) {
+TEST_F(MainScreen, PressOnLogEndsEditingAlsoDuringJob) {
     view().logMessages.append("Unzipping IPA...");
     view().isLoading.set(true);
     settle();
@@ -323,7 +323,7 @@ TEST_F(TheMainScreen, EndsTypingByAPressOnTheLogAndWhileItRuns) {
     }
 }
 
-TEST_F(TheMainScreen, EndsTypingWhenItStarts) {
+TEST_F(MainScreen, StartingJobEndsEditing) {
     click("duplicationNumber");
     click("runButton");
     EXPECT_FALSE(fieldHasFocus());

@@ -23,9 +23,9 @@ public:
     int reached = 0;
 };
 
-class ANumberPad : public testing::Test {
+class NumberPadTest : public testing::Test {
 protected:
-    ANumberPad() { pad_.setField(&field_); }
+    NumberPadTest() { pad_.setField(&field_); }
 
     bool reaches(QEvent &&event) {
         const int before = field_.reached;
@@ -41,26 +41,26 @@ protected:
     NumberPad pad_;
 };
 
-TEST_F(ANumberPad, TypesDigits) {
+TEST_F(NumberPadTest, PassesDigits) {
     for (int digit = 0; digit <= 9; ++digit)
         EXPECT_TRUE(reaches(Qt::Key_0 + digit, QString::number(digit))) << digit;
     EXPECT_TRUE(reaches(Qt::Key_7, QStringLiteral("7"), Qt::KeypadModifier));
 }
 
-TEST_F(ANumberPad, TypesNothingElse) {
+TEST_F(NumberPadTest, BlocksOtherCharacters) {
     for (const char *const text : {"a", "Z", " ", ".", "-", "+", "/", "ü", "一", "½", "😀"})
         EXPECT_FALSE(reaches(0, QString::fromUtf8(text))) << text;
     EXPECT_FALSE(reaches(0, QStringLiteral("1a")));
     EXPECT_FALSE(reaches(Qt::Key_Exclam, QStringLiteral("!"), Qt::ShiftModifier));
 }
 
-TEST_F(ANumberPad, TypesNothingElseByTheThirdLevelOfAKeyboardEither) {
+TEST_F(NumberPadTest, BlocksCharactersTypedWithAltGr) {
     const auto third = Qt::ControlModifier | Qt::AltModifier;
     EXPECT_FALSE(reaches(Qt::Key_At, QStringLiteral("@"), third));
     EXPECT_FALSE(reaches(Qt::Key_Q, QStringLiteral("@"), Qt::GroupSwitchModifier));
 }
 
-TEST_F(ANumberPad, LetsTheKeysThroughThatMoveDeleteAndLeave) {
+TEST_F(NumberPadTest, PassesEditingAndNavigationKeys) {
     for (const int key : {Qt::Key_Left, Qt::Key_Right, Qt::Key_Home, Qt::Key_End, Qt::Key_Shift})
         EXPECT_TRUE(reaches(key, {})) << key;
     EXPECT_TRUE(reaches(Qt::Key_Backspace, QStringLiteral("\b")));
@@ -70,17 +70,17 @@ TEST_F(ANumberPad, LetsTheKeysThroughThatMoveDeleteAndLeave) {
     EXPECT_TRUE(reaches(Qt::Key_Escape, QStringLiteral("\x1B")));
 }
 
-TEST_F(ANumberPad, LetsCommandsThrough) {
+TEST_F(NumberPadTest, PassesShortcuts) {
     EXPECT_TRUE(reaches(Qt::Key_V, QStringLiteral("v"), Qt::ControlModifier));
     EXPECT_TRUE(reaches(Qt::Key_V, QStringLiteral("v"), Qt::MetaModifier));
     EXPECT_TRUE(reaches(Qt::Key_F, QStringLiteral("f"), Qt::AltModifier));
 }
 
-TEST_F(ANumberPad, LetsReleasedKeysThrough) {
+TEST_F(NumberPadTest, PassesKeyReleases) {
     EXPECT_TRUE(reaches(QKeyEvent(QEvent::KeyRelease, Qt::Key_A, {}, QStringLiteral("a"))));
 }
 
-TEST_F(ANumberPad, TypesDigitsOnlyThroughAnInputMethodToo) {
+TEST_F(NumberPadTest, InputMethodMayOnlyTypeDigits) {
     const auto reachesAs = [this](const char *preedit, const char *commit) {
         QInputMethodEvent event(QString::fromUtf8(preedit), {});
         event.setCommitString(QString::fromUtf8(commit));
@@ -93,7 +93,7 @@ TEST_F(ANumberPad, TypesDigitsOnlyThroughAnInputMethodToo) {
     EXPECT_FALSE(reachesAs("ni", ""));
 }
 
-TEST_F(ANumberPad, LeavesAFieldThatIsNoLongerItsOwn) {
+TEST_F(NumberPadTest, OldFieldIsNoLongerFiltered) {
     Field other;
     int changes = 0;
     QObject::connect(&pad_, &NumberPad::fieldChanged, &pad_, [&changes] { ++changes; });

@@ -1,4 +1,4 @@
-// What moves on the main screen, with motion and without.
+// Animations of the main screen, with full and with reduced motion.
 
 #include "tests/window/WindowFixture.h"
 
@@ -10,9 +10,9 @@ namespace {
 
 const char *const buttons[] = {"selectButton", "iconButton", "runButton"};
 
-class APressedButton : public test::WindowTest {
+class PressedButton : public test::WindowTest {
 protected:
-    /// Takes down each scale that the button has from now on.
+    /// Records every scale of the button from now on.
     void watch(QQuickItem &button) {
         scales_.clear();
         QObject::disconnect(connection_);
@@ -20,18 +20,18 @@ protected:
                                        [this, &button] { scales_.push_back(button.scale()); });
     }
 
-    [[nodiscard]] bool comesToRestAt(QQuickItem &button, double scale) {
+    [[nodiscard]] bool settlesAt(QQuickItem &button, double scale) {
         return becomes([&] { return button.scale() == scale; });
     }
 
-    /// Whether it was seen between its two sizes.
-    [[nodiscard]] bool wasOnTheWay() const {
+    /// Whether an intermediate scale was recorded.
+    [[nodiscard]] bool wasAnimated() const {
         return std::any_of(scales_.begin(), scales_.end(),
                            [](double scale) { return scale > 0.95 && scale < 1; });
     }
 
-    /// So that it does nothing.
-    void letGoBeside() {
+    /// Releases outside the button, so that it is not clicked.
+    void releaseOutside() {
         QTest::mouseMove(&window(), QPoint(1, 1));
         QTest::mouseRelease(&window(), Qt::LeftButton, {}, QPoint(1, 1));
     }
@@ -42,48 +42,48 @@ private:
     QMetaObject::Connection connection_;
 };
 
-TEST_F(APressedButton, ShrinksAboutItsCentre) {
+TEST_F(PressedButton, ShrinksAroundItsCentre) {
     app_->motion().setReduced(false);
     for (const char *const name : buttons) {
         QQuickItem &button = item(name);
         const QSignalSpy clicks = clicksOf(name);
         const QRectF whole = placeOf(button);
         press(button);
-        ASSERT_TRUE(comesToRestAt(button, 0.95)) << name;
+        ASSERT_TRUE(settlesAt(button, 0.95)) << name;
         EXPECT_NEAR(placeOf(button).width(), 0.95 * whole.width(), 0.001);
         EXPECT_NEAR(placeOf(button).height(), 0.95 * whole.height(), 0.001);
         EXPECT_NEAR(placeOf(button).center().x(), whole.center().x(), 0.001);
         EXPECT_NEAR(placeOf(button).center().y(), whole.center().y(), 0.001);
-        letGoBeside();
-        ASSERT_TRUE(comesToRestAt(button, 1)) << name;
+        releaseOutside();
+        ASSERT_TRUE(settlesAt(button, 1)) << name;
         EXPECT_EQ(clicks.count(), 0) << name;
     }
 }
 
-TEST_F(APressedButton, SpringsThereAndBack) {
+TEST_F(PressedButton, SpringsBothWays) {
     app_->motion().setReduced(false);
     for (const char *const name : buttons) {
         QQuickItem &button = item(name);
         bool springsThere = false;
         bool springsBack = false;
-        // A machine that stands still for a while draws nothing of the way.
+        // A busy machine may draw no intermediate frame.
         constexpr int attempts = 10;
         for (int attempt = 0; attempt < attempts && !(springsThere && springsBack); ++attempt) {
             watch(button);
             press(button);
-            ASSERT_TRUE(comesToRestAt(button, 0.95)) << name;
-            springsThere = springsThere || wasOnTheWay();
+            ASSERT_TRUE(settlesAt(button, 0.95)) << name;
+            springsThere = springsThere || wasAnimated();
             watch(button);
-            letGoBeside();
-            ASSERT_TRUE(comesToRestAt(button, 1)) << name;
-            springsBack = springsBack || wasOnTheWay();
+            releaseOutside();
+            ASSERT_TRUE(settlesAt(button, 1)) << name;
+            springsBack = springsBack || wasAnimated();
         }
         EXPECT_TRUE(springsThere) << name;
         EXPECT_TRUE(springsBack) << name;
     }
 }
 
-TEST_F(APressedButton, IsDrawnSmallerAndNotFainter) {
+TEST_F(PressedButton, IsSmallerButNotDimmed) {
     const QColor ground("#13131B");
     QQuickItem &button = item("selectButton");
     const QRectF whole = placeOf(button);
@@ -91,26 +91,26 @@ TEST_F(APressedButton, IsDrawnSmallerAndNotFainter) {
     QTest::mouseMove(&window(), whole.center().toPoint());
     const QColor pointedAt = draw().at(edge);
     press(button);
-    ASSERT_TRUE(comesToRestAt(button, 0.95));
+    ASSERT_TRUE(settlesAt(button, 0.95));
     EXPECT_EQ(draw().at(edge), ground);
     EXPECT_EQ(draw().at(edge + QPointF(16, 0)), pointedAt);
     release(button);
-    ASSERT_TRUE(comesToRestAt(button, 1));
+    ASSERT_TRUE(settlesAt(button, 1));
     EXPECT_EQ(draw().at(edge), pointedAt);
 }
 
-TEST_F(APressedButton, JumpsWithReducedMotion) {
+TEST_F(PressedButton, JumpsWithReducedMotion) {
     for (const char *const name : buttons) {
         QQuickItem &button = item(name);
         watch(button);
         press(button);
         EXPECT_THAT(scales_, ElementsAre(0.95)) << name;
-        letGoBeside();
+        releaseOutside();
         EXPECT_THAT(scales_, ElementsAre(0.95, 1)) << name;
     }
 }
 
-TEST_F(APressedButton, ShrinksUnderTheSpaceBarToo) {
+TEST_F(PressedButton, ShrinksWhileSpaceIsHeld) {
     QQuickItem &button = item("iconButton");
     button.forceActiveFocus(Qt::TabFocusReason);
     QTest::keyPress(&window(), Qt::Key_Space);
@@ -120,7 +120,7 @@ TEST_F(APressedButton, ShrinksUnderTheSpaceBarToo) {
     EXPECT_EQ(pickers_.pictureDialogs, 1);
 }
 
-TEST_F(APressedButton, OfASheetKeepsItsSize) {
+TEST_F(PressedButton, SheetButtonsDoNotShrink) {
     click("infoButton");
     QQuickItem &button = item("closeButton");
     press(button);
@@ -129,9 +129,9 @@ TEST_F(APressedButton, OfASheetKeepsItsSize) {
     release(button);
 }
 
-using TheSpinner = test::WindowTest;
+using Spinner = test::WindowTest;
 
-TEST_F(TheSpinner, TurnsWhileItIsShown) {
+TEST_F(Spinner, RotatesWhileVisible) {
     app_->motion().setReduced(false);
     view().isLoading.set(true);
     settle();
@@ -140,7 +140,7 @@ TEST_F(TheSpinner, TurnsWhileItIsShown) {
     EXPECT_TRUE(becomes([&] { return spinner.rotation() != angle; }));
 }
 
-TEST_F(TheSpinner, FadesInsteadWithReducedMotion) {
+TEST_F(Spinner, FadesWithReducedMotion) {
     view().isLoading.set(true);
     settle();
     QQuickItem &spinner = item("spinner");

@@ -29,7 +29,7 @@ Picture halves(int width, int height, Orientation orientation = Orientation::up)
                    1, orientation);
 }
 
-class APreviewProvider : public testing::Test {
+class PreviewProviderTest : public testing::Test {
 protected:
     QImage request(const QSize &requested = {}) {
         QSize told;
@@ -41,19 +41,19 @@ protected:
     PreviewProvider provider_;
 };
 
-TEST_F(APreviewProvider, GivesEachPictureAnAddressOfItsOwn) {
+TEST_F(PreviewProviderTest, EachPictureHasItsOwnURL) {
     const QUrl first = provider_.show(test::dot());
     const QUrl second = provider_.show(test::dot());
     EXPECT_EQ(first.toString(), QStringLiteral("image://selected/1"));
     EXPECT_NE(first, second) << "the screen would keep the first";
 }
 
-TEST_F(APreviewProvider, HasNoAddressForNoPicture) {
+TEST_F(PreviewProviderTest, NoPictureHasNoURL) {
     EXPECT_TRUE(provider_.show(std::nullopt).isEmpty());
     EXPECT_TRUE(provider_.show(Picture()).isEmpty());
 }
 
-TEST_F(APreviewProvider, GivesNothingForAPictureThatHasGone) {
+TEST_F(PreviewProviderTest, RemovedPictureIsNull) {
     provider_.show(halves(4, 2));
     provider_.show(std::nullopt);
     EXPECT_TRUE(request().isNull());
@@ -61,13 +61,13 @@ TEST_F(APreviewProvider, GivesNothingForAPictureThatHasGone) {
     EXPECT_TRUE(request().isNull());
 }
 
-TEST_F(APreviewProvider, GivesThePictureThatIsShownNow) {
+TEST_F(PreviewProviderTest, ReturnsLatestPicture) {
     provider_.show(halves(4, 2));
     provider_.show(halves(8, 2));
     EXPECT_EQ(request().size(), QSize(8, 2));
 }
 
-TEST_F(APreviewProvider, GivesThePixelsAsTheyAre) {
+TEST_F(PreviewProviderTest, PixelsAreUnchanged) {
     provider_.show(halves(4, 2));
     const QImage image = request();
     ASSERT_EQ(image.size(), QSize(4, 2));
@@ -77,7 +77,7 @@ TEST_F(APreviewProvider, GivesThePixelsAsTheyAre) {
     EXPECT_EQ(image.pixelColor(3, 1), blue);
 }
 
-TEST_F(APreviewProvider, TurnsThePictureUpright) {
+TEST_F(PreviewProviderTest, OrientationIsApplied) {
     provider_.show(halves(4, 2, Orientation::right));
     const QImage right = request();
     ASSERT_EQ(right.size(), QSize(2, 4));
@@ -91,7 +91,7 @@ TEST_F(APreviewProvider, TurnsThePictureUpright) {
     EXPECT_EQ(request().pixelColor(0, 0), blue);
 }
 
-TEST_F(APreviewProvider, MakesAPictureNoLargerThanItIsShown) {
+TEST_F(PreviewProviderTest, PictureIsScaledToRequestedSize) {
     provider_.show(halves(400, 100));
     EXPECT_EQ(request({40, 40}).size(), QSize(40, 10));
     const QImage small = request({40, 40});
@@ -101,19 +101,19 @@ TEST_F(APreviewProvider, MakesAPictureNoLargerThanItIsShown) {
     EXPECT_EQ(request({40, 40}).size(), QSize(10, 40));
 }
 
-TEST_F(APreviewProvider, DoesNotEnlarge) {
+TEST_F(PreviewProviderTest, DoesNotEnlarge) {
     provider_.show(halves(4, 2));
     EXPECT_EQ(request({400, 400}).size(), QSize(4, 2));
 }
 
-TEST_F(APreviewProvider, IsNeverLargerThanAnyScreen) {
+TEST_F(PreviewProviderTest, SizeIsLimited) {
     provider_.show(halves(6000, 2));
     EXPECT_EQ(request().width(), 4096);
     EXPECT_EQ(request({9000, 9000}).width(), 4096);
     EXPECT_GE(request().height(), 1);
 }
 
-TEST_F(APreviewProvider, KeepsTheAlphaThatThePictureHas) {
+TEST_F(PreviewProviderTest, AlphaIsKept) {
     const auto pixels = std::make_shared<std::vector<std::byte>>(4, std::byte{0x40});
     Bitmap bitmap{.width = 1, .height = 1, .bytesPerRow = 4, .pixels = {pixels, pixels->data()}};
     provider_.show(Picture(bitmap));

@@ -1,4 +1,4 @@
-// Where things are in the share sheet, also after it has moved in.
+// The layout of the share sheet, also after its animation.
 
 #include "tests/window/WindowFixture.h"
 
@@ -13,7 +13,7 @@ const char *const longestName =
     "after two of them, because somebody had a great deal to say2.ipa";
 const char *const rightToLeftName = "\u05DE\u05D7\u05D1\u05E8\u05EA2.ipa";
 
-class TheShareSheet : public test::WindowTest {
+class ShareSheetLayout : public test::WindowTest {
 protected:
     void setResult(const std::string &name) {
         test::writeFile(folder_ / name, std::string(2500, 'x'));
@@ -26,7 +26,7 @@ protected:
         settle();
     }
 
-    /// With motion, from the start to the end of its way.
+    /// Opens the sheet with motion and waits for the end of the animation.
     void openInMotion(const std::string &name) {
         setResult(name);
         app_->motion().setReduced(false);
@@ -37,7 +37,7 @@ protected:
             return placeOf(item("doneButton")).bottom() < window().height() - 8 ||
                    placeOf(item("doneButton")).top() < under - 300;
         }));
-        QTest::qWait(500); // It stands still by now.
+        QTest::qWait(500); // longer than the animation
         settle();
     }
 
@@ -50,7 +50,7 @@ protected:
     double sheetTop() { return placeOf(*item("shareScroller").parentItem()).top(); }
 };
 
-TEST_F(TheShareSheet, ShowsCloseAsAWholeAfterItHasMovedIn) {
+TEST_F(ShareSheetLayout, CloseIsVisibleAfterAnimation) {
     for (const QSize &size : sizes)
         for (const char *const name : {shortName, longName, longestName}) {
             SCOPED_TRACE(std::to_string(size.width()) + 'x' + std::to_string(size.height()));
@@ -64,7 +64,7 @@ TEST_F(TheShareSheet, ShowsCloseAsAWholeAfterItHasMovedIn) {
         }
 }
 
-TEST_F(TheShareSheet, StaysInPlaceWhenTheWindowGrowsWhileItMoves) {
+TEST_F(ShareSheetLayout, WindowMayGrowDuringAnimation) {
     setResult(shortName);
     app_->motion().setReduced(false);
     view().showShareSheet.set(true);
@@ -76,7 +76,7 @@ TEST_F(TheShareSheet, StaysInPlaceWhenTheWindowGrowsWhileItMoves) {
     })) << placeOf(item("doneButton")).bottom();
 }
 
-TEST_F(TheShareSheet, ShowsBothEndsOfALongName) {
+TEST_F(ShareSheetLayout, LongNameIsElidedInTheMiddle) {
     for (const QSize &size : sizes) {
         resize(size);
         openStill(longestName);
@@ -89,13 +89,13 @@ TEST_F(TheShareSheet, ShowsBothEndsOfALongName) {
     }
 }
 
-TEST_F(TheShareSheet, ShowsANameOfTwoLinesAsAWhole) {
+TEST_F(ShareSheetLayout, NameOfTwoLinesIsNotElided) {
     openStill(longName);
     EXPECT_EQ(item("resultName").property("lineCount").toInt(), 2);
     EXPECT_EQ(test::textProperty(item("resultName"), "text"), longName);
 }
 
-TEST_F(TheShareSheet, PutsARightToLeftNameBesideItsSymbol) {
+TEST_F(ShareSheetLayout, RightToLeftNameIsBesideSymbol) {
     openStill(rightToLeftName);
     const QRectF place = placeOf(item("resultName"));
     const test::Drawing drawing = draw();
@@ -103,12 +103,12 @@ TEST_F(TheShareSheet, PutsARightToLeftNameBesideItsSymbol) {
     EXPECT_FALSE(drawing.hasInk({place.right() - 60, place.top(), 60, place.height()}, "#13131B"));
 }
 
-TEST_F(TheShareSheet, ShowsNoLineBreakOfAName) {
+TEST_F(ShareSheetLayout, LineBreaksInNameAreHidden) {
     openStill("Two\nlines2.ipa");
     EXPECT_EQ(item("resultName").property("lineCount").toInt(), 1);
 }
 
-TEST_F(TheShareSheet, KeepsItsPlaceWhateverIsSaid) {
+TEST_F(ShareSheetLayout, MessagesDoNotResizeSheet) {
     for (const QSize &size : sizes) {
         resize(size);
         openStill(shortName);
@@ -124,7 +124,7 @@ TEST_F(TheShareSheet, KeepsItsPlaceWhateverIsSaid) {
     }
 }
 
-TEST_F(TheShareSheet, HasRoomForThreeLines) {
+TEST_F(ShareSheetLayout, MessageHasRoomForThreeLines) {
     openStill(shortName);
     QQuickItem &message = item("sharingMessage");
     ASSERT_EQ(test::textProperty(message, "text"), "");

@@ -1,4 +1,4 @@
-// The share sheet and its four ways.
+// The share sheet and its four actions.
 
 #include "tests/window/WindowFixture.h"
 
@@ -18,9 +18,9 @@ const QColor ground("#13131B");
 const QColor orange("#FFA828");
 const QColor red("#FF453A");
 
-class TheShareSheet : public test::WindowTest {
+class ShareSheet : public test::WindowTest {
 protected:
-    TheShareSheet() {
+    ShareSheet() {
         test::writeFile(result_, std::string(2500, 'x'));
         view().selectedFileURL.set(folder_.url("Notes.ipa"));
         view().modifiedFileURL.set(folder_.url("Notes2.ipa"));
@@ -40,7 +40,7 @@ protected:
     const fs::path result_ = folder_ / "Notes2.ipa";
 };
 
-TEST_F(TheShareSheet, ShowsTheFileAndTheWays) {
+TEST_F(ShareSheet, ShowsFileAndActions) {
     EXPECT_TRUE(showsText("Notes2.ipa"));
     EXPECT_TRUE(showsText("2.5 kB"));
     EXPECT_TRUE(showsText("Kept until you select another file. Save a copy to keep it."));
@@ -52,7 +52,7 @@ TEST_F(TheShareSheet, ShowsTheFileAndTheWays) {
     EXPECT_EQ(message(), "");
 }
 
-TEST_F(TheShareSheet, SavesACopy) {
+TEST_F(ShareSheet, SavesACopy) {
     click("saveRow");
     EXPECT_EQ(pickers_.offeredName, "Notes2.ipa");
     EXPECT_EQ(message(), "");
@@ -64,7 +64,7 @@ TEST_F(TheShareSheet, SavesACopy) {
     EXPECT_TRUE(isShown("saveRow")) << "saving closes nothing";
 }
 
-TEST_F(TheShareSheet, SavesNothingIfNoPlaceIsChosen) {
+TEST_F(ShareSheet, CancelledSaveDialogSavesNothing) {
     click("saveRow");
     pickers_.cancelDestination();
     settle();
@@ -72,7 +72,7 @@ TEST_F(TheShareSheet, SavesNothingIfNoPlaceIsChosen) {
     EXPECT_TRUE(item("saveRow").isEnabled());
 }
 
-TEST_F(TheShareSheet, TellsThatACopyCouldNotBeSaved) {
+TEST_F(ShareSheet, FailedSaveIsReported) {
     click("saveRow");
     pickers_.answerDestination(QUrl::fromLocalFile(file("missing/copy.ipa")));
     ASSERT_TRUE(becomes([this] { return message().starts_with("Could"); }));
@@ -84,7 +84,7 @@ TEST_F(TheShareSheet, TellsThatACopyCouldNotBeSaved) {
     EXPECT_FALSE(fs::exists(folder_ / "missing"));
 }
 
-TEST_F(TheShareSheet, TellsThatAPlaceElsewhereIsOutOfReach) {
+TEST_F(ShareSheet, RemoteDestinationIsReported) {
     click("saveRow");
     pickers_.answerDestination(QUrl(QStringLiteral("https://example.com/copy.ipa")));
     settle();
@@ -92,7 +92,7 @@ TEST_F(TheShareSheet, TellsThatAPlaceElsewhereIsOutOfReach) {
     expectMessage(message(), red);
 }
 
-TEST_F(TheShareSheet, SavesOneCopyAtATime) {
+TEST_F(ShareSheet, SavesOneCopyAtATime) {
     std::vector<bool> enabled;
     QQuickItem &row = item("saveRow");
     QObject::connect(&row, &QQuickItem::enabledChanged, &window(),
@@ -105,7 +105,7 @@ TEST_F(TheShareSheet, SavesOneCopyAtATime) {
     EXPECT_EQ(pickers_.destinationDialogs, 2);
 }
 
-TEST_F(TheShareSheet, ShowsTheFileInItsFolder) {
+TEST_F(ShareSheet, ShowsFileInFileManager) {
     click("showRow");
     EXPECT_THAT(desktop_.shown, ElementsAre(QString::fromStdString(result_.string())));
     expectMessage("Asked the file manager to show " + result_.string(), orange);
@@ -115,13 +115,13 @@ TEST_F(TheShareSheet, ShowsTheFileInItsFolder) {
     expectMessage(message(), red);
 }
 
-TEST_F(TheShareSheet, CopiesTheFile) {
+TEST_F(ShareSheet, CopiesFileToClipboard) {
     click("copyRow");
     EXPECT_THAT(desktop_.copied, ElementsAre(QString::fromStdString(result_.string())));
     expectMessage("Copied. Paste it before you close Vellomir", orange);
 }
 
-TEST_F(TheShareSheet, TellsWhatCameOfDragging) {
+TEST_F(ShareSheet, ReportsResultOfDrag) {
     QMetaObject::invokeMethod(&item("dragRow"), "dropped", Q_ARG(bool, true));
     settle();
     expectMessage("Handed over", orange);
@@ -130,12 +130,12 @@ TEST_F(TheShareSheet, TellsWhatCameOfDragging) {
     expectMessage("Nothing took the file where you let it go", red);
 }
 
-TEST_F(TheShareSheet, SaysHowToDragToWhoPresses) {
+TEST_F(ShareSheet, ClickOnDragRowExplainsDragging) {
     click("dragRow");
     expectMessage("Hold the row with the mouse, and let go over another window", orange);
 }
 
-TEST_F(TheShareSheet, ForgetsWhatHappenedWhenItOpensAgain) {
+TEST_F(ShareSheet, ReopeningClearsMessage) {
     click("copyRow");
     click("doneButton");
     view().showShareSheet.set(true);
@@ -143,7 +143,7 @@ TEST_F(TheShareSheet, ForgetsWhatHappenedWhenItOpensAgain) {
     EXPECT_EQ(message(), "");
 }
 
-TEST_F(TheShareSheet, LooksAtTheFileWheneverItOpens) {
+TEST_F(ShareSheet, OpeningChecksFile) {
     click("doneButton");
     test::writeFile(result_, std::string(3600, 'x'));
     view().showShareSheet.set(true);
@@ -151,7 +151,7 @@ TEST_F(TheShareSheet, LooksAtTheFileWheneverItOpens) {
     EXPECT_TRUE(showsText("3.6 kB"));
 }
 
-TEST_F(TheShareSheet, HandsOnNoFileThatHasGoneMeanwhile) {
+TEST_F(ShareSheet, ActionsReportDeletedFile) {
     const std::vector<std::function<void()>> ways = {
         [this] { click("saveRow"); }, [this] { click("showRow"); }, [this] { click("copyRow"); }};
     for (const auto &way : ways) {
@@ -168,7 +168,7 @@ TEST_F(TheShareSheet, HandsOnNoFileThatHasGoneMeanwhile) {
     EXPECT_TRUE(desktop_.copied.empty());
 }
 
-TEST_F(TheShareSheet, DisablesItsRowsVisiblyWhenTheFileIsGone) {
+TEST_F(ShareSheet, RowsAreDisabledForDeletedFile) {
     const QColor before = draw().ink(placeOf(item("saveRow")), ground);
     click("doneButton");
     fs::remove(result_);
@@ -184,7 +184,7 @@ TEST_F(TheShareSheet, DisablesItsRowsVisiblyWhenTheFileIsGone) {
     EXPECT_TRUE(item("doneButton").isEnabled());
 }
 
-TEST_F(TheShareSheet, SaysWhenTheFileWasMade) {
+TEST_F(ShareSheet, ShowsTimeOfCreation) {
     const QDateTime made = QFileInfo(QString::fromStdString(result_.string())).lastModified();
     EXPECT_TRUE(showsText(vellomir::madeText(made, QDateTime::currentDateTime()).toStdString()));
     const QDateTime noon(QDate(2026, 5, 3), QTime(12, 7, 59));
@@ -193,7 +193,7 @@ TEST_F(TheShareSheet, SaysWhenTheFileWasMade) {
     EXPECT_EQ(vellomir::madeText(noon, noon.addYears(1)), "Made on 3 May 2026 at 12:07");
 }
 
-TEST_F(TheShareSheet, WarnsOfTheSameIdentifier) {
+TEST_F(ShareSheet, WarnsOfEqualIdentifier) {
     const std::string warning = "Same identifier as the original: it would replace it";
     EXPECT_FALSE(showsText(warning));
     view().modifiedFileRemarks.set({.keepsIdentifier = true});
@@ -204,7 +204,7 @@ TEST_F(TheShareSheet, WarnsOfTheSameIdentifier) {
     EXPECT_FALSE(showsText(warning));
 }
 
-TEST_F(TheShareSheet, WarnsOfAnIncompleteCopy) {
+TEST_F(ShareSheet, WarnsOfIncompleteCopy) {
     view().modifiedFileRemarks.set({.promisedEntries = 24, .readEntries = 8});
     settle();
     EXPECT_TRUE(showsText("8 of 24 entries could be read: this copy is incomplete."));
@@ -213,7 +213,7 @@ TEST_F(TheShareSheet, WarnsOfAnIncompleteCopy) {
     EXPECT_FALSE(showsText("24 of 24 entries could be read: this copy is incomplete."));
 }
 
-TEST_F(TheShareSheet, WritesHomeAsATilde) {
+TEST_F(ShareSheet, HomeFolderIsShownAsTilde) {
     const QByteArray home = qgetenv("HOME");
     qputenv("HOME", QByteArray::fromStdString(folder_.path().string()));
     click("showRow");
@@ -227,7 +227,7 @@ TEST_F(TheShareSheet, WritesHomeAsATilde) {
     qputenv("HOME", home);
 }
 
-TEST_F(TheShareSheet, BeginsAfreshWheneverItOpens) {
+TEST_F(ShareSheet, OpensScrolledToTopWithoutFocus) {
     resize({320, 400});
     item("dragRow").forceActiveFocus(Qt::TabFocusReason);
     settle();
@@ -241,7 +241,7 @@ TEST_F(TheShareSheet, BeginsAfreshWheneverItOpens) {
     EXPECT_TRUE(item("saveRow").hasActiveFocus());
 }
 
-TEST_F(TheShareSheet, TellsThatACopyFailedAfterItWasClosed) {
+TEST_F(ShareSheet, FailedSaveAfterClosingShowsAlert) {
     click("saveRow");
     pickers_.answerDestination(QUrl::fromLocalFile(file("missing/copy.ipa")));
     view().showShareSheet.set(false);
@@ -249,7 +249,7 @@ TEST_F(TheShareSheet, TellsThatACopyFailedAfterItWasClosed) {
     EXPECT_THAT(state().alert().toStdString(), StartsWith("Could not save"));
 }
 
-TEST_F(TheShareSheet, KeepsBothFilesHoweverItIsLeft) {
+TEST_F(ShareSheet, ClosingKeepsBothFiles) {
     const auto leave = {std::function<void()>([this] { click("doneButton"); }),
                         std::function<void()>([this] { key(Qt::Key_Escape); }),
                         std::function<void()>([this] { click(QPointF(195, 4)); })};
@@ -265,7 +265,7 @@ TEST_F(TheShareSheet, KeepsBothFilesHoweverItIsLeft) {
     }
 }
 
-TEST_F(TheShareSheet, DimsWhatLiesBehindItAndKeepsItOutOfReach) {
+TEST_F(ShareSheet, DimsAndBlocksMainScreen) {
     const QRectF behind = placeOf(item("selectButton"));
     ASSERT_LT(behind.bottom(), placeOf(text("Notes2.ipa")).top()) << "the sheet covers it";
     const QSignalSpy clicks = clicksOf("selectButton");
@@ -278,17 +278,17 @@ TEST_F(TheShareSheet, DimsWhatLiesBehindItAndKeepsItOutOfReach) {
     EXPECT_EQ(clicks.count(), 1);
 }
 
-TEST_F(TheShareSheet, StaysWhenAPressBesideItComesBeforeIt) {
+TEST_F(ShareSheet, SecondPressOfDoubleClickDoesNotClose) {
     click("doneButton");
     app_->motion().setReduced(false);
     view().showShareSheet.set(true);
     ASSERT_TRUE(becomes([this] { return isShown("doneButton"); }));
-    click(QPointF(195, 4)); // as the second press of a double click
+    click(QPointF(195, 4)); // like the second press of a double click
     settle();
     EXPECT_TRUE(view().showShareSheet.get());
 }
 
-TEST_F(TheShareSheet, WithoutAResultIsLeftAllTheSame) {
+TEST_F(ShareSheet, SheetWithoutResultCloses) {
     view().modifiedFileURL.set(std::nullopt);
     settle();
     key(Qt::Key_Escape);

@@ -1,23 +1,23 @@
-// The keys that work wherever the focus is.
+// Shortcuts, which work wherever the focus is.
 
 #include "tests/window/WindowFixture.h"
 
 namespace {
 
-using TheShortcuts = test::WindowTest;
+using Shortcuts = test::WindowTest;
 
-TEST_F(TheShortcuts, AskForAFile) {
+TEST_F(Shortcuts, OpenShortcutOpensDocumentPicker) {
     key(Qt::Key_O, Qt::ControlModifier);
     waitForDocumentDialog();
 }
 
-TEST_F(TheShortcuts, AskForAFileWhileTheFieldHasTheFocus) {
+TEST_F(Shortcuts, OpenShortcutWorksInNumberField) {
     click("duplicationNumber");
     key(Qt::Key_O, Qt::ControlModifier);
     waitForDocumentDialog();
 }
 
-TEST_F(TheShortcuts, AskForNoFileWhileAJobRunsOrASheetIsOpen) {
+TEST_F(Shortcuts, OpenShortcutIsOffDuringJobsAndSheets) {
     view().isLoading.set(true);
     settle();
     key(Qt::Key_O, Qt::ControlModifier);
@@ -32,7 +32,7 @@ TEST_F(TheShortcuts, AskForNoFileWhileAJobRunsOrASheetIsOpen) {
     waitForDocumentDialog();
 }
 
-TEST_F(TheShortcuts, CloseTheWindow) {
+TEST_F(Shortcuts, CloseShortcutClosesWindow) {
     for (const auto closing : {Qt::Key_W, Qt::Key_Q}) {
         open();
         ASSERT_TRUE(window().isVisible());
@@ -41,7 +41,7 @@ TEST_F(TheShortcuts, CloseTheWindow) {
     }
 }
 
-TEST_F(TheShortcuts, CloseTheWindowWhileASheetIsOpen) {
+TEST_F(Shortcuts, CloseShortcutWorksWithOpenSheet) {
     view().showInfoSheet.set(true);
     settle();
     QTest::keyClick(&window(), Qt::Key_W, Qt::ControlModifier);

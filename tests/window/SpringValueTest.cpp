@@ -15,10 +15,10 @@ namespace {
 constexpr double response = 0.55;
 constexpr double dampingFraction = 0.825;
 
-/// The clock is the test's: the event loop, which would move it, does not run.
-class ASpringValue : public testing::Test {
+/// The test sets the time itself: without an event loop the animation does not run.
+class SpringValueTest : public testing::Test {
 protected:
-    ASpringValue() {
+    SpringValueTest() {
         value_.setProperty("response", QVariant(response));
         value_.setProperty("dampingFraction", QVariant(dampingFraction));
         QObject::connect(&value_, &SpringValue::valueChanged, &value_,
@@ -30,13 +30,13 @@ protected:
     const Spring spring_{response, dampingFraction};
 };
 
-TEST_F(ASpringValue, BeginsAtItsFirstTarget) {
+TEST_F(SpringValueTest, StartsAtFirstTarget) {
     value_.setTarget(1);
     EXPECT_THAT(values_, ElementsAre(1));
     EXPECT_EQ(value_.state(), SpringValue::Stopped);
 }
 
-TEST_F(ASpringValue, MovesAsASpringToTheNextOne) {
+TEST_F(SpringValueTest, MovesLikeSpringToNextTarget) {
     value_.setTarget(1);
     value_.setTarget(0.95);
     EXPECT_EQ(value_.state(), SpringValue::Running);
@@ -47,7 +47,7 @@ TEST_F(ASpringValue, MovesAsASpringToTheNextOne) {
     }
 }
 
-TEST_F(ASpringValue, ComesToRestAtItsTarget) {
+TEST_F(SpringValueTest, StopsExactlyAtTarget) {
     value_.setTarget(1);
     value_.setTarget(0.95);
     EXPECT_NEAR(value_.duration(), 1000 * spring_.settlingTime({1, 0}, 0.95), 1);
@@ -58,7 +58,7 @@ TEST_F(ASpringValue, ComesToRestAtItsTarget) {
     EXPECT_EQ(value_.state(), SpringValue::Stopped);
 }
 
-TEST_F(ASpringValue, KeepsItsSpeedWhenTheTargetChanges) {
+TEST_F(SpringValueTest, KeepsVelocityWhenTargetChanges) {
     value_.setTarget(1);
     value_.setTarget(0.95);
     value_.setCurrentTime(60);
@@ -73,7 +73,7 @@ TEST_F(ASpringValue, KeepsItsSpeedWhenTheTargetChanges) {
     EXPECT_EQ(value_.value(), 1);
 }
 
-TEST_F(ASpringValue, DoesNotBeginAnewAtTheSameTarget) {
+TEST_F(SpringValueTest, EqualTargetDoesNotRestart) {
     value_.setTarget(1);
     value_.setTarget(0.95);
     value_.setCurrentTime(60);
@@ -84,7 +84,7 @@ TEST_F(ASpringValue, DoesNotBeginAnewAtTheSameTarget) {
     EXPECT_EQ(value_.currentTime(), 60);
 }
 
-TEST_F(ASpringValue, JumpsIfItIsNotAnimated) {
+TEST_F(SpringValueTest, JumpsWithoutAnimation) {
     value_.setProperty("isAnimated", QVariant(false));
     value_.setTarget(1);
     value_.setTarget(0.95);
@@ -93,7 +93,7 @@ TEST_F(ASpringValue, JumpsIfItIsNotAnimated) {
     EXPECT_EQ(value_.state(), SpringValue::Stopped);
 }
 
-TEST_F(ASpringValue, JumpsFromTheMiddleOfItsWayAndForgetsItsSpeed) {
+TEST_F(SpringValueTest, JumpDuringAnimationClearsVelocity) {
     value_.setTarget(1);
     value_.setTarget(0.95);
     value_.setCurrentTime(60);

@@ -15,16 +15,16 @@ namespace fs = std::filesystem;
 
 namespace {
 
-class AThumbnailProvider : public testing::Test {
+class ThumbnailProviderTest : public testing::Test {
 protected:
     QString path(const char *name) { return QString::fromStdString((folder_ / name).string()); }
 
-    /// The icon as a dialog draws it.
+    /// The icon as drawn by a dialog.
     QImage drawn(const char *name) {
         return provider_.icon(QFileInfo(path(name))).pixmap(96, 96).toImage();
     }
 
-    /// What a file without a picture gets.
+    /// The icon of a file without a picture.
     QImage ordinary(const char *name) {
         return QFileIconProvider().icon(QFileInfo(path(name))).pixmap(96, 96).toImage();
     }
@@ -50,7 +50,7 @@ protected:
     ThumbnailProvider provider_;
 };
 
-TEST_F(AThumbnailProvider, ShowsWhatIsInAPicture) {
+TEST_F(ThumbnailProviderTest, ShowsPictureContents) {
     save("small.png", {10, 10});
     save("large.png", {1000, 1000});
     save("photo.JPG", {500, 500}, "jpeg");
@@ -58,7 +58,7 @@ TEST_F(AThumbnailProvider, ShowsWhatIsInAPicture) {
         expectRedBesideBlue(drawn(name));
 }
 
-TEST_F(AThumbnailProvider, KeepsTheProportions) {
+TEST_F(ThumbnailProviderTest, KeepsAspectRatio) {
     save("wide.png", {400, 100});
     const QImage wide = drawn("wide.png");
     expectRedBesideBlue(wide);
@@ -68,19 +68,19 @@ TEST_F(AThumbnailProvider, KeepsTheProportions) {
     EXPECT_NE(drawn("line.png"), ordinary("line.png"));
 }
 
-TEST_F(AThumbnailProvider, TurnsAPhotoUpright) {
+TEST_F(ThumbnailProviderTest, OrientationIsApplied) {
     save("turned.jpg", {500, 500}, "jpeg", QImageIOHandler::TransformationRotate90);
     const QImage icon = drawn("turned.jpg");
     EXPECT_GT(icon.pixelColor(48, 20).red(), 200) << "turned clockwise, the left is above";
     EXPECT_GT(icon.pixelColor(48, 76).blue(), 200);
 }
 
-TEST_F(AThumbnailProvider, GoesByTheContentOfWhatIsCalledAPicture) {
+TEST_F(ThumbnailProviderTest, FormatIsDetectedByContents) {
     save("really-a-png.jpg", {100, 100});
     expectRedBesideBlue(drawn("really-a-png.jpg"));
 }
 
-TEST_F(AThumbnailProvider, LeavesTheOrdinaryIconToEverythingElse) {
+TEST_F(ThumbnailProviderTest, OtherFilesHaveOrdinaryIcon) {
     test::writeFile(folder_ / "letter.png", "no picture");
     test::writeFile(folder_ / "letter.heic", "no picture");
     test::writeFile(folder_ / "empty.png", "");
@@ -91,14 +91,14 @@ TEST_F(AThumbnailProvider, LeavesTheOrdinaryIconToEverythingElse) {
         EXPECT_EQ(drawn(name), ordinary(name)) << name;
 }
 
-TEST_F(AThumbnailProvider, LeavesOutFilesThatWouldTakeLong) {
+TEST_F(ThumbnailProviderTest, LargeFilesHaveOrdinaryIcon) {
     save("huge.png", {100, 100});
     expectRedBesideBlue(drawn("huge.png"));
     fs::resize_file(folder_ / "huge.png", 64'000'001);
     EXPECT_EQ(drawn("huge.png"), ordinary("huge.png"));
 }
 
-TEST(ThePictureNames, AreThoseOfTheKindsThatAreRead) {
+TEST(PictureNames, MatchReadableFormats) {
     for (const char *const name : {"*.png", "*.jpg", "*.jpeg", "*.heic", "*.webp", "*.gif"})
         EXPECT_THAT(vellomir::pictureNames(), Contains(QString::fromLatin1(name)));
 }

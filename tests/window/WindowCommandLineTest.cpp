@@ -12,7 +12,7 @@ using vellomir::ParsedCommandLine;
 
 namespace {
 
-/// What came of it, and what it printed.
+/// The parsed options and the output.
 struct Outcome {
     ParsedCommandLine parsed;
     std::string output;
@@ -27,7 +27,7 @@ Outcome parse(const QStringList &arguments) {
     return {parsed, testing::internal::GetCapturedStdout(), testing::internal::GetCapturedStderr()};
 }
 
-/// The path of the file that the argument names.
+/// The path of the file that the argument refers to.
 std::string named(const QString &argument) {
     const Outcome outcome = parse({argument});
     if (!outcome.parsed.options || outcome.parsed.options->files.size() != 1)
@@ -35,14 +35,14 @@ std::string named(const QString &argument) {
     return outcome.parsed.options->files.front().toLocalFile().toStdString();
 }
 
-TEST(TheCommandLine, NeedsNoFile) {
+TEST(WindowCommandLine, FileIsOptional) {
     const Outcome outcome = parse({});
     ASSERT_TRUE(outcome.parsed.options);
     EXPECT_THAT(outcome.parsed.options->files, IsEmpty());
     EXPECT_EQ(outcome.output + outcome.errors, "");
 }
 
-TEST(TheCommandLine, NamesAFileInEveryWay) {
+TEST(WindowCommandLine, FileMayBePathOrURL) {
     const test::TemporaryFolder folder;
     const QString before = QDir::currentPath();
     ASSERT_TRUE(QDir::setCurrent(QString::fromStdString(folder.path().string())));
@@ -60,14 +60,14 @@ TEST(TheCommandLine, NamesAFileInEveryWay) {
     QDir::setCurrent(before);
 }
 
-TEST(TheCommandLine, TakesANameThatBeginsLikeAnOption) {
+TEST(WindowCommandLine, FileNameMayLookLikeOption) {
     const Outcome outcome = parse({QStringLiteral("--"), QStringLiteral("/picked/-x.ipa")});
     ASSERT_TRUE(outcome.parsed.options);
     EXPECT_EQ(outcome.parsed.options->files.front().toLocalFile(),
               QStringLiteral("/picked/-x.ipa"));
 }
 
-TEST(TheCommandLine, SaysWhatItTakes) {
+TEST(WindowCommandLine, PrintsHelp) {
     const Outcome outcome = parse({QStringLiteral("--help")});
     EXPECT_FALSE(outcome.parsed.options);
     EXPECT_EQ(outcome.parsed.exitCode, 0);
@@ -76,14 +76,14 @@ TEST(TheCommandLine, SaysWhatItTakes) {
     EXPECT_EQ(outcome.errors, "");
 }
 
-TEST(TheCommandLine, SaysItsVersion) {
+TEST(WindowCommandLine, PrintsVersion) {
     const Outcome outcome = parse({QStringLiteral("--version")});
     EXPECT_FALSE(outcome.parsed.options);
     EXPECT_EQ(outcome.parsed.exitCode, 0);
     EXPECT_EQ(outcome.output, "vellomir " VELLOMIR_VERSION "\n");
 }
 
-TEST(TheCommandLine, RefusesWhatItDoesNotKnow) {
+TEST(WindowCommandLine, UnknownOptionsAreRefused) {
     const Outcome outcome = parse({QStringLiteral("--quickly")});
     EXPECT_FALSE(outcome.parsed.options);
     EXPECT_EQ(outcome.parsed.exitCode, 2);
@@ -92,7 +92,7 @@ TEST(TheCommandLine, RefusesWhatItDoesNotKnow) {
     EXPECT_EQ(outcome.output, "");
 }
 
-TEST(TheCommandLine, RefusesTwoFiles) {
+TEST(WindowCommandLine, TwoFilesAreRefused) {
     const Outcome outcome = parse({QStringLiteral("a.ipa"), QStringLiteral("b.ipa")});
     EXPECT_FALSE(outcome.parsed.options);
     EXPECT_EQ(outcome.parsed.exitCode, 2);

@@ -8,8 +8,8 @@
 namespace test {
 namespace {
 
-/// Milliseconds; only what has gone wrong takes that long.
-constexpr int patience = 30'000;
+/// Milliseconds; only a failing test waits this long.
+constexpr int timeout = 30'000;
 
 void gather(QQuickItem *item, std::vector<QQuickItem *> &items) {
     if (!item->isVisible())
@@ -52,21 +52,21 @@ void WindowTest::open(const QSize &size) {
     window().resize(size);
     window().show();
     window().requestActivate();
-    if (!QTest::qWaitForWindowActive(&window(), patience))
+    if (!QTest::qWaitForWindowActive(&window(), timeout))
         throw std::runtime_error("the window does not become active");
     settle();
 }
 
 bool WindowTest::becomes(const std::function<bool()> &condition) {
-    return QTest::qWaitFor(condition, patience);
+    return QTest::qWaitFor(condition, timeout);
 }
 
 void WindowTest::settle() {
-    constexpr int rounds = 3; // An event may make another, and a new size moves what is below.
+    constexpr int rounds = 3; // An event may cause another, and a new size moves the items below.
     for (int round = 0; round < rounds; ++round) {
         QCoreApplication::processEvents();
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-        static_cast<void>(window().grabWindow()); // Puts everything in its place.
+        static_cast<void>(window().grabWindow()); // forces the layout
     }
 }
 

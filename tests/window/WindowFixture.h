@@ -17,19 +17,19 @@
 
 namespace test {
 
-/// As it looks with the text's markup taken out.
+/// The displayed text, without markup.
 [[nodiscard]] std::string plainText(const QQuickItem &text);
-/// Whether it is a text that is drawn; not one that is edited.
+/// Whether the item is a visible text that cannot be edited.
 [[nodiscard]] bool isText(const QQuickItem &item);
 [[nodiscard]] std::string textProperty(const QObject &object, const char *name);
 
-/// The real window in a data folder of its own, with nobody but the test at its dialogs, driven by
-/// events of mouse and keyboard. Motion is reduced, so that everything is in its place at once.
+/// The real window in its own data folder. The test answers its dialogs and sends events of the
+/// mouse and the keyboard. Motion is reduced, so items are in their final place at once.
 class WindowTest : public testing::Test {
 protected:
     explicit WindowTest(const QSize &size = {390, 844});
 
-    /// Makes the window; in place of the one there is, if there is one.
+    /// Makes the window, replacing an earlier one.
     void open(const QSize &size = {390, 844});
 
     [[nodiscard]] QQuickWindow &window() { return app_->window(); }
@@ -41,32 +41,32 @@ protected:
 
     // --- Waiting --------------------------------------------------------------------------------
 
-    /// Runs the event loop until it holds; false if it still doesn't after half a minute.
+    /// Runs the event loop until the condition holds; false if it does not within half a minute.
     [[nodiscard]] static bool becomes(const std::function<bool()> &condition);
-    /// Lets everything come of what has happened that needs no other thread.
+    /// Processes all pending events; does not wait for other threads.
     void settle();
     void resize(const QSize &size);
-    /// Until the document picker has been shown so many times; it comes when the old files have
-    /// gone.
+    /// Waits until the document picker was shown `number` times; it opens after the old files were
+    /// deleted.
     void waitForDocumentDialog(int number = 1);
 
-    // --- What there is to see -------------------------------------------------------------------
+    // --- Contents -------------------------------------------------------------------------------
 
-    /// All items that are shown, each before its children.
+    /// All visible items, each before its children.
     [[nodiscard]] std::vector<QQuickItem *> items();
-    /// The shown item with that object name; throws if there is none.
+    /// The visible item with this object name; throws if there is none.
     [[nodiscard]] QQuickItem &item(const char *objectName);
     [[nodiscard]] bool isShown(const char *objectName);
-    /// The shown text; throws if there is none.
+    /// The visible text; throws if there is none.
     [[nodiscard]] QQuickItem &text(const std::string &content);
     [[nodiscard]] bool showsText(const std::string &content);
-    /// All texts that are shown and are not empty, from top to bottom.
+    /// All visible texts that are not empty, from top to bottom.
     [[nodiscard]] std::vector<std::string> texts();
-    /// In the window, in points, scaled as it is.
+    /// In window coordinates, in points, including scale.
     [[nodiscard]] static QRectF placeOf(const QQuickItem &item);
     [[nodiscard]] Drawing draw();
 
-    // --- What a person does ---------------------------------------------------------------------
+    // --- Input ----------------------------------------------------------------------------------
 
     void click(const QPointF &place);
     void click(QQuickItem &item) { click(placeOf(item).center()); }
@@ -76,7 +76,7 @@ protected:
     void key(Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier);
     void type(const char *characters);
 
-    /// Counts the clicks of a button from now on, whichever way they come.
+    /// Counts the clicked signals of a button from now on.
     [[nodiscard]] QSignalSpy clicksOf(const char *objectName) {
         return QSignalSpy(&item(objectName), SIGNAL(clicked()));
     }

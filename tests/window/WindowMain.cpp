@@ -1,4 +1,4 @@
-// What every test of the window starts with: an application without a display.
+// The main function of all window tests: an application without a display.
 
 #include "Vellomir/Window/OrsantaVellomirApp.h"
 
@@ -10,7 +10,7 @@ namespace {
 
 QtMessageHandler ordinaryHandler = nullptr;
 
-/// What a screen complains of is a failure of the test that made it do so.
+/// QML warnings make the running test fail.
 void handleMessage(QtMsgType type, const QMessageLogContext &context, const QString &message) {
     if (type != QtDebugMsg && type != QtInfoMsg && message.contains(QLatin1String("qrc:/")))
         ADD_FAILURE() << message.toStdString();

@@ -11,27 +11,27 @@
 
 namespace vellomir {
 
-/// The real window with an empty data folder of its own and nobody at the dialogs: its state is set
-/// by hand, and it is drawn when it has come to rest.
+/// The real window with an empty data folder and dialogs that never answer. Its state is set by the
+/// caller; it is drawn when all animations have ended.
 class Stage {
 public:
     enum class Movement { reduced, whole };
 
-    /// With reduced movement, everything is in its place at once.
+    /// With reduced movement, animations are off.
     explicit Stage(const QSize &size, Movement movement = Movement::reduced);
 
     [[nodiscard]] AppLaunchView &view() { return app_.view(); }
     [[nodiscard]] AppLaunchState &state() { return app_.state(); }
-    /// A folder that goes with the stage.
+    /// Deleted with this object.
     [[nodiscard]] const QTemporaryDir &folder() const { return folder_; }
     [[nodiscard]] QQuickWindow &window() { return app_.window(); }
     void setTextScale(double scale) { app_.fonts().setScale(scale); }
-    /// The first item of the window with that name; null if there is none.
+    /// The first item of the window with this object name; null if there is none.
     [[nodiscard]] QQuickItem *item(const QString &objectName);
 
-    /// Lets the event loop run for a while.
+    /// Runs the event loop for this time.
     static void wait(int milliseconds);
-    /// The window as it is drawn when nothing moves any more.
+    /// Draws the window after all animations have ended.
     [[nodiscard]] QImage draw();
 
 private:

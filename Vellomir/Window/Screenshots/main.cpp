@@ -17,11 +17,11 @@
 namespace vellomir {
 namespace {
 
-/// A window in which all states are drawn.
+/// A window format in which all states are drawn.
 struct Format {
     QString name;
     QSize size;
-    int scale; ///< device pixels a point; a program has one for its whole life
+    int scale; ///< device pixels per point; fixed for the life of a process
 };
 
 const std::vector<Format> formats = {
@@ -31,14 +31,14 @@ const std::vector<Format> formats = {
     {QStringLiteral("390x844@2x"), {390, 844}, 2},
 };
 
-/// One state of the window, made from the one that it starts with.
+/// One state of the window, entered from the initial one.
 struct State {
     QString name;
     std::function<void(Stage &)> enter;
     Stage::Movement movement = Stage::Movement::reduced;
 };
 
-/// A picture with something to recognise in it.
+/// A picture with recognisable contents.
 Picture landscape(int width, int height) {
     QImage image(width, height, QImage::Format_RGBA8888);
     QPainter painter(&image);
@@ -176,7 +176,7 @@ void shareLongName(Stage &stage) {
     openShareSheet(stage, QStringLiteral("Holiday photographs of the whole family, summer2.ipa"));
 }
 
-/// With all that the sheet can tell.
+/// With every kind of remark and message.
 void shareEverything(Stage &stage) {
     stage.view().modifiedFileRemarks.set({.keepsIdentifier = true});
     openShareSheet(stage, QStringLiteral("A name that is so long that not even two lines of the "
@@ -184,7 +184,7 @@ void shareEverything(Stage &stage) {
     stage.state().sharing()->showInFileManager();
 }
 
-/// The earlier file went when another one was selected, and nothing came of that one.
+/// The earlier file was deleted when another one was selected, and the job on that one failed.
 void shareNothing(Stage &stage) {
     openShareSheet(stage, QStringLiteral("Sample2.ipa"));
     QFile::remove(stage.folder().filePath(QStringLiteral("Sample2.ipa")));
@@ -256,7 +256,7 @@ bool drawAll(const Format &format, const QDir &folder) {
     return true;
 }
 
-/// Another process for each format, as the scale cannot change.
+/// One process for each format, because Qt's scale cannot change at run time.
 int drawInProcesses(const QString &program, const QString &folder) {
     for (const Format &format : formats) {
         QProcess process;

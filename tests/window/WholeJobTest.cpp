@@ -1,4 +1,4 @@
-// The whole road from a package to its second copy, in the window, with real jobs.
+// End to end: from a package to its second copy, in the window, with real jobs.
 
 #include "tests/Vellomir/JobFixture.h"
 #include "tests/support/Referee.h"
@@ -16,9 +16,9 @@ namespace fs = std::filesystem;
 
 namespace {
 
-class TheWholeRoad : public test::WindowTest {
+class WholeJob : public test::WindowTest {
 protected:
-    TheWholeRoad() {
+    WholeJob() {
         test::writeFile(folder_ / "Notes.ipa", test::notesPackage());
         test::writeFile(folder_ / "Other.ipa", test::notesPackage());
         test::writeFile(folder_ / "Broken.ipa", "no archive");
@@ -62,12 +62,12 @@ protected:
         ASSERT_TRUE(isShown("saveRow"));
     }
 
-    /// Files that were asked for until now.
+    /// Number of document dialogs shown so far.
     int dialogs_ = 0;
 
     fs::path result() { return view().modifiedFileURL.get()->path(); }
 
-    /// Drops a file on the window; whether it is taken when it comes over the window.
+    /// Drops a file on the window. Returns whether the drop is accepted.
     bool drop(const QString &file) { return drop(QList{QUrl::fromLocalFile(file)}); }
 
     bool drop(const QList<QUrl> &urls) {
@@ -84,7 +84,7 @@ protected:
     }
 };
 
-TEST_F(TheWholeRoad, LeadsFromThePackageToASavedCopy) {
+TEST_F(WholeJob, FromPackageToSavedCopy) {
     int croppers = 0;
     QObject::connect(&state(), &vellomir::AppLaunchState::showImageCropperChanged, &window(),
                      [&] { croppers += state().showImageCropper(); });
@@ -118,7 +118,7 @@ TEST_F(TheWholeRoad, LeadsFromThePackageToASavedCopy) {
     EXPECT_EQ(test::readFile(folder_ / "saved.ipa"), test::readFile(result()));
 }
 
-TEST_F(TheWholeRoad, MakesAPackageThatOthersCanRead) {
+TEST_F(WholeJob, ResultIsReadableByOtherPrograms) {
     makeCopy("Notes.ipa", "7");
     const std::string script =
         "import plistlib, sys, zipfile\n"
@@ -131,7 +131,7 @@ TEST_F(TheWholeRoad, MakesAPackageThatOthersCanRead) {
     EXPECT_EQ(verdict.output, "com.example.notes7 Notes7");
 }
 
-TEST_F(TheWholeRoad, ShowsThatItRunsFromThePressToTheEnd) {
+TEST_F(WholeJob, SpinnerIsShownUntilTheEnd) {
     choose("Notes.ipa");
     std::vector<bool> spinning;
     QObject::connect(&state(), &vellomir::AppLaunchState::isLoadingChanged, &window(),
@@ -140,7 +140,7 @@ TEST_F(TheWholeRoad, ShowsThatItRunsFromThePressToTheEnd) {
     EXPECT_THAT(spinning, ElementsAre(true, false));
 }
 
-TEST_F(TheWholeRoad, EndsOnTheSameScreenWhenTheSheetIsLeftByEscape) {
+TEST_F(WholeJob, EscapeOnShareSheetShowsMainScreen) {
     makeCopy("Notes.ipa", "2");
     key(Qt::Key_Escape);
     EXPECT_FALSE(isShown("saveRow"));
@@ -153,7 +153,7 @@ TEST_F(TheWholeRoad, EndsOnTheSameScreenWhenTheSheetIsLeftByEscape) {
     EXPECT_FALSE(showsText("Temporary files cleared")) << "the next pick starts afresh";
 }
 
-TEST_F(TheWholeRoad, OffersTheOlderResultAfterARunThatFails) {
+TEST_F(WholeJob, FailedJobOffersEarlierResult) {
     makeCopy("Notes.ipa", "2");
     click("doneButton");
     ASSERT_FALSE(isShown("saveRow"));
@@ -167,7 +167,7 @@ TEST_F(TheWholeRoad, OffersTheOlderResultAfterARunThatFails) {
     EXPECT_TRUE(showsText("Duplication Number"));
 }
 
-TEST_F(TheWholeRoad, OffersNothingAfterARunWithoutAFile) {
+TEST_F(WholeJob, JobWithoutFileOffersNothing) {
     enterNumber("2");
     chooseIcon("icon.png");
     click("useButton");
@@ -180,7 +180,7 @@ TEST_F(TheWholeRoad, OffersNothingAfterARunWithoutAFile) {
     EXPECT_THAT(log(), IsEmpty());
 }
 
-TEST_F(TheWholeRoad, TakesTwoRunsAtOnceAndEndsCleanly) {
+TEST_F(WholeJob, TwoJobsMayRunAtOnce) {
     choose("Notes.ipa");
     enterNumber("2");
     QQuickItem &button = item("runButton");
@@ -192,7 +192,7 @@ TEST_F(TheWholeRoad, TakesTwoRunsAtOnceAndEndsCleanly) {
     settle();
     EXPECT_FALSE(isShown("spinner"));
     EXPECT_EQ(isShown("saveRow"), view().modifiedFileURL.get().has_value());
-    app_.reset(); // Waits for the one that may still run.
+    app_.reset(); // waits for a job that may still run
     std::vector<std::string> left;
     for (const auto &each : fs::recursive_directory_iterator(folder_ / "data"))
         if (each.is_regular_file() && each.path().extension() != ".lock")
@@ -202,14 +202,14 @@ TEST_F(TheWholeRoad, TakesTwoRunsAtOnceAndEndsCleanly) {
     EXPECT_LE(left.size(), 1);
 }
 
-TEST_F(TheWholeRoad, MayBeLeftInTheMiddleOfARun) {
+TEST_F(WholeJob, WindowMayCloseDuringJob) {
     choose("Notes.ipa");
     click("runButton");
     app_.reset();
     EXPECT_TRUE(fs::exists(folder_ / "Notes.ipa"));
 }
 
-TEST_F(TheWholeRoad, KeepsAllWhenPickingIsCancelledOrFails) {
+TEST_F(WholeJob, CancelledOrFailedPickChangesNothing) {
     choose("Notes.ipa");
     const auto before = view().selectedFileURL.get();
     click("selectButton");
@@ -224,14 +224,15 @@ TEST_F(TheWholeRoad, KeepsAllWhenPickingIsCancelledOrFails) {
     EXPECT_EQ(view().selectedFileURL.get(), before);
 }
 
-// --- A picture that is none ---------------------------------------------------------------------
+// --- A file that is not a picture ---------------------------------------------------------------
 
-TEST_F(TheWholeRoad, TellsOfAPictureThatIsNoneAndKeepsTheOneBefore) {
+TEST_F(WholeJob, InvalidPictureIsReportedAndOldIconIsKept) {
     chooseIcon("icon.png");
     click("useButton");
     const auto before = view().selectedImage.get();
     ASSERT_TRUE(before);
-    view().pickIconAction(); // The button would remove the picture now.
+    // The button would remove the picture now, so the action is called directly.
+    view().pickIconAction();
     settle();
     pickers_.answerPicture(file("letter.png"));
     ASSERT_TRUE(becomes([this] { return isShown("alertButton"); }));
@@ -246,7 +247,7 @@ TEST_F(TheWholeRoad, TellsOfAPictureThatIsNoneAndKeepsTheOneBefore) {
     EXPECT_TRUE(showsText("Remove selected image"));
 }
 
-TEST_F(TheWholeRoad, TellsOfEachPictureThatIsNone) {
+TEST_F(WholeJob, EachInvalidPictureIsReported) {
     for (int attempt = 0; attempt < 2; ++attempt) {
         click("iconButton");
         pickers_.answerPicture(file("letter.png"));
@@ -259,7 +260,7 @@ TEST_F(TheWholeRoad, TellsOfEachPictureThatIsNone) {
 
 // --- Dropping a file ----------------------------------------------------------------------------
 
-TEST_F(TheWholeRoad, BeginsWithADroppedFileAsWell) {
+TEST_F(WholeJob, DroppedFileIsSelected) {
     EXPECT_TRUE(drop(file("Notes.ipa")));
     ASSERT_TRUE(becomes([this] { return showsText("File selected: Notes.ipa"); }));
     enterNumber("4");
@@ -268,7 +269,7 @@ TEST_F(TheWholeRoad, BeginsWithADroppedFileAsWell) {
     EXPECT_TRUE(showsText("Notes4.ipa"));
 }
 
-TEST_F(TheWholeRoad, ShowsThatItWouldTakeWhatIsOverIt) {
+TEST_F(WholeJob, DragOverWindowIsHighlighted) {
     QMimeData data;
     data.setUrls({QUrl::fromLocalFile(file("Notes.ipa"))});
     QDragEnterEvent enter({100, 100}, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
@@ -281,7 +282,7 @@ TEST_F(TheWholeRoad, ShowsThatItWouldTakeWhatIsOverIt) {
     EXPECT_FALSE(showsText("Drop the package here"));
 }
 
-TEST_F(TheWholeRoad, RefusesADropThatIsNoFile) {
+TEST_F(WholeJob, DropWithoutFilesIsRefused) {
     QMimeData data;
     data.setText(QStringLiteral("Notes.ipa"));
     QDragEnterEvent enter({100, 100}, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
@@ -290,7 +291,7 @@ TEST_F(TheWholeRoad, RefusesADropThatIsNoFile) {
     EXPECT_FALSE(enter.isAccepted());
 }
 
-TEST_F(TheWholeRoad, RefusesADropWhileASheetIsOpen) {
+TEST_F(WholeJob, DropIsRefusedWhileSheetIsOpen) {
     choose("Notes.ipa");
     click("infoButton");
     EXPECT_FALSE(drop(file("Other.ipa")));
@@ -300,7 +301,7 @@ TEST_F(TheWholeRoad, RefusesADropWhileASheetIsOpen) {
     EXPECT_TRUE(becomes([this] { return showsText("File selected: Other.ipa"); }));
 }
 
-TEST_F(TheWholeRoad, RefusesADropWhileItRuns) {
+TEST_F(WholeJob, DropIsRefusedDuringJob) {
     choose("Notes.ipa");
     view().isLoading.set(true);
     settle();
@@ -308,7 +309,7 @@ TEST_F(TheWholeRoad, RefusesADropWhileItRuns) {
     EXPECT_THAT(log(), ElementsAre("File selected: Notes.ipa"));
 }
 
-TEST_F(TheWholeRoad, TakesTheFirstOfSeveralDroppedFilesAndSaysSo) {
+TEST_F(WholeJob, FirstOfSeveralDroppedFilesIsTaken) {
     QList<QUrl> urls{QUrl::fromLocalFile(file("Notes.ipa")),
                      QUrl::fromLocalFile(file("Other.ipa"))};
     drop(urls);
@@ -323,14 +324,14 @@ TEST_F(TheWholeRoad, TakesTheFirstOfSeveralDroppedFilesAndSaysSo) {
     EXPECT_EQ(view().selectedFileURL.get(), folder_.url("Notes.ipa"));
 }
 
-TEST_F(TheWholeRoad, SaysThatADroppedLinkIsNoFile) {
+TEST_F(WholeJob, DroppedLinkIsReported) {
     drop(QList{QUrl(QStringLiteral("https://example.com/Notes.ipa"))});
     EXPECT_EQ(state().alert(), "Only files on this computer can be opened, not "
                                "https://example.com/Notes.ipa");
     EXPECT_TRUE(log().empty());
 }
 
-TEST_F(TheWholeRoad, WarnsWhereTheCopyHasTheSameIdentifier) {
+TEST_F(WholeJob, EqualIdentifierIsReported) {
     const std::string warning = "Same identifier as the original: it would replace it";
     choose("Notes.ipa");
     doIt();
@@ -340,7 +341,7 @@ TEST_F(TheWholeRoad, WarnsWhereTheCopyHasTheSameIdentifier) {
     EXPECT_FALSE(showsText(warning));
 }
 
-TEST_F(TheWholeRoad, OffersNoFileThatTheNextPickHasRemoved) {
+TEST_F(WholeJob, ResultDeletedByNextPickIsNotOffered) {
     makeCopy("Notes.ipa", "2");
     click("doneButton");
     choose("Broken.ipa");
@@ -349,14 +350,14 @@ TEST_F(TheWholeRoad, OffersNoFileThatTheNextPickHasRemoved) {
     EXPECT_FALSE(item("saveRow").isEnabled());
 }
 
-TEST_F(TheWholeRoad, RefusesItsOwnFilesThatTheDropWouldDestroy) {
+TEST_F(WholeJob, DropOfOwnFilesIsRefused) {
     makeCopy("Notes.ipa", "2");
     click("doneButton");
     const fs::path copy = result();
     drop(QString::fromStdString(copy.string()));
     EXPECT_EQ(view().selectedFileURL.get(), std::nullopt);
     EXPECT_TRUE(app_->state().alert().startsWith(QStringLiteral("Notes2.ipa lies in")));
-    app_.reset(); // Waits for what goes on in the background.
+    app_.reset(); // waits for background work
     EXPECT_TRUE(fs::exists(copy));
 }
 

@@ -4,7 +4,7 @@
 #include "Vellomir/ContentView/ResultRemarks.h"
 #include "Vellomir/Platform/BackgroundWork.h"
 #include "Vellomir/Platform/LogMessages.h"
-#include "Vellomir/Platform/Picture.h"
+#include "Vellomir/Pictures/Picture.h"
 #include "Vellomir/Platform/Property.h"
 #include "Vellomir/Platform/SandboxFiles.h"
 #include "Vellomir/Platform/Services.h"

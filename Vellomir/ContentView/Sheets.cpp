@@ -51,11 +51,11 @@ ImageCropperView AppLaunchView::imageCropperView() {
 
 void AppLaunchView::pickedImage(const archive::URL &url) {
     isDecoding_ = true;
-    decoding_.start([this, url](const auto & /*isCancelled*/) -> Task {
+    decoding_.start([this, url](const auto &isCancelled) -> Task {
         std::optional<Picture> picture;
         std::string error;
         try {
-            picture = Picture::read(url);
+            picture = Picture::read(url, {}, [&isCancelled] { return isCancelled.load(); });
         } catch (const std::exception &caught) {
             error = reason(caught);
         }

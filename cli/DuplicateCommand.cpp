@@ -19,13 +19,11 @@ using archive::Archive;
 using archive::URL;
 using vellomir::Existing;
 
-std::optional<vellomir::Picture> readIcon(const DuplicateOptions &options,
-                                          const Session &session) {
+std::optional<vellomir::Picture> readIcon(const DuplicateOptions &options, const Session &session) {
     if (!options.icon)
         return std::nullopt;
-    const auto picture =
-        vellomir::Picture::read(URL::file(*options.icon), {},
-                                [&session] { return session.progress()->isCancelled(); });
+    const auto picture = vellomir::Picture::read(
+        URL::file(*options.icon), {}, [&session] { return session.progress()->isCancelled(); });
     return options.zoom ? vellomir::cropImageToSquare(picture) : picture;
 }
 

@@ -13,15 +13,6 @@
 namespace vellomir {
 namespace {
 
-// Sanitizers reserve terabytes of address space, and say what they find on standard error.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool hasSanitizer = true;
-#elif defined(__has_feature)
-constexpr bool hasSanitizer = __has_feature(address_sanitizer) || __has_feature(thread_sanitizer);
-#else
-constexpr bool hasSanitizer = false;
-#endif
-
 /// Where libraries and their plugins are, and what sanitizers shall do.
 constexpr std::array<std::string_view, 7> keptVariables = {
     "LD_LIBRARY_PATH=", "QT_PLUGIN_PATH=", "LIBHEIF_PLUGIN_PATH=", "ASAN_OPTIONS=",
@@ -62,7 +53,7 @@ void setLimit(int resource, rlim_t soft, rlim_t hard) {
 void setLimits(const HelperLimits &limits) {
     constexpr rlim_t mostFiles = 64;
     const auto seconds = static_cast<rlim_t>(limits.processorTime.count());
-    if (!hasSanitizer)
+    if (limitsMemory)
         setLimit(RLIMIT_AS, limits.memory, limits.memory);
     setLimit(RLIMIT_FSIZE, limits.resultSize, limits.resultSize);
     setLimit(RLIMIT_CPU, seconds, seconds + 1); // the first is a signal of its own
@@ -79,7 +70,7 @@ void arrangeDescriptors(int input, int output, int life) {
         copies[index] = ::fcntl(from[index], F_DUPFD, high);
     ::dup2(copies[0], STDIN_FILENO);
     ::dup2(copies[0], STDOUT_FILENO);
-    if (!hasSanitizer)
+    if (limitsMemory) // Sanitizers write what they find to standard error.
         ::dup2(copies[0], STDERR_FILENO);
     ::dup2(copies[1], helperInput);
     ::dup2(copies[2], helperOutput);
@@ -125,8 +116,7 @@ pid_t startHelper(const HelperRun &run, int life) {
     const pid_t parent = ::getpid();
     const pid_t child = ::fork();
     if (child == 0)
-        become(run, life, parent, arguments.data(),
-               environment.data());
+        become(run, life, parent, arguments.data(), environment.data());
     return child;
 }
 

@@ -42,9 +42,8 @@ Picture Picture::read(const archive::URL &url, const DecodingOptions &options,
     const std::uint64_t size = regularFileSize(file, path);
     if (size > maximumPictureFile)
         throw archive::Error(archive::FileError::fileReadTooLarge, {.path = path});
-    return decoded(path, [&] {
-        return PictureHelper::find().decode(file.get(), size, options, isCancelled);
-    });
+    return decoded(
+        path, [&] { return PictureHelper::find().decode(file.get(), size, options, isCancelled); });
 }
 
 Picture Picture::decode(std::span<const std::byte> bytes, const std::string &name,

@@ -69,8 +69,8 @@ public:
     /// PNG, JPEG, GIF, BMP, ICO; HEIC, WebP, TIFF and others where the system can. The content
     /// decides, not the name. Of several pictures in a file, the first. The pixels are as stored,
     /// the orientation as tagged; HEIC pictures are upright already. A process of its own decodes
-    /// them, within limits of memory and time. Throws `PictureError` or a `FileError`, with the path,
-    /// and `ArchiveError::cancelledOperation`.
+    /// them, within limits of memory and time. Throws `PictureError` or a `FileError`, with the
+    /// path, and `ArchiveError::cancelledOperation`.
     [[nodiscard]] static Picture read(const archive::URL &url, const DecodingOptions &options = {},
                                       const Cancellation &isCancelled = {});
     /// The same from memory. `name` is the path in errors.

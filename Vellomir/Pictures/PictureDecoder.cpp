@@ -33,12 +33,12 @@ DecodedPicture decodePicture(std::span<const std::byte> bytes, const DecodingOpt
                              const BeforePixels &beforePixels) {
     if (const auto fault = pictureFault(bytes))
         throw PictureFault(*fault);
-    DecodedPicture picture =
-        readStored(bytes, options, beforePixels ? beforePixels : [](std::int64_t) {});
+    DecodedPicture picture = readStored(
+        bytes, options, beforePixels ? beforePixels : [](std::int64_t) {});
     if (options.maximumSide == 0)
         return picture;
-    return {.bitmap = upright(scaledToFit(picture.bitmap, options.maximumSide),
-                              picture.orientation)};
+    return {.bitmap =
+                upright(scaledToFit(picture.bitmap, options.maximumSide), picture.orientation)};
 }
 
 } // namespace vellomir

@@ -60,7 +60,8 @@ std::vector<std::byte> PictureHelper::encode(const DecodedPicture &picture,
     writeBitmap(input.get(), picture);
     seal(input.get());
     const std::int64_t pixels = std::int64_t{picture.bitmap.width} * picture.bitmap.height;
-    return readPng(run({std::string(encodeCommand)}, input.get(), helperLimits(pixels, 0), isCancelled));
+    return readPng(
+        run({std::string(encodeCommand)}, input.get(), helperLimits(pixels, 0), isCancelled));
 }
 
 } // namespace vellomir

@@ -7,7 +7,8 @@
 
 namespace vellomir {
 
-/// Decodes and encodes pictures in a process of their own, a new one each time. A value; any thread.
+/// Decodes and encodes pictures in a process of their own, a new one each time. A value; any
+/// thread.
 class PictureHelper {
 public:
     /// The picture program as it is built and as it is installed, by where this program is. Throws

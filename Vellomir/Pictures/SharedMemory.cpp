@@ -42,8 +42,8 @@ void writeAll(int descriptor, std::span<const std::byte> bytes) {
 }
 
 void seal(int descriptor) {
-    if (::fcntl(descriptor, F_ADD_SEALS, F_SEAL_SEAL | F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_WRITE) !=
-        0)
+    if (::fcntl(descriptor, F_ADD_SEALS,
+                F_SEAL_SEAL | F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_WRITE) != 0)
         throw PictureFault("The picture is still being written");
 }
 

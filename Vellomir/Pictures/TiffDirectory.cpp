@@ -65,9 +65,8 @@ std::optional<TiffNumbers> TiffDirectory::numbers(unsigned tag) const {
         return std::nullopt;
     const std::uint64_t valuePlace = 4 + offsetSize;
     const bool isInside = count * size <= offsetSize;
-    return TiffNumbers(isInside
-                           ? entry.part(valuePlace, count * size)
-                           : file_.part(entry.number(valuePlace, offsetSize), count * size),
+    return TiffNumbers(isInside ? entry.part(valuePlace, count * size)
+                                : file_.part(entry.number(valuePlace, offsetSize), count * size),
                        size);
 }
 

@@ -40,7 +40,8 @@ std::optional<std::uint64_t> expansion(std::uint64_t method) {
 }
 
 /// Of all strips or tiles, each of which must lie in the file.
-std::uint64_t dataSize(const PictureBytes &file, const TiffNumbers &offsets, const TiffNumbers &sizes) {
+std::uint64_t dataSize(const PictureBytes &file, const TiffNumbers &offsets,
+                       const TiffNumbers &sizes) {
     std::uint64_t total = 0;
     const std::uint64_t count = std::min(offsets.count(), sizes.count());
     for (std::uint64_t index = 0; index < count; ++index)

@@ -55,8 +55,8 @@ std::string fault(const vellomir::MappedMemory &memory) {
 TEST(HelperProtocol, BitmapsComeBackWithoutGaps) {
     for (const bool isDeep : {false, true}) {
         const DecodedPicture before = picture(isDeep);
-        const DecodedPicture after = vellomir::readBitmap(
-            memory([&](int file) { vellomir::writeBitmap(file, before); }));
+        const DecodedPicture after =
+            vellomir::readBitmap(memory([&](int file) { vellomir::writeBitmap(file, before); }));
         EXPECT_EQ(after.orientation, Orientation::left);
         EXPECT_EQ(after.bitmap.width, 2);
         EXPECT_EQ(after.bitmap.height, 3);
@@ -76,10 +76,9 @@ TEST(HelperProtocol, RefusalsComeBackWithTheirReason) {
                   vellomir::writeRefusal(file, "The picture is\na bomb");
               })),
               "The picture is a bomb");
-    EXPECT_EQ(fault(memory([](int file) {
-                  vellomir::writeRefusal(file, std::string(100'000, 'x'));
-              })),
-              std::string(300, 'x'));
+    EXPECT_EQ(
+        fault(memory([](int file) { vellomir::writeRefusal(file, std::string(100'000, 'x')); })),
+        std::string(300, 'x'));
 }
 
 TEST(HelperProtocol, PngsComeBack) {
@@ -91,10 +90,8 @@ TEST(HelperProtocol, PngsComeBack) {
 
 TEST(HelperProtocol, NumbersThatDoNotFitTheMemoryAreRefused) {
     constexpr std::size_t size = 4 * 2 * 3;
-    const HelperRecord right{.kind = HelperRecord::Kind::bitmap,
-                             .width = 2,
-                             .height = 3,
-                             .orientation = 1};
+    const HelperRecord right{
+        .kind = HelperRecord::Kind::bitmap, .width = 2, .height = 3, .orientation = 1};
     EXPECT_EQ(fault(memoryOf(right, size)), "");
     EXPECT_NE(fault(memoryOf(right, size - 1)), "");
     EXPECT_NE(fault(memoryOf(right, size + 1)), "");

@@ -1,7 +1,7 @@
 // Files of a few bytes that claim to be large pictures, and files that end too early.
 
-#include "Vellomir/Pictures/PictureLimits.h"
 #include "Vellomir/Pictures/PictureIntegrity.h"
+#include "Vellomir/Pictures/PictureLimits.h"
 #include "tests/Pictures/PictureSupport.h"
 
 #include "archive/Data.h"

@@ -38,7 +38,7 @@ std::string refusal(const std::string &bytes) {
         EXPECT_EQ(error.code(), PictureError::unreadablePicture);
         EXPECT_EQ(error.name(), "PictureError.unreadablePicture");
         EXPECT_THAT(error.what(), testing::HasSubstr("picture"));
-        EXPECT_THAT(error.what(), testing::Not(testing::HasSubstr("the decoder crashed")));
+        EXPECT_THAT(error.what(), testing::Not(testing::HasSubstr("the decoder ")));
         return error.what();
     }
     return "";

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Vellomir/Platform/Picture.h"
+#include "Vellomir/Pictures/Picture.h"
 #include "Vellomir/Platform/PresentationMode.h"
 #include "Vellomir/Platform/Property.h"
 

@@ -6,7 +6,6 @@
 #include "cli/JobReport.h"
 #include "cli/JobRun.h"
 #include "cli/Json.h"
-#include "cli/MutedErrors.h"
 #include "cli/Reach.h"
 #include "cli/UnmarkedNames.h"
 #include "cli/Warnings.h"
@@ -22,11 +21,11 @@ using archive::Archive;
 using archive::URL;
 using vellomir::Existing;
 
-std::optional<vellomir::Picture> readIcon(const DuplicateOptions &options) {
+std::optional<vellomir::Picture> readIcon(const DuplicateOptions &options, const Session &session) {
     if (!options.icon)
         return std::nullopt;
-    const MutedErrors muted;
-    const auto picture = vellomir::Picture::read(URL::file(*options.icon));
+    const auto picture = vellomir::Picture::read(
+        URL::file(*options.icon), {}, [&session] { return session.progress()->isCancelled(); });
     return options.zoom ? vellomir::cropImageToSquare(picture) : picture;
 }
 
@@ -153,7 +152,7 @@ Outcome runJob(const DuplicateOptions &options, const Destination &destination,
 
 void run(const DuplicateOptions &options, Session &session) {
     const Destination destination = Destination::find(options.output, options.force);
-    const auto icon = readIcon(options);
+    const auto icon = readIcon(options, session);
     Warnings warnings(options.package, options.strict, session);
     if (options.number.empty())
         warnings.add("the number is empty, so the copy has the identifier of the original and "

@@ -5,12 +5,8 @@ include(GNUInstallDirs)
 set(share ${CMAKE_INSTALL_DATAROOTDIR})
 
 install(TARGETS vellomir vellomir-cli COMPONENT programs)
-# Beside the programs' folder, where they look for it.
-set(codecs vellomir-pictures)
-if(TARGET vellomir-heif)
-    list(APPEND codecs vellomir-heif)
-endif()
-install(TARGETS ${codecs} LIBRARY DESTINATION lib/vellomir COMPONENT programs)
+# Started by the others, which look for it here.
+install(TARGETS vellomir-picture RUNTIME DESTINATION libexec/vellomir COMPONENT programs)
 
 install(FILES packaging/vellomir.desktop DESTINATION ${share}/applications COMPONENT programs)
 install(FILES packaging/vellomir-mime.xml DESTINATION ${share}/mime/packages

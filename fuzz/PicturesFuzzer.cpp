@@ -1,12 +1,13 @@
-// Pictures: what is decoded keeps to the limits of pixels and memory and is the same from a file
-// and from memory; a file that is called faulty is refused; what can be read comes back from the
-// PNG that an icon is. Input: the picture's bytes.
+// Pictures: what the picture program decodes keeps to the limits of pixels and memory and is the
+// same behind the shared memory; a file that is called faulty is refused; what can be read comes
+// back from the PNG that an icon is. Input: the picture's bytes.
 
-#include "Vellomir/Platform/Picture.h"
-#include "Vellomir/Platform/PictureCodec.h"
-#include "Vellomir/Platform/PictureGeometry.h"
-#include "Vellomir/Platform/PictureIntegrity.h"
-#include "fuzz/FuzzedFile.h"
+#include "Vellomir/Pictures/Picture.h"
+#include "Vellomir/Pictures/PictureDecoder.h"
+#include "Vellomir/Pictures/PictureGeometry.h"
+#include "Vellomir/Pictures/PictureIntegrity.h"
+#include "Vellomir/Pictures/PictureLimits.h"
+#include "Vellomir/Pictures/SharedMemory.h"
 #include "fuzz/Memory.h"
 #include "fuzz/PlainInflate.h"
 #include "fuzz/Require.h"
@@ -15,18 +16,16 @@
 #include <cstring>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include <QBuffer>
 #include <QImageReader>
 #include <QSize>
 
-using archive::Data;
-using archive::Error;
 using fuzz::require;
 using vellomir::Bitmap;
 using vellomir::Orientation;
 using vellomir::Picture;
-using vellomir::PictureCodec;
 
 namespace {
 
@@ -41,17 +40,23 @@ struct Outcome {
 template <class Decode>
 Outcome outcome(const Decode &decode) {
     try {
-        return {decode(), {}};
-    } catch (const Error &error) {
-        require(error.code() == vellomir::PictureError::unreadablePicture,
-                "a picture that cannot be read is called unreadable");
-        require(!error.context().detail.empty(), "and says why");
-        return {std::nullopt, error.context().detail};
+        const vellomir::DecodedPicture picture = decode();
+        return {Picture(picture.bitmap, 1, picture.orientation), {}};
+    } catch (const vellomir::PictureFault &fault) {
+        require(std::strlen(fault.what()) > 0, "a picture that cannot be read has a reason");
+        return {std::nullopt, fault.what()};
     }
 }
 
 Outcome decoded(Bytes bytes) {
-    return outcome([bytes] { return Picture::decode(bytes, "picture"); });
+    return outcome([bytes] { return vellomir::decodePicture(bytes); });
+}
+
+/// The same picture after its way through the memory that both programs share.
+Outcome handedOver(const Picture &picture) {
+    const archive::FileDescriptor memory = vellomir::makeSharedMemory();
+    vellomir::writeBitmap(memory.get(), {picture.bitmap(), picture.orientation()});
+    return outcome([&memory] { return vellomir::readBitmap(vellomir::mapWhole(memory.get())); });
 }
 
 /// Pixels that the file claims to have; 0 if it does not say.
@@ -72,7 +77,7 @@ std::int64_t pixelsOf(const Bitmap &bitmap) {
 
 void requireSound(const Bitmap &bitmap, std::size_t fileSize) {
     require(bitmap.width > 0 && bitmap.height > 0, "a picture has pixels");
-    require(pixelsOf(bitmap) <= PictureCodec::pixelLimit(fileSize),
+    require(pixelsOf(bitmap) <= vellomir::pixelLimit(fileSize),
             "a picture has no more pixels than its file may claim");
     require(bitmap.bytesPerRow >= static_cast<std::size_t>(bitmap.width) * bitmap.bytesPerPixel(),
             "a row has room for its pixels");
@@ -127,7 +132,7 @@ void requireIcon(const Picture &picture) {
     require(upright.width == (isTurned ? picture.bitmap().height : picture.bitmap().width) &&
                 pixelsOf(upright) == pixelsOf(picture.bitmap()),
             "turning keeps the size");
-    const Data png = picture.pngData();
+    const std::vector<std::byte> png = vellomir::encodePicture(upright);
     require(!vellomir::pictureFault(png), "an icon has no fault");
     const Outcome again = decoded(png);
     require(again.picture && again.picture->orientation() == Orientation::up &&
@@ -135,7 +140,8 @@ void requireIcon(const Picture &picture) {
             "an icon has the pixels of its picture");
     const Picture square = vellomir::cropImageToSquare(picture);
     const int side = std::min(upright.width, upright.height);
-    const Outcome squareIcon = decoded(square.pngData());
+    const Outcome squareIcon =
+        decoded(vellomir::encodePicture(vellomir::upright(square.bitmap(), square.orientation())));
     require(squareIcon.picture && squareIcon.picture->bitmap().width == side &&
                 squareIcon.picture->bitmap().height == side,
             "a square icon has the picture's shorter side");
@@ -146,7 +152,7 @@ void requireMemory(std::size_t peak, std::size_t fileSize, const Outcome &whole)
     constexpr std::int64_t always = 64 << 20;
     constexpr std::int64_t perPixel = 32;
     const std::int64_t pixels =
-        whole.picture ? pixelsOf(whole.picture->bitmap()) : PictureCodec::pixelLimit(fileSize);
+        whole.picture ? pixelsOf(whole.picture->bitmap()) : vellomir::pixelLimit(fileSize);
     require(static_cast<std::int64_t>(peak) <= always + perPixel * pixels,
             "decoding takes memory by the number of pixels");
 }
@@ -155,25 +161,22 @@ void requireMemory(std::size_t peak, std::size_t fileSize, const Outcome &whole)
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
     constexpr std::int64_t manyPixels = 1 << 18;
-    static fuzz::FuzzedFile file;
     const Bytes bytes = std::as_bytes(std::span(data, size));
     const auto fault = vellomir::pictureFault(bytes);
     const std::int64_t claimed = fault ? 0 : claimedPixels(bytes);
     // Large pictures take a second each: some are enough.
-    if (claimed > manyPixels && claimed <= PictureCodec::pixelLimit(size) && size % 64 != 0)
+    if (claimed > manyPixels && claimed <= vellomir::pixelLimit(size) && size % 64 != 0)
         return 0;
     fuzz::PeakMemory memory;
     const Outcome whole = decoded(bytes);
     requireMemory(memory.peak(), size, whole);
     require(!fault || whole.reason == *fault, "a file with a fault is refused for it");
-    require(!whole.picture || claimed <= PictureCodec::pixelLimit(size),
+    require(!whole.picture || claimed <= vellomir::pixelLimit(size),
             "what claims too many pixels is refused");
-    file.fill(bytes);
-    requireSame(whole, outcome([] { return Picture::read(archive::URL::file(file.path())); }),
-                "file and memory give the same picture");
     if (!whole.picture)
         return 0;
     requireSound(whole.picture->bitmap(), size);
+    requireSame(whole, handedOver(*whole.picture), "the shared memory keeps the picture");
     if (pixelsOf(whole.picture->bitmap()) > manyPixels)
         return 0;
     requireCutIsNoticed(bytes, whole);

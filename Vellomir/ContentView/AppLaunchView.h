@@ -2,15 +2,16 @@
 
 #include "Vellomir/ContentView/JobProgress.h"
 #include "Vellomir/ContentView/ResultRemarks.h"
+#include "Vellomir/Pictures/Picture.h"
 #include "Vellomir/Platform/BackgroundWork.h"
 #include "Vellomir/Platform/LogMessages.h"
-#include "Vellomir/Platform/Picture.h"
 #include "Vellomir/Platform/Property.h"
 #include "Vellomir/Platform/SandboxFiles.h"
 #include "Vellomir/Platform/Services.h"
 #include "Vellomir/PropertyLists/PropertyList.h"
 #include "archive/URL.h"
 
+#include <exception>
 #include <memory>
 #include <optional>
 #include <string>
@@ -120,6 +121,7 @@ private:
 
     void clearDocumentsAndThen(Task next);
     void whenFileIsSettled(Task task);
+    void reportPicture(const std::exception_ptr &failure);
     void finishDecoding();
     void whenImageIsSettled(Task task);
     void startJob();

@@ -51,23 +51,32 @@ ImageCropperView AppLaunchView::imageCropperView() {
 
 void AppLaunchView::pickedImage(const archive::URL &url) {
     isDecoding_ = true;
-    decoding_.start([this, url](const auto & /*isCancelled*/) -> Task {
+    decoding_.start([this, url](const auto &isCancelled) -> Task {
         std::optional<Picture> picture;
-        std::string error;
+        std::exception_ptr failure;
         try {
-            picture = Picture::read(url);
-        } catch (const std::exception &caught) {
-            error = reason(caught);
+            picture = Picture::read(url, {}, [&isCancelled] { return isCancelled.load(); });
+        } catch (...) {
+            failure = std::current_exception();
         }
-        return [this, picture = std::move(picture), error] {
-            if (!picture) {
-                services_.console("Error reading picture: " + error);
-                services_.tell(error + ". The icon stays as it was.");
-            }
+        // The reason is put into words on the main thread: this object may have gone by now.
+        return [this, picture = std::move(picture), failure = std::move(failure)] {
+            if (failure)
+                reportPicture(failure);
             imagePicker().makeCoordinator()->imagePickerController(picture);
             finishDecoding();
         };
     });
+}
+
+void AppLaunchView::reportPicture(const std::exception_ptr &failure) {
+    try {
+        std::rethrow_exception(failure);
+    } catch (const std::exception &error) {
+        const std::string text = reason(error);
+        services_.console("Error reading picture: " + text);
+        services_.tell(text + ". The icon stays as it was.");
+    }
 }
 
 void AppLaunchView::imagePickerCancelled() {

@@ -52,7 +52,8 @@ std::optional<archive::URL> AppLaunchView::findBundle(const archive::URL &url) c
 }
 
 std::optional<archive::Data> AppLaunchView::encodeIcon(const Picture &newIcon) try {
-    return newIcon.pngData();
+    const archive::Progress *const progress = progress_.progress();
+    return newIcon.pngData([progress] { return progress != nullptr && progress->isCancelled(); });
 } catch (const std::exception &error) {
     logMessages.append("Error converting new icon to PNG data");
     services_.console(rawReason(error));

@@ -1,6 +1,6 @@
 #include "Vellomir/Window/PreviewProvider.h"
 
-#include "Vellomir/Platform/PictureGeometry.h"
+#include "Vellomir/Pictures/PictureGeometry.h"
 
 #include <algorithm>
 

@@ -1,13 +1,11 @@
 #include "Vellomir/Window/ThumbnailProvider.h"
 
-#include "Vellomir/Platform/Picture.h"
-#include "Vellomir/Platform/PictureGeometry.h"
+#include "Vellomir/Pictures/Picture.h"
 
 #include <QDir>
 #include <QIcon>
 #include <QIconEngine>
 #include <QImage>
-#include <QImageReader>
 #include <QPainter>
 
 namespace vellomir {
@@ -44,28 +42,18 @@ private:
     QImage image_;
 };
 
-QImage smallImage(const QString &file) {
-    QImageReader reader(file);
-    reader.setDecideFormatFromContent(true);
-    reader.setAutoTransform(true);
-    const QSize size = reader.size();
-    if (!size.isValid() || qint64{size.width()} * size.height() > mostPixels)
-        return {};
-    reader.setScaledSize(size.scaled(side, side, Qt::KeepAspectRatio).expandedTo({1, 1}));
-    return reader.read();
-}
-
-/// For what Qt does not read by itself.
+/// Upright. Null if the file holds no picture, or a larger one: the dialog shows the ordinary icon.
 QImage smallPicture(const QString &file) {
     try {
-        const Picture picture = Picture::read(archive::URL::file(file.toStdString()));
-        const Bitmap small = upright(scaledToFit(picture.bitmap(), side), picture.orientation());
+        const Picture picture = Picture::read(archive::URL::file(file.toStdString()),
+                                              {.maximumSide = side, .mostPixels = mostPixels});
+        const Bitmap &small = picture.bitmap();
         const auto format = small.hasAlpha ? QImage::Format_RGBA8888 : QImage::Format_RGBX8888;
         return QImage(reinterpret_cast<const uchar *>(small.pixels.get()), small.width,
                       small.height, static_cast<qsizetype>(small.bytesPerRow), format)
             .copy();
     } catch (const std::exception &) {
-        return {}; // The dialog shows the ordinary icon.
+        return {};
     }
 }
 
@@ -79,9 +67,7 @@ bool mayBePicture(const QFileInfo &info) {
 QIcon ThumbnailProvider::icon(const QFileInfo &info) const {
     if (!mayBePicture(info))
         return QFileIconProvider::icon(info);
-    QImage image = smallImage(info.filePath());
-    if (image.isNull() && info.suffix().startsWith(QLatin1String("hei"), Qt::CaseInsensitive))
-        image = smallPicture(info.filePath());
+    QImage image = smallPicture(info.filePath());
     return image.isNull() ? QFileIconProvider::icon(info)
                           : QIcon(new ThumbnailEngine(std::move(image)));
 }

@@ -1,6 +1,6 @@
 // vellomir-screenshots: draws every screen in every state into a folder, without a display.
 
-#include "Vellomir/Platform/Picture.h"
+#include "Vellomir/Pictures/Picture.h"
 #include "Vellomir/Window/Screenshots/Stage.h"
 
 #include <QApplication>

@@ -1,0 +1,19 @@
+#pragma once
+
+#include "Vellomir/Pictures/Picture.h"
+
+namespace vellomir {
+
+/// The bitmap as it is to be displayed. The same pixels if it stands upright already.
+[[nodiscard]] Bitmap upright(const Bitmap &bitmap, Orientation orientation);
+
+/// A part of the bitmap, which shares its pixels. It must lie within.
+[[nodiscard]] Bitmap cropped(const Bitmap &bitmap, int x, int y, int width, int height);
+
+/// The bitmap in small, for a preview: not larger than `maximumSide` in either direction, in the
+/// same proportions, 8 bits a channel; at least one pixel. Every pixel is the average of the area
+/// that it covers, where transparent pixels count as much as they show. Never enlarges: what is
+/// small enough keeps its size, and its pixels if they have 8 bits. Linear time.
+[[nodiscard]] Bitmap scaledToFit(const Bitmap &bitmap, int maximumSide);
+
+} // namespace vellomir

@@ -1,0 +1,63 @@
+#include "Vellomir/Pictures/SharedMemory.h"
+
+#include "Vellomir/Pictures/PictureBytes.h"
+
+#include <cerrno>
+#include <sys/mman.h>
+#include <sys/stat.h>
+
+namespace vellomir {
+namespace {
+
+[[noreturn]] void throwNoMemory() {
+    throw PictureFault("There is not enough memory for the picture");
+}
+
+std::size_t sizeOf(int descriptor) {
+    struct stat status {};
+    if (::fstat(descriptor, &status) != 0)
+        throwNoMemory();
+    return static_cast<std::size_t>(status.st_size);
+}
+
+} // namespace
+
+archive::FileDescriptor makeSharedMemory() {
+    archive::FileDescriptor memory(
+        ::memfd_create("vellomir-picture", MFD_CLOEXEC | MFD_ALLOW_SEALING));
+    if (!memory.isOpen())
+        throwNoMemory();
+    return memory;
+}
+
+void writeAll(int descriptor, std::span<const std::byte> bytes) {
+    while (!bytes.empty()) {
+        const ssize_t count = ::write(descriptor, bytes.data(), bytes.size());
+        if (count < 0 && errno == EINTR)
+            continue;
+        if (count <= 0)
+            throwNoMemory();
+        bytes = bytes.subspan(static_cast<std::size_t>(count));
+    }
+}
+
+void seal(int descriptor) {
+    if (::fcntl(descriptor, F_ADD_SEALS,
+                F_SEAL_SEAL | F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_WRITE) != 0)
+        throw PictureFault("The picture is still being written");
+}
+
+MappedMemory mapWhole(int descriptor) {
+    const std::size_t size = sizeOf(descriptor);
+    if (size == 0)
+        return {};
+    void *const start = ::mmap(nullptr, size, PROT_READ, MAP_SHARED, descriptor, 0);
+    if (start == MAP_FAILED)
+        throwNoMemory();
+    return {.start = std::shared_ptr<const std::byte>(
+                static_cast<const std::byte *>(start),
+                [start, size](const std::byte *) { ::munmap(start, size); }),
+            .size = size};
+}
+
+} // namespace vellomir

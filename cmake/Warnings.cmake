@@ -1,4 +1,4 @@
-# Warnings are errors everywhere; sanitizers come from one cache variable.
+# Warnings are errors everywhere; sanitizers and coverage come from one cache variable each.
 add_compile_options(-Wall -Wextra -Wpedantic -Werror -Wconversion -Wsign-conversion -Wshadow
     -Wno-missing-field-initializers -Wnon-virtual-dtor -Wold-style-cast -Woverloaded-virtual)
 
@@ -6,4 +6,9 @@ if(VELLOMIR_SANITIZE)
     add_compile_options(-fsanitize=${VELLOMIR_SANITIZE} -fno-sanitize-recover=all
         -fno-omit-frame-pointer)
     add_link_options(-fsanitize=${VELLOMIR_SANITIZE})
+endif()
+
+if(VELLOMIR_COVERAGE)
+    add_compile_options(-fprofile-instr-generate -fcoverage-mapping)
+    add_link_options(-fprofile-instr-generate)
 endif()

@@ -8,7 +8,7 @@
 #include "tests/support/SparseFile.h"
 #include "tests/support/TemporaryFolder.h"
 
-#include <algorithm>
+#include <cstring>
 #include <gmock/gmock.h>
 
 using archive::Archive;
@@ -38,7 +38,7 @@ void addZeros(Archive &archive, const std::string &path, std::uint64_t size,
 std::uint64_t read(const Archive &archive, const Entry &entry) {
     std::uint64_t size = 0;
     const auto count = [&](std::span<const std::byte> chunk) {
-        if (!std::equal(chunk.begin(), chunk.end(), zeros(0, chunk.size()).begin()))
+        if (std::memcmp(chunk.data(), zeros(0, chunk.size()).data(), chunk.size()) != 0)
             throw std::runtime_error("not zero");
         size += chunk.size();
     };
@@ -120,31 +120,31 @@ TEST_P(EntryCount, IsWrittenAndReadBack) {
 struct Size {
     std::uint64_t bytes;
     bool isZIP64;
+    CompressionMethod method = CompressionMethod::none;
 };
 
-class EntrySize : public ZIP64,
-                  public testing::WithParamInterface<std::tuple<Size, CompressionMethod>> {};
+class EntrySize : public ZIP64, public testing::WithParamInterface<Size> {};
 
-std::string sizeName(const testing::TestParamInfo<EntrySize::ParamType> &each) {
-    const auto &[size, method] = each.param;
-    return std::to_string(size.bytes) + (method == CompressionMethod::none ? "Stored" : "Deflated");
+std::string sizeName(const testing::TestParamInfo<Size> &each) {
+    const bool isStored = each.param.method == CompressionMethod::none;
+    return std::to_string(each.param.bytes) + (isStored ? "Stored" : "Deflated");
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    AroundTheLimit, EntrySize,
-    testing::Combine(testing::Values(Size{fourGiB - 2, false}, Size{fourGiB - 1, true},
-                                     Size{fourGiB, true}),
-                     testing::Values(CompressionMethod::none, CompressionMethod::deflate)),
-    sizeName);
+// Deflating 4 GiB takes longer than all else here, so it is done for the size that matters most.
+INSTANTIATE_TEST_SUITE_P(AroundTheLimit, EntrySize,
+                         testing::Values(Size{fourGiB - 2, false}, Size{fourGiB - 1, true},
+                                         Size{fourGiB, true},
+                                         Size{fourGiB - 1, true, CompressionMethod::deflate}),
+                         sizeName);
 
 TEST_P(EntrySize, IsWrittenAndReadBack) {
-    const auto [size, method] = GetParam();
-    addZeros(*archive_, "large", size.bytes, method);
+    const Size &size = GetParam();
+    addZeros(*archive_, "large", size.bytes, size.method);
     const Archive &archive = reopened();
     const auto entry = archive["large"];
     ASSERT_TRUE(entry);
     EXPECT_EQ(entry->uncompressedSize(), size.bytes);
-    if (method == CompressionMethod::none)
+    if (size.method == CompressionMethod::none)
         EXPECT_EQ(entry->compressedSize(), size.bytes);
     else
         EXPECT_LT(entry->compressedSize(), size.bytes / 900);

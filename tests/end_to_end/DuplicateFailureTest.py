@@ -6,8 +6,8 @@ import stat
 import subprocess
 import unittest
 
-from harness import (Case, corrupt, infoPlist, lines, makePackage, makePicture, makeZip,
-                     packageEntries, successLog)
+from harness import (UNCOUNTED, Case, corrupt, infoPlist, lines, makePackage, makePicture,
+                     makeZip, packageEntries, successLog)
 
 UNZIP = "Error unzipping IPA file: "
 HINT = "; --allow-incomplete copies what can be reached"
@@ -276,7 +276,7 @@ class FullDisks(Failure):
             resource.setrlimit(resource.RLIMIT_FSIZE, (200_000, 200_000))
 
         self.fails(UNZIP + r".*\(entry Payload/Notes\.app/big\).*File too large.*",
-                   ["Unzipping IPA...", UNZIP], preexec_fn=limit)
+                   ["Unzipping IPA...", UNZIP], preexec_fn=limit, env=UNCOUNTED)
 
     def testAtALimitWhilePacking(self):
         def limit():
@@ -285,7 +285,7 @@ class FullDisks(Failure):
         self.fails(r"Error while zipping updated app: .*\(entry Payload/Notes\.app/big\).*"
                    r"File too large.*|Error while zipping updated app: .*File too large.*",
                    [*successLog("2")[:-3], "Error while zipping updated app: ",
-                    "Error while processing the IPA file"], preexec_fn=limit)
+                    "Error while processing the IPA file"], preexec_fn=limit, env=UNCOUNTED)
 
     def testOfTheDiskItself(self):
         disk = self.folder / "out"

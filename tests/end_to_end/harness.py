@@ -21,6 +21,8 @@ from pathlib import Path
 PROGRAM = os.environ["VELLOMIR_CLI"]
 os.environ["LC_ALL"] = "C.UTF-8" # for the referees, which else take names for ASCII
 NOBODY = 65534
+# For runs that cannot write the profile of tests/coverage.
+UNCOUNTED = {**os.environ, "LLVM_PROFILE_FILE": "/dev/null"}
 ICON_NAMES = ["icon.png", "icon@2x.png", "icon@3x.png", "AppIcon76x76@2x~ipad.png",
               "AppIcon60x60@2x.png"]
 
@@ -74,7 +76,7 @@ class Case(unittest.TestCase):
         if os.geteuid() != 0:
             return {}
         self.openToAll(self.folder)
-        return {"user": NOBODY, "group": NOBODY, "extra_groups": []}
+        return {"user": NOBODY, "group": NOBODY, "extra_groups": [], "env": UNCOUNTED}
 
     def openToAll(self, folder):
         """Hands the test's folder to the user that the program runs as."""

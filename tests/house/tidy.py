@@ -5,8 +5,8 @@ source. So the sources of a library are included into one file, which is checked
 the library's own build. Two sources of a library must not define the same name, not even in unnamed
 namespaces. Whether every source includes what it uses is seen by the release build.
 
-Usage: tidy.py BUILD_FOLDER. A library is checked again when one of its sources, any header or the
-checks have changed.
+Usage: tidy.py BUILD_FOLDER. A library is checked again when one of its sources, a header of the
+project that they include, or the checks have changed.
 """
 
 import concurrent.futures
@@ -66,23 +66,30 @@ def unit(sources):
     return "".join(f'#include "{source}"\n' for source in sorted(sources))
 
 
-def fingerprint(library):
+def included(file, library):
+    """Every file that a translation unit includes, but for the system's headers."""
+    words = shlex.split(subprocess.run(
+        ["clang++", "-MM", "-MT", "unit", "-w", str(file), *library["options"]],
+        capture_output=True, text=True, cwd=file.parent.parent, check=True).stdout)
+    return sorted({pathlib.Path(word) for word in words[1:] if word.strip()})
+
+
+def fingerprint(file, library):
     """Changes whenever the outcome may change."""
     digest = hashlib.sha256(repr(library["options"]).encode())
-    headers = [h for folder in FOLDERS for h in (SOURCES / folder).rglob("*.h")]
-    for file in sorted([*headers, *library["sources"], SOURCES / ".clang-tidy", pathlib.Path(__file__)]):
-        digest.update(str(file).encode() + file.read_bytes())
+    for source in [*included(file, library), SOURCES / ".clang-tidy", pathlib.Path(__file__)]:
+        digest.update(str(source).encode() + source.read_bytes())
     return digest.hexdigest()
 
 
 def check(folder, name, library):
     """Checks one library unless it passed as it is; returns what clang-tidy found, or nothing."""
     stamp = folder / f"{name}.passed"
-    now = fingerprint(library)
-    if stamp.exists() and stamp.read_text() == now:
-        return ""
     file = folder / f"{name}.cpp"
     file.write_text(unit(library["sources"]))
+    now = fingerprint(file, library)
+    if stamp.exists() and stamp.read_text() == now:
+        return ""
     result = subprocess.run(
         ["clang-tidy", "--quiet", f"--checks={SWITCHED_OFF}", f"--header-filter={OWN_FILES}",
          f"--config-file={SOURCES / '.clang-tidy'}", str(file), "--", *library["options"]],

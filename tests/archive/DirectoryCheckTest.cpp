@@ -68,7 +68,7 @@ Refusal refusalOf(const std::string &bytes) {
                 isAddition ? addOne(*archive) : archive->remove(entry);
                 refusals.push_back({});
             } catch (const Error &error) {
-                refusals.push_back({error.code(), error.what()});
+                refusals.push_back({error.code(), error.context().detail});
             }
             EXPECT_EQ(isMemory ? std::string(archive->data()->text())
                                : test::readFile(folder / "a.zip"),

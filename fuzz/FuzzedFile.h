@@ -24,7 +24,7 @@ public:
         return "/proc/self/fd/" + std::to_string(descriptor_);
     }
 
-    void fill(std::span<const std::byte> bytes) {
+    void fill(std::span<const std::byte> bytes) const {
         const auto size = static_cast<ssize_t>(bytes.size());
         require(::ftruncate(descriptor_, 0) == 0 &&
                     ::pwrite(descriptor_, bytes.data(), bytes.size(), 0) == size,

@@ -30,7 +30,7 @@ public:
     }
 
     /// What a line becomes. It must be short enough for the terminal's buffer.
-    std::string shown(const std::string &line) {
+    [[nodiscard]] std::string shown(const std::string &line) const {
         cli::ResultStream stream(program_);
         require(stream.isTerminal(), "a terminal is seen as one");
         stream.line(line);

@@ -380,7 +380,9 @@ TEST_F(PlatformFaults, PendingFile) {
                              [&] {
                                  vellomir::PendingFile pending(folder_ / "to/new");
                                  vellomir::copyFile(folder_ / "from", pending.path());
-                                 vellomir::copyAttributes(folder_ / "from", pending.path());
+                                 const archive::FileDescriptor from(
+                                     ::open((folder_ / "from").c_str(), O_RDONLY | O_CLOEXEC));
+                                 vellomir::copyAttributes(from.get(), pending.path());
                                  pending.place(vellomir::Existing::refuse);
                              },
                          .checkDone = [&] { EXPECT_TRUE(readFile(folder_ / "to/new") == text_); },

@@ -123,6 +123,13 @@ private:
     Archive::ProgressPointer progress_;
 };
 
+/// The error without the path of the descriptor by which the folder is reached.
+Error withKnownPath(const Error &error, const WorkingFolder &folder) {
+    ErrorContext context = error.context();
+    context.path = folder.withPath(std::move(context.path));
+    return Error(error.code(), std::move(context));
+}
+
 } // namespace
 
 /// An archive that will take the place of another one, and the folder it lives in until then.
@@ -156,9 +163,7 @@ void Archive::remove(std::span<const Entry> entries, const RemoveOptions &option
     } catch (const Error &error) {
         if (!before)
             throw;
-        ErrorContext context = error.context();
-        context.path = replacement.folder->withPath(std::move(context.path));
-        throw Error(error.code(), std::move(context));
+        throw withKnownPath(error, *replacement.folder);
     }
     replaceCurrent(*replacement.archive);
 }
@@ -201,9 +206,13 @@ Archive::Replacement Archive::makeTemp() const {
     // The path may lead elsewhere by now: nothing is made in a folder without the open file.
     requireUnchanged(replacement.place->file(), FileIdentity(::fileno(archiveFile()), url_.path()));
     replacement.folder.emplace(temporaryReplacementDirectory(*replacement.place));
-    replacement.archive = open(URL::folder(replacement.folder->accessPath())
-                                   .appendingPathComponent(globallyUniqueString()),
-                               AccessMode::create, preferredEncoding_);
+    const URL folder = URL::folder(replacement.folder->accessPath());
+    try {
+        replacement.archive = open(folder.appendingPathComponent(globallyUniqueString()),
+                                   AccessMode::create, preferredEncoding_);
+    } catch (const Error &error) {
+        throw withKnownPath(error, *replacement.folder);
+    }
     // Still locked when it has taken this archive's place.
     static_cast<void>(tryToLock(::fileno(replacement.archive->archiveFile())));
     return replacement;

@@ -96,7 +96,9 @@ void DestinationFolder::createSymbolicLink(std::string_view path, const std::str
     const FileDescriptor link(
         ::openat(place.folder, place.name.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
     struct stat status {};
-    if (!link.isOpen() || ::fstat(link.get(), &status) != 0 || !S_ISLNK(status.st_mode))
+    if (link.isOpen() ? ::fstat(link.get(), &status) != 0 : errno != ENOENT)
+        throw writeError(fullPath(path), errno);
+    if (!S_ISLNK(status.st_mode))
         throw Error(FileError::fileWriteUnknown,
                     {.path = fullPath(path),
                      .detail = "Something else has taken the place of the link meanwhile"});

@@ -3,8 +3,10 @@
 #include "Vellomir/Pictures/PictureBytes.h"
 #include "Vellomir/Pictures/PictureLimits.h"
 
+#include <cerrno>
 #include <cstring>
 #include <string>
+#include <system_error>
 
 namespace vellomir {
 namespace {
@@ -17,7 +19,8 @@ constexpr std::size_t longestRefusal = 300;
 
 void writeRecord(int descriptor, const HelperRecord &record) {
     if (::ftruncate(descriptor, 0) != 0 || ::lseek(descriptor, 0, SEEK_SET) != 0)
-        throw PictureFault("There is no room for the picture");
+        throw PictureFault("There is no room for the picture: " +
+                           std::generic_category().message(errno));
     writeAll(descriptor, std::as_bytes(std::span(&record, 1)));
 }
 

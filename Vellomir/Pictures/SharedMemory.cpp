@@ -5,12 +5,14 @@
 #include <cerrno>
 #include <sys/mman.h>
 #include <sys/stat.h>
+#include <system_error>
 
 namespace vellomir {
 namespace {
 
 [[noreturn]] void throwNoMemory() {
-    throw PictureFault("There is not enough memory for the picture");
+    throw PictureFault("There is not enough memory for the picture: " +
+                       std::generic_category().message(errno));
 }
 
 std::size_t sizeOf(int descriptor) {
@@ -44,7 +46,8 @@ void writeAll(int descriptor, std::span<const std::byte> bytes) {
 void seal(int descriptor) {
     if (::fcntl(descriptor, F_ADD_SEALS,
                 F_SEAL_SEAL | F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_WRITE) != 0)
-        throw PictureFault("The picture is still being written");
+        throw PictureFault("The picture is still being written: " +
+                           std::generic_category().message(errno));
 }
 
 MappedMemory mapWhole(int descriptor) {

@@ -4,6 +4,7 @@
 #include <atomic>
 #include <cerrno>
 #include <cstdlib>
+#include <pthread.h>
 #include <unistd.h>
 
 namespace test {
@@ -22,6 +23,13 @@ struct Plan {
 
 constinit Plan plan;
 
+/// The calls of a child, before it runs another program, are not counted: their number would differ
+/// from what this process sees.
+void watchThisProcessOnly() {
+    static const int result = ::pthread_atfork(nullptr, nullptr, [] { plan.isActive = false; });
+    static_cast<void>(result);
+}
+
 void begin(Transfer transfer, int failingCall, long number, int error) {
     plan.failingCall = failingCall;
     plan.untilFault = number;
@@ -31,6 +39,7 @@ void begin(Transfer transfer, int failingCall, long number, int error) {
     plan.total = 0;
     for (auto &count : plan.counts)
         count = 0;
+    watchThisProcessOnly();
     plan.isActive = true;
 }
 

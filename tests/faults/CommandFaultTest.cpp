@@ -43,7 +43,6 @@ protected:
         writeFile(folder_ / "in/new", image_);
         fs::create_symlink("new", folder_ / "in/link");
         writeFile(folder_ / "Notes.ipa", package_);
-        writeFile(folder_ / "icon.png", icon_);
         source_ = test::contents(folder_ / "in");
     }
     static void run(const cli::Options &options) {
@@ -68,7 +67,6 @@ protected:
 
     void expectSourcesUntouched() const {
         EXPECT_TRUE(readFile(folder_ / "Notes.ipa") == package_);
-        EXPECT_TRUE(readFile(folder_ / "icon.png") == icon_);
         EXPECT_EQ(test::contents(folder_ / "in"), source_);
     }
     void expectNothingChanged() const {
@@ -92,7 +90,6 @@ protected:
                                          test::rawDeflated("d/deflated", image_),
                                          test::rawLink("d/link", "stored")});
     std::string package_ = test::notesPackage();
-    std::string icon_{test::dot().pngData().text()};
     std::map<std::string, std::string> source_;
 };
 
@@ -114,7 +111,6 @@ TEST_F(CommandFaults, Duplicate) {
                 .neverFailing = {Call::allocate}},
                cli::DuplicateOptions{.package = path("Notes.ipa"),
                                      .number = "2",
-                                     .icon = path("icon.png"),
                                      .output = folder_.path().string(),
                                      .strict = true});
 }

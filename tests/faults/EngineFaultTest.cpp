@@ -379,7 +379,7 @@ TEST_F(EngineFaults, MakeAndRemoveWorkingFolder) {
          .prepare =
              [&] {
                  reset();
-                 test::writeFile(workFolder() / ".vellomir-0123456789abcdef/lock", "");
+                 test::writeFile(workFolder() / ".vellomir-0123456789abcdef/.vellomir-lock", "");
                  test::writeFile(workFolder() / ".vellomir-0123456789abcdef/deep/er/file", "old");
              },
          .run = [&] { const archive::WorkingFolder folder(workFolder().string()); },

@@ -112,6 +112,16 @@ ssize_t write(int file, const void *buffer, std::size_t size) {
     return allowed < 0 ? -1 : REAL(write)(file, buffer, static_cast<std::size_t>(allowed));
 }
 
+ssize_t pread(int file, void *buffer, std::size_t size, off_t offset) {
+    const ssize_t allowed = test::allowedSize(Call::read, size);
+    return allowed < 0 ? -1 : REAL(pread)(file, buffer, static_cast<std::size_t>(allowed), offset);
+}
+
+ssize_t pwrite(int file, const void *buffer, std::size_t size, off_t offset) {
+    const ssize_t allowed = test::allowedSize(Call::write, size);
+    return allowed < 0 ? -1 : REAL(pwrite)(file, buffer, static_cast<std::size_t>(allowed), offset);
+}
+
 ssize_t copy_file_range(int from, off64_t *fromOffset, int to, off64_t *toOffset, std::size_t size,
                         unsigned flags) {
     const ssize_t allowed = test::allowedSize(Call::copy, size);
@@ -120,6 +130,8 @@ ssize_t copy_file_range(int from, off64_t *fromOffset, int to, off64_t *toOffset
                                                static_cast<std::size_t>(allowed), flags);
 }
 
+PASS(Call::seek, off_t, -1, lseek, (int file, off_t offset, int whence) noexcept,
+     (file, offset, whence))
 PASS(Call::seek, off64_t, -1, lseek64, (int file, off64_t offset, int whence) noexcept,
      (file, offset, whence))
 PASS(Call::flush, int, -1, fsync, (int file), (file))
@@ -156,6 +168,9 @@ PASS(Call::makeFolder, int, -1, mkdirat, (int folder, const char *path, mode_t m
 PASS(Call::makeFolder, char *, nullptr, mkdtemp, (char *path) noexcept, (path))
 
 PASS(Call::link, int, -1, link, (const char *from, const char *to) noexcept, (from, to))
+PASS(Call::link, int, -1, linkat,
+     (int fromFolder, const char *from, int toFolder, const char *to, int flags) noexcept,
+     (fromFolder, from, toFolder, to, flags))
 PASS(Call::link, int, -1, symlinkat, (const char *target, int folder, const char *path) noexcept,
      (target, folder, path))
 

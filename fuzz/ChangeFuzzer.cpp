@@ -285,15 +285,22 @@ std::vector<Step> steps(fuzz::Input &input) {
     return result;
 }
 
-/// Whether all that extraction reads lies within the bytes that go along when others are removed: a
-/// descriptor may give another size than the directory.
+/// Whether all that is read of an entry lies within the bytes that go along when others are
+/// removed: a descriptor may give another size than the directory, and the directory another method
+/// than the local header, so that the descriptor is looked for behind them.
 bool holdsItsData(const Entry &entry) {
     const CentralDirectoryStructure &record = entry.centralDirectoryStructure();
+    const std::uint64_t stored = record.effectiveCompressedSize();
+    const std::uint64_t plain = record.effectiveUncompressedSize();
+    const std::uint64_t own = entry.localSize() - entry.localFileHeader().data().size();
     const std::uint64_t read = entry.type() == EntryType::symlink
                                    ? entry.localFileHeader().compressedSize
-                               : entry.isCompressed() ? record.effectiveCompressedSize()
-                                                      : record.effectiveUncompressedSize();
-    return read <= entry.localSize() - entry.localFileHeader().data().size();
+                               : entry.isCompressed() ? stored
+                                                      : plain;
+    const std::uint64_t descriptor = record.compressionMethod == 0 ? plain : stored;
+    const std::uint64_t size = record.isZIP64() ? ZIP64DataDescriptor::size : DataDescriptor::size;
+    const bool holdsDescriptor = own >= size && descriptor <= own - size;
+    return read <= own && (!record.usesDataDescriptor() || holdsDescriptor);
 }
 
 /// An archive whose entries lie over each other or over the directory cannot keep them all.

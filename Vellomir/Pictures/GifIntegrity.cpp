@@ -32,6 +32,16 @@ std::uint64_t mostPixels(std::uint64_t dataSize) {
     return codes * std::min(codes, longestCode);
 }
 
+/// The screen on which the picture lies takes memory, too, and no bytes of the file. Decoders
+/// enlarge it to where the picture ends.
+void requireScreen(const PictureBytes &file, const PictureBytes &frame) {
+    const unsigned right = frame.number16(1) + frame.number16(5);
+    const unsigned bottom = frame.number16(3) + frame.number16(7);
+    const auto limit = pixelLimit(static_cast<std::size_t>(file.size()));
+    requirePixels(std::max(file.number16(6), right), std::max(file.number16(8), bottom),
+                  static_cast<std::uint64_t>(limit));
+}
+
 } // namespace
 
 void checkGif(const PictureBytes &file) {
@@ -46,9 +56,7 @@ void checkGif(const PictureBytes &file) {
     std::uint64_t dataSize = 0;
     static_cast<void>(behindBlocks(file, offset, dataSize));
     requirePixels(first.number16(5), first.number16(7), mostPixels(dataSize));
-    // The screen on which the picture lies takes memory, too, and no bytes of the file.
-    const auto limit = pixelLimit(static_cast<std::size_t>(file.size()));
-    requirePixels(file.number16(6), file.number16(8), static_cast<std::uint64_t>(limit));
+    requireScreen(file, first);
 }
 
 } // namespace vellomir

@@ -216,6 +216,13 @@ TEST(AGif, IsWholeWithTheDataOfItsFirstPicture) {
     EXPECT_EQ(fault(whole.substr(0, whole.size() - 2)), "The picture is damaged or cut short");
 }
 
+TEST(AGif, MustNotLieFarFromTheScreensCorner) {
+    std::string file = gif(4, 4, "\x84\x8F\xA9\xCB\xED");
+    constexpr std::size_t place = 14; // behind the screen and the byte that introduces the picture
+    file.replace(place, 4, number(16'000, 2) + number(16'000, 2));
+    EXPECT_THAT(fault(file), HasSubstr("16004 × 16004 pixels"));
+}
+
 TEST(AGif, MayLieOnALargerScreen) {
     EXPECT_EQ(fault(gif(4, 4, "\x84\x8F\xA9\xCB\xED", 4000)), "");
 }

@@ -87,7 +87,7 @@ public:
           bufferSize_(static_cast<std::uint64_t>(bufferSize)), progress_(std::move(progress)) {}
 
     /// The paths of the entry and of the archive are for errors.
-    void copy(const Entry &entry, const std::string &path, const std::string &archivePath) try {
+    void copy(const Entry &entry, const std::string &entryPath, const std::string &path) try {
         std::uint64_t rest = entry.localSize();
         if (rest > static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max()))
             throw Error(ArchiveError::invalidLocalHeaderSize);
@@ -104,7 +104,7 @@ public:
             rest -= size;
         }
     } catch (const Error &error) {
-        throw error.about(path, archivePath);
+        throw error.about(entryPath, path);
     }
 
 private:

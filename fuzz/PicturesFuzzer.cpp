@@ -3,6 +3,7 @@
 // back from the PNG that an icon is. Input: the picture's bytes.
 
 #include "Vellomir/Pictures/Picture.h"
+#include "Vellomir/Pictures/PictureBytes.h"
 #include "Vellomir/Pictures/PictureDecoder.h"
 #include "Vellomir/Pictures/PictureGeometry.h"
 #include "Vellomir/Pictures/PictureIntegrity.h"

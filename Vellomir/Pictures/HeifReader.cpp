@@ -16,10 +16,10 @@ using Image = std::shared_ptr<heif_image>;
 
 /// libheif counts the bytes of an image in 32 bits with a sign. Parts of a file can tell other
 /// sizes than the whole, and of them it only limits the sides.
-constexpr int maximumSide = 23'000;
+constexpr int longestSide = 23'000;
 
 /// The same for 8 bytes a pixel. Larger pictures come with 8 bits a channel.
-constexpr int maximumDeepSide = 16'000;
+constexpr int longestDeepSide = 16'000;
 
 void require(const heif_error &error) {
     if (error.code == heif_error_Memory_allocation_error)
@@ -125,7 +125,7 @@ int requireSize(const heif_image_handle *primary, std::size_t fileSize,
     const std::int64_t width = heif_image_handle_get_ispe_width(primary);
     const std::int64_t height = heif_image_handle_get_ispe_height(primary);
     const auto side = std::max(width, height);
-    if (side > maximumSide && width * height <= maximumPixels)
+    if (side > longestSide && width * height <= maximumPixels)
         throw PictureFault("A side of the picture is longer than 23,000 pixels");
     requirePixelCount(width * height, fileSize, options);
     beforePixels(width * height);
@@ -146,9 +146,9 @@ DecodedPicture readWithHeif(std::span<const std::byte> bytes, const DecodingOpti
     require(error);
     const int side = requireSize(primary, bytes.size(), options, beforePixels);
     // A single tile may be larger than the whole.
-    heif_context_set_maximum_image_size_limit(context.get(), std::max(side, maximumDeepSide));
+    heif_context_set_maximum_image_size_limit(context.get(), std::max(side, longestDeepSide));
     return decode(primary, heif_image_handle_get_luma_bits_per_pixel(primary) > 8 &&
-                               side <= maximumDeepSide);
+                               side <= longestDeepSide);
 }
 
 } // namespace vellomir

@@ -27,9 +27,7 @@ void prepareQt() {
 /// As Qt calls it. Only plugins for a format that is known here see the file: others read drawings
 /// that refer to more files.
 QByteArray formatOf(std::span<const std::byte> bytes) {
-    const QByteArray format = isAvif(bytes)   ? "avif"
-                              : isHeif(bytes) ? "heic"
-                                              : pictureFormat(bytes);
+    QByteArray format = isAvif(bytes) ? "avif" : isHeif(bytes) ? "heic" : pictureFormat(bytes);
     if (!format.isEmpty() && QImageReader::supportedImageFormats().contains(format))
         return format;
     throw PictureFault(isHeif(bytes)

@@ -58,15 +58,15 @@ std::optional<TiffNumbers> TiffDirectory::numbers(unsigned tag) const {
     if (found == entries_.end())
         return std::nullopt;
     const PictureBytes &entry = found->second;
-    const unsigned offsetSize = layoutOf(isLarge_).place;
+    const unsigned width = layoutOf(isLarge_).place; // of counts and of offsets
     const unsigned size = sizeOfType(entry.number16(2));
-    const std::uint64_t count = entry.number(4, offsetSize);
+    const std::uint64_t count = entry.number(4, width);
     if (size == 0 || count > file_.size() / size)
         return std::nullopt;
-    const std::uint64_t valuePlace = 4 + offsetSize;
-    const bool isInside = count * size <= offsetSize;
-    return TiffNumbers(isInside ? entry.part(valuePlace, count * size)
-                                : file_.part(entry.number(valuePlace, offsetSize), count * size),
+    const std::uint64_t place = 4 + width;
+    const bool isInside = count * size <= width;
+    return TiffNumbers(isInside ? entry.part(place, count * size)
+                                : file_.part(entry.number(place, width), count * size),
                        size);
 }
 

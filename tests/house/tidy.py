@@ -44,7 +44,7 @@ def libraries(build):
         found.setdefault(target, {"options": options(words), "sources": []})
         found[target]["sources"].append(source)
     for fuzzer in (SOURCES / "fuzz").glob("*.cpp"):  # built by another preset
-        found[fuzzer.stem] = {"options": found["vellomir-pictures"]["options"],  # for Qt
+        found[fuzzer.stem] = {"options": found["vellomir-picture-decoder"]["options"],  # for Qt
                               "sources": [fuzzer]}
     return found
 
@@ -67,11 +67,12 @@ def unit(sources):
 
 
 def included(file, library):
-    """Every file that a translation unit includes, but for the system's headers."""
+    """Every file that a translation unit includes, but for the system's headers. A missing one is
+    left out: clang-tidy reports it."""
     words = shlex.split(subprocess.run(
-        ["clang++", "-MM", "-MT", "unit", "-w", str(file), *library["options"]],
-        capture_output=True, text=True, cwd=file.parent.parent, check=True).stdout)
-    return sorted({pathlib.Path(word) for word in words[1:] if word.strip()})
+        ["clang++", "-MM", "-MG", "-MT", "unit", "-w", str(file), *library["options"]],
+        capture_output=True, text=True, cwd=file.parent.parent, check=False).stdout)
+    return sorted({path for word in words[1:] if (path := pathlib.Path(word.strip())).is_file()})
 
 
 def fingerprint(file, library):

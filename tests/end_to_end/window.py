@@ -141,7 +141,8 @@ class Window:
         self.keys("Return")
 
     def choose(self, title, text):
-        """Answers a dialog that asks nothing back. Its list of completions may take a Return."""
+        """Answers a dialog that asks nothing back. Its list of completions may take a Return, or put
+        the folder in place of the text."""
         self.answer(title, text)
         for _ in range(4):
             end = time.monotonic() + 4
@@ -149,7 +150,8 @@ class Window:
                 time.sleep(0.05)
             if not self.titled(title + " — Vellomir"):
                 return
-            self.keys("Return")
+            self.keys("ctrl+a")
+            self.answer(title, text)
 
     def waitForDialog(self, title, count=1):
         """Waits until a dialog has the keyboard: the first of this title, or what it asks."""

@@ -7,6 +7,7 @@ import subprocess
 import time
 import unittest
 import zipfile
+from pathlib import Path
 
 from harness import Case, PROGRAM, makeZip
 
@@ -121,7 +122,7 @@ class Concurrent(Case):
                                    stderr=subprocess.DEVNULL)
             while run.poll() is None and not self.isHeld():
                 time.sleep(0.0005)
-            run.send_signal(signal.SIGSTOP)
+            self.stop(run)
             if run.poll() is None and self.isHeld():
                 break
             run.send_signal(signal.SIGCONT)
@@ -129,7 +130,22 @@ class Concurrent(Case):
             (self.folder / "a.zip").write_bytes(content)
         else:
             self.fail("no run held the archive")
+        self.addCleanup(self.end, run)
         yield run
+
+    def end(self, run):
+        """A failed test leaves no stopped process."""
+        run.kill()
+        run.wait()
+
+    def stop(self, run):
+        """Returns when the process has stopped, or ended."""
+        run.send_signal(signal.SIGSTOP)
+        while run.poll() is None:
+            state = Path(f"/proc/{run.pid}/stat").read_text().rpartition(")")[2].split()[0]
+            if state in "Tt":
+                return
+            time.sleep(0.0005)
 
     def isHeld(self):
         with open(self.folder / "a.zip", "rb") as file:
@@ -152,9 +168,10 @@ class Concurrent(Case):
                                        cwd=self.folder, stderr=subprocess.DEVNULL)
                 while run.poll() is None and not self.workingFolders():
                     time.sleep(0.001)
-                run.send_signal(signal.SIGSTOP)
+                self.stop(run)
                 if run.poll() is None:
                     break
+            self.addCleanup(self.end, run)
             yield run
 
 

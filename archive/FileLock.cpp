@@ -87,7 +87,7 @@ FilePlace placeAt(const std::string &path) {
     return {.name = path, .path = path};
 }
 
-/// Whether the name still stands for the open file.
+/// Whether the file of this name is the open file.
 bool isAt(const FilePlace &place, int descriptor) {
     struct stat opened {};
     struct stat there {};

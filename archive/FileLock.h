@@ -30,8 +30,8 @@ private:
     struct stat status_ {};
 };
 
-/// Throws `ArchiveError::unwritableArchive` if the path stands for another file than the open one
-/// by now, or for none: what is written to the open file would be lost.
+/// Throws `ArchiveError::unwritableArchive` if there is another file at the path than the open one,
+/// or a `FileError` if there is none: what is written to the open file would be lost.
 void requireSameFile(const std::string &path, int descriptor);
 
 /// Throws `ArchiveError::unwritableArchive` if the path stands for another file by now, or if the
@@ -86,8 +86,8 @@ public:
     /// `FileError` with the path.
     [[nodiscard]] FileDescriptor fromStart() const;
 
-    /// Throws `ArchiveError::unwritableArchive` if the name stands for another file by now, or if
-    /// the file has changed.
+    /// Throws `ArchiveError::unwritableArchive` if the file was replaced or changed since it was
+    /// locked.
     void requireUnchanged() const { archive::requireUnchanged(place_, identity_); }
 
 private:

@@ -31,8 +31,8 @@ private:
 /// same volume. Throws a `FileError` if it cannot be made there either, which names both folders.
 [[nodiscard]] WorkingFolder temporaryReplacementDirectory(const ArchivePlace &archive);
 
-/// Puts the file in the place of another one, in one step: the name stands for the old file or for
-/// the whole new one. The new file takes over permissions and, where that is allowed, owner of the
+/// Replaces a file by another one with one rename, so that the name always refers to the whole old
+/// or the whole new file. The new file takes over permissions and, where that is allowed, owner of the
 /// old one. Throws a `FileError`; both are as they were then.
 void replaceItem(const FilePlace &at, const URL &withItemAt);
 

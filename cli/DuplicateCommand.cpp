@@ -29,7 +29,7 @@ std::optional<vellomir::Picture> readIcon(const DuplicateOptions &options, const
     return options.zoom ? vellomir::cropImageToSquare(picture) : picture;
 }
 
-/// Nothing for what is no archive. Throws `Interrupted`.
+/// Returns null if the file cannot be opened as an archive. Throws `Interrupted`.
 std::unique_ptr<Archive> openPackage(const std::string &path, Session &session) try {
     return Archive::open(URL::file(path), Archive::AccessMode::read, std::nullopt,
                          session.progress());

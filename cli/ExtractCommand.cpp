@@ -13,7 +13,7 @@ namespace {
 void requireFolderOrNothing(const std::string &path) {
     struct stat status {};
     if (::lstat(path.c_str(), &status) != 0)
-        return; // nothing is there, or extraction tells why it cannot get there
+        return; // missing, or unreachable: extraction reports the reason
     if (::stat(path.c_str(), &status) != 0 || !S_ISDIR(status.st_mode))
         throw archive::Error(archive::FileError::fileWriteFileExists,
                              {.path = path, .detail = "The destination is no folder"});

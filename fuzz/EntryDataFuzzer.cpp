@@ -59,7 +59,7 @@ Bytes available(Bytes archive, std::uint64_t offset, std::uint64_t size) {
     return rest.first(static_cast<std::size_t>(std::min<std::uint64_t>(size, rest.size())));
 }
 
-/// Stored data is what stands in the archive.
+/// Stored data comes out as the bytes in the archive.
 void requireStored(const Outcome &outcome, Bytes expected) {
     if (expected.size() > budget) {
         require(outcome.error == ArchiveError::invalidEntrySize, "too much is refused");

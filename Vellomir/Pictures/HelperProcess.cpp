@@ -49,7 +49,7 @@ struct Life {
     }
 };
 
-/// A process that is killed and waited for when nobody has done so before.
+/// A child process. The destructor kills it and collects its status unless `end` did.
 class Child {
 public:
     explicit Child(pid_t process) : process_(process) {}

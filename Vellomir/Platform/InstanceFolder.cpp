@@ -61,7 +61,8 @@ FileDescriptor lock(const std::string &path, int flags = lockFlags) {
 }
 
 // While its program runs, a lock file holds a mark, the path of the result, a zero byte, and the
-// folder in which a copy is being saved. It is empty otherwise: so what is read tells of a kill.
+// folder in which a copy is being saved. It is emptied at a normal end: a mark in an unlocked file
+// means that its program was killed.
 constexpr std::string_view runningMark = "running\n";
 
 void setRecord(const FileDescriptor &lock, const std::string &text) {
@@ -166,8 +167,8 @@ void InstanceFolder::writeRecord() const {
     setRecord(lock_, std::string(runningMark) + result_ + '\0' + savingFolder_);
 }
 
-/// The lock lies beside the folder. Never delete it: a recreated one is another inode. What is no
-/// folder is left alone.
+/// Locks a file beside the folder, which must never be deleted: a new file of that name would be
+/// another inode, with a lock of its own. Leaves everything alone if the path is no folder.
 bool InstanceFolder::take(const URL &folder) {
     lock_ = lock(folder.path() + ".lock", lockFlags | O_CREAT);
     if (!lock_.isOpen())

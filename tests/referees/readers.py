@@ -9,7 +9,7 @@ from model import look
 # What is the same for all tools. Ours runs in an environment of its own, see `ourEnvironment`.
 REFEREE = {**os.environ, "LC_ALL": "C.UTF-8", "TZ": "UTC"}
 OURS = os.environ.get("VELLOMIR_CLI", "")
-ZONES = ["UTC", "Asia/Kathmandu", "America/St_Johns", "XXX-14", "YYY+12:34"]
+ZONES = ["UTC", "Asia/Kathmandu", "America/St_Johns", "EAST-14", "WEST+12:34"]
 LOCALES = ["C", "C.UTF-8", "POSIX", "xx_XX"]
 
 

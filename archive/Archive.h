@@ -160,7 +160,8 @@ public:
     /// @{
 
     /// Walks the central directory. It ends early, without an error, at a damaged record and at an
-    /// encrypted entry; `end()` returns the reason. Valid until the archive changes or is destroyed.
+    /// encrypted entry; `end()` returns the reason. Valid until the archive changes or is
+    /// destroyed.
     class EntryIterator {
     public:
         enum class End { notYet, complete, damagedRecord, damagedLocalHeader, encryptedEntry };
@@ -197,7 +198,8 @@ public:
     /// An iterator before the first entry. It refers to this archive and moves its stream.
     [[nodiscard]] EntryIterator makeIterator() const;
 
-    /// For range-based for. Ends and throws like `EntryIterator`, but has no `end()` with the reason.
+    /// For range-based for. Ends and throws like `EntryIterator`, but has no `end()` with the
+    /// reason.
     class Iterator {
     public:
         using iterator_category = std::input_iterator_tag;

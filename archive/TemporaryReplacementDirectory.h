@@ -32,8 +32,8 @@ private:
 [[nodiscard]] WorkingFolder temporaryReplacementDirectory(const ArchivePlace &archive);
 
 /// Replaces a file by another one with one rename, so that the name always refers to the whole old
-/// or the whole new file. The new file takes over permissions and, where that is allowed, owner of the
-/// old one. Throws a `FileError`; both are as they were then.
+/// or the whole new file. The new file takes over permissions and, where that is allowed, owner of
+/// the old one. Throws a `FileError`; both are as they were then.
 void replaceItem(const FilePlace &at, const URL &withItemAt);
 
 } // namespace archive

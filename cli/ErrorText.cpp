@@ -3,6 +3,7 @@
 #include "Vellomir/Platform/PendingFile.h"
 #include "archive/TextEncoding.h"
 
+#include <algorithm>
 #include <cctype>
 #include <cerrno>
 #include <new>
@@ -58,7 +59,8 @@ archive::Error whileWriting(const std::string &path, const archive::Error &error
 
 std::string withoutHiddenNames(std::string text) {
     for (std::size_t start = text.find(hiddenName); start != std::string::npos;
-         start = text.find(hiddenName)) { // from the front: two halves may have come together
+         // From a little before the gap: the texts around it may form such a name again.
+         start = text.find(hiddenName, start - std::min(start, hiddenName.size()))) {
         std::size_t end = start + hiddenName.size();
         while (end < text.size() &&
                (text[end] == '/' || std::isalnum(static_cast<unsigned char>(text[end])) != 0))

@@ -7,7 +7,8 @@
 #include <stdexcept>
 #include <vector>
 
-using vellomir::Spring;
+namespace vellomir {
+
 using State = Spring::State;
 
 namespace {
@@ -146,3 +147,5 @@ TEST(ASpring, NeedsAPositiveResponseAndADampingThatDoesNotPush) {
 }
 
 } // namespace
+
+} // namespace vellomir

@@ -4,6 +4,8 @@
 
 #include <algorithm>
 
+namespace vellomir {
+
 using test::distance;
 using test::Drawing;
 using testing::ElementsAre;
@@ -211,3 +213,5 @@ TEST_F(AboutSheet, SlidesUpWithMotion) {
 }
 
 } // namespace
+
+} // namespace vellomir

@@ -3,6 +3,8 @@
 #include "tests/Vellomir/JobFixture.h"
 #include "tests/window/WindowFixture.h"
 
+namespace vellomir {
+
 using test::distance;
 using test::Drawing;
 
@@ -191,3 +193,5 @@ TEST_F(ControlLooks, RunButtonTextHasDarkOutline) {
 }
 
 } // namespace
+
+} // namespace vellomir

@@ -4,7 +4,7 @@
 #include <QImage>
 #include <QQuickWindow>
 
-namespace test {
+namespace vellomir::test {
 
 /// A screenshot of the window. Positions are in points, as on the screen.
 class Drawing {
@@ -29,4 +29,4 @@ private:
 /// The sum of the differences of red, green and blue, 0 to 765.
 [[nodiscard]] int distance(const QColor &one, const QColor &other);
 
-} // namespace test
+} // namespace vellomir::test

@@ -6,6 +6,8 @@
 #include <QGuiApplication>
 #include <QInputMethodEvent>
 
+namespace vellomir {
+
 using test::textProperty;
 
 namespace {
@@ -150,3 +152,5 @@ TEST_F(NumberField, DropsLineBreaksOfInputMethod) {
 }
 
 } // namespace
+
+} // namespace vellomir

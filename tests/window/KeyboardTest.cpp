@@ -3,6 +3,8 @@
 #include "tests/Vellomir/JobFixture.h"
 #include "tests/window/WindowFixture.h"
 
+namespace vellomir {
+
 using test::textProperty;
 using testing::ElementsAre;
 
@@ -282,3 +284,5 @@ TEST_F(Keyboard, WholeJobNeedsNoMouse) {
 }
 
 } // namespace
+
+} // namespace vellomir

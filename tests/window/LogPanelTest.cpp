@@ -5,6 +5,8 @@
 #include <QFontMetricsF>
 #include <QWheelEvent>
 
+namespace vellomir {
+
 using test::distance;
 using test::Drawing;
 using testing::Contains;
@@ -261,3 +263,5 @@ TEST_F(LogRows, ReducedMotionDisablesSlidingIn) {
 }
 
 } // namespace
+
+} // namespace vellomir

@@ -5,6 +5,8 @@
 #include <QClipboard>
 #include <QGuiApplication>
 
+namespace vellomir {
+
 using test::distance;
 using test::Drawing;
 
@@ -250,3 +252,5 @@ TEST_F(LogReading, DraggingSelectionBeyondEdgeScrolls) {
 }
 
 } // namespace
+
+} // namespace vellomir

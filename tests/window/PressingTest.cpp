@@ -4,6 +4,8 @@
 
 #include <algorithm>
 
+namespace vellomir {
+
 using testing::ElementsAre;
 
 namespace {
@@ -149,3 +151,5 @@ TEST_F(Spinner, FadesWithReducedMotion) {
 }
 
 } // namespace
+
+} // namespace vellomir

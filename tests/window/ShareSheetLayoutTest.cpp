@@ -2,6 +2,8 @@
 
 #include "tests/window/WindowFixture.h"
 
+namespace vellomir {
+
 namespace {
 
 const QSize sizes[] = {{320, 400}, {320, 568}, {390, 844}, {1200, 900}};
@@ -138,3 +140,5 @@ TEST_F(ShareSheetLayout, MessageHasRoomForThreeLines) {
 }
 
 } // namespace
+
+} // namespace vellomir

@@ -4,6 +4,8 @@
 
 #include <filesystem>
 
+namespace vellomir {
+
 using test::distance;
 using test::textProperty;
 using testing::ElementsAre;
@@ -186,11 +188,11 @@ TEST_F(ShareSheet, RowsAreDisabledForDeletedFile) {
 
 TEST_F(ShareSheet, ShowsTimeOfCreation) {
     const QDateTime made = QFileInfo(QString::fromStdString(result_.string())).lastModified();
-    EXPECT_TRUE(showsText(vellomir::madeText(made, QDateTime::currentDateTime()).toStdString()));
+    EXPECT_TRUE(showsText(madeText(made, QDateTime::currentDateTime()).toStdString()));
     const QDateTime noon(QDate(2026, 5, 3), QTime(12, 7, 59));
-    EXPECT_EQ(vellomir::madeText(noon, noon.addSecs(3600)), "Made today at 12:07");
-    EXPECT_EQ(vellomir::madeText(noon, noon.addDays(1)), "Made on 3 May 2026 at 12:07");
-    EXPECT_EQ(vellomir::madeText(noon, noon.addYears(1)), "Made on 3 May 2026 at 12:07");
+    EXPECT_EQ(madeText(noon, noon.addSecs(3600)), "Made today at 12:07");
+    EXPECT_EQ(madeText(noon, noon.addDays(1)), "Made on 3 May 2026 at 12:07");
+    EXPECT_EQ(madeText(noon, noon.addYears(1)), "Made on 3 May 2026 at 12:07");
 }
 
 TEST_F(ShareSheet, WarnsOfEqualIdentifier) {
@@ -297,3 +299,5 @@ TEST_F(ShareSheet, SheetWithoutResultCloses) {
 }
 
 } // namespace
+
+} // namespace vellomir

@@ -6,9 +6,9 @@
 
 #include <gmock/gmock.h>
 
+namespace vellomir {
+
 using testing::ElementsAre;
-using vellomir::Spring;
-using vellomir::SpringValue;
 
 namespace {
 
@@ -107,3 +107,5 @@ TEST_F(SpringValueTest, JumpDuringAnimationClearsVelocity) {
 }
 
 } // namespace
+
+} // namespace vellomir

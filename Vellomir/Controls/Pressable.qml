@@ -14,14 +14,8 @@ T.Button {
     implicitWidth: implicitContentWidth + leftPadding + rightPadding
     implicitHeight: implicitContentHeight + topPadding + bottomPadding
 
-    Accessible.role: Accessible.Button
-    Accessible.name: text
     // Qt does not report the disabled state of these items to assistive programs.
     Accessible.description: enabled ? "" : "Not available now"
-    Accessible.onPressAction: {
-        if (enabled)
-            clicked();
-    }
 
     Keys.onPressed: event => {
         if ((event.key === Qt.Key_Return || event.key === Qt.Key_Enter) && !event.isAutoRepeat) {

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+using test::colours::ground;
 using testing::ElementsAre;
 
 namespace {
@@ -84,7 +85,6 @@ TEST_F(PressedButton, SpringsBothWays) {
 }
 
 TEST_F(PressedButton, IsSmallerButNotDimmed) {
-    const QColor ground("#13131B");
     QQuickItem &button = item("selectButton");
     const QRectF whole = placeOf(button);
     const QPointF edge(whole.left() + 2, whole.center().y());

@@ -11,21 +11,15 @@ using testing::HasSubstr;
 using testing::Not;
 using testing::StartsWith;
 namespace fs = std::filesystem;
+using test::colours::ground, test::colours::orange, test::colours::red;
 
 namespace {
-
-const QColor ground("#13131B");
-const QColor orange("#FFA828");
-const QColor red("#FF453A");
 
 class ShareSheet : public test::WindowTest {
 protected:
     ShareSheet() {
-        test::writeFile(result_, std::string(2500, 'x'));
         view().selectedFileURL.set(folder_.url("Notes.ipa"));
-        view().modifiedFileURL.set(folder_.url("Notes2.ipa"));
-        view().showShareSheet.set(true);
-        settle();
+        openShareSheet();
     }
 
     std::string message() { return textProperty(item("sharingMessage"), "text"); }

@@ -86,7 +86,7 @@ if(NOT CMAKE_UNITY_BUILD)
 endif()
 target_include_directories(vellomir-window PUBLIC ${PROJECT_SOURCE_DIR} ${CMAKE_CURRENT_SOURCE_DIR}/Window)
 target_link_libraries(vellomir-window
-    PUBLIC vellomir-job Qt6::DBus Qt6::Quick Qt6::Widgets)
+    PUBLIC vellomir-content-view Qt6::DBus Qt6::Quick Qt6::Widgets)
 
 add_executable(vellomir Window/main.cpp Window/CommandLine.cpp Window/TerminationSignals.cpp)
 target_compile_definitions(vellomir PRIVATE VELLOMIR_VERSION="${PROJECT_VERSION}")

@@ -1,13 +1,13 @@
 #include "archive/Archive.h"
 
+#include "archive/ArchiveLock.h"
 #include "archive/DirectoryCheck.h"
-#include "archive/FileLock.h"
 
 #include <cerrno>
 #include <fcntl.h>
 #include <sys/stat.h>
 
-namespace archive {
+namespace vellomir::archive {
 namespace {
 
 using ArchiveError = Archive::ArchiveError;
@@ -265,4 +265,4 @@ bool Archive::truncate(std::uint64_t size) {
     return descriptor >= 0;
 }
 
-} // namespace archive
+} // namespace vellomir::archive

@@ -1,10 +1,10 @@
 #pragma once
 
 #include "archive/Entry.h"
-#include "archive/Error.h"
 #include "archive/MemoryFile.h"
 #include "archive/Progress.h"
 #include "archive/URL.h"
+#include "archive/Error.h"
 
 #include <cstdio>
 #include <iterator>
@@ -13,7 +13,7 @@
 #include <span>
 #include <string_view>
 
-namespace archive {
+namespace vellomir::archive {
 
 class ArchiveUnpacker;
 class DestinationFolder;
@@ -449,7 +449,7 @@ private:
 /// Lets the code of an `Error` be compared with the enumeration.
 [[nodiscard]] std::error_code make_error_code(Archive::ArchiveError error);
 
-} // namespace archive
+} // namespace vellomir::archive
 
 template <>
-struct std::is_error_code_enum<archive::Archive::ArchiveError> : std::true_type {};
+struct std::is_error_code_enum<vellomir::archive::Archive::ArchiveError> : std::true_type {};

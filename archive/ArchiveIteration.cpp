@@ -3,7 +3,7 @@
 #include "archive/DirectoryWindow.h"
 #include "archive/SaturatedSum.h"
 
-namespace archive {
+namespace vellomir::archive {
 namespace {
 
 /// Where the descriptor of an entry stands; the greatest value if the position does not fit.
@@ -110,4 +110,4 @@ std::optional<Entry> Archive::operator[](std::string_view path) const {
     return std::nullopt;
 }
 
-} // namespace archive
+} // namespace vellomir::archive

@@ -10,7 +10,7 @@
 #include <limits>
 #include <memory>
 
-namespace archive {
+namespace vellomir::archive {
 namespace {
 
 using ArchiveError = Archive::ArchiveError;
@@ -207,4 +207,4 @@ Archive::ProgressPointer Archive::makeProgressForReading(const Entry &entry) {
     return Progress::make(totalUnitCountForReading(entry));
 }
 
-} // namespace archive
+} // namespace vellomir::archive

@@ -1,8 +1,9 @@
 #include "archive/Archive.h"
+#include "files/FileLock.h"
 
+#include "archive/ArchiveLock.h"
 #include "archive/BufferSize.h"
 #include "archive/EndRecords.h"
-#include "archive/FileLock.h"
 #include "archive/StreamWriter.h"
 #include "archive/TemporaryReplacementDirectory.h"
 
@@ -14,7 +15,7 @@
 #include <random>
 #include <set>
 
-namespace archive {
+namespace vellomir::archive {
 namespace {
 
 using ArchiveError = Archive::ArchiveError;
@@ -237,4 +238,4 @@ Archive::ProgressPointer Archive::makeProgressForRemoving(const Entry &entry) co
     return Progress::make(totalUnitCountForRemoving(entry));
 }
 
-} // namespace archive
+} // namespace vellomir::archive

@@ -5,7 +5,7 @@
 
 #include <cstdio>
 
-namespace archive {
+namespace vellomir::archive {
 namespace {
 
 using EntryType = Entry::EntryType;
@@ -110,4 +110,4 @@ void ArchiveUnpacker::throwIfCancelled() const {
         throw Error(Archive::ArchiveError::cancelledOperation);
 }
 
-} // namespace archive
+} // namespace vellomir::archive

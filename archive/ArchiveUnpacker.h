@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-namespace archive {
+namespace vellomir::archive {
 
 /// One archive on its way into a folder. Keeps 8 bytes an entry, and the paths of the folders.
 class ArchiveUnpacker {
@@ -42,4 +42,4 @@ private:
     std::uint64_t promisedBytes_ = 0;
 };
 
-} // namespace archive
+} // namespace vellomir::archive

@@ -4,7 +4,7 @@
 #include "archive/FileItem.h"
 #include "archive/FileManager.h"
 
-namespace archive {
+namespace vellomir::archive {
 
 void Archive::addEntry(const std::string &with, const URL &relativeTo, const AddOptions &options) {
     addEntry(with, FileURL{relativeTo.appendingPathComponent(with)}, options);
@@ -34,4 +34,4 @@ Archive::ProgressPointer Archive::makeProgressForAddingItem(const URL &at) {
     return FileManager().makeProgressForAddingItem(at);
 }
 
-} // namespace archive
+} // namespace vellomir::archive

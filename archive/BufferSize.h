@@ -6,7 +6,7 @@
 #include <memory>
 #include <new>
 
-namespace archive {
+namespace vellomir::archive {
 
 /// Throws `invalidBufferSize` for a size below 1 or above `maxBufferSize`.
 inline void requireBufferSize(std::int64_t bufferSize) {
@@ -23,4 +23,4 @@ inline void requireBufferSize(std::int64_t bufferSize) {
     return buffer;
 }
 
-} // namespace archive
+} // namespace vellomir::archive

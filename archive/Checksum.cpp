@@ -6,7 +6,7 @@
 
 #include <zlib.h>
 
-namespace archive {
+namespace vellomir::archive {
 namespace {
 
 /// The reflected polynomial of ISO 3309.
@@ -48,4 +48,4 @@ CRC32 Data::builtInCRC32(std::span<const std::byte> bytes, CRC32 checksum) {
     return ~value;
 }
 
-} // namespace archive
+} // namespace vellomir::archive

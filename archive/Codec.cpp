@@ -1,6 +1,6 @@
 #include "archive/Codec.h"
 
-namespace archive {
+namespace vellomir::archive {
 
 std::unique_ptr<Codec> makeCodec(Codec::Operation operation) {
 #ifdef VELLOMIR_ISAL
@@ -10,4 +10,4 @@ std::unique_ptr<Codec> makeCodec(Codec::Operation operation) {
     return makeZlibCodec(operation);
 }
 
-} // namespace archive
+} // namespace vellomir::archive

@@ -7,7 +7,7 @@
 #include <memory>
 #include <span>
 
-namespace archive {
+namespace vellomir::archive {
 
 /// A streaming codec for raw DEFLATE (RFC 1951, no wrapper), in one direction.
 ///
@@ -60,4 +60,4 @@ std::span<Byte> countable(std::span<Byte> bytes) {
 /// The best one of this build.
 [[nodiscard]] std::unique_ptr<Codec> makeCodec(Codec::Operation operation);
 
-} // namespace archive
+} // namespace vellomir::archive

@@ -1,12 +1,12 @@
 #include "archive/Compression.h"
 
 #include "archive/DeflateStream.h"
-#include "archive/Error.h"
 #include "archive/StoredCopy.h"
+#include "archive/Error.h"
 
 #include <algorithm>
 
-namespace archive {
+namespace vellomir::archive {
 
 CRC32 Data::compress(std::int64_t size, std::int64_t bufferSize, const Provider &provider,
                      const Consumer &consumer) {
@@ -47,4 +47,4 @@ CRC32 Data::consumePart(std::int64_t size, std::int64_t chunkSize, bool skipCRC3
                       consumer);
 }
 
-} // namespace archive
+} // namespace vellomir::archive

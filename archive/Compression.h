@@ -6,7 +6,7 @@
 #include <optional>
 #include <span>
 
-namespace archive {
+namespace vellomir::archive {
 
 /// The `compressionMethod` field of the records (APPNOTE.TXT, section 4.4.5).
 enum class CompressionMethod : std::uint16_t { none = 0, deflate = 8 };
@@ -43,4 +43,4 @@ providedBytes(const Provider &provider, std::int64_t position, std::size_t size)
 /// Takes a chunk, which is valid only during the call. May throw.
 using Consumer = std::function<void(std::span<const std::byte> chunk)>;
 
-} // namespace archive
+} // namespace vellomir::archive

@@ -4,7 +4,7 @@
 
 /// Signatures, sizes and limits of the ZIP format (APPNOTE.TXT, section 4.3) and the engine's own
 /// defaults.
-namespace archive {
+namespace vellomir::archive {
 
 inline constexpr std::uint32_t localFileHeaderStructSignature = 0x04034b50;
 inline constexpr std::uint32_t dataDescriptorStructSignature = 0x08074b50;
@@ -51,4 +51,4 @@ inline constexpr std::uint16_t utf8PathFlag = 1U << 11U;
 /// Written as "version made by": Unix, format version 2.1.
 inline constexpr std::uint16_t versionMadeByUnix = 789;
 
-} // namespace archive
+} // namespace vellomir::archive

@@ -8,7 +8,7 @@
 #include <limits>
 #include <sys/types.h>
 
-namespace archive {
+namespace vellomir::archive {
 namespace {
 
 /// The first step in which memory follows a long read; each further one doubles it.
@@ -125,4 +125,4 @@ std::uint64_t Data::writeLargeChunk(std::span<const std::byte> chunk, std::uint6
     return total;
 }
 
-} // namespace archive
+} // namespace vellomir::archive

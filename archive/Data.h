@@ -13,7 +13,7 @@
 #include <system_error>
 #include <vector>
 
-namespace archive {
+namespace vellomir::archive {
 
 /// Checksum of ISO 3309 / ITU-T V.42, as ZIP uses it. A running value starts at 0.
 using CRC32 = std::uint32_t;
@@ -159,11 +159,11 @@ private:
 [[nodiscard]] std::error_code make_error_code(Data::DataError error);
 [[nodiscard]] std::error_code make_error_code(Data::CompressionError error);
 
-} // namespace archive
+} // namespace vellomir::archive
 
 template <>
-struct std::is_error_code_enum<archive::Data::DataError> : std::true_type {};
+struct std::is_error_code_enum<vellomir::archive::Data::DataError> : std::true_type {};
 template <>
-struct std::is_error_code_enum<archive::Data::CompressionError> : std::true_type {};
+struct std::is_error_code_enum<vellomir::archive::Data::CompressionError> : std::true_type {};
 
 #include "archive/ReadStruct.h"

@@ -7,7 +7,7 @@
 #include <optional>
 #include <stdexcept>
 
-namespace archive {
+namespace vellomir::archive {
 namespace {
 
 // 1980 and 2099, as `tm_year` counts them. Adding 1900 to that could leave int.
@@ -64,4 +64,4 @@ Date::DateTime Date::fileModificationDateTime() const {
     return {fileModificationDate(), fileModificationTime()};
 }
 
-} // namespace archive
+} // namespace vellomir::archive

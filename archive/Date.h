@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-namespace archive {
+namespace vellomir::archive {
 
 /// A moment: seconds since 1970-01-01 00:00:00 UTC.
 struct Date {
@@ -28,4 +28,4 @@ struct Date {
     friend bool operator==(const Date &, const Date &) = default;
 };
 
-} // namespace archive
+} // namespace vellomir::archive

@@ -6,7 +6,7 @@
 #include <new>
 #include <utility>
 
-namespace archive {
+namespace vellomir::archive {
 namespace {
 
 [[noreturn]] void failForMemory() {
@@ -179,4 +179,4 @@ DeflateStreamTotals process(const DeflateStream &stream, const Provider &provide
         .toTheEnd();
 }
 
-} // namespace archive
+} // namespace vellomir::archive

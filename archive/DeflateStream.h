@@ -3,7 +3,7 @@
 #include "archive/Codec.h"
 #include "archive/Data.h"
 
-namespace archive {
+namespace vellomir::archive {
 
 /// One raw DEFLATE stream, in either direction.
 struct DeflateStream {
@@ -37,4 +37,4 @@ DeflateStreamTotals process(const DeflateStream &stream, Codec &codec, const Pro
 DeflateStreamTotals process(const DeflateStream &stream, const Provider &provider,
                             const Consumer &consumer);
 
-} // namespace archive
+} // namespace vellomir::archive

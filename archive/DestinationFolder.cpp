@@ -2,8 +2,8 @@
 
 #include "archive/Archive.h"
 #include "archive/FolderAttributes.h"
-#include "archive/FreeRoom.h"
-#include "archive/OpenBelow.h"
+#include "files/FreeRoom.h"
+#include "files/OpenBelow.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -13,7 +13,7 @@
 #include <optional>
 #include <sys/stat.h>
 
-namespace archive {
+namespace vellomir::archive {
 namespace {
 
 /// Nobody else may put anything into a folder that is being filled.
@@ -259,4 +259,4 @@ std::string DestinationFolder::fullPath(std::string_view path) const {
     return rootPath_ + (rootPath_.ends_with('/') ? "" : "/") + std::string(path);
 }
 
-} // namespace archive
+} // namespace vellomir::archive

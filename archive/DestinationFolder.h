@@ -1,9 +1,9 @@
 #pragma once
 
 #include "archive/Entry.h"
-#include "archive/FileDescriptor.h"
 #include "archive/Progress.h"
 #include "archive/URL.h"
+#include "files/FileDescriptor.h"
 
 #include <array>
 #include <cstdint>
@@ -13,7 +13,7 @@
 #include <sys/types.h>
 #include <vector>
 
-namespace archive {
+namespace vellomir::archive {
 
 /// A file that is being extracted.
 class DestinationFile {
@@ -112,4 +112,4 @@ private:
     std::vector<Directory> directories_;
 };
 
-} // namespace archive
+} // namespace vellomir::archive

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <string>
 
-namespace archive {
+namespace vellomir::archive {
 namespace {
 
 using ArchiveError = Archive::ArchiveError;
@@ -126,4 +126,4 @@ void requireSoundDirectory(const Data &directory, std::FILE *file, const EndReco
     requireEndOfDirectory(directory, file, known);
 }
 
-} // namespace archive
+} // namespace vellomir::archive

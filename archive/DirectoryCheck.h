@@ -4,7 +4,7 @@
 
 #include <cstdio>
 
-namespace archive {
+namespace vellomir::archive {
 
 /// Reads the central directory, all of its bytes. `known` are the end records as the archive object
 /// remembers them. Moves the stream's position.
@@ -21,4 +21,4 @@ namespace archive {
 /// `invalidCentralDirectoryOffset`, with what disagrees.
 void requireSoundDirectory(const Data &directory, std::FILE *file, const EndRecords &known);
 
-} // namespace archive
+} // namespace vellomir::archive

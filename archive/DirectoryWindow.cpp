@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <limits>
 
-namespace archive {
+namespace vellomir::archive {
 
 DirectoryWindow::DirectoryWindow(std::FILE *file, std::uint64_t expectedSize)
     : file_(file), capacity_(static_cast<std::size_t>(
@@ -32,4 +32,4 @@ void DirectoryWindow::read(std::uint64_t offset, std::size_t size) {
     window_ = Data::readChunk(std::span(buffer_.get(), capacity_), file_);
 }
 
-} // namespace archive
+} // namespace vellomir::archive

@@ -6,7 +6,7 @@
 #include <memory>
 #include <span>
 
-namespace archive {
+namespace vellomir::archive {
 
 /// A view on a part of a stream that moves forward in large pieces, so that the records of a
 /// directory cost a few reads in all. Others may move the stream's position in between.
@@ -29,4 +29,4 @@ private:
     std::uint64_t start_ = 0;
 };
 
-} // namespace archive
+} // namespace vellomir::archive

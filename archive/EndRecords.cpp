@@ -5,7 +5,7 @@
 #include <cstring>
 #include <limits>
 
-namespace archive {
+namespace vellomir::archive {
 namespace {
 
 using ArchiveError = Archive::ArchiveError;
@@ -199,4 +199,4 @@ EndRecordsScan scanForEndOfCentralDirectoryRecord(std::FILE *file, const Progres
     return scan;
 }
 
-} // namespace archive
+} // namespace vellomir::archive

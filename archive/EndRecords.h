@@ -7,7 +7,7 @@
 #include <cstdio>
 #include <optional>
 
-namespace archive {
+namespace vellomir::archive {
 
 /// What stands behind the central directory: the ZIP64 records where they are needed, then the
 /// plain one.
@@ -64,4 +64,4 @@ struct EndRecordsScan {
 [[nodiscard]] EndRecordsScan scanForEndOfCentralDirectoryRecord(std::FILE *file,
                                                                 const Progress *progress = nullptr);
 
-} // namespace archive
+} // namespace vellomir::archive

@@ -5,7 +5,7 @@
 
 #include <sys/stat.h>
 
-namespace archive {
+namespace vellomir::archive {
 
 Entry::EntryType Entry::entryType(std::uint32_t mode) {
     switch (mode & S_IFMT) {
@@ -129,4 +129,4 @@ bool operator==(const Entry &left, const Entry &right) {
                right.centralDirectoryStructure_.effectiveRelativeOffsetOfLocalHeader();
 }
 
-} // namespace archive
+} // namespace vellomir::archive

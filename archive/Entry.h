@@ -7,11 +7,11 @@
 #include <optional>
 #include <string>
 
-#ifdef unix // a macro of compilers in GNU mode, and the name of a host below
+// A macro of compilers in GNU mode, and the name of a host below.
+#pragma push_macro("unix")
 #undef unix
-#endif
 
-namespace archive {
+namespace vellomir::archive {
 
 /// What extraction applies to an item on disk.
 struct FileAttributes {
@@ -105,7 +105,9 @@ private:
 /// Lets the code of an `Error` be compared with the enumeration.
 [[nodiscard]] std::error_code make_error_code(Entry::EntryError error);
 
-} // namespace archive
+} // namespace vellomir::archive
 
 template <>
-struct std::is_error_code_enum<archive::Entry::EntryError> : std::true_type {};
+struct std::is_error_code_enum<vellomir::archive::Entry::EntryError> : std::true_type {};
+
+#pragma pop_macro("unix")

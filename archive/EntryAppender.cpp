@@ -7,7 +7,7 @@
 #include <algorithm>
 #include <limits>
 
-namespace archive {
+namespace vellomir::archive {
 namespace {
 
 using ArchiveError = Archive::ArchiveError;
@@ -292,4 +292,4 @@ void EntryAppender::leaveAsWritten(std::uint64_t localFileHeaderStart) {
     }
 }
 
-} // namespace archive
+} // namespace vellomir::archive

@@ -7,7 +7,7 @@
 #include <string>
 #include <utility>
 
-namespace archive {
+namespace vellomir::archive {
 
 /// Adds entries behind the last one of an archive. The directory and the end records are written
 /// once, by `finish`; after a cancellation or a failure they are put where they would stand if
@@ -75,4 +75,4 @@ private:
     bool isFinished_ = false;
 };
 
-} // namespace archive
+} // namespace vellomir::archive

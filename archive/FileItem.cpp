@@ -1,14 +1,14 @@
 #include "archive/FileItem.h"
 
 #include "archive/BufferSize.h"
-#include "archive/FileDescriptor.h"
+#include "files/FileDescriptor.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <fcntl.h>
 #include <memory>
 
-namespace archive {
+namespace vellomir::archive {
 namespace {
 
 /// Opens a file for reading; never waits, not even for a pipe that took its place.
@@ -187,4 +187,4 @@ void FileItem::addSymbolicLink(EntryAppender &appender, const std::string &path,
                  permissions(), provider, options);
 }
 
-} // namespace archive
+} // namespace vellomir::archive

@@ -2,12 +2,12 @@
 
 #include "archive/Archive.h"
 #include "archive/EntryAppender.h"
-#include "archive/FileDescriptor.h"
+#include "files/FileDescriptor.h"
 
 #include <optional>
 #include <sys/stat.h>
 
-namespace archive {
+namespace vellomir::archive {
 
 /// An item on disk, looked at once: everything that adding it needs to know. Links are not
 /// followed.
@@ -68,4 +68,4 @@ private:
     struct stat status_ {};
 };
 
-} // namespace archive
+} // namespace vellomir::archive

@@ -6,7 +6,7 @@
 #include <filesystem>
 #include <sys/stat.h>
 
-namespace archive {
+namespace vellomir::archive {
 namespace {
 
 constexpr std::uint32_t permissionBits = 07777;
@@ -98,4 +98,4 @@ FileManager::ProgressPointer FileManager::makeProgressForAddingItem(const URL &a
     return Progress::make(totalUnitCountForAddingItem(at));
 }
 
-} // namespace archive
+} // namespace vellomir::archive

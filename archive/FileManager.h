@@ -6,7 +6,7 @@
 #include <memory>
 #include <optional>
 
-namespace archive {
+namespace vellomir::archive {
 
 /// Between archives and folders: whole trees in and out, and the questions about single items that
 /// both need. No state; every operation is synchronous and may run on any thread. Errors are
@@ -84,4 +84,4 @@ public:
     [[nodiscard]] ProgressPointer makeProgressForAddingItem(const URL &at) const;
 };
 
-} // namespace archive
+} // namespace vellomir::archive

@@ -5,13 +5,13 @@
 #include "archive/FileItem.h"
 #include "archive/SourceFolder.h"
 #include "archive/UnitCount.h"
-#include "archive/WorkingFolder.h"
+#include "files/WorkingFolder.h"
 
 #include <fcntl.h>
 #include <filesystem>
 #include <string_view>
 
-namespace archive {
+namespace vellomir::archive {
 namespace {
 
 using EntryType = Entry::EntryType;
@@ -135,4 +135,4 @@ void FileManager::zipItem(const URL &at, const URL &to, bool shouldKeepParent,
                       {.compressionMethod = compressionMethod, .progress = progress});
 }
 
-} // namespace archive
+} // namespace vellomir::archive

@@ -1,14 +1,14 @@
 #include "archive/FolderAttributes.h"
 
 #include "archive/Error.h"
-#include "archive/FileDescriptor.h"
+#include "files/FileDescriptor.h"
 
 #include <cerrno>
 #include <cmath>
 #include <fcntl.h>
 #include <sys/stat.h>
 
-namespace archive {
+namespace vellomir::archive {
 namespace {
 
 /// The item is complete without its mode and times.
@@ -59,4 +59,4 @@ void setFolderMode(int folder, mode_t mode, const std::string &path) {
                        path);
 }
 
-} // namespace archive
+} // namespace vellomir::archive

@@ -6,7 +6,7 @@
 #include <ctime>
 #include <string>
 
-namespace archive {
+namespace vellomir::archive {
 
 /// Access and modification time, as the system's calls take them.
 [[nodiscard]] std::array<timespec, 2> times(const Date &date);
@@ -21,4 +21,4 @@ void applyToFolder(int folder, const FileAttributes &attributes, const std::stri
 /// Sets the mode alone.
 void setFolderMode(int folder, mode_t mode, const std::string &path);
 
-} // namespace archive
+} // namespace vellomir::archive

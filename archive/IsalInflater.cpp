@@ -6,7 +6,7 @@
 
 #include <isa-l/igzip_lib.h>
 
-namespace archive {
+namespace vellomir::archive {
 namespace {
 
 /// Decodes ahead into a buffer of its own, so that source may be consumed long before its output is
@@ -47,4 +47,4 @@ std::unique_ptr<Codec> makeIsalInflater() {
     return std::make_unique<IsalInflater>();
 }
 
-} // namespace archive
+} // namespace vellomir::archive

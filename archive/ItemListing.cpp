@@ -1,15 +1,15 @@
 #include "archive/ItemListing.h"
 
 #include "archive/Error.h"
-#include "archive/FileDescriptor.h"
-#include "archive/OpenBelow.h"
+#include "files/FileDescriptor.h"
+#include "files/OpenBelow.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <fcntl.h>
 
-namespace archive {
+namespace vellomir::archive {
 namespace {
 
 constexpr int flagsBehindLinks = listFlags & ~O_NOFOLLOW;
@@ -68,4 +68,4 @@ std::vector<std::string> subpaths(int folder, const std::string &path, const Lis
     return found;
 }
 
-} // namespace archive
+} // namespace vellomir::archive

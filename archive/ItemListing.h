@@ -1,12 +1,12 @@
 #pragma once
 
-#include "archive/FolderItems.h"
 #include "archive/URL.h"
+#include "files/FolderItems.h"
 
 #include <string>
 #include <vector>
 
-namespace archive {
+namespace vellomir::archive {
 
 /// The paths of all items below a folder, relative to it: a folder before its content, otherwise in
 /// the order of `sortForWalk`. Links are listed, not followed. Throws a `FileError` with the path
@@ -19,4 +19,4 @@ namespace archive {
 [[nodiscard]] std::vector<std::string> subpaths(int folder, const std::string &path,
                                                 const ListFolder &list = folderItems);
 
-} // namespace archive
+} // namespace vellomir::archive

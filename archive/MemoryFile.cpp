@@ -5,7 +5,7 @@
 #include <optional>
 #include <string>
 
-namespace archive {
+namespace vellomir::archive {
 namespace {
 
 /// What a stream's cookie points to.
@@ -112,4 +112,4 @@ std::int64_t MemoryFile::seek(std::int64_t offset, int whence) {
     return offset_;
 }
 
-} // namespace archive
+} // namespace vellomir::archive

@@ -6,7 +6,7 @@
 #include <memory>
 #include <sys/types.h>
 
-namespace archive {
+namespace vellomir::archive {
 
 /// A growable byte buffer behind a stdio stream. Every open stream shares in owning it; all streams
 /// share one position. One thread at a time.
@@ -54,4 +54,4 @@ private:
     std::int64_t offset_ = 0;
 };
 
-} // namespace archive
+} // namespace vellomir::archive

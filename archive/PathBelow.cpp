@@ -2,7 +2,7 @@
 
 #include "archive/Error.h"
 
-namespace archive {
+namespace vellomir::archive {
 namespace {
 
 bool needsResolving(std::string_view path) {
@@ -39,4 +39,4 @@ std::string pathBelow(const URL &destination, std::string_view entryPath) {
     return std::string(entryPath);
 }
 
-} // namespace archive
+} // namespace vellomir::archive

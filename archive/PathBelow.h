@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-namespace archive {
+namespace vellomir::archive {
 
 /// Where below the destination folder an entry belongs: a relative path without ".", "..", empty
 /// components and a "/" at its end; "" for the folder itself. An absolute path is taken as
@@ -13,4 +13,4 @@ namespace archive {
 /// folder.
 [[nodiscard]] std::string pathBelow(const URL &destination, std::string_view entryPath);
 
-} // namespace archive
+} // namespace vellomir::archive

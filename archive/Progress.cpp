@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-namespace archive {
+namespace vellomir::archive {
 
 std::shared_ptr<Progress> Progress::make(std::int64_t totalUnitCount) {
     return std::shared_ptr<Progress>(new Progress(totalUnitCount));
@@ -78,4 +78,4 @@ void Progress::finishChild(const Progress *child) {
     changed();
 }
 
-} // namespace archive
+} // namespace vellomir::archive

@@ -7,7 +7,7 @@
 #include <mutex>
 #include <vector>
 
-namespace archive {
+namespace vellomir::archive {
 
 /// How far an operation has come, and the way to stop it. Shared by the thread that works and those
 /// that watch: every member may be called from any thread.
@@ -67,4 +67,4 @@ private:
     Observer observer_;
 };
 
-} // namespace archive
+} // namespace vellomir::archive

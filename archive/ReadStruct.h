@@ -6,7 +6,7 @@
 
 #include <array>
 
-namespace archive {
+namespace vellomir::archive {
 
 template <DataSerializable Record>
 std::optional<Record> Data::readRecord(std::FILE *file, std::uint64_t offset) {
@@ -36,4 +36,4 @@ std::optional<Record> Data::readStruct(std::FILE *file, std::uint64_t offset) {
     }
 }
 
-} // namespace archive
+} // namespace vellomir::archive

@@ -15,7 +15,7 @@
 ///         static constexpr auto fields = std::tuple{&R::signature, &R::nameLength};
 ///         static constexpr auto tails = std::tuple{Tail{&R::nameLength, &R::name}};
 ///     };
-namespace archive::layout {
+namespace vellomir::archive::layout {
 
 /// A variable part behind the fixed one, and the field that holds its length.
 template <class Record>
@@ -93,4 +93,4 @@ void appendTails(Data &data, const Record &record) {
     std::apply([&](auto... tail) { (data.append(record.*tail.bytes), ...); }, Record::tails);
 }
 
-} // namespace archive::layout
+} // namespace vellomir::archive::layout

@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <array>
 
-namespace archive {
+namespace vellomir::archive {
 namespace {
 
 using Field = ZIP64ExtendedInformation::Field;
@@ -401,4 +401,4 @@ Data ZIP64EndOfCentralDirectory::data() const {
     return data;
 }
 
-} // namespace archive
+} // namespace vellomir::archive

@@ -15,7 +15,7 @@
 /// Every `make(data, additionalDataProvider)` takes exactly `size` bytes and returns nothing when
 /// they are no such record; it throws nothing but `std::bad_alloc`. Every `data()` is the record as
 /// it stands in a file.
-namespace archive {
+namespace vellomir::archive {
 
 /// What an extra field says of itself.
 template <class Field>
@@ -392,4 +392,4 @@ struct ZIP64EndOfCentralDirectory {
                            const ZIP64EndOfCentralDirectory &) = default;
 };
 
-} // namespace archive
+} // namespace vellomir::archive

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <limits>
 
-namespace archive {
+namespace vellomir::archive {
 
 /// The sum, or the greatest value if it does not fit: a position that no file has.
 template <class... Value>
@@ -17,4 +17,4 @@ template <class... Value>
     return sum;
 }
 
-} // namespace archive
+} // namespace vellomir::archive

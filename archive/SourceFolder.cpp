@@ -1,13 +1,13 @@
 #include "archive/SourceFolder.h"
 
-#include "archive/Error.h"
 #include "archive/ItemListing.h"
+#include "archive/Error.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <fcntl.h>
 
-namespace archive {
+namespace vellomir::archive {
 namespace {
 
 FileDescriptor openFolder(int parent, const std::string &name, const std::string &path) {
@@ -60,4 +60,4 @@ int SourceFolder::openParent(std::string_view parent) {
     return parent_.get();
 }
 
-} // namespace archive
+} // namespace vellomir::archive

@@ -1,14 +1,14 @@
 #pragma once
 
-#include "archive/FileDescriptor.h"
 #include "archive/FileItem.h"
 #include "archive/URL.h"
+#include "files/FileDescriptor.h"
 
 #include <string>
 #include <string_view>
 #include <vector>
 
-namespace archive {
+namespace vellomir::archive {
 
 /// A folder that is being packed. Its items are reached name by name from its descriptor, and never
 /// through a link: nothing outside is read, even if somebody swaps a folder for a link meanwhile.
@@ -35,4 +35,4 @@ private:
     FileDescriptor parent_;
 };
 
-} // namespace archive
+} // namespace vellomir::archive

@@ -2,7 +2,7 @@
 
 #include "archive/Data.h"
 
-namespace archive {
+namespace vellomir::archive {
 
 /// One stored part, from its provider to its consumer.
 struct StoredCopy {
@@ -19,4 +19,4 @@ struct StoredCopy {
 /// throw.
 CRC32 copyStored(const StoredCopy &part, const Provider &provider, const Consumer &consumer);
 
-} // namespace archive
+} // namespace vellomir::archive

@@ -8,7 +8,7 @@
 #include <limits>
 #include <utility>
 
-namespace archive {
+namespace vellomir::archive {
 namespace {
 
 constexpr std::size_t capacity = 1U << 18U;
@@ -84,4 +84,4 @@ void StreamWriter::fail() const {
     throw Error(Data::DataError::unwritableFile, {.path = path_, .systemError = errno});
 }
 
-} // namespace archive
+} // namespace vellomir::archive

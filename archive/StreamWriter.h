@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-namespace archive {
+namespace vellomir::archive {
 
 /// Writes forward from a place in a stream, gathering small pieces so that a header, its data and
 /// the header's second version reach the system in one call with their neighbours.
@@ -44,4 +44,4 @@ private:
     std::vector<std::byte> buffer_;
 };
 
-} // namespace archive
+} // namespace vellomir::archive

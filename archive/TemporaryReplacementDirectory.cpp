@@ -1,7 +1,7 @@
 #include "archive/TemporaryReplacementDirectory.h"
 
 #include "archive/Error.h"
-#include "archive/FileDescriptor.h"
+#include "files/FileDescriptor.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -10,7 +10,7 @@
 #include <filesystem>
 #include <sys/stat.h>
 
-namespace archive {
+namespace vellomir::archive {
 namespace {
 
 namespace fs = std::filesystem;
@@ -101,4 +101,4 @@ void replaceItem(const FilePlace &at, const URL &withItemAt) {
         throw writeError(at.path, errno);
 }
 
-} // namespace archive
+} // namespace vellomir::archive

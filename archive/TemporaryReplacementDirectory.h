@@ -1,12 +1,12 @@
 #pragma once
 
-#include "archive/FilePlace.h"
 #include "archive/URL.h"
-#include "archive/WorkingFolder.h"
+#include "files/FilePlace.h"
+#include "files/WorkingFolder.h"
 
 #include <string>
 
-namespace archive {
+namespace vellomir::archive {
 
 /// Where the file of an archive is, behind all links. Its path is looked up once: what is made
 /// beside the file, and what takes its place, goes to the folder that was found then.
@@ -36,4 +36,4 @@ private:
 /// the old one. Throws a `FileError`; both are as they were then.
 void replaceItem(const FilePlace &at, const URL &withItemAt);
 
-} // namespace archive
+} // namespace vellomir::archive

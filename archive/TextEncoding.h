@@ -1,12 +1,14 @@
 #pragma once
 
+#include "files/PrintableText.h"
+
 #include <cstddef>
 #include <optional>
 #include <span>
 #include <string>
 #include <string_view>
 
-namespace archive {
+namespace vellomir::archive {
 
 /// How the name of an entry is stored.
 enum class TextEncoding {
@@ -19,11 +21,7 @@ enum class TextEncoding {
 [[nodiscard]] std::optional<std::string> decode(std::span<const std::byte> bytes,
                                                 TextEncoding encoding);
 
-/// Well-formed by Unicode's table 3-7: no overlong forms, no surrogates, nothing above U+10FFFF.
-[[nodiscard]] bool isValidUTF8(std::string_view text);
+using vellomir::isValidUTF8;
+using vellomir::printable;
 
-/// For one line of a terminal or a log: control characters, and bytes that are not UTF-8, as
-/// `\xNN`.
-[[nodiscard]] std::string printable(std::string_view text);
-
-} // namespace archive
+} // namespace vellomir::archive

@@ -6,7 +6,7 @@
 #include <filesystem>
 #include <vector>
 
-namespace archive {
+namespace vellomir::archive {
 namespace {
 
 std::string absolute(std::string_view path) {
@@ -147,4 +147,4 @@ bool URL::isContained(const URL &folder) const {
     return standardized().absoluteString().starts_with(root.absoluteString());
 }
 
-} // namespace archive
+} // namespace vellomir::archive

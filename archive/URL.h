@@ -3,7 +3,7 @@
 #include <string>
 #include <string_view>
 
-namespace archive {
+namespace vellomir::archive {
 
 /// The scheme of the archives that live in memory.
 inline constexpr std::string_view memoryURLScheme = "memory";
@@ -59,4 +59,4 @@ private:
     std::string path_;
 };
 
-} // namespace archive
+} // namespace vellomir::archive

@@ -2,7 +2,7 @@
 
 #include "archive/Archive.h"
 
-namespace archive {
+namespace vellomir::archive {
 
 /// A sum of progress units. Throws `invalidEntrySize` when it leaves 64 bits.
 class UnitCount {
@@ -38,4 +38,4 @@ inline void complete(const std::shared_ptr<Progress> &progress) {
         progress->setCompletedUnitCount(progress->totalUnitCount());
 }
 
-} // namespace archive
+} // namespace vellomir::archive

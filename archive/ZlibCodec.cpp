@@ -5,7 +5,7 @@
 
 #include <zlib.h>
 
-namespace archive {
+namespace vellomir::archive {
 namespace {
 
 /// Raw DEFLATE, without zlib's wrapper, over the largest window.
@@ -105,4 +105,4 @@ std::unique_ptr<Codec> makeZlibCodec(Codec::Operation operation) {
     return std::make_unique<ZlibInflater>();
 }
 
-} // namespace archive
+} // namespace vellomir::archive

@@ -4,24 +4,22 @@
 #include "cli/Interruption.h"
 #include "cli/Reach.h"
 
-#include "Vellomir/Platform/FileCopy.h"
-#include "Vellomir/Platform/PendingFile.h"
 #include "archive/EntryAppender.h"
 #include "archive/FileItem.h"
 #include "archive/FileManager.h"
 #include "archive/UnitCount.h"
+#include "files/FileCopy.h"
+#include "files/PendingFile.h"
 
 #include <optional>
 #include <set>
 
-namespace cli {
+namespace vellomir::cli {
 namespace {
 
 using archive::Archive;
 using archive::FileItem;
 using archive::URL;
-using vellomir::Existing;
-using vellomir::PendingFile;
 
 /// One path of the command line and what lies there.
 struct Addition {
@@ -43,7 +41,7 @@ std::vector<Addition> findAdditions(const AddOptions &options) try {
         additions.push_back({entryPath(path, item), item});
     }
     return additions;
-} catch (const archive::Error &error) {
+} catch (const Error &error) {
     throw Failure(purpose(options) + ": " + describe(error));
 }
 
@@ -56,7 +54,7 @@ void requireNewPaths(const Archive &archive, const std::vector<Addition> &additi
     }
     for (const Addition &addition : additions)
         if (!paths.insert(addition.path).second)
-            throw archive::Error(archive::FileError::fileWriteFileExists,
+            throw Error(FileError::fileWriteFileExists,
                                  {.entry = addition.path,
                                   .detail = "The archive holds an entry of this path already"});
 }
@@ -77,7 +75,7 @@ void add(Archive &archive, const std::vector<Addition> &additions, const AddOpti
         try {
             addition.item.add(appender, addition.path,
                               {.compressionMethod = options.method, .progress = part});
-        } catch (const archive::Error &error) {
+        } catch (const Error &error) {
             throw error.about(addition.path);
         }
     }
@@ -90,7 +88,7 @@ void requireGoodDirectory(const Archive &archive) {
     const Reach reach = findReach(archive);
     const bool isDamaged = reach.end == Archive::EntryIterator::End::damagedRecord;
     if (isDamaged || findDisplacement(archive) != 0)
-        throw archive::Error(Archive::ArchiveError::unreadableArchive,
+        throw Error(Archive::ArchiveError::unreadableArchive,
                              {.path = archive.url().path(),
                               .detail = "Nothing can be added: " +
                                         shortfall(reach).value_or("the directory is not where the "
@@ -122,8 +120,8 @@ void addInFile(OldArchive old, const PendingFile &pending, const std::vector<Add
                const AddOptions &options, Session &session) {
     if (old != nullptr) {
         requireArchive(*old, session.progress());
-        vellomir::copyFile({old->fromStart(), old->path()}, pending.path(),
-                           [](std::size_t) { Interruption::throwIfInterrupted(); });
+        copyFile({old->fromStart(), old->path()}, pending.path(),
+                 [](std::size_t) { Interruption::throwIfInterrupted(); });
     }
     const auto mode = old != nullptr ? Archive::AccessMode::update : Archive::AccessMode::create;
     addTo(*Archive::open(URL::file(pending.path()), mode, std::nullopt, session.progress()),
@@ -149,15 +147,15 @@ void run(const AddOptions &options, Session &session) {
         (options.memory ? addInMemory : addInFile)(held ? &*held : nullptr, pending, additions,
                                                    options, session);
         if (held)
-            vellomir::copyAttributes(held->descriptor(), pending.path());
+            copyAttributes(held->descriptor(), pending.path());
         Interruption::throwIfInterrupted();
         if (held)
             held->requireUnchanged();
         pending.place(isNew ? Existing::refuse : Existing::replace);
-    } catch (const archive::Error &error) {
+    } catch (const Error &error) {
         throw Failure(purpose(options) + ": " +
                       pending.underFinalName(describe(whileWriting(pending.path(), error))));
     }
 }
 
-} // namespace cli
+} // namespace vellomir::cli

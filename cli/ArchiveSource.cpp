@@ -2,33 +2,32 @@
 
 #include "cli/Interruption.h"
 
-#include "Vellomir/Platform/WholeFile.h"
+#include "files/WholeFile.h"
 
 #include <cerrno>
 #include <cstdlib>
 #include <limits>
 #include <unistd.h>
 
-namespace cli {
+namespace vellomir::cli {
 namespace {
 
 using archive::Archive;
 using archive::URL;
 
-archive::Data readBytes(const archive::FileDescriptor &file, const std::string &path) {
-    return vellomir::readWholeFile(file, path, std::numeric_limits<std::size_t>::max(),
-                                   &Interruption::throwIfInterrupted);
+archive::Data readBytes(const FileDescriptor &file, const std::string &path) {
+    return archive::Data(readWholeFile(file, path, std::numeric_limits<std::size_t>::max(),
+                                       &Interruption::throwIfInterrupted));
 }
 
 archive::Data readBytes(const std::string &path) {
-    return readBytes(archive::FileDescriptor(::open(path.c_str(), vellomir::wholeFileFlags)), path);
+    return readBytes(FileDescriptor(::open(path.c_str(), wholeFileFlags)), path);
 }
 
-Archive::FilePointer makeStream(archive::FileDescriptor file, const char *mode,
-                                const std::string &path) {
+Archive::FilePointer makeStream(FileDescriptor file, const char *mode, const std::string &path) {
     Archive::FilePointer stream(::fdopen(file.get(), mode));
     if (!stream)
-        throw archive::readError(path, errno);
+        throw readError(path, errno);
     static_cast<void>(file.release()); // the stream's own from here on
     return stream;
 }
@@ -48,7 +47,7 @@ Archive::FilePointer openArchiveStream(const std::string &path, bool inMemory) {
     Archive::FilePointer file(inMemory ? archive::MemoryFile::make(readBytes(path))->open("rb")
                                        : std::fopen(path.c_str(), "rbe"));
     if (!file)
-        throw archive::readError(path, errno);
+        throw readError(path, errno);
     return file;
 }
 
@@ -82,12 +81,12 @@ std::unique_ptr<Archive> loadArchive(const archive::HeldFile &file,
 void storeArchive(const Archive &archive, const std::string &path) {
     const Archive::FilePointer file(std::fopen(path.c_str(), "wbxe"));
     if (!file)
-        throw archive::writeError(path, errno);
+        throw writeError(path, errno);
     try {
         archive::Data::write(archive.data().value(), file.get());
         if (std::fflush(file.get()) != 0)
-            throw archive::writeError(path, errno);
-    } catch (const archive::Error &error) {
+            throw writeError(path, errno);
+    } catch (const Error &error) {
         throw error.about({}, path);
     }
 }
@@ -98,9 +97,9 @@ std::string resolvedPath(const std::string &path) {
     return target ? target.get() : path;
 }
 
-void requireWritable(const archive::FilePlace &place) {
+void requireWritable(const FilePlace &place) {
     if (::faccessat(place.folder, place.name.c_str(), W_OK, 0) != 0)
-        throw archive::writeError(place.path, errno);
+        throw writeError(place.path, errno);
 }
 
-} // namespace cli
+} // namespace vellomir::cli

@@ -1,13 +1,13 @@
 #pragma once
 
 #include "archive/Archive.h"
-#include "archive/FileLock.h"
+#include "archive/ArchiveLock.h"
 
 #include <memory>
 #include <optional>
 #include <string>
 
-namespace cli {
+namespace vellomir::cli {
 
 /// Opens the archive for reading, or a copy of its bytes in memory, which nobody else's changes
 /// reach. Throws what `archive::Archive::open` throws, with the path: also soon after the progress,
@@ -47,6 +47,6 @@ void storeArchive(const archive::Archive &archive, const std::string &path);
 [[nodiscard]] std::string resolvedPath(const std::string &path);
 
 /// Replacing a file needs no permission to write it; the user may mean it to stay as it is.
-void requireWritable(const archive::FilePlace &place);
+void requireWritable(const FilePlace &place);
 
-} // namespace cli
+} // namespace vellomir::cli

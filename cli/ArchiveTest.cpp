@@ -12,7 +12,7 @@
 #include <cerrno>
 #include <climits>
 
-namespace cli {
+namespace vellomir::cli {
 namespace {
 
 using archive::Archive;
@@ -172,7 +172,7 @@ void ArchiveTest::testLink(const EntryRecords &records) {
     if (!Data::seek(file_.get(), records.dataOffset()))
         return;
     const Data target = Data::readChunk(size, file_.get());
-    if (!archive::isValidUTF8(target.text()) || target.text().find('\0') != std::string::npos)
+    if (!isValidUTF8(target.text()) || target.text().find('\0') != std::string::npos)
         report("it is a link, but its target is not valid UTF-8 text");
 }
 
@@ -199,4 +199,4 @@ void ArchiveTest::testPlace(const EntryRecords &records) {
         report("it overlaps another entry");
 }
 
-} // namespace cli
+} // namespace vellomir::cli

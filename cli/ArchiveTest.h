@@ -14,7 +14,7 @@
 #include <optional>
 #include <string>
 
-namespace cli {
+namespace vellomir::cli {
 
 /// Looks at every entry of an archive, also at those that a reader would not reach: its records,
 /// the place it takes, its path beside those of the others, and its data. Memory grows with the
@@ -54,4 +54,4 @@ private:
     EntryPaths paths_;
 };
 
-} // namespace cli
+} // namespace vellomir::cli

@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-namespace cli {
+namespace vellomir::cli {
 namespace {
 
 constexpr char mark = '\x1f';
@@ -54,7 +54,7 @@ std::string withoutMarks(std::string text) {
 std::string objectionToPath(std::string_view path) {
     if (path.empty())
         return "a path may not be empty";
-    if (!archive::isValidUTF8(path))
+    if (!isValidUTF8(path))
         return "the path is not valid UTF-8 text";
     if (path.starts_with('/'))
         return "an absolute path would not be unpacked where it belongs; use --relative-to /";
@@ -67,4 +67,4 @@ std::string objectionToPath(std::string_view path) {
     return {};
 }
 
-} // namespace cli
+} // namespace vellomir::cli

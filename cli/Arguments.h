@@ -5,7 +5,7 @@
 #include <vector>
 
 /// Around the habits of the parser library that would change what a user typed.
-namespace cli {
+namespace vellomir::cli {
 
 /// The arguments as the library must see them to hand them on unchanged. "--name=" with nothing
 /// behind it becomes two arguments, because it would take the next one for the value. A text in
@@ -21,4 +21,4 @@ namespace cli {
 /// Why an unpacker would refuse an entry of this path, or put it elsewhere; "" if it would not.
 [[nodiscard]] std::string objectionToPath(std::string_view path);
 
-} // namespace cli
+} // namespace vellomir::cli

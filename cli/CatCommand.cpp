@@ -6,7 +6,7 @@
 
 #include <optional>
 
-namespace cli {
+namespace vellomir::cli {
 namespace {
 
 using archive::Archive;
@@ -41,7 +41,7 @@ void run(const CatOptions &options, Session &session) {
          .sizeLimit = entry->centralDirectoryStructure().effectiveUncompressedSize()});
     session.out().flush();
     if (checksum != entry->checksum())
-        throw archive::Error(Archive::ArchiveError::invalidCRC32);
+        throw Error(Archive::ArchiveError::invalidCRC32);
 }
 
-} // namespace cli
+} // namespace vellomir::cli

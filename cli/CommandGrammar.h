@@ -11,7 +11,7 @@
 
 /// The parser library's commands in the terms of this program. For one translation unit only: the
 /// library is all headers.
-namespace cli {
+namespace vellomir::cli {
 
 template <class Value>
 using Choices = std::vector<std::pair<std::string, Value>>;
@@ -100,4 +100,4 @@ private:
     CLI::App &app_;
 };
 
-} // namespace cli
+} // namespace vellomir::cli

@@ -7,7 +7,7 @@
 #include <memory>
 #include <set>
 
-namespace cli {
+namespace vellomir::cli {
 namespace {
 
 const Choices<ProgressMode> progressModes = {{"auto", ProgressMode::automatic},
@@ -274,4 +274,4 @@ std::variant<Request, Answer> parse(const std::vector<std::string> &arguments) {
     return Grammar().parse(arguments);
 }
 
-} // namespace cli
+} // namespace vellomir::cli

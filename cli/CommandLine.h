@@ -7,7 +7,7 @@
 #include <variant>
 #include <vector>
 
-namespace cli {
+namespace vellomir::cli {
 
 /// A command line that asks for nothing but words: help, or the version.
 struct Answer {
@@ -23,4 +23,4 @@ public:
 /// Reads the arguments that follow the program's name. Touches no file. Throws `UsageError`.
 [[nodiscard]] std::variant<Request, Answer> parse(const std::vector<std::string> &arguments);
 
-} // namespace cli
+} // namespace vellomir::cli

@@ -3,7 +3,7 @@
 #include "cli/ErrorText.h"
 #include "cli/Interruption.h"
 
-namespace cli {
+namespace vellomir::cli {
 namespace {
 
 struct Purpose {
@@ -46,4 +46,4 @@ void run(const Request &request, Session &session) try {
                                              : purpose(request.options) + ": " + describe(error)));
 }
 
-} // namespace cli
+} // namespace vellomir::cli

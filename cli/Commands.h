@@ -6,8 +6,8 @@
 #include <string>
 
 /// The commands. Each throws when it fails, with nothing changed that was there before and nothing
-/// temporary left behind: `archive::Error`, `Failure` with the whole text, or `Interrupted`.
-namespace cli {
+/// temporary left behind: `Error`, `Failure` with the whole text, or `Interrupted`.
+namespace vellomir::cli {
 
 void run(const DuplicateOptions &options, Session &session);
 void run(const ListOptions &options, Session &session);
@@ -24,4 +24,4 @@ void run(const TestOptions &options, Session &session);
 /// Runs the one that is asked for; throws `Failure` and `Interrupted` only.
 void run(const Request &request, Session &session);
 
-} // namespace cli
+} // namespace vellomir::cli

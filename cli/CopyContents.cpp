@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <string_view>
 
-namespace cli {
+namespace vellomir::cli {
 namespace {
 
 constexpr std::string_view payload = "Payload";
@@ -38,4 +38,4 @@ CopyContents CopyContents::of(const archive::Archive &copy) {
     return contents;
 }
 
-} // namespace cli
+} // namespace vellomir::cli

@@ -5,7 +5,7 @@
 #include <set>
 #include <string>
 
-namespace cli {
+namespace vellomir::cli {
 
 /// What a finished copy holds, by the names of its entries.
 struct CopyContents {
@@ -17,4 +17,4 @@ struct CopyContents {
     [[nodiscard]] static CopyContents of(const archive::Archive &copy);
 };
 
-} // namespace cli
+} // namespace vellomir::cli

@@ -11,7 +11,7 @@
 #include <limits>
 #include <stdexcept>
 
-namespace cli {
+namespace vellomir::cli {
 namespace {
 
 using archive::DeflateStreamTotals;
@@ -114,9 +114,9 @@ std::vector<std::string> checkData(std::FILE *file, const EntryRecords &records,
         return compare(read(file, records, progress), records.central);
     } catch (const Stop &stop) {
         return {stop.what()};
-    } catch (const archive::Error &error) {
+    } catch (const Error &error) {
         return {error.what()};
     }
 }
 
-} // namespace cli
+} // namespace vellomir::cli

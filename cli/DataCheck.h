@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-namespace cli {
+namespace vellomir::cli {
 
 /// Reads the data of an entry to its end and compares it with what the directory promises:
 /// checksum, size, and that the compressed data ends where it should. Returns a sentence for each
@@ -18,4 +18,4 @@ namespace cli {
 [[nodiscard]] std::vector<std::string> checkData(std::FILE *file, const EntryRecords &records,
                                                  archive::Progress &progress);
 
-} // namespace cli
+} // namespace vellomir::cli

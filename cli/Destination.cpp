@@ -1,10 +1,10 @@
 #include "cli/Destination.h"
 
-#include "Vellomir/Platform/PendingFile.h"
+#include "files/PendingFile.h"
 
 #include <sys/stat.h>
 
-namespace cli {
+namespace vellomir::cli {
 namespace {
 
 bool isFolder(const std::string &path) {
@@ -12,7 +12,7 @@ bool isFolder(const std::string &path) {
     return ::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
 }
 
-bool exists(const archive::FilePlace &place) {
+bool exists(const FilePlace &place) {
     struct stat status {};
     return ::fstatat(place.folder, place.name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0;
 }
@@ -22,11 +22,11 @@ bool exists(const archive::FilePlace &place) {
 Destination Destination::find(const std::string &output, bool mayReplace) {
     if (isFolder(output))
         return {output, std::nullopt};
-    const std::string folder = output.ends_with('/') ? output : vellomir::folderOf(output);
+    const std::string folder = output.ends_with('/') ? output : folderOf(output);
     if (!isFolder(folder))
-        throw archive::Error(archive::FileError::fileReadNoSuchFile,
+        throw Error(FileError::fileReadNoSuchFile,
                              {.path = folder, .detail = "There is no such folder"});
-    const archive::FilePlace place{.name = output, .path = output};
+    const FilePlace place{.name = output, .path = output};
     if (mayReplace)
         requireReplaceable(place);
     else if (exists(place))
@@ -34,21 +34,21 @@ Destination Destination::find(const std::string &output, bool mayReplace) {
     return {folder, output.substr(output.rfind('/') + 1)};
 }
 
-void requireReplaceable(const archive::FilePlace &place) {
+void requireReplaceable(const FilePlace &place) {
     struct stat status {};
     const bool isRegular =
         ::fstatat(place.folder, place.name.c_str(), &status, 0) == 0 && S_ISREG(status.st_mode);
     if (!isRegular && exists(place))
-        throw archive::Error(
-            archive::FileError::fileWriteFileExists,
+        throw Error(
+            FileError::fileWriteFileExists,
             {.path = place.path,
              .detail = "Something that is no regular file is in the way; --force does not replace "
                        "it"});
 }
 
-archive::Error existsAlready(const std::string &path) {
-    return archive::Error(
-        archive::FileError::fileWriteFileExists,
+Error existsAlready(const std::string &path) {
+    return Error(
+        FileError::fileWriteFileExists,
         {.path = path, .detail = "The file exists already, and only --force replaces it"});
 }
 
@@ -58,4 +58,4 @@ std::string Destination::path(const std::string &ownName) const {
     return start + name.value_or(ownName);
 }
 
-} // namespace cli
+} // namespace vellomir::cli

@@ -1,12 +1,12 @@
 #pragma once
 
-#include "archive/Error.h"
-#include "archive/FilePlace.h"
+#include "files/Error.h"
+#include "files/FilePlace.h"
 
 #include <optional>
 #include <string>
 
-namespace cli {
+namespace vellomir::cli {
 
 /// Where a result is to go: a folder that exists, and the result's name where it is known already.
 struct Destination {
@@ -24,9 +24,9 @@ struct Destination {
 
 /// Throws `FileError::fileWriteFileExists` if something is there that is neither a regular file nor
 /// a link to one.
-void requireReplaceable(const archive::FilePlace &place);
+void requireReplaceable(const FilePlace &place);
 
 /// `FileError::fileWriteFileExists` with the way out.
-[[nodiscard]] archive::Error existsAlready(const std::string &path);
+[[nodiscard]] Error existsAlready(const std::string &path);
 
-} // namespace cli
+} // namespace vellomir::cli

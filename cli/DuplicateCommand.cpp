@@ -10,30 +10,29 @@
 #include "cli/UnmarkedNames.h"
 #include "cli/Warnings.h"
 
-#include "Vellomir/Platform/PendingFile.h"
 #include "archive/FileManager.h"
-#include "archive/WorkingFolder.h"
+#include "files/PendingFile.h"
+#include "files/WorkingFolder.h"
 
-namespace cli {
+namespace vellomir::cli {
 namespace {
 
 using archive::Archive;
 using archive::URL;
-using vellomir::Existing;
 
-std::optional<vellomir::Picture> readIcon(const DuplicateOptions &options, const Session &session) {
+std::optional<Picture> readIcon(const DuplicateOptions &options, const Session &session) {
     if (!options.icon)
         return std::nullopt;
-    const auto picture = vellomir::Picture::read(
-        URL::file(*options.icon), {}, [&session] { return session.progress()->isCancelled(); });
-    return options.zoom ? vellomir::cropImageToSquare(picture) : picture;
+    const auto picture = Picture::read(URL::file(*options.icon), {},
+                                       [&session] { return session.progress()->isCancelled(); });
+    return options.zoom ? cropImageToSquare(picture) : picture;
 }
 
 /// Returns null if the file cannot be opened as an archive. Throws `Interrupted`.
 std::unique_ptr<Archive> openPackage(const std::string &path, Session &session) try {
     return Archive::open(URL::file(path), Archive::AccessMode::read, std::nullopt,
                          session.progress());
-} catch (const archive::Error &) {
+} catch (const Error &) {
     Interruption::throwIfInterrupted();
     return nullptr;
 }
@@ -77,30 +76,28 @@ void examineCopy(const JobRun &job, Warnings &warnings) {
 
 /// Moves the result out of the sandbox, into the folder that was opened before the job; returns its
 /// path.
-std::string deliver(const JobRun &job, const archive::WorkingFolder &folder,
-                    const Destination &destination, const DuplicateOptions &options) {
+std::string deliver(const JobRun &job, const WorkingFolder &folder, const Destination &destination,
+                    const DuplicateOptions &options) {
     const URL result = *job.result();
     std::string path = URL::file(destination.path(result.lastPathComponent())).path();
-    const archive::FilePlace target{
-        .folder = folder.parent(), .name = vellomir::nameOf(path), .path = path};
+    const FilePlace target{.folder = folder.parent(), .name = nameOf(path), .path = path};
     if (options.force)
         requireReplaceable(target);
-    vellomir::putInPlace(result.path(), target,
-                         options.force ? Existing::replace : Existing::refuse);
+    putInPlace(result.path(), target, options.force ? Existing::replace : Existing::refuse);
     return path;
 }
 
 /// Errors name the folder as the user did, or by its path if the user named none.
-archive::WorkingFolder makeWorkingFolder(const std::string &parent) {
+WorkingFolder makeWorkingFolder(const std::string &parent) {
     const std::string path = resolvedPath(parent);
     try {
-        return archive::WorkingFolder(path);
-    } catch (const archive::Error &error) {
+        return WorkingFolder(path);
+    } catch (const Error &error) {
         if (error.path() != path || parent == ".")
             throw;
-        archive::ErrorContext context = error.context();
+        ErrorContext context = error.context();
         context.path = parent;
-        throw archive::Error(error.code(), std::move(context));
+        throw Error(error.code(), std::move(context));
     }
 }
 
@@ -111,9 +108,8 @@ struct Outcome {
     std::vector<std::string> log = {};
 };
 
-Outcome finish(const JobRun &job, const archive::WorkingFolder &folder,
-               const Destination &destination, const DuplicateOptions &options,
-               Warnings &warnings) {
+Outcome finish(const JobRun &job, const WorkingFolder &folder, const Destination &destination,
+               const DuplicateOptions &options, Warnings &warnings) {
     if (!job.result()) {
         warnings.tellHeldBack();
         return {std::nullopt, job.errorMessage(), job.reason()};
@@ -128,18 +124,18 @@ Outcome finish(const JobRun &job, const archive::WorkingFolder &folder,
     try {
         const std::string path = deliver(job, folder, destination, options);
         return {path, "Zipped IPA file: " + URL::file(path).absoluteString(), std::nullopt};
-    } catch (const archive::Error &error) {
+    } catch (const Error &error) {
         const bool isTaken =
-            !options.force && error.code() == archive::FileError::fileWriteFileExists;
-        const archive::Error shown = isTaken ? existsAlready(error.path()) : error;
+            !options.force && error.code() == FileError::fileWriteFileExists;
+        const Error shown = isTaken ? existsAlready(error.path()) : error;
         return {std::nullopt, shown.what(), describe(shown)};
     }
 }
 
 /// In a hidden folder beside the result.
 Outcome runJob(const DuplicateOptions &options, const Destination &destination,
-               const std::optional<vellomir::Picture> &icon, Warnings &warnings, Session &session) {
-    const archive::WorkingFolder folder = makeWorkingFolder(destination.folder);
+               const std::optional<Picture> &icon, Warnings &warnings, Session &session) {
+    const WorkingFolder folder = makeWorkingFolder(destination.folder);
     JobRun job(folder, options, session);
     job.run(icon);
     Interruption::throwIfInterrupted();
@@ -174,4 +170,4 @@ void run(const DuplicateOptions &options, Session &session) {
     throw Failure(purpose(options) + ": " + *outcome.failure);
 }
 
-} // namespace cli
+} // namespace vellomir::cli

@@ -5,7 +5,7 @@
 #include <functional>
 #include <vector>
 
-namespace cli {
+namespace vellomir::cli {
 namespace {
 
 using archive::Entry;
@@ -66,4 +66,4 @@ std::optional<std::string> EntryPaths::add(std::string_view path, Entry::EntryTy
                          : "another entry has the same path";
 }
 
-} // namespace cli
+} // namespace vellomir::cli

@@ -9,7 +9,7 @@
 #include <string_view>
 #include <unordered_map>
 
-namespace cli {
+namespace vellomir::cli {
 
 /// The paths of an archive's entries as extraction would make them, to find those that it would
 /// refuse. Takes about 100 bytes for each name in a path that no earlier path had.
@@ -42,4 +42,4 @@ private:
     std::unordered_map<Place, Item, Hash> items_;
 };
 
-} // namespace cli
+} // namespace vellomir::cli

@@ -7,7 +7,7 @@
 #include <cstdio>
 #include <ctime>
 
-namespace cli {
+namespace vellomir::cli {
 namespace {
 
 using EntryType = archive::Entry::EntryType;
@@ -98,7 +98,7 @@ std::string listingLine(const archive::Entry &entry, const std::string &path) {
 }
 
 std::string displayPath(const archive::CentralDirectoryStructure &record, const std::string &path) {
-    return path.empty() ? archive::printable(record.fileNameData.text()) : path;
+    return path.empty() ? printable(record.fileNameData.text()) : path;
 }
 
-} // namespace cli
+} // namespace vellomir::cli

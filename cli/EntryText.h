@@ -6,7 +6,7 @@
 #include <string>
 
 /// How an entry's values are written for people and for programs.
-namespace cli {
+namespace vellomir::cli {
 
 /// "file", "directory" or "symlink".
 [[nodiscard]] std::string typeName(archive::Entry::EntryType type);
@@ -31,4 +31,4 @@ namespace cli {
 [[nodiscard]] std::string displayPath(const archive::CentralDirectoryStructure &record,
                                       const std::string &path);
 
-} // namespace cli
+} // namespace vellomir::cli

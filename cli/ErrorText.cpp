@@ -1,7 +1,7 @@
 #include "cli/ErrorText.h"
 
-#include "Vellomir/Platform/PendingFile.h"
 #include "archive/TextEncoding.h"
+#include "files/PendingFile.h"
 
 #include <algorithm>
 #include <cctype>
@@ -9,7 +9,7 @@
 #include <new>
 #include <unistd.h>
 
-namespace cli {
+namespace vellomir::cli {
 namespace {
 
 constexpr std::string_view hiddenName = "/.vellomir-";
@@ -19,41 +19,41 @@ bool isMissing(const std::string &path) {
 }
 
 /// Whether the folder of the file is what refused it.
-bool isFoldersFault(const archive::Error &error) {
+bool isFoldersFault(const Error &error) {
     switch (error.systemError()) {
     case ENOSPC:
     case EDQUOT:
         return true;
     case EACCES:
     case EROFS:
-        return ::access(vellomir::folderOf(error.path()).c_str(), W_OK) != 0 &&
+        return ::access(folderOf(error.path()).c_str(), W_OK) != 0 &&
                (isMissing(error.path()) || ::access(error.path().c_str(), W_OK) == 0);
     default:
         return false;
     }
 }
 
-std::string sentence(const archive::Error &error) {
+std::string sentence(const Error &error) {
     std::string text = error.what();
-    const std::string path = archive::printable(error.path());
+    const std::string path = printable(error.path());
     const bool hasFolder = path.find('/') != std::string::npos;
     const std::size_t found = hasFolder ? text.rfind(path) : std::string::npos;
     if (found != std::string::npos && isFoldersFault(error))
-        text.replace(found, path.size(), archive::printable(vellomir::folderOf(error.path())));
+        text.replace(found, path.size(), printable(folderOf(error.path())));
     return text;
 }
 
 } // namespace
 
 std::string describe(const std::exception &error) {
-    if (const auto *known = dynamic_cast<const archive::Error *>(&error))
+    if (const auto *known = dynamic_cast<const Error *>(&error))
         return sentence(*known) + " (" + known->name() + ")";
     if (dynamic_cast<const std::bad_alloc *>(&error) != nullptr)
         return "there is not enough memory";
     return error.what();
 }
 
-archive::Error whileWriting(const std::string &path, const archive::Error &error) {
+Error whileWriting(const std::string &path, const Error &error) {
     return error.systemError() == 0 ? error : error.about({}, path);
 }
 
@@ -71,7 +71,7 @@ std::string withoutHiddenNames(std::string text) {
 }
 
 std::string errorLine(const std::string &text) {
-    return "vellomir-cli: " + archive::printable(text) + "\n";
+    return "vellomir-cli: " + printable(text) + "\n";
 }
 
-} // namespace cli
+} // namespace vellomir::cli

@@ -1,13 +1,13 @@
 #pragma once
 
-#include "archive/Error.h"
+#include "files/Error.h"
 
 #include <exception>
 #include <stdexcept>
 #include <string>
 
 /// The words for standard error.
-namespace cli {
+namespace vellomir::cli {
 
 /// A command that failed, in full: what, and why.
 class Failure : public std::runtime_error {
@@ -21,7 +21,7 @@ public:
 [[nodiscard]] std::string describe(const std::exception &error);
 
 /// An error of the system about no file in particular is one about the file that was being written.
-[[nodiscard]] archive::Error whileWriting(const std::string &path, const archive::Error &error);
+[[nodiscard]] Error whileWriting(const std::string &path, const Error &error);
 
 /// The text without the names of hidden files and folders that commands make for themselves: what
 /// is left is the path of the folder that they are in.
@@ -30,4 +30,4 @@ public:
 /// One line for a terminal, whatever names the text holds: "vellomir-cli: …".
 [[nodiscard]] std::string errorLine(const std::string &text);
 
-} // namespace cli
+} // namespace vellomir::cli

@@ -6,7 +6,7 @@
 
 #include <sys/stat.h>
 
-namespace cli {
+namespace vellomir::cli {
 namespace {
 
 /// A missing folder will be made; a link to a folder is one.
@@ -15,7 +15,7 @@ void requireFolderOrNothing(const std::string &path) {
     if (::lstat(path.c_str(), &status) != 0)
         return; // missing, or unreachable: extraction reports the reason
     if (::stat(path.c_str(), &status) != 0 || !S_ISDIR(status.st_mode))
-        throw archive::Error(archive::FileError::fileWriteFileExists,
+        throw Error(FileError::fileWriteFileExists,
                              {.path = path, .detail = "The destination is no folder"});
 }
 
@@ -40,4 +40,4 @@ void run(const ExtractOptions &options, Session &session) {
         throw Failure("cannot extract all of " + options.archive + ": " + *missing);
 }
 
-} // namespace cli
+} // namespace vellomir::cli

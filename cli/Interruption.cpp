@@ -5,7 +5,7 @@
 #include <unistd.h>
 #include <utility>
 
-namespace cli {
+namespace vellomir::cli {
 namespace {
 
 std::atomic<int> firstSignal = 0;
@@ -61,4 +61,4 @@ void Interruption::throwIfInterrupted() {
         throw Interrupted();
 }
 
-} // namespace cli
+} // namespace vellomir::cli

@@ -5,7 +5,7 @@
 #include <exception>
 #include <memory>
 
-namespace cli {
+namespace vellomir::cli {
 
 /// Thrown where a command notices that it is to stop.
 class Interrupted : public std::exception {
@@ -34,4 +34,4 @@ private:
     std::shared_ptr<archive::Progress> progress_;
 };
 
-} // namespace cli
+} // namespace vellomir::cli

@@ -4,7 +4,7 @@
 #include <iterator>
 #include <string_view>
 
-namespace cli {
+namespace vellomir::cli {
 namespace {
 
 /// "ArchiveError.unreadableArchive: The archive cannot be read", as the console has it.
@@ -102,4 +102,4 @@ std::vector<std::string> warningsAbout(const std::vector<std::string> &log,
     return warnings;
 }
 
-} // namespace cli
+} // namespace vellomir::cli

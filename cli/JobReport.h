@@ -7,7 +7,7 @@
 #include <vector>
 
 /// What a job's words mean for whoever reads only one line.
-namespace cli {
+namespace vellomir::cli {
 
 /// Why a job has no result: the step's own line in the log, or, where the log keeps the reason to
 /// itself, the console's. With the name of the error where it is known.
@@ -23,4 +23,4 @@ namespace cli {
 [[nodiscard]] std::vector<std::string> warningsAbout(const std::vector<std::string> &log,
                                                      const CopyContents &copy);
 
-} // namespace cli
+} // namespace vellomir::cli

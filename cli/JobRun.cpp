@@ -2,12 +2,12 @@
 
 #include "cli/JobReport.h"
 
-#include "Vellomir/Platform/PendingFile.h"
 #include "archive/URL.h"
+#include "files/PendingFile.h"
 
 #include <utility>
 
-namespace cli {
+namespace vellomir::cli {
 namespace {
 
 /// The job takes one encoding for all names. Those that are marked as UTF-8 stay readable by either
@@ -20,17 +20,15 @@ encodingOfAllNames(std::optional<archive::TextEncoding> encoding) {
 
 } // namespace
 
-JobRun::JobRun(const archive::WorkingFolder &folder, DuplicateOptions options, Session &session)
+JobRun::JobRun(const WorkingFolder &folder, DuplicateOptions options, Session &session)
     : folder_(folder), session_(session), options_(std::move(options)), view_(services()),
-      observation_(
-          view_.logMessages.observe([this](const vellomir::LogChange &change) { print(change); })) {
-}
+      observation_(view_.logMessages.observe([this](const LogChange &change) { print(change); })) {}
 
 /// Everything happens on the thread that runs the job, at once.
-vellomir::Services JobRun::services() {
-    const vellomir::Queue atOnce = [](const vellomir::Task &task) { task(); };
+Services JobRun::services() {
+    const Queue atOnce = [](const Task &task) { task(); };
     const auto root = archive::URL::folder(folder_.accessPath()).appendingPathComponent("job/");
-    return {.sandbox = vellomir::Sandbox(root, {"Documents"}, vellomir::Sandbox::RootLinks::keep),
+    return {.sandbox = Sandbox(root, {"Documents"}, Sandbox::RootLinks::keep),
             .mainQueue = atOnce,
             .backgroundQueue = atOnce,
             .console = [this](std::string_view line) { note(line); },
@@ -39,7 +37,7 @@ vellomir::Services JobRun::services() {
             .nameEncoding = encodingOfAllNames(options_.encoding)};
 }
 
-void JobRun::run(const std::optional<vellomir::Picture> &icon) {
+void JobRun::run(const std::optional<Picture> &icon) {
     view_.selectedFileURL.set(archive::URL::file(options_.package));
     view_.duplicationNumber.set(options_.number);
     view_.selectedImage.set(icon);
@@ -50,7 +48,7 @@ void JobRun::run(const std::optional<vellomir::Picture> &icon) {
 }
 
 /// The job must not be left by an exception: it stops at its next chunk instead.
-void JobRun::print(const vellomir::LogChange &change) {
+void JobRun::print(const LogChange &change) {
     if (options_.json || session_.isQuiet() || printingFailure_)
         return;
     try {
@@ -75,8 +73,8 @@ std::string JobRun::reason() const {
 /// The package as the user wrote its name, and the folder of the result for the hidden one.
 std::string JobRun::asTyped(const std::string &path) const {
     if (path == folder_.accessPath())
-        return vellomir::folderOf(folder_.path());
+        return folderOf(folder_.path());
     return path == archive::URL::file(options_.package).path() ? options_.package : path;
 }
 
-} // namespace cli
+} // namespace vellomir::cli

@@ -7,7 +7,7 @@
 
 #include <nlohmann/json.hpp>
 
-namespace cli {
+namespace vellomir::cli {
 namespace {
 
 using Json = nlohmann::ordered_json;
@@ -97,4 +97,4 @@ std::string problemJson(const Problem &problem) {
     return text(json);
 }
 
-} // namespace cli
+} // namespace vellomir::cli

@@ -9,7 +9,7 @@
 /// The objects that `--json` prints, as texts. Bytes that are not UTF-8 become U+FFFD, so that the
 /// result is valid JSON whatever the names hold; control characters are escaped, so that no name
 /// drives a terminal.
-namespace cli {
+namespace vellomir::cli {
 
 /// `{"log":["…"],"errorMessage":"…","result":"path or null","warnings":["…"]}`
 [[nodiscard]] std::string jobJson(const std::vector<std::string> &log,
@@ -35,4 +35,4 @@ struct Problem {
 /// `{"entry":"…","problem":"…"}`
 [[nodiscard]] std::string problemJson(const Problem &problem);
 
-} // namespace cli
+} // namespace vellomir::cli

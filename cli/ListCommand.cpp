@@ -5,7 +5,7 @@
 #include "cli/Json.h"
 #include "cli/Reach.h"
 
-namespace cli {
+namespace vellomir::cli {
 namespace {
 
 /// Prints the entries one by one, so that memory does not grow with their number.
@@ -56,4 +56,4 @@ void run(const ListOptions &options, Session &session) {
         session.warn(options.archive + ": " + *warning);
 }
 
-} // namespace cli
+} // namespace vellomir::cli

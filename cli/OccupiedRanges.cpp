@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <iterator>
 
-namespace cli {
+namespace vellomir::cli {
 
 bool OccupiedRanges::insert(std::uint64_t start, std::uint64_t end) {
     bool isFree = true;
@@ -33,4 +33,4 @@ std::vector<std::uint64_t> OccupiedRanges::gaps(std::uint64_t end) const {
     return starts;
 }
 
-} // namespace cli
+} // namespace vellomir::cli

@@ -9,7 +9,7 @@
 #include <vector>
 
 /// The commands, each as one validated value. File names are the user's own text, never empty.
-namespace cli {
+namespace vellomir::cli {
 
 enum class ProgressMode { automatic, always, never };
 
@@ -89,4 +89,4 @@ struct Request {
     Feedback feedback;
 };
 
-} // namespace cli
+} // namespace vellomir::cli

@@ -8,7 +8,7 @@
 #include <string_view>
 #include <sys/ioctl.h>
 
-namespace cli {
+namespace vellomir::cli {
 namespace {
 
 constexpr auto interval = std::chrono::milliseconds(100);
@@ -107,4 +107,4 @@ std::size_t ProgressBar::columns() const {
     return size.ws_col - 1U; // writing into the last column may start a new line
 }
 
-} // namespace cli
+} // namespace vellomir::cli

@@ -9,7 +9,7 @@
 #include <string>
 #include <unistd.h>
 
-namespace cli {
+namespace vellomir::cli {
 
 /// "[====>     ]  45 %", at most `columns` wide; `fraction` is from 0 to 1.
 [[nodiscard]] std::string barText(double fraction, std::size_t columns);
@@ -45,4 +45,4 @@ private:
     std::chrono::steady_clock::time_point nextDrawing_;
 };
 
-} // namespace cli
+} // namespace vellomir::cli

@@ -5,7 +5,7 @@
 
 #include "archive/DirectoryWindow.h"
 
-namespace cli {
+namespace vellomir::cli {
 namespace {
 
 using End = archive::Archive::EntryIterator::End;
@@ -62,7 +62,7 @@ std::uint64_t countRecordsBehind(const archive::Archive &archive, std::uint64_t 
             recordBytes += record->totalSize();
             Interruption::throwIfInterrupted();
         }
-    } catch (const archive::Error &) {
+    } catch (const Error &) {
         // The rest is no directory.
     }
     return count;
@@ -110,4 +110,4 @@ std::optional<std::string> shortfall(const Reach &reach) {
            std::to_string(reach.reached) + " could be reached: " + reason(reach);
 }
 
-} // namespace cli
+} // namespace vellomir::cli

@@ -9,7 +9,7 @@
 #include <string>
 
 /// How much of an archive can be reached through its directory.
-namespace cli {
+namespace vellomir::cli {
 
 struct Reach {
     std::uint64_t promised = 0; ///< entries, by the end record
@@ -40,4 +40,4 @@ struct Reach {
 /// be reached: entry 2 is encrypted"
 [[nodiscard]] std::optional<std::string> shortfall(const Reach &reach);
 
-} // namespace cli
+} // namespace vellomir::cli

@@ -4,7 +4,7 @@
 
 #include "archive/TextEncoding.h"
 
-namespace cli {
+namespace vellomir::cli {
 namespace {
 
 using archive::LocalFileHeader;
@@ -39,7 +39,7 @@ std::uint64_t effective(const LocalFileHeader &local,
 }
 
 std::string quoted(const archive::Data &name) {
-    return "\"" + archive::printable(name.text()) + "\"";
+    return "\"" + printable(name.text()) + "\"";
 }
 
 std::string dateText(std::uint16_t date, std::uint16_t time) {
@@ -140,4 +140,4 @@ std::vector<std::string> differences(const EntryRecords &records) {
     return found;
 }
 
-} // namespace cli
+} // namespace vellomir::cli

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-namespace cli {
+namespace vellomir::cli {
 
 /// What an archive says of one entry, in its three places.
 struct EntryRecords {
@@ -31,4 +31,4 @@ struct EntryRecords {
 /// directory. Sizes and checksum of a local header that leaves them to the descriptor may be 0.
 [[nodiscard]] std::vector<std::string> differences(const EntryRecords &records);
 
-} // namespace cli
+} // namespace vellomir::cli

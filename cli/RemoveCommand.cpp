@@ -4,18 +4,16 @@
 #include "cli/Interruption.h"
 #include "cli/Reach.h"
 
-#include "Vellomir/Platform/FileCopy.h"
-#include "Vellomir/Platform/PendingFile.h"
+#include "files/FileCopy.h"
+#include "files/PendingFile.h"
 
 #include <set>
 
-namespace cli {
+namespace vellomir::cli {
 namespace {
 
 using archive::Archive;
 using archive::Entry;
-using vellomir::Existing;
-using vellomir::PendingFile;
 
 /// All entries of these paths.
 std::vector<Entry> findEntries(const Archive &archive, const RemoveOptions &options) {
@@ -40,7 +38,7 @@ std::vector<Entry> findEntries(const Archive &archive, const RemoveOptions &opti
 /// The file is replaced by the engine, in one step.
 void removeFromFile(const RemoveOptions &options, Session &session) {
     const auto archive = openForUpdate(options.archive, session.progress());
-    vellomir::requireFolderTakesFiles(vellomir::folderOf(resolvedPath(options.archive)));
+    requireFolderTakesFiles(folderOf(resolvedPath(options.archive)));
     archive->remove(findEntries(*archive, options), {.progress = session.progress()});
 }
 
@@ -52,11 +50,11 @@ void removeInMemory(const RemoveOptions &options, Session &session) {
         const auto archive = loadArchive(held, session.progress());
         archive->remove(findEntries(*archive, options), {.progress = session.progress()});
         storeArchive(*archive, pending.path());
-        vellomir::copyAttributes(held.descriptor(), pending.path());
+        copyAttributes(held.descriptor(), pending.path());
         Interruption::throwIfInterrupted();
         held.requireUnchanged();
         pending.place(Existing::replace);
-    } catch (const archive::Error &error) {
+    } catch (const Error &error) {
         throw Failure(purpose(options) + ": " +
                       pending.underFinalName(describe(whileWriting(pending.path(), error))));
     }
@@ -69,8 +67,8 @@ void run(const RemoveOptions &options, Session &session) try {
         removeInMemory(options, session);
     else
         removeFromFile(options, session);
-} catch (const archive::Error &error) {
+} catch (const Error &error) {
     throw whileWriting(resolvedPath(options.archive), error);
 }
 
-} // namespace cli
+} // namespace vellomir::cli

@@ -2,13 +2,13 @@
 
 #include "cli/Interruption.h"
 
-#include "archive/Error.h"
 #include "archive/TextEncoding.h"
+#include "files/Error.h"
 
 #include <cerrno>
 #include <poll.h>
 
-namespace cli {
+namespace vellomir::cli {
 namespace {
 
 constexpr std::size_t bufferSize = 65536;
@@ -25,7 +25,7 @@ ResultStream::ResultStream(int file) : file_(file), isTerminal_(::isatty(file) =
 
 void ResultStream::line(std::string_view text) {
     if (isTerminal_)
-        this->text(archive::printable(text));
+        this->text(printable(text));
     else
         this->text(text);
     this->text("\n");
@@ -48,7 +48,7 @@ void ResultStream::flush() {
     if (error == EINTR)
         throw Interrupted();
     if (error != 0)
-        throw archive::writeError("standard output", error);
+        throw writeError("standard output", error);
 }
 
 int writeFully(int file, std::string_view bytes) {
@@ -66,4 +66,4 @@ int writeFully(int file, std::string_view bytes) {
     return 0;
 }
 
-} // namespace cli
+} // namespace vellomir::cli

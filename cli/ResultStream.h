@@ -6,12 +6,12 @@
 #include <string_view>
 #include <unistd.h>
 
-namespace cli {
+namespace vellomir::cli {
 
 /// Standard output: what a command was asked for. Buffered; what is not flushed is lost. A name
 /// from a package never drives a terminal: there, control characters are shown as \xNN.
 ///
-/// Every function throws `archive::Error` when the system takes no more (a full disk, a reader that
+/// Every function throws `Error` when the system takes no more (a full disk, a reader that
 /// went away), and `Interrupted`. One thread at a time.
 class ResultStream {
 public:
@@ -36,4 +36,4 @@ private:
 /// Writes everything, or returns errno.
 [[nodiscard]] int writeFully(int file, std::string_view bytes);
 
-} // namespace cli
+} // namespace vellomir::cli

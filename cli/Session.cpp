@@ -4,7 +4,7 @@
 
 #include <utility>
 
-namespace cli {
+namespace vellomir::cli {
 
 Session::Session(const Feedback &feedback, std::shared_ptr<archive::Progress> progress)
     : isQuiet_(feedback.quiet), progress_(std::move(progress)), bar_(feedback) {
@@ -19,4 +19,4 @@ void Session::warn(const std::string &text) {
     static_cast<void>(writeFully(STDERR_FILENO, errorLine("warning: " + text)));
 }
 
-} // namespace cli
+} // namespace vellomir::cli

@@ -9,7 +9,7 @@
 #include <memory>
 #include <string>
 
-namespace cli {
+namespace vellomir::cli {
 
 /// What a command talks to while it runs.
 class Session {
@@ -32,4 +32,4 @@ private:
     ProgressBar bar_;
 };
 
-} // namespace cli
+} // namespace vellomir::cli

@@ -3,7 +3,7 @@
 #include "cli/EntryText.h"
 #include "cli/ErrorText.h"
 
-namespace cli {
+namespace vellomir::cli {
 namespace {
 
 using archive::Archive;
@@ -51,7 +51,7 @@ void run(const TestOptions &options, Session &session) {
     try {
         ArchiveTest test(options.archive, options.memory, print, session.progress());
         printer.finish(test.run());
-    } catch (const archive::Error &error) {
+    } catch (const Error &error) {
         // What is no archive at all is a result too, for whoever reads the object.
         if (!options.json || error.code() != Archive::ArchiveError::unreadableArchive)
             throw;
@@ -63,4 +63,4 @@ void run(const TestOptions &options, Session &session) {
                       " failed: " + countText(printer.count(), "problem"));
 }
 
-} // namespace cli
+} // namespace vellomir::cli

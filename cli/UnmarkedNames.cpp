@@ -6,7 +6,7 @@
 
 #include <algorithm>
 
-namespace cli {
+namespace vellomir::cli {
 namespace {
 
 bool isASCII(std::string_view text) {
@@ -21,7 +21,7 @@ void UnmarkedNames::look(const archive::Entry &entry) {
     if (record.usesUTF8PathEncoding())
         return;
     const std::string_view name = record.fileNameData.text();
-    if (isASCII(name) || !archive::isValidUTF8(name))
+    if (isASCII(name) || !isValidUTF8(name))
         return;
     if (count_++ == 0)
         first_ = name;
@@ -38,4 +38,4 @@ std::optional<std::string> UnmarkedNames::warning() const {
            "them as UTF-8";
 }
 
-} // namespace cli
+} // namespace vellomir::cli

@@ -6,7 +6,7 @@
 #include <optional>
 #include <string>
 
-namespace cli {
+namespace vellomir::cli {
 
 /// Collects names that are not marked as UTF-8 but are valid UTF-8 beyond ASCII. Many packers write
 /// such names; read in code page 437, they come out wrong.
@@ -22,4 +22,4 @@ private:
     std::string first_;
 };
 
-} // namespace cli
+} // namespace vellomir::cli

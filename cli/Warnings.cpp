@@ -1,6 +1,6 @@
 #include "cli/Warnings.h"
 
-namespace cli {
+namespace vellomir::cli {
 
 void Warnings::add(const std::string &text) {
     texts_.push_back(text);
@@ -24,4 +24,4 @@ std::string Warnings::failure() const {
     return text;
 }
 
-} // namespace cli
+} // namespace vellomir::cli

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-namespace cli {
+namespace vellomir::cli {
 
 /// The warnings of one command. Each is told as it comes. If they are strict, they are held back
 /// instead and make the command fail: the failure tells them then.
@@ -33,4 +33,4 @@ private:
     std::vector<std::string> texts_;
 };
 
-} // namespace cli
+} // namespace vellomir::cli

@@ -19,23 +19,24 @@ void occupyStandardStreams() {
 }
 
 int report(const std::string &text, int exitCode) {
-    static_cast<void>(cli::writeFully(STDERR_FILENO, cli::errorLine(text)));
+    static_cast<void>(vellomir::cli::writeFully(STDERR_FILENO, vellomir::cli::errorLine(text)));
     return exitCode;
 }
 
-int run(const cli::Request &request, const std::shared_ptr<archive::Progress> &progress) {
-    cli::Session session(request.feedback, progress);
+int run(const vellomir::cli::Request &request,
+        const std::shared_ptr<vellomir::archive::Progress> &progress) {
+    vellomir::cli::Session session(request.feedback, progress);
     try {
-        cli::run(request, session);
+        vellomir::cli::run(request, session);
         return done;
-    } catch (const cli::Interrupted &) {
-        return report(cli::purpose(request.options) + ": interrupted",
-                      interrupted + cli::Interruption::signal());
+    } catch (const vellomir::cli::Interrupted &) {
+        return report(vellomir::cli::purpose(request.options) + ": interrupted",
+                      interrupted + vellomir::cli::Interruption::signal());
     }
 }
 
-int answer(const cli::Answer &answer) {
-    cli::ResultStream out;
+int answer(const vellomir::cli::Answer &answer) {
+    vellomir::cli::ResultStream out;
     out.text(answer.text);
     out.flush();
     return done;
@@ -45,16 +46,16 @@ int answer(const cli::Answer &answer) {
 
 int main(int argc, char **argv) {
     occupyStandardStreams();
-    const auto progress = archive::Progress::make();
-    const cli::Interruption interruption(progress);
+    const auto progress = vellomir::archive::Progress::make();
+    const vellomir::cli::Interruption interruption(progress);
     try {
-        const auto parsed = cli::parse({argv + std::min(argc, 1), argv + argc});
-        if (const auto *words = std::get_if<cli::Answer>(&parsed))
+        const auto parsed = vellomir::cli::parse({argv + std::min(argc, 1), argv + argc});
+        if (const auto *words = std::get_if<vellomir::cli::Answer>(&parsed))
             return answer(*words);
-        return run(std::get<cli::Request>(parsed), progress);
-    } catch (const cli::UsageError &error) {
+        return run(std::get<vellomir::cli::Request>(parsed), progress);
+    } catch (const vellomir::cli::UsageError &error) {
         return report(error.what(), wrongCommandLine);
     } catch (const std::exception &error) {
-        return report(cli::describe(error), failed);
+        return report(vellomir::cli::describe(error), failed);
     }
 }

@@ -9,7 +9,8 @@
 #include <string>
 #include <vector>
 
-using namespace archive;
+namespace vellomir::archive {
+
 using fuzz::require;
 
 namespace {
@@ -125,3 +126,5 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *bytes, std::size_t siz
     }
     return 0;
 }
+
+} // namespace vellomir::archive

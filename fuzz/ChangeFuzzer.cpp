@@ -13,7 +13,8 @@
 #include <string>
 #include <vector>
 
-using namespace archive;
+namespace vellomir::archive {
+
 using fuzz::require;
 using AccessMode = Archive::AccessMode;
 using EntryType = Entry::EntryType;
@@ -336,3 +337,5 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
             break;
     return 0;
 }
+
+} // namespace vellomir::archive

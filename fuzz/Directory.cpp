@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <limits>
 
-namespace fuzz {
+namespace vellomir::fuzz {
 namespace {
 
 constexpr std::uint64_t greatest = std::numeric_limits<std::uint64_t>::max();
@@ -197,4 +197,4 @@ std::optional<Directory> readDirectory(Bytes archive, std::size_t limit) {
     return directory;
 }
 
-} // namespace fuzz
+} // namespace vellomir::fuzz

@@ -9,7 +9,7 @@
 
 /// A second reader of an archive's directory, for the fuzzers to compare the engine with. It works
 /// on the bytes with offsets written out by hand and shares no code with the engine.
-namespace fuzz {
+namespace vellomir::fuzz {
 
 using Bytes = std::span<const std::byte>;
 
@@ -65,4 +65,4 @@ struct Directory {
 /// most.
 [[nodiscard]] std::optional<Directory> readDirectory(Bytes archive, std::size_t limit);
 
-} // namespace fuzz
+} // namespace vellomir::fuzz

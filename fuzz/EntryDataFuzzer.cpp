@@ -13,7 +13,8 @@
 #include <string>
 #include <vector>
 
-using namespace archive;
+namespace vellomir::archive {
+
 using fuzz::Bytes;
 using fuzz::Member;
 using fuzz::require;
@@ -189,3 +190,5 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     }
     return 0;
 }
+
+} // namespace vellomir::archive

@@ -18,7 +18,8 @@
 #include <sys/stat.h>
 #include <vector>
 
-using namespace archive;
+namespace vellomir::archive {
+
 using fuzz::require;
 namespace fs = std::filesystem;
 
@@ -167,3 +168,5 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     packAgain(root);
     return 0;
 }
+
+} // namespace vellomir::archive

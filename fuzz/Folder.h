@@ -9,7 +9,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-namespace fuzz {
+namespace vellomir::fuzz {
 
 /// An empty folder of the fuzzer's own, in memory where that is possible. It goes with everything
 /// in it, whatever its modes.
@@ -56,4 +56,4 @@ inline std::string readFile(const std::filesystem::path &path) {
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
-} // namespace fuzz
+} // namespace vellomir::fuzz

@@ -7,7 +7,7 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
-namespace fuzz {
+namespace vellomir::fuzz {
 
 /// A regular file that lives in memory, without a name in any folder, and is filled anew for each
 /// input.
@@ -35,4 +35,4 @@ private:
     int descriptor_;
 };
 
-} // namespace fuzz
+} // namespace vellomir::fuzz

@@ -3,7 +3,7 @@
 // Input: the buffer's size, where the stream is cut, how the pieces are cut, then the bytes.
 
 #include "archive/DeflateStream.h"
-#include "archive/Error.h"
+#include "files/Error.h"
 #include "fuzz/Input.h"
 #include "fuzz/PlainInflate.h"
 #include "fuzz/Require.h"
@@ -13,7 +13,8 @@
 #include <random>
 #include <vector>
 
-using namespace archive;
+namespace vellomir::archive {
+
 using fuzz::require;
 
 namespace {
@@ -163,3 +164,5 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     roundTrip(bytes, bufferSize, seed);
     return 0;
 }
+
+} // namespace vellomir::archive

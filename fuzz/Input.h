@@ -6,7 +6,7 @@
 #include <span>
 #include <string>
 
-namespace fuzz {
+namespace vellomir::fuzz {
 
 /// Takes an input apart from its front. At its end come zeros and empty parts.
 class Input {
@@ -46,4 +46,4 @@ private:
     std::span<const std::uint8_t> rest_;
 };
 
-} // namespace fuzz
+} // namespace vellomir::fuzz

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <cstdint>
 
-namespace fuzz {
+namespace vellomir::fuzz {
 
 /// Entries, then the directory of just these entries, then the end records with their count, and
 /// nothing else.
@@ -34,4 +34,4 @@ inline bool hasUsualLayout(const archive::Archive &archive, std::size_t size) {
            count == archive.totalNumberOfEntriesInCentralDirectory();
 }
 
-} // namespace fuzz
+} // namespace vellomir::fuzz

@@ -6,17 +6,8 @@
 #include <bit>
 #include <cstdio>
 
-namespace fuzz {
+namespace vellomir::fuzz {
 namespace {
-
-using vellomir::PropertyListArray;
-using vellomir::PropertyListDate;
-using vellomir::PropertyListDictionary;
-using vellomir::PropertyListMember;
-using vellomir::PropertyListNull;
-using vellomir::PropertyListReal;
-using vellomir::PropertyListUID;
-using vellomir::PropertyListValue;
 
 std::string hexadecimal(const char *format, unsigned value) {
     std::array<char, 32> text{};
@@ -351,4 +342,4 @@ std::vector<std::byte> inUTF16(const std::string &text, bool isBigEndian) {
     return bytes;
 }
 
-} // namespace fuzz
+} // namespace vellomir::fuzz

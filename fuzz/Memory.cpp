@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <sanitizer/allocator_interface.h>
 
-namespace fuzz {
+namespace vellomir::fuzz {
 namespace {
 
 std::atomic<bool> isCounting = false;
@@ -44,4 +44,4 @@ std::size_t PeakMemory::peak() const {
     return static_cast<std::size_t>(most.load());
 }
 
-} // namespace fuzz
+} // namespace vellomir::fuzz

@@ -2,7 +2,7 @@
 
 #include <cstddef>
 
-namespace fuzz {
+namespace vellomir::fuzz {
 
 /// Counts the memory that is taken between its making and a call of `peak`, on all threads. One at
 /// a time.
@@ -17,4 +17,4 @@ public:
     [[nodiscard]] std::size_t peak() const;
 };
 
-} // namespace fuzz
+} // namespace vellomir::fuzz

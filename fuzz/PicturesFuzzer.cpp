@@ -23,10 +23,9 @@
 #include <QImageReader>
 #include <QSize>
 
+namespace vellomir::archive {
+
 using fuzz::require;
-using vellomir::Bitmap;
-using vellomir::Orientation;
-using vellomir::Picture;
 
 namespace {
 
@@ -41,23 +40,23 @@ struct Outcome {
 template <class Decode>
 Outcome outcome(const Decode &decode) {
     try {
-        const vellomir::DecodedPicture picture = decode();
+        const DecodedPicture picture = decode();
         return {Picture(picture.bitmap, 1, picture.orientation), {}};
-    } catch (const vellomir::PictureFault &fault) {
+    } catch (const PictureFault &fault) {
         require(std::strlen(fault.what()) > 0, "a picture that cannot be read has a reason");
         return {std::nullopt, fault.what()};
     }
 }
 
 Outcome decoded(Bytes bytes) {
-    return outcome([bytes] { return vellomir::decodePicture(bytes); });
+    return outcome([bytes] { return decodePicture(bytes); });
 }
 
 /// The same picture after its way through the memory that both programs share.
 Outcome handedOver(const Picture &picture) {
-    const archive::FileDescriptor memory = vellomir::makeSharedMemory();
-    vellomir::writeBitmap(memory.get(), {picture.bitmap(), picture.orientation()});
-    return outcome([&memory] { return vellomir::readBitmap(vellomir::mapWhole(memory.get())); });
+    const FileDescriptor memory = makeSharedMemory();
+    writeBitmap(memory.get(), {picture.bitmap(), picture.orientation()});
+    return outcome([&memory] { return readBitmap(mapWhole(memory.get())); });
 }
 
 /// Pixels that the file claims to have; 0 if it does not say.
@@ -78,7 +77,7 @@ std::int64_t pixelsOf(const Bitmap &bitmap) {
 
 void requireSound(const Bitmap &bitmap, std::size_t fileSize) {
     require(bitmap.width > 0 && bitmap.height > 0, "a picture has pixels");
-    require(pixelsOf(bitmap) <= vellomir::pixelLimit(fileSize),
+    require(pixelsOf(bitmap) <= pixelLimit(fileSize),
             "a picture has no more pixels than its file may claim");
     require(bitmap.bytesPerRow >= static_cast<std::size_t>(bitmap.width) * bitmap.bytesPerPixel(),
             "a row has room for its pixels");
@@ -133,16 +132,16 @@ void requireIcon(const Picture &picture) {
     require(upright.width == (isTurned ? picture.bitmap().height : picture.bitmap().width) &&
                 pixelsOf(upright) == pixelsOf(picture.bitmap()),
             "turning keeps the size");
-    const std::vector<std::byte> png = vellomir::encodePicture(upright);
-    require(!vellomir::pictureFault(png), "an icon has no fault");
+    const std::vector<std::byte> png = encodePicture(upright);
+    require(!pictureFault(png), "an icon has no fault");
     const Outcome again = decoded(png);
     require(again.picture && again.picture->orientation() == Orientation::up &&
                 haveSamePixels(again.picture->bitmap(), upright),
             "an icon has the pixels of its picture");
-    const Picture square = vellomir::cropImageToSquare(picture);
+    const Picture square = cropImageToSquare(picture);
     const int side = std::min(upright.width, upright.height);
     const Outcome squareIcon =
-        decoded(vellomir::encodePicture(vellomir::upright(square.bitmap(), square.orientation())));
+        decoded(encodePicture(upright(square.bitmap(), square.orientation())));
     require(squareIcon.picture && squareIcon.picture->bitmap().width == side &&
                 squareIcon.picture->bitmap().height == side,
             "a square icon has the picture's shorter side");
@@ -153,7 +152,7 @@ void requireMemory(std::size_t peak, std::size_t fileSize, const Outcome &whole)
     constexpr std::int64_t always = 64 << 20;
     constexpr std::int64_t perPixel = 32;
     const std::int64_t pixels =
-        whole.picture ? pixelsOf(whole.picture->bitmap()) : vellomir::pixelLimit(fileSize);
+        whole.picture ? pixelsOf(whole.picture->bitmap()) : pixelLimit(fileSize);
     require(static_cast<std::int64_t>(peak) <= always + perPixel * pixels,
             "decoding takes memory by the number of pixels");
 }
@@ -163,16 +162,16 @@ void requireMemory(std::size_t peak, std::size_t fileSize, const Outcome &whole)
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
     constexpr std::int64_t manyPixels = 1 << 18;
     const Bytes bytes = std::as_bytes(std::span(data, size));
-    const auto fault = vellomir::pictureFault(bytes);
+    const auto fault = pictureFault(bytes);
     const std::int64_t claimed = fault ? 0 : claimedPixels(bytes);
     // Large pictures take a second each: some are enough.
-    if (claimed > manyPixels && claimed <= vellomir::pixelLimit(size) && size % 64 != 0)
+    if (claimed > manyPixels && claimed <= pixelLimit(size) && size % 64 != 0)
         return 0;
     fuzz::PeakMemory memory;
     const Outcome whole = decoded(bytes);
     requireMemory(memory.peak(), size, whole);
     require(!fault || whole.reason == *fault, "a file with a fault is refused for it");
-    require(!whole.picture || claimed <= vellomir::pixelLimit(size),
+    require(!whole.picture || claimed <= pixelLimit(size),
             "what claims too many pixels is refused");
     if (!whole.picture)
         return 0;
@@ -184,3 +183,5 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     requireIcon(*whole.picture);
     return 0;
 }
+
+} // namespace vellomir::archive

@@ -6,7 +6,7 @@
 
 #include <zlib.h>
 
-namespace fuzz {
+namespace vellomir::fuzz {
 
 PlainInflate inflatePlainly(std::span<const std::byte> stream, std::size_t limit) {
     PlainInflate result;
@@ -40,4 +40,4 @@ std::uint32_t checksumOf(std::span<const std::byte> bytes) {
     return ~checksum;
 }
 
-} // namespace fuzz
+} // namespace vellomir::fuzz

@@ -6,7 +6,7 @@
 #include <vector>
 
 /// What the engine's inflaters and checksums are compared with.
-namespace fuzz {
+namespace vellomir::fuzz {
 
 /// A raw DEFLATE stream, inflated by zlib in one call, without anything of the engine.
 struct PlainInflate {
@@ -21,4 +21,4 @@ struct PlainInflate {
 /// The CRC-32 of the ZIP format, bit by bit.
 [[nodiscard]] std::uint32_t checksumOf(std::span<const std::byte> bytes);
 
-} // namespace fuzz
+} // namespace vellomir::fuzz

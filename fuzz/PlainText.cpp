@@ -2,7 +2,7 @@
 
 #include <charconv>
 
-namespace fuzz {
+namespace vellomir::fuzz {
 namespace {
 
 /// The front of a text: one character, or a piece that is none.
@@ -79,4 +79,4 @@ std::string withoutEscapes(std::string_view text) {
     return result;
 }
 
-} // namespace fuzz
+} // namespace vellomir::fuzz

@@ -4,7 +4,7 @@
 #include <string_view>
 
 /// A second look at texts, which shares no code with the product.
-namespace fuzz {
+namespace vellomir::fuzz {
 
 /// Whether it is valid UTF-8 without control characters, line ends among them.
 [[nodiscard]] bool isCleanLine(std::string_view text);
@@ -16,4 +16,4 @@ namespace fuzz {
 /// With the bytes in the place of "\xNN".
 [[nodiscard]] std::string withoutEscapes(std::string_view text);
 
-} // namespace fuzz
+} // namespace vellomir::fuzz

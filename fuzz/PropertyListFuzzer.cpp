@@ -10,16 +10,9 @@
 #include <cmath>
 #include <optional>
 
-using archive::Data;
-using archive::Error;
+namespace vellomir::archive {
+
 using fuzz::require;
-using vellomir::PropertyList;
-using vellomir::PropertyListArray;
-using vellomir::PropertyListDate;
-using vellomir::PropertyListDictionary;
-using vellomir::PropertyListError;
-using vellomir::PropertyListMember;
-using vellomir::PropertyListValue;
 
 namespace {
 
@@ -122,3 +115,5 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     edit(*again);
     return 0;
 }
+
+} // namespace vellomir::archive

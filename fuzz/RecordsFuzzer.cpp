@@ -8,7 +8,8 @@
 #include <algorithm>
 #include <initializer_list>
 
-using namespace archive;
+namespace vellomir::archive {
+
 using fuzz::Bytes;
 using fuzz::number;
 using fuzz::numberAt;
@@ -268,3 +269,5 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
         targets[data[0] % std::size(targets)](std::as_bytes(std::span(data + 1, size - 1)));
     return 0;
 }
+
+} // namespace vellomir::archive

@@ -4,7 +4,7 @@
 #include <cstdlib>
 
 /// What every fuzzer shares.
-namespace fuzz {
+namespace vellomir::fuzz {
 
 /// Ends the run with the input as a finding.
 inline void require(bool condition, const char *promise) {
@@ -14,4 +14,4 @@ inline void require(bool condition, const char *promise) {
     std::abort();
 }
 
-} // namespace fuzz
+} // namespace vellomir::fuzz

@@ -9,7 +9,7 @@
 #include <string>
 #include <unistd.h>
 
-namespace fuzz {
+namespace vellomir::fuzz {
 
 /// A terminal, and what is seen on it.
 class Terminal {
@@ -50,4 +50,4 @@ private:
     int program_ = -1;
 };
 
-} // namespace fuzz
+} // namespace vellomir::fuzz

@@ -2,9 +2,9 @@
 // valid UTF-8 that drives no terminal, and JSON is read by another parser as the values that went
 // in. Input: what to try, a number, texts behind their lengths, then values of an entry.
 
-#include "Vellomir/ContentView/UserNames.h"
-#include "Vellomir/Platform/ErrorText.h"
-#include "Vellomir/Platform/LogMessages.h"
+#include "Vellomir/ContentView/LogMessages.h"
+#include "Vellomir/Job/ErrorText.h"
+#include "Vellomir/Job/UserNames.h"
 #include "archive/TextEncoding.h"
 #include "cli/EntryText.h"
 #include "cli/ErrorText.h"
@@ -23,9 +23,8 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 
-using archive::Data;
-using archive::Entry;
-using archive::ErrorContext;
+namespace vellomir::archive {
+
 using fuzz::require;
 
 namespace {
@@ -37,7 +36,7 @@ struct Texts {
 };
 
 void requirePrintable(const std::string &text) {
-    const std::string line = archive::printable(text);
+    const std::string line = printable(text);
     require(fuzz::isCleanLine(line), "a printed text is one line without control characters");
     if (fuzz::isCleanLine(text))
         require(line == text, "a text that is clean is printed as it is");
@@ -48,20 +47,19 @@ void requirePrintable(const std::string &text) {
 /// Of the engine, under the user's names and on standard error.
 void requireErrors(const Texts &texts, unsigned number) {
     static const fuzz::Folder folder;
-    static const vellomir::Sandbox sandbox{
-        archive::URL::folder((folder / "vellomir-box").string())};
+    static const Sandbox sandbox{archive::URL::folder((folder / "vellomir-box").string())};
     static constexpr std::array errors = {0, ENOSPC, EACCES, ENOENT, EIO};
     const std::string root = sandbox.root().path();
     const bool isInside = number % 2 == 0;
     const ErrorContext context{.path = (isInside ? root + "/Documents/" : "/") + texts.one,
                                .entry = texts.two,
                                .systemError = errors[number % errors.size()]};
-    const archive::Error error(archive::FileError::fileReadUnknown, context);
+    const Error error(FileError::fileReadUnknown, context);
     require(fuzz::isCleanLine(error.what()), "an error is one clean line");
     require(fuzz::isCleanLine(cli::describe(error)), "a described error is one clean line");
     const auto package = archive::URL::file("/home/" + texts.three + ".ipa");
-    const vellomir::UserNames names(sandbox, package, [](const std::string &own) { return own; });
-    const std::string line = vellomir::errorText(error, names);
+    const UserNames names(sandbox, package, [](const std::string &own) { return own; });
+    const std::string line = errorText(error, names);
     require(fuzz::isCleanLine(line), "an error in the log is one clean line");
     const bool isGiven =
         (texts.one + texts.two + texts.three).find(root.substr(1)) != std::string::npos;
@@ -77,9 +75,9 @@ void requireErrors(const Texts &texts, unsigned number) {
 
 /// Observers get what the log holds, line by line.
 void requireLog(const Texts &texts, unsigned number) {
-    vellomir::LogMessages log([](const vellomir::Task &task) { task(); });
+    LogMessages log([](const Task &task) { task(); });
     std::vector<std::string> heard;
-    const auto observation = log.observe([&heard](const vellomir::LogChange &change) {
+    const auto observation = log.observe([&heard](const LogChange &change) {
         if (change.replacesAll)
             heard.clear();
         heard.insert(heard.end(), change.lines.begin(), change.lines.end());
@@ -231,3 +229,5 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     }
     return 0;
 }
+
+} // namespace vellomir::archive

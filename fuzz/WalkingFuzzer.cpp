@@ -11,7 +11,8 @@
 #include <string>
 #include <vector>
 
-using namespace archive;
+namespace vellomir::archive {
+
 using fuzz::Directory;
 using fuzz::Member;
 using fuzz::numberAt;
@@ -143,3 +144,5 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *bytes, std::size_t siz
     lookUp(*inMemory.archive, paths, *directory);
     return 0;
 }
+
+} // namespace vellomir::archive

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Vellomir/ContentView/AppLaunchView.h"
-#include "Vellomir/Platform/PresentationMode.h"
+#include "Vellomir/ContentView/PresentationMode.h"
 
 #include <exception>
 

@@ -1,14 +1,14 @@
 #pragma once
 
-#include "Vellomir/ContentView/JobProgress.h"
-#include "Vellomir/ContentView/ResultRemarks.h"
+#include "Vellomir/Concurrency/BackgroundWork.h"
+#include "Vellomir/Concurrency/Property.h"
+#include "Vellomir/ContentView/LogMessages.h"
+#include "Vellomir/ContentView/Services.h"
+#include "Vellomir/Job/JobProgress.h"
+#include "Vellomir/Job/ResultRemarks.h"
 #include "Vellomir/Pictures/Picture.h"
-#include "Vellomir/Platform/BackgroundWork.h"
-#include "Vellomir/Platform/LogMessages.h"
-#include "Vellomir/Platform/Property.h"
-#include "Vellomir/Platform/SandboxFiles.h"
-#include "Vellomir/Platform/Services.h"
 #include "Vellomir/PropertyLists/PropertyList.h"
+#include "Vellomir/Sandbox/SandboxFiles.h"
 #include "archive/URL.h"
 
 #include <exception>

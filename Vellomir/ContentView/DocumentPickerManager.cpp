@@ -1,6 +1,6 @@
 #include "Vellomir/ContentView/DocumentPickerManager.h"
 
-#include "Vellomir/Platform/WholeFile.h"
+#include "files/WholeFile.h"
 
 #include <cerrno>
 #include <utility>
@@ -11,8 +11,7 @@ namespace {
 constexpr std::size_t pieceSize = std::size_t{64} << 10U;
 
 /// Also false after cancellation.
-bool readToEnd(const archive::FileDescriptor &file,
-               const BackgroundWork::CancellationFlag &isCancelled) {
+bool readToEnd(const FileDescriptor &file, const BackgroundWork::CancellationFlag &isCancelled) {
     std::vector<std::byte> buffer(pieceSize);
     while (!isCancelled) {
         const ssize_t count = ::read(file.get(), buffer.data(), buffer.size());
@@ -29,7 +28,7 @@ bool isReadable(const archive::URL &url, const BackgroundWork::CancellationFlag 
         return false;
     try {
         const std::string path = url.path();
-        const archive::FileDescriptor file(::open(path.c_str(), wholeFileFlags));
+        const FileDescriptor file(::open(path.c_str(), wholeFileFlags));
         static_cast<void>(regularFileSize(file, path));
         return readToEnd(file, isCancelled);
     } catch (const std::exception &) {

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "Vellomir/Concurrency/BackgroundWork.h"
 #include "Vellomir/ContentView/AppLaunchView.h"
-#include "Vellomir/Platform/BackgroundWork.h"
 
 #include <functional>
 #include <vector>

@@ -1,9 +1,9 @@
 // AppLaunchView: the job from end to end.
 
 #include "Vellomir/ContentView/AppLaunchView.h"
-#include "Vellomir/ContentView/Diagnostics.h"
-#include "Vellomir/ContentView/UserNames.h"
-#include "Vellomir/Platform/ErrorText.h"
+#include "Vellomir/Job/Diagnostics.h"
+#include "Vellomir/Job/ErrorText.h"
+#include "Vellomir/Job/UserNames.h"
 #include "archive/Archive.h"
 
 namespace vellomir {
@@ -22,7 +22,7 @@ void countEntries(const archive::URL &package, ResultRemarks &remarks) try {
     remarks.promisedEntries = walk.end() == Archive::EntryIterator::End::complete
                                   ? remarks.readEntries
                                   : archive->totalNumberOfEntriesInCentralDirectory();
-} catch (const archive::Error &) { // the copy of the package cannot be read any more
+} catch (const Error &) { // the copy of the package cannot be read any more
     remarks.readEntries = remarks.promisedEntries = 0;
 }
 

@@ -1,7 +1,7 @@
 // AppLaunchView: the new icon goes into the bundle.
 
 #include "Vellomir/ContentView/AppLaunchView.h"
-#include "Vellomir/ContentView/IconFiles.h"
+#include "Vellomir/Job/IconFiles.h"
 
 namespace vellomir {
 namespace {

@@ -1,7 +1,7 @@
 // AppLaunchView: the bundle gets its new identifier, names and icons.
 
 #include "Vellomir/ContentView/AppLaunchView.h"
-#include "Vellomir/ContentView/IconFiles.h"
+#include "Vellomir/Job/IconFiles.h"
 
 namespace vellomir {
 
@@ -38,7 +38,7 @@ std::optional<archive::URL> AppLaunchView::findInfoPlist(const archive::URL &url
 
 std::optional<PropertyList> AppLaunchView::readInfoPlist(const archive::URL &file) const try {
     return PropertyList::parse(files_.read(file, PropertyList::maximumSize), progress_.progress());
-} catch (const archive::Error &error) {
+} catch (const Error &error) {
     services_.console(rawReason(error.about({}, file.path())));
     return std::nullopt;
 } catch (const std::exception &error) {

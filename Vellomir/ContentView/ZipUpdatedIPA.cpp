@@ -66,7 +66,7 @@ archive::URL AppLaunchView::packagePlace(const archive::URL &output,
                                          const archive::URL &staging) const {
     archive::URL place = files_.withoutLinks(output);
     if (!place.isContained(documentsFolder()) || place.isContained(staging))
-        throw archive::Error(archive::FileError::fileReadInvalidFileName,
+        throw Error(FileError::fileReadInvalidFileName,
                              {.path = output.path(),
                               .detail = "The app's new name leads out of the folder for results"});
     return place;

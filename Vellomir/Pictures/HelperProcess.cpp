@@ -4,7 +4,7 @@
 #include "Vellomir/Pictures/Picture.h"
 #include "Vellomir/Pictures/PictureBytes.h"
 #include "archive/Archive.h"
-#include "archive/FileDescriptor.h"
+#include "files/FileDescriptor.h"
 
 #include <cerrno>
 #include <csignal>
@@ -19,7 +19,7 @@ using Clock = std::chrono::steady_clock;
 constexpr int pollInterval = 50; ///< milliseconds
 
 [[noreturn]] void throwMissing(const std::string &program, int systemError) {
-    throw archive::Error(PictureError::missingCodec,
+    throw Error(PictureError::missingCodec,
                          {.path = program,
                           .detail = "The program that reads and writes pictures cannot be started",
                           .systemError = systemError});
@@ -31,15 +31,15 @@ constexpr int pollInterval = 50; ///< milliseconds
 
 /// A pipe; the helper holds the end that is written to.
 struct Life {
-    archive::FileDescriptor watched;
-    archive::FileDescriptor held;
+    FileDescriptor watched;
+    FileDescriptor held;
 
     Life() {
         int ends[2] = {-1, -1};
         if (::pipe2(ends, O_CLOEXEC) != 0)
             throwStopped("there are too many open files");
-        watched = archive::FileDescriptor(ends[0]);
-        held = archive::FileDescriptor(ends[1]);
+        watched = FileDescriptor(ends[0]);
+        held = FileDescriptor(ends[1]);
     }
 
     /// Waits a moment; whether the helper has ended.
@@ -105,7 +105,7 @@ void runHelper(const HelperRun &run, const Cancellation &isCancelled) {
     const auto end = Clock::now() + run.limits.time;
     while (!life.isOver()) {
         if (isCancelled && isCancelled())
-            throw archive::Error(archive::Archive::ArchiveError::cancelledOperation);
+            throw Error(archive::Archive::ArchiveError::cancelledOperation);
         if (Clock::now() > end)
             throwStopped("it takes too long");
     }

@@ -2,8 +2,8 @@
 
 #include "Vellomir/Pictures/PictureBytes.h"
 #include "Vellomir/Pictures/PictureHelper.h"
-#include "Vellomir/Platform/WholeFile.h"
-#include "archive/ErrorCategory.h"
+#include "files/ErrorCategory.h"
+#include "files/WholeFile.h"
 
 #include <array>
 
@@ -11,11 +11,11 @@ namespace vellomir {
 namespace {
 
 constexpr std::array errors = {
-    archive::ErrorCategory::Line{"unreadablePicture", "The picture cannot be read"},
-    archive::ErrorCategory::Line{"unwritablePicture", "The picture cannot be written"},
-    archive::ErrorCategory::Line{"missingCodec", "The program for pictures is missing"},
+    ErrorCategory::Line{"unreadablePicture", "The picture cannot be read"},
+    ErrorCategory::Line{"unwritablePicture", "The picture cannot be written"},
+    ErrorCategory::Line{"missingCodec", "The program for pictures is missing"},
 };
-constinit const archive::ErrorCategory category("PictureError", errors);
+constinit const ErrorCategory category("PictureError", errors);
 
 /// Calls the function; a fault of the picture becomes an error with its path.
 template <typename Decode>
@@ -24,7 +24,7 @@ Picture decoded(const std::string &name, const Decode &decode) {
         DecodedPicture picture = decode();
         return Picture(std::move(picture.bitmap), 1, picture.orientation);
     } catch (const PictureFault &fault) {
-        throw archive::Error(PictureError::unreadablePicture,
+        throw Error(PictureError::unreadablePicture,
                              {.path = name, .detail = fault.what()});
     }
 }
@@ -38,10 +38,10 @@ std::error_code make_error_code(PictureError error) {
 Picture Picture::read(const archive::URL &url, const DecodingOptions &options,
                       const Cancellation &isCancelled) {
     const std::string path = url.path();
-    const archive::FileDescriptor file(::open(path.c_str(), wholeFileFlags));
+    const FileDescriptor file(::open(path.c_str(), wholeFileFlags));
     const std::uint64_t size = regularFileSize(file, path);
     if (size > maximumPictureFile)
-        throw archive::Error(archive::FileError::fileReadTooLarge, {.path = path});
+        throw Error(FileError::fileReadTooLarge, {.path = path});
     return decoded(
         path, [&] { return PictureHelper::find().decode(file.get(), size, options, isCancelled); });
 }
@@ -49,7 +49,7 @@ Picture Picture::read(const archive::URL &url, const DecodingOptions &options,
 Picture Picture::decode(std::span<const std::byte> bytes, const std::string &name,
                         const DecodingOptions &options) {
     return decoded(name, [&] {
-        const archive::FileDescriptor file = makeSharedMemory();
+        const FileDescriptor file = makeSharedMemory();
         writeAll(file.get(), bytes);
         seal(file.get());
         return PictureHelper::find().decode(file.get(), bytes.size(), options);
@@ -58,12 +58,12 @@ Picture Picture::decode(std::span<const std::byte> bytes, const std::string &nam
 
 archive::Data Picture::pngData(const Cancellation &isCancelled) const {
     if (!hasBitmap())
-        throw archive::Error(PictureError::unwritablePicture,
+        throw Error(PictureError::unwritablePicture,
                              {.detail = "A picture without a bitmap cannot be written"});
     try {
         return archive::Data(PictureHelper::find().encode({bitmap_, orientation_}, isCancelled));
     } catch (const PictureFault &fault) {
-        throw archive::Error(PictureError::unwritablePicture, {.detail = fault.what()});
+        throw Error(PictureError::unwritablePicture, {.detail = fault.what()});
     }
 }
 

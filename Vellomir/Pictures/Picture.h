@@ -2,8 +2,8 @@
 
 #include "Vellomir/Pictures/PictureLimits.h"
 #include "archive/Data.h"
-#include "archive/Error.h"
 #include "archive/URL.h"
+#include "files/Error.h"
 
 #include <cstddef>
 #include <cstdint>

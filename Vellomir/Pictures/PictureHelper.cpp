@@ -34,7 +34,7 @@ PictureHelper PictureHelper::find() {
 
 MappedMemory PictureHelper::run(std::vector<std::string> arguments, int input,
                                 const HelperLimits &limits, const Cancellation &isCancelled) const {
-    const archive::FileDescriptor output = makeSharedMemory();
+    const FileDescriptor output = makeSharedMemory();
     runHelper({.program = program_,
                .arguments = std::move(arguments),
                .input = input,
@@ -56,7 +56,7 @@ DecodedPicture PictureHelper::decode(int file, std::uint64_t fileSize,
 
 std::vector<std::byte> PictureHelper::encode(const DecodedPicture &picture,
                                              const Cancellation &isCancelled) const {
-    const archive::FileDescriptor input = makeSharedMemory();
+    const FileDescriptor input = makeSharedMemory();
     writeBitmap(input.get(), picture);
     seal(input.get());
     const std::int64_t pixels = std::int64_t{picture.bitmap.width} * picture.bitmap.height;

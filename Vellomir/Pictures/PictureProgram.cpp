@@ -3,7 +3,7 @@
 #include "Vellomir/Pictures/PictureBytes.h"
 #include "Vellomir/Pictures/PictureDecoder.h"
 #include "Vellomir/Pictures/PictureGeometry.h"
-#include "Vellomir/Platform/WholeFile.h"
+#include "files/WholeFile.h"
 
 #include <charconv>
 #include <cstdlib>
@@ -42,9 +42,9 @@ void limitMemory(std::int64_t pixels) {
 }
 
 void decodeInput(const DecodingOptions &options) {
-    const archive::FileDescriptor input(helperInput);
+    const FileDescriptor input(helperInput);
     ::lseek(input.get(), 0, SEEK_SET); // It may have been written through the same descriptor.
-    const archive::Data bytes = readWholeFile(input, "picture", maximumPictureFile);
+    const archive::Data bytes(readWholeFile(input, "picture", maximumPictureFile));
     writeBitmap(helperOutput, decodePicture(bytes, options, limitMemory));
 }
 

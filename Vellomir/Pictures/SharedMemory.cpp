@@ -24,9 +24,8 @@ std::size_t sizeOf(int descriptor) {
 
 } // namespace
 
-archive::FileDescriptor makeSharedMemory() {
-    archive::FileDescriptor memory(
-        ::memfd_create("vellomir-picture", MFD_CLOEXEC | MFD_ALLOW_SEALING));
+FileDescriptor makeSharedMemory() {
+    FileDescriptor memory(::memfd_create("vellomir-picture", MFD_CLOEXEC | MFD_ALLOW_SEALING));
     if (!memory.isOpen())
         throwNoMemory();
     return memory;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "archive/FileDescriptor.h"
+#include "files/FileDescriptor.h"
 
 #include <cstddef>
 #include <memory>
@@ -18,7 +18,7 @@ struct MappedMemory {
 
 /// An empty file in memory, without a name, which other programs don't inherit by accident. Throws
 /// a `PictureFault` if there is none to be had.
-[[nodiscard]] archive::FileDescriptor makeSharedMemory();
+[[nodiscard]] FileDescriptor makeSharedMemory();
 
 /// Writes all bytes where the descriptor is. Throws a `PictureFault` if there is no room.
 void writeAll(int descriptor, std::span<const std::byte> bytes);

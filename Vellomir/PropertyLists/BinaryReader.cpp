@@ -40,7 +40,7 @@ public:
     }
 
 private:
-    [[nodiscard]] archive::Error error(const std::string &what) const {
+    [[nodiscard]] Error error(const std::string &what) const {
         return builder_.error(what);
     }
 

@@ -60,7 +60,7 @@ std::size_t textSizeOf(const PropertyListValue &value) {
 
 void requireNotCancelled(const archive::Progress *progress) {
     if (progress != nullptr && progress->isCancelled())
-        throw archive::Error(archive::Archive::ArchiveError::cancelledOperation);
+        throw Error(archive::Archive::ArchiveError::cancelledOperation);
 }
 
 void PropertyListBuilder::poll() {
@@ -136,7 +136,7 @@ bool PropertyListBuilder::expectsValue() const {
     return !open_.empty() && open_.back().key.has_value();
 }
 
-archive::Error PropertyListBuilder::error(const std::string &what) const {
+Error PropertyListBuilder::error(const std::string &what) const {
     const std::string place = path();
     return unreadable("The " + format_ + " property list cannot be read: " + position_() +
                       (place.empty() ? "" : ", " + place) + ": " + what);

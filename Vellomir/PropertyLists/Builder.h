@@ -55,7 +55,7 @@ public:
 
     /// An error with the sentence "The XML property list cannot be read: line 3, "a" > 1: " and
     /// `what`.
-    [[nodiscard]] archive::Error error(const std::string &what) const;
+    [[nodiscard]] Error error(const std::string &what) const;
 
 private:
     /// An open array or dictionary.

@@ -1,7 +1,7 @@
 #include "Vellomir/PropertyLists/Errors.h"
 
-#include "archive/ErrorCategory.h"
 #include "archive/TextEncoding.h"
+#include "files/ErrorCategory.h"
 
 #include <array>
 
@@ -9,10 +9,10 @@ namespace vellomir {
 namespace {
 
 constexpr std::array listErrors = {
-    archive::ErrorCategory::Line{"unreadablePropertyList", "This is no valid property list"},
-    archive::ErrorCategory::Line{"unwritablePropertyList", "The property list cannot be written"},
+    ErrorCategory::Line{"unreadablePropertyList", "This is no valid property list"},
+    ErrorCategory::Line{"unwritablePropertyList", "The property list cannot be written"},
 };
-constinit const archive::ErrorCategory listCategory("PropertyListError", listErrors);
+constinit const ErrorCategory listCategory("PropertyListError", listErrors);
 
 /// At most `limit` bytes, without cutting a character.
 std::string_view shortened(std::string_view text, std::size_t limit) {
@@ -29,13 +29,13 @@ std::error_code make_error_code(PropertyListError error) {
     return {static_cast<int>(error), listCategory};
 }
 
-archive::Error unreadable(const std::string &sentence) {
-    return archive::Error(PropertyListError::unreadablePropertyList, {.detail = sentence});
+Error unreadable(const std::string &sentence) {
+    return Error(PropertyListError::unreadablePropertyList, {.detail = sentence});
 }
 
 std::string quotedText(std::string_view text) {
     const std::string_view start = shortened(text, 60);
-    return '"' + archive::printable(start) + (start.size() < text.size() ? "...\"" : "\"");
+    return '"' + printable(start) + (start.size() < text.size() ? "...\"" : "\"");
 }
 
 } // namespace vellomir

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "archive/Error.h"
+#include "files/Error.h"
 
 #include <string>
 #include <string_view>
@@ -15,7 +15,7 @@ enum class PropertyListError {
 [[nodiscard]] std::error_code make_error_code(PropertyListError error);
 
 /// The error `PropertyListError::unreadablePropertyList` with this sentence.
-[[nodiscard]] archive::Error unreadable(const std::string &sentence);
+[[nodiscard]] Error unreadable(const std::string &sentence);
 
 /// Formats a text of a list for an error: quoted, with printable characters only, and shortened.
 [[nodiscard]] std::string quotedText(std::string_view text);

@@ -60,7 +60,7 @@ public:
     }
 
 private:
-    [[nodiscard]] archive::Error error(const std::string &expected) const {
+    [[nodiscard]] Error error(const std::string &expected) const {
         const std::string found = position_ == text_.size()
                                       ? "the end"
                                       : quotedText(text_.substr(position_, characterSize()));

@@ -74,7 +74,7 @@ std::optional<PropertyListValue> parseLeaf(Element element, std::string text) {
 }
 
 std::string tag(const std::string &name) {
-    return '<' + archive::printable(name.substr(0, 60)) + '>';
+    return '<' + printable(name.substr(0, 60)) + '>';
 }
 
 /// The end of the tag at `start`; a quoted value may contain ">".

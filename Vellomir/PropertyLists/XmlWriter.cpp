@@ -195,13 +195,13 @@ private:
                         ", which XML cannot hold");
     }
 
-    [[nodiscard]] archive::Error error(const std::string &what) const {
+    [[nodiscard]] Error error(const std::string &what) const {
         static constexpr std::size_t limit = 8;
         std::string place;
         for (std::size_t index = path_.size() - std::min(path_.size(), limit); index < path_.size();
              ++index)
             place += (place.empty() ? "" : " > ") + path_[index].text();
-        return archive::Error(PropertyListError::unwritablePropertyList,
+        return Error(PropertyListError::unwritablePropertyList,
                               {.detail = "The property list cannot be written as XML: " +
                                          (place.empty() ? "" : place + ": ") + what});
     }

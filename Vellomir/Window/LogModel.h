@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Vellomir/Platform/LogMessages.h"
+#include "Vellomir/ContentView/LogMessages.h"
 
 #include <QAbstractListModel>
 #include <QtQml/qqmlregistration.h>

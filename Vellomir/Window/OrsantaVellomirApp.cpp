@@ -1,6 +1,5 @@
 #include "Vellomir/Window/OrsantaVellomirApp.h"
 
-#include "Vellomir/Platform/PendingFile.h"
 #include "Vellomir/Window/Fonts.h"
 #include "Vellomir/Window/HexColors.h"
 #include "Vellomir/Window/HomeFolder.h"
@@ -9,6 +8,7 @@
 #include "Vellomir/Window/Pickers.h"
 #include "Vellomir/Window/PreviewProvider.h"
 #include "Vellomir/Window/URLs.h"
+#include "files/PendingFile.h"
 
 #include <QApplication>
 #include <QFontDatabase>

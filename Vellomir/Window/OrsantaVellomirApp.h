@@ -1,8 +1,8 @@
 #pragma once
 
+#include "Vellomir/Concurrency/BackgroundQueue.h"
 #include "Vellomir/ContentView/AppLaunchView.h"
-#include "Vellomir/Platform/BackgroundQueue.h"
-#include "Vellomir/Platform/InstanceFolder.h"
+#include "Vellomir/Sandbox/InstanceFolder.h"
 #include "Vellomir/Window/AppLaunchState.h"
 
 #include <QQmlApplicationEngine>

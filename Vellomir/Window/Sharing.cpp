@@ -1,7 +1,7 @@
 #include "Vellomir/Window/Sharing.h"
 
-#include "Vellomir/Platform/ErrorText.h"
-#include "Vellomir/Platform/SaveCopy.h"
+#include "Vellomir/ContentView/SaveCopy.h"
+#include "Vellomir/Job/ErrorText.h"
 #include "Vellomir/Window/Desktop.h"
 #include "Vellomir/Window/HomeFolder.h"
 #include "Vellomir/Window/Pickers.h"
@@ -18,7 +18,7 @@ namespace {
 
 /// The reason without the destination's name, which the message shows before it.
 QString saveFailure(const std::exception &error, const QString &destination) {
-    return QString::fromStdString(errorText(error, [&](archive::ErrorContext &context) {
+    return QString::fromStdString(errorText(error, [&](ErrorContext &context) {
         const QString path = QString::fromStdString(context.path);
         context.path = path == destination ? "" : abbreviatedPath(path).toStdString();
     }));
@@ -53,7 +53,7 @@ void Sharing::prepare() {
 }
 
 QString Sharing::displayName() const {
-    return QString::fromStdString(archive::printable(fileName().toStdString()));
+    return QString::fromStdString(printable(fileName().toStdString()));
 }
 
 bool Sharing::isThere() const {

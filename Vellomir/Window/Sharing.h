@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Vellomir/ContentView/ResultRemarks.h"
+#include "Vellomir/Job/ResultRemarks.h"
 
 #include <QDateTime>
 #include <QObject>

@@ -1,6 +1,6 @@
 #include "Vellomir/Window/TerminationSignals.h"
 
-#include "archive/Error.h"
+#include "files/Error.h"
 
 #include <QCoreApplication>
 
@@ -44,7 +44,7 @@ void handle(int signal, void (*handler)(int)) {
 
 TerminationSignals::TerminationSignals() {
     if (::pipe2(pipeEnds.data(), O_CLOEXEC | O_NONBLOCK) != 0)
-        throw archive::readError("a pipe", errno);
+        throw readError("a pipe", errno);
     notifier_ = std::make_unique<QSocketNotifier>(pipeEnds[0], QSocketNotifier::Read);
     QObject::connect(notifier_.get(), &QSocketNotifier::activated, notifier_.get(),
                      [notifier = notifier_.get()] {

@@ -6,7 +6,7 @@
 #include <cstring>
 #include <memory>
 
-namespace test {
+namespace vellomir::test {
 namespace {
 
 using Context = std::unique_ptr<heif_context, decltype(&heif_context_free)>;
@@ -232,4 +232,4 @@ std::string heifFile(const std::vector<HeifItem> &items, const std::string &bran
            fullBox("meta", 0, meta);
 }
 
-} // namespace test
+} // namespace vellomir::test

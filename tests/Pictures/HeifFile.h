@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-namespace test {
+namespace vellomir::test {
 
 struct HeifOptions {
     bool isPremultiplied = false; ///< says that alpha is multiplied into the colours
@@ -50,4 +50,4 @@ struct HeifItem {
 [[nodiscard]] std::string heifFile(const std::vector<HeifItem> &items,
                                    const std::string &brands = "heic");
 
-} // namespace test
+} // namespace vellomir::test

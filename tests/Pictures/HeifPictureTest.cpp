@@ -7,6 +7,8 @@
 #include <gmock/gmock.h>
 #include <sys/resource.h>
 
+namespace vellomir {
+
 using test::box;
 using test::codedImage;
 using test::CodedImage;
@@ -19,9 +21,6 @@ using test::Pixel;
 using test::quarters;
 using test::refusal;
 using testing::HasSubstr;
-using vellomir::Bitmap;
-using vellomir::Orientation;
-using vellomir::Picture;
 
 namespace {
 
@@ -235,7 +234,7 @@ std::size_t memoryOfChildren() {
 }
 
 TEST_F(Heic, CodedSizeBeyondThatOfTheFileIsRefusedWithinTheMemoryOfTheFile) {
-    if (!vellomir::limitsMemory)
+    if (!limitsMemory)
         GTEST_SKIP() << "sanitizers take more memory than any limit";
     CodedImage coded = codedImage(heic(colorful(64, 64, QImage::Format_RGB888)));
     for (const unsigned side : {30'000U, 17'000U, 8'000U}) {
@@ -258,3 +257,5 @@ TEST_F(Heic, AGridBeyondWhatTheFileTellsIsRefused) {
 }
 
 } // namespace
+
+} // namespace vellomir

@@ -15,12 +15,9 @@
 #include <sys/wait.h>
 #include <thread>
 
-using archive::Error;
+namespace vellomir {
+
 using testing::HasSubstr;
-using vellomir::HelperLimits;
-using vellomir::PictureError;
-using vellomir::PictureFault;
-using vellomir::PictureHelper;
 namespace fs = std::filesystem;
 
 namespace {
@@ -60,8 +57,8 @@ protected:
 
     /// What is wrong with a picture that this program decodes.
     static std::string fault(const std::string &program, const HelperLimits &limits = wide,
-                             const vellomir::Cancellation &isCancelled = {}) {
-        const archive::FileDescriptor input = vellomir::makeSharedMemory();
+                             const Cancellation &isCancelled = {}) {
+        const FileDescriptor input = makeSharedMemory();
         try {
             static_cast<void>(
                 PictureHelper(program, limits).decode(input.get(), 0, {}, isCancelled));
@@ -108,7 +105,7 @@ TEST_F(Helper, ComputingForeverIsStopped) {
 }
 
 TEST_F(Helper, AllocatingWithoutEndIsStopped) {
-    if (!vellomir::limitsMemory)
+    if (!limitsMemory)
         GTEST_SKIP() << "sanitizers take more memory than any limit";
     HelperLimits limits = wide;
     limits.memory = gigabyte / 4;
@@ -156,7 +153,7 @@ TEST_F(Helper, CancellingEndsASleeper) {
 }
 
 TEST_F(Helper, HasNoDescriptorsButItsOwn) {
-    const archive::FileDescriptor inherited(::open("/dev/null", O_RDONLY)); // without O_CLOEXEC
+    const FileDescriptor inherited(::open("/dev/null", O_RDONLY)); // without O_CLOEXEC
     EXPECT_THAT(fault(script("ls /proc/self/fd | wc -w >" + (folder_ / "count").string())),
                 HasSubstr("gave no picture"));
     // Standard streams, input, output, life, and the folder that ls reads.
@@ -210,3 +207,5 @@ TEST_F(Helper, ManyThreadsDecodeSideBySide) {
 }
 
 } // namespace
+
+} // namespace vellomir

@@ -5,12 +5,9 @@
 #include <functional>
 #include <gmock/gmock.h>
 
+namespace vellomir {
+
 using testing::HasSubstr;
-using vellomir::Bitmap;
-using vellomir::DecodedPicture;
-using vellomir::HelperRecord;
-using vellomir::Orientation;
-using vellomir::PictureFault;
 
 namespace {
 
@@ -30,22 +27,22 @@ DecodedPicture picture(bool isDeep) {
             .orientation = Orientation::left};
 }
 
-vellomir::MappedMemory memory(const std::function<void(int)> &write) {
-    const archive::FileDescriptor file = vellomir::makeSharedMemory();
+MappedMemory memory(const std::function<void(int)> &write) {
+    const FileDescriptor file = makeSharedMemory();
     write(file.get());
-    return vellomir::mapWhole(file.get());
+    return mapWhole(file.get());
 }
 
-vellomir::MappedMemory memoryOf(const HelperRecord &record, std::size_t more) {
+MappedMemory memoryOf(const HelperRecord &record, std::size_t more) {
     return memory([&](int file) {
-        vellomir::writeAll(file, std::as_bytes(std::span(&record, 1)));
-        vellomir::writeAll(file, Bytes(more));
+        writeAll(file, std::as_bytes(std::span(&record, 1)));
+        writeAll(file, Bytes(more));
     });
 }
 
-std::string fault(const vellomir::MappedMemory &memory) {
+std::string fault(const MappedMemory &memory) {
     try {
-        static_cast<void>(vellomir::readBitmap(memory));
+        static_cast<void>(readBitmap(memory));
         return "";
     } catch (const PictureFault &fault) {
         return fault.what();
@@ -56,7 +53,7 @@ TEST(HelperProtocol, BitmapsComeBackWithoutGaps) {
     for (const bool isDeep : {false, true}) {
         const DecodedPicture before = picture(isDeep);
         const DecodedPicture after =
-            vellomir::readBitmap(memory([&](int file) { vellomir::writeBitmap(file, before); }));
+            readBitmap(memory([&](int file) { writeBitmap(file, before); }));
         EXPECT_EQ(after.orientation, Orientation::left);
         EXPECT_EQ(after.bitmap.width, 2);
         EXPECT_EQ(after.bitmap.height, 3);
@@ -72,19 +69,18 @@ TEST(HelperProtocol, BitmapsComeBackWithoutGaps) {
 
 TEST(HelperProtocol, RefusalsComeBackWithTheirReason) {
     EXPECT_EQ(fault(memory([](int file) {
-                  vellomir::writeBitmap(file, picture(true)); // and then there was no room
-                  vellomir::writeRefusal(file, "The picture is\na bomb");
+                  writeBitmap(file, picture(true)); // and then there was no room
+                  writeRefusal(file, "The picture is\na bomb");
               })),
               "The picture is a bomb");
-    EXPECT_EQ(
-        fault(memory([](int file) { vellomir::writeRefusal(file, std::string(100'000, 'x')); })),
-        std::string(300, 'x'));
+    EXPECT_EQ(fault(memory([](int file) { writeRefusal(file, std::string(100'000, 'x')); })),
+              std::string(300, 'x'));
 }
 
 TEST(HelperProtocol, PngsComeBack) {
     const Bytes png(1000, std::byte{7});
-    const auto sent = memory([&](int file) { vellomir::writePng(file, png); });
-    EXPECT_EQ(vellomir::readPng(sent), png);
+    const auto sent = memory([&](int file) { writePng(file, png); });
+    EXPECT_EQ(readPng(sent), png);
     EXPECT_THAT(fault(sent), HasSubstr("gave no picture"));
 }
 
@@ -118,15 +114,17 @@ TEST(HelperProtocol, NumbersThatDoNotFitTheMemoryAreRefused) {
 
 TEST(HelperProtocol, ShortMemoryIsRefused) {
     EXPECT_NE(fault({}), "");
-    EXPECT_NE(fault(memory([](int file) { vellomir::writeAll(file, Bytes(31)); })), "");
+    EXPECT_NE(fault(memory([](int file) { writeAll(file, Bytes(31)); })), "");
 }
 
 TEST(SharedMemory, SealedMemoryCannotBeChanged) {
-    const archive::FileDescriptor file = vellomir::makeSharedMemory();
-    vellomir::writeAll(file.get(), Bytes(10));
-    vellomir::seal(file.get());
-    EXPECT_THROW(vellomir::writeAll(file.get(), Bytes(1)), PictureFault);
+    const FileDescriptor file = makeSharedMemory();
+    writeAll(file.get(), Bytes(10));
+    seal(file.get());
+    EXPECT_THROW(writeAll(file.get(), Bytes(1)), PictureFault);
     EXPECT_NE(::ftruncate(file.get(), 0), 0);
 }
 
 } // namespace
+
+} // namespace vellomir

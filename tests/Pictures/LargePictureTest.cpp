@@ -3,9 +3,10 @@
 
 #include <gmock/gmock.h>
 
+namespace vellomir {
+
 using test::corners;
 using test::decode;
-using vellomir::Bitmap;
 
 namespace {
 
@@ -24,7 +25,7 @@ TEST_P(AHundredMegapixels, AreDecodedAndScaled) {
     EXPECT_EQ(large.width, side);
     EXPECT_EQ(large.height, side);
     EXPECT_EQ(corners(large), "rgbw");
-    const Bitmap preview = vellomir::scaledToFit(large, 800);
+    const Bitmap preview = scaledToFit(large, 800);
     EXPECT_EQ(preview.width, 800);
     EXPECT_EQ(preview.height, 800);
     EXPECT_EQ(corners(preview), "rgbw");
@@ -35,3 +36,5 @@ INSTANTIATE_TEST_SUITE_P(Formats, AHundredMegapixels,
                          [](const auto &format) { return std::string(format.param.first); });
 
 } // namespace
+
+} // namespace vellomir

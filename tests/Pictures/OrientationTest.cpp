@@ -8,12 +8,12 @@
 
 #include <gmock/gmock.h>
 
+namespace vellomir {
+
 using test::corners;
 using test::decode;
 using test::encoded;
 using test::quarters;
-using vellomir::Orientation;
-using vellomir::Picture;
 
 namespace {
 
@@ -166,3 +166,5 @@ TEST(SmallPicture, IsUpright) {
 }
 
 } // namespace
+
+} // namespace vellomir

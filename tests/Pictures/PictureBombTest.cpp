@@ -11,10 +11,11 @@
 
 #include <gmock/gmock.h>
 
+namespace vellomir {
+
 using test::encoded;
 using test::refusal;
 using testing::HasSubstr;
-using vellomir::pictureFault;
 
 namespace {
 
@@ -157,10 +158,10 @@ INSTANTIATE_TEST_SUITE_P(Bombs, AFewBytes,
                          [](const auto &bomb) { return std::string(bomb.param.name); });
 
 TEST(TheMemory, IsBoundedByTheFilesSize) {
-    EXPECT_EQ(vellomir::pixelLimit(0), 16 << 20);
-    EXPECT_EQ(vellomir::pixelLimit(1000), (16 << 20) + 8'256'000);
-    EXPECT_EQ(vellomir::pixelLimit(1'000'000), vellomir::maximumPixels);
-    EXPECT_EQ(vellomir::pixelLimit(std::size_t(-1)), vellomir::maximumPixels);
+    EXPECT_EQ(pixelLimit(0), 16 << 20);
+    EXPECT_EQ(pixelLimit(1000), (16 << 20) + 8'256'000);
+    EXPECT_EQ(pixelLimit(1'000'000), maximumPixels);
+    EXPECT_EQ(pixelLimit(std::size_t(-1)), maximumPixels);
 }
 
 TEST(TheMemory, IsBoundedWhereAFormatPacksAnyNumberOfPixels) {
@@ -261,3 +262,5 @@ TEST(ATiff, MayPackWithoutLimit) {
 }
 
 } // namespace
+
+} // namespace vellomir

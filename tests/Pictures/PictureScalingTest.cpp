@@ -3,12 +3,12 @@
 
 #include <gmock/gmock.h>
 
+namespace vellomir {
+
 using test::Pixel;
 using test::pixels;
 using testing::Each;
 using testing::ElementsAre;
-using vellomir::Bitmap;
-using vellomir::scaledToFit;
 
 namespace {
 
@@ -140,3 +140,5 @@ TEST(ScaledToFit, WithoutAlphaTheFourthChannelSaysNothing) {
 }
 
 } // namespace
+
+} // namespace vellomir

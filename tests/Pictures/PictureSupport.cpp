@@ -8,11 +8,7 @@
 
 #include <gmock/gmock.h>
 
-using vellomir::Bitmap;
-using vellomir::Picture;
-using vellomir::PictureError;
-
-namespace test {
+namespace vellomir::test {
 namespace {
 
 char colorName(const Pixel &color) {
@@ -34,7 +30,7 @@ Picture small(const std::string &bytes, int maximumSide) {
 std::string refusal(const std::string &bytes) {
     try {
         static_cast<void>(decode(bytes));
-    } catch (const archive::Error &error) {
+    } catch (const Error &error) {
         EXPECT_EQ(error.code(), PictureError::unreadablePicture);
         EXPECT_EQ(error.name(), "PictureError.unreadablePicture");
         EXPECT_THAT(error.what(), testing::HasSubstr("picture"));
@@ -46,9 +42,9 @@ std::string refusal(const std::string &bytes) {
 
 std::string refusalHere(const std::string &bytes) {
     try {
-        static_cast<void>(vellomir::decodePicture(std::as_bytes(std::span(bytes))));
+        static_cast<void>(decodePicture(std::as_bytes(std::span(bytes))));
         return "";
-    } catch (const vellomir::PictureFault &fault) {
+    } catch (const PictureFault &fault) {
         return fault.what();
     }
 }
@@ -102,4 +98,4 @@ std::string corners(const Bitmap &bitmap) {
             colorName(pixel(bitmap, 1, bottom)), colorName(pixel(bitmap, right, bottom))};
 }
 
-} // namespace test
+} // namespace vellomir::test

@@ -7,14 +7,14 @@
 #include <string>
 #include <vector>
 
-namespace test {
+namespace vellomir::test {
 
 using Pixel = std::vector<unsigned>; ///< red, green, blue and, where the bitmap has it, alpha
 
-[[nodiscard]] vellomir::Picture decode(const std::string &bytes);
+[[nodiscard]] Picture decode(const std::string &bytes);
 
 /// The same, scaled down to this longer side and turned upright.
-[[nodiscard]] vellomir::Picture small(const std::string &bytes, int maximumSide);
+[[nodiscard]] Picture small(const std::string &bytes, int maximumSide);
 
 /// What is said of bytes that are no picture, after a look at the error; empty if they are one.
 [[nodiscard]] std::string refusal(const std::string &bytes);
@@ -22,10 +22,10 @@ using Pixel = std::vector<unsigned>; ///< red, green, blue and, where the bitmap
 /// The same, decoded in this process: for tests with hundreds of files.
 [[nodiscard]] std::string refusalHere(const std::string &bytes);
 
-[[nodiscard]] Pixel pixel(const vellomir::Bitmap &bitmap, int x, int y);
+[[nodiscard]] Pixel pixel(const Bitmap &bitmap, int x, int y);
 
 /// All of them, row by row.
-[[nodiscard]] std::vector<Pixel> pixels(const vellomir::Bitmap &bitmap);
+[[nodiscard]] std::vector<Pixel> pixels(const Bitmap &bitmap);
 
 /// The image as a file, by Qt.
 [[nodiscard]] std::string encoded(const QImage &image, const char *format, int quality = 100);
@@ -34,6 +34,6 @@ using Pixel = std::vector<unsigned>; ///< red, green, blue and, where the bitmap
 [[nodiscard]] QImage quarters(int width = 32, int height = 16);
 
 /// The initials of the colours near the corners, row by row.
-[[nodiscard]] std::string corners(const vellomir::Bitmap &bitmap);
+[[nodiscard]] std::string corners(const Bitmap &bitmap);
 
-} // namespace test
+} // namespace vellomir::test

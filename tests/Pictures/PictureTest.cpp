@@ -12,8 +12,9 @@
 #include <sys/stat.h>
 #include <zlib.h>
 
+namespace vellomir {
+
 using archive::Data;
-using archive::Error;
 using test::corners;
 using test::decode;
 using test::encoded;
@@ -25,11 +26,6 @@ using test::refusalHere;
 using testing::ElementsAre;
 using testing::ElementsAreArray;
 using testing::HasSubstr;
-using vellomir::Bitmap;
-using vellomir::cropImageToSquare;
-using vellomir::Orientation;
-using vellomir::Picture;
-using vellomir::PictureError;
 
 namespace {
 
@@ -437,3 +433,5 @@ TEST(Pictures, AreEqualWhenTheyShareTheirPixels) {
 }
 
 } // namespace
+
+} // namespace vellomir

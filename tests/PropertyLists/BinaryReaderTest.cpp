@@ -3,6 +3,8 @@
 #include <bit>
 #include <cmath>
 
+namespace vellomir {
+
 using archive::Data;
 using test::bigEndian;
 using test::binaryList;
@@ -13,13 +15,6 @@ using test::rewritten;
 using test::writeRefusal;
 using testing::AllOf;
 using testing::HasSubstr;
-using vellomir::PropertyListArray;
-using vellomir::PropertyListDate;
-using vellomir::PropertyListDictionary;
-using vellomir::PropertyListNull;
-using vellomir::PropertyListReal;
-using vellomir::PropertyListUID;
-using vellomir::PropertyListValue;
 
 namespace {
 
@@ -180,8 +175,8 @@ TEST(BinaryDictionaries, LastDuplicateKeyCounts) {
 
 TEST(BinaryDictionaries, SharedValuesAreCopied) {
     const std::string list = binaryList({"\xD2\x01\x02\x03\x03", "\x51k", "\x51l", "\x51v"});
-    EXPECT_EQ(vellomir::PropertyList::parse(Data(list)).text("l"), "v");
-    EXPECT_EQ(vellomir::PropertyList::parse(Data(list)).text("k"), "v");
+    EXPECT_EQ(PropertyList::parse(Data(list)).text("l"), "v");
+    EXPECT_EQ(PropertyList::parse(Data(list)).text("k"), "v");
 }
 
 TEST(BinaryDamage, ErrorNamesTheByte) {
@@ -239,3 +234,5 @@ TEST(BinaryDamage, NestingIsLimited) {
 }
 
 } // namespace
+
+} // namespace vellomir

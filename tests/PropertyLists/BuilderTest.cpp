@@ -3,13 +3,9 @@
 
 #include <gmock/gmock.h>
 
-using archive::Error;
+namespace vellomir {
+
 using archive::Progress;
-using vellomir::PropertyListArray;
-using vellomir::PropertyListBuilder;
-using vellomir::PropertyListDictionary;
-using vellomir::PropertyListUID;
-using vellomir::PropertyListValue;
 
 namespace {
 
@@ -102,3 +98,5 @@ TEST(Builder, ChecksCancellationOfParentProgress) {
 }
 
 } // namespace
+
+} // namespace vellomir

@@ -1,9 +1,10 @@
 #include "tests/PropertyLists/Lists.h"
 
+namespace vellomir {
+
 using archive::Data;
 using test::refusal;
 using testing::HasSubstr;
-using vellomir::PropertyList;
 
 namespace {
 
@@ -122,3 +123,5 @@ TEST(Encodings, OldTextMayBeUTF16) {
 }
 
 } // namespace
+
+} // namespace vellomir

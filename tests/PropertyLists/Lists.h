@@ -4,13 +4,13 @@
 
 #include <gmock/gmock.h>
 
-namespace test {
+namespace vellomir::test {
 
 /// Reads a list in any format; returns the value of the key "k".
-[[nodiscard]] inline vellomir::PropertyListValue readValue(std::string_view list) {
-    const auto parsed = vellomir::PropertyList::parse(archive::Data(list));
-    const auto &root = std::get<vellomir::PropertyListDictionary>(parsed.value().content);
-    for (const vellomir::PropertyListMember &member : root)
+[[nodiscard]] inline PropertyListValue readValue(std::string_view list) {
+    const auto parsed = PropertyList::parse(archive::Data(list));
+    const auto &root = std::get<PropertyListDictionary>(parsed.value().content);
+    for (const PropertyListMember &member : root)
         if (member.key == "k")
             return member.value;
     ADD_FAILURE() << "no key";
@@ -20,9 +20,9 @@ namespace test {
 /// The error of reading a list; "" if there is none.
 [[nodiscard]] inline std::string refusal(std::string_view list) {
     try {
-        static_cast<void>(vellomir::PropertyList::parse(archive::Data(list)));
-    } catch (const archive::Error &error) {
-        EXPECT_EQ(error.code(), vellomir::PropertyListError::unreadablePropertyList);
+        static_cast<void>(PropertyList::parse(archive::Data(list)));
+    } catch (const Error &error) {
+        EXPECT_EQ(error.code(), PropertyListError::unreadablePropertyList);
         EXPECT_EQ(error.name(), "PropertyListError.unreadablePropertyList");
         return error.what();
     }
@@ -31,11 +31,11 @@ namespace test {
 
 /// The error of writing a list that can be read; "" if there is none.
 [[nodiscard]] inline std::string writeRefusal(std::string_view list) {
-    const auto parsed = vellomir::PropertyList::parse(archive::Data(list));
+    const auto parsed = PropertyList::parse(archive::Data(list));
     try {
         static_cast<void>(parsed.xmlData());
-    } catch (const archive::Error &error) {
-        EXPECT_EQ(error.code(), vellomir::PropertyListError::unwritablePropertyList);
+    } catch (const Error &error) {
+        EXPECT_EQ(error.code(), PropertyListError::unwritablePropertyList);
         return error.what();
     }
     return "";
@@ -57,7 +57,7 @@ namespace test {
 
 /// The XML of the value under the key "k" after reading and writing.
 [[nodiscard]] inline std::string rewritten(std::string_view list) {
-    const archive::Data xml = vellomir::PropertyList::parse(archive::Data(list)).xmlData();
+    const archive::Data xml = PropertyList::parse(archive::Data(list)).xmlData();
     const std::string text(xml.text());
     const std::string start = "<key>k</key>\n\t";
     const std::size_t from = text.find(start) + start.size();
@@ -92,4 +92,4 @@ namespace test {
     return binaryList({"\xD1\x01\x02", "\x51k", object});
 }
 
-} // namespace test
+} // namespace vellomir::test

@@ -1,14 +1,13 @@
 #include "tests/PropertyLists/Lists.h"
 
+namespace vellomir {
+
 using archive::Data;
 using test::readValue;
 using test::refusal;
 using test::writeRefusal;
 using testing::AllOf;
 using testing::HasSubstr;
-using vellomir::PropertyListArray;
-using vellomir::PropertyListDictionary;
-using vellomir::PropertyListValue;
 
 namespace {
 
@@ -21,8 +20,7 @@ std::string quotedText(const std::string &quoted) {
 }
 
 PropertyListDictionary members(std::string_view list) {
-    return std::get<PropertyListDictionary>(
-        vellomir::PropertyList::parse(Data(list)).value().content);
+    return std::get<PropertyListDictionary>(PropertyList::parse(Data(list)).value().content);
 }
 
 TEST(OldText, HoldsTextsDataArraysAndDictionaries) {
@@ -138,9 +136,11 @@ TEST(OldTextErrors, NestingIsLimited) {
 /// Each value takes two bytes.
 TEST(OldTextErrors, MillionsOfValuesAreRefused) {
     std::string list = "{k=(";
-    while (list.size() < vellomir::PropertyList::maximumSize - 10)
+    while (list.size() < PropertyList::maximumSize - 10)
         list += "a,";
     EXPECT_THAT(refusal(list + ");}"), HasSubstr("there are more than 1000000 values"));
 }
 
 } // namespace
+
+} // namespace vellomir

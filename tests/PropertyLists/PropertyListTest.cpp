@@ -6,15 +6,15 @@
 #include <chrono>
 #include <thread>
 
+namespace vellomir {
+
 using archive::Data;
-using archive::Error;
 using archive::Progress;
 using test::refusal;
 using test::writeRefusal;
 using test::xmlList;
 using test::xmlListOf;
 using testing::HasSubstr;
-using vellomir::PropertyList;
 
 namespace {
 
@@ -198,3 +198,5 @@ TEST(PropertyListCancellation, WorksFromAnotherThread) {
 }
 
 } // namespace
+
+} // namespace vellomir

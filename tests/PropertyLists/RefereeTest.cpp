@@ -11,13 +11,9 @@
 #include <gmock/gmock.h>
 #include <random>
 
+namespace vellomir {
+
 using archive::Data;
-using vellomir::PropertyList;
-using vellomir::PropertyListArray;
-using vellomir::PropertyListDate;
-using vellomir::PropertyListDictionary;
-using vellomir::PropertyListReal;
-using vellomir::PropertyListValue;
 namespace fs = std::filesystem;
 
 namespace {
@@ -167,7 +163,7 @@ private:
         case 0:
             return {text()};
         case 1:
-            return vellomir::makeInteger(random_() >> below(64));
+            return makeInteger(random_() >> below(64));
         case 2:
             return {static_cast<std::int64_t>(random_() >> below(64))};
         case 3:
@@ -214,7 +210,7 @@ TEST(Python, ListsWrittenHereSurvivePython) {
     std::string written;
     for (std::size_t index = 0; index < count; ++index) {
         before.push_back(values.dictionary(0));
-        written += packed(vellomir::writeXmlPropertyList(before.back(), nullptr));
+        written += packed(writeXmlPropertyList(before.back(), nullptr));
     }
     test::writeFile(ours, written);
     ASSERT_EQ(python(rewriter, {ours, theirs, std::to_string(count)}), "");
@@ -271,3 +267,5 @@ TEST(Python, AgreesOnEncodings) {
 }
 
 } // namespace
+
+} // namespace vellomir

@@ -4,6 +4,8 @@
 #include <clocale>
 #include <cmath>
 
+namespace vellomir {
+
 using archive::Data;
 using test::readValue;
 using test::refusal;
@@ -12,12 +14,6 @@ using test::xmlList;
 using test::xmlListOf;
 using testing::AllOf;
 using testing::HasSubstr;
-using vellomir::PropertyListArray;
-using vellomir::PropertyListDate;
-using vellomir::PropertyListDictionary;
-using vellomir::PropertyListReal;
-using vellomir::PropertyListUID;
-using vellomir::PropertyListValue;
 
 namespace {
 
@@ -200,7 +196,7 @@ TEST(XmlTexts, MalformedTextsAreRefused) {
 
 /// Earlier versions refused duplicate keys, which other readers accept.
 TEST(XmlDictionaries, LastDuplicateKeyCounts) {
-    const auto list = vellomir::PropertyList::parse(
+    const auto list = PropertyList::parse(
         Data(xmlList("<key>a</key><string>1</string><key>b</key><true/>"
                      "<key>a</key><string>2</string><key>a</key><string>3</string>")));
     const auto &root = std::get<PropertyListDictionary>(list.value().content);
@@ -360,3 +356,5 @@ TEST(XmlSecurity, NestingIsLimited) {
 }
 
 } // namespace
+
+} // namespace vellomir

@@ -5,16 +5,10 @@
 
 #include <cmath>
 
+namespace vellomir {
+
 using archive::Data;
-using archive::Error;
 using testing::HasSubstr;
-using vellomir::PropertyList;
-using vellomir::PropertyListArray;
-using vellomir::PropertyListDate;
-using vellomir::PropertyListDictionary;
-using vellomir::PropertyListReal;
-using vellomir::PropertyListUID;
-using vellomir::PropertyListValue;
 
 namespace {
 
@@ -24,7 +18,7 @@ constexpr const char *head = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
                              "<plist version=\"1.0\">\n";
 
 std::string write(const PropertyListValue &value) {
-    return std::string(vellomir::writeXmlPropertyList(value, nullptr).text());
+    return std::string(writeXmlPropertyList(value, nullptr).text());
 }
 
 /// The XML without the lines around the value.
@@ -38,7 +32,7 @@ std::string refusal(const PropertyListValue &value) {
     try {
         return write(value);
     } catch (const Error &error) {
-        EXPECT_EQ(error.code(), vellomir::PropertyListError::unwritablePropertyList);
+        EXPECT_EQ(error.code(), PropertyListError::unwritablePropertyList);
         return error.what();
     }
 }
@@ -138,10 +132,10 @@ TEST(XmlWriter, RefusesDeepValues) {
 
 TEST(XmlWriter, CanBeCancelled) {
     const auto progress = archive::Progress::make();
-    EXPECT_GT(vellomir::writeXmlPropertyList(text("x"), progress.get()).size(), 0U);
+    EXPECT_GT(writeXmlPropertyList(text("x"), progress.get()).size(), 0U);
     progress->cancel();
     try {
-        static_cast<void>(vellomir::writeXmlPropertyList(text("x"), progress.get()));
+        static_cast<void>(writeXmlPropertyList(text("x"), progress.get()));
         ADD_FAILURE() << "not heard";
     } catch (const Error &error) {
         EXPECT_EQ(error.code(), archive::Archive::ArchiveError::cancelledOperation);
@@ -149,3 +143,5 @@ TEST(XmlWriter, CanBeCancelled) {
 }
 
 } // namespace
+
+} // namespace vellomir

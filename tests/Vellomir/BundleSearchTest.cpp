@@ -4,6 +4,8 @@
 #include "tests/Vellomir/JobFixture.h"
 #include "tests/support/HostileListings.h"
 
+namespace vellomir {
+
 using archive::URL;
 using test::Job;
 using test::plist;
@@ -29,7 +31,7 @@ RawEntry appPlist(const std::string &bundle) {
 
 /// Runs a job with an icon and lists folders by `listing`. Returns the bundles that were changed:
 /// "icon: " before those that got the icons.
-Paths changedBundles(const std::vector<RawEntry> &entries, const archive::ListFolder &listing) {
+Paths changedBundles(const std::vector<RawEntry> &entries, const ListFolder &listing) {
     Job job(nullptr, listing);
     job.pick(test::rawArchive(entries));
     job.view.duplicationNumber.set("2");
@@ -92,7 +94,7 @@ TEST(BundleSearch, PutsIconsBesideThePropertyList) {
 
 TEST(BundleSearch, PutsIconsIntoTheOutermostBundle) {
     const auto listings = test::hostileListings();
-    for (const archive::ListFolder &listing : listings)
+    for (const ListFolder &listing : listings)
         EXPECT_THAT(changedBundles({appPlist("Payload/A.app/Watch/W.app"), file("Payload/A.app/x")},
                                    listing),
                     ElementsAre("icon: Payload/A.app", "Payload/A.app/Watch/W.app"));
@@ -118,3 +120,5 @@ TEST(BundleSearch, ALinkToAFolderIsNoPropertyListEither) {
 }
 
 } // namespace
+
+} // namespace vellomir

@@ -5,6 +5,8 @@
 
 #include <iostream>
 
+namespace vellomir {
+
 using test::Job;
 using test::writeFile;
 using testing::ElementsAre;
@@ -55,12 +57,11 @@ TEST(ClearingDocuments, ThatFailsTellsTheConsoleAndLeavesTheLog) {
 
 TEST(ClearingDocumentsDeathTest, WithoutAnyEndsTheProgram) {
     const test::TemporaryFolder folder;
-    vellomir::EventLoop loop;
-    vellomir::AppLaunchView view(
-        {.sandbox = vellomir::Sandbox(folder.url("box"), {}),
-         .mainQueue = loop.queue(),
-         .backgroundQueue = loop.queue(),
-         .console = [](std::string_view line) { std::cerr << line << std::endl; }});
+    EventLoop loop;
+    AppLaunchView view({.sandbox = Sandbox(folder.url("box"), {}),
+                        .mainQueue = loop.queue(),
+                        .backgroundQueue = loop.queue(),
+                        .console = [](std::string_view line) { std::cerr << line << std::endl; }});
     EXPECT_DEATH(view.clearDocuments(), "no folder for documents");
 }
 
@@ -94,3 +95,5 @@ TEST(ClearingTemporaryFiles, NeverLeavesTheSandbox) {
 }
 
 } // namespace
+
+} // namespace vellomir

@@ -5,13 +5,15 @@
 #include <sys/resource.h>
 #include <sys/stat.h>
 
+namespace vellomir {
+
 using archive::URL;
 using test::Job;
 using test::Lines;
 using test::writeFile;
 using testing::ElementsAre;
 using testing::IsEmpty;
-using Manager = vellomir::AppLaunchView::DocumentPickerManager;
+using Manager = AppLaunchView::DocumentPickerManager;
 namespace fs = std::filesystem;
 
 namespace {
@@ -76,8 +78,8 @@ protected:
 
     test::TemporaryFolder folder_;
     Lines events_;
-    vellomir::EventLoop loop_;
-    vellomir::BackgroundQueue background_{2};
+    EventLoop loop_;
+    BackgroundQueue background_{2};
     std::unique_ptr<Manager> manager_;
 };
 
@@ -224,7 +226,7 @@ TEST_F(TheManager, SaysNothingMoreWhenItHasGone) {
 TEST(AManager, WorksWithQueuesThatRunTasksAtOnce) {
     const test::TemporaryFolder folder;
     writeFile(folder / "a", "");
-    const vellomir::Queue atOnce = [](const vellomir::Task &task) { task(); };
+    const Queue atOnce = [](const Task &task) { task(); };
     Lines lines;
     Manager manager(atOnce, atOnce, [&lines](std::string_view line) { lines.emplace_back(line); });
     int picks = 0;
@@ -332,9 +334,9 @@ TEST_F(PickingAFile, ThatCannotBeReadHoldsUpNoJob) {
 TEST_F(PickingAFile, WithoutAPickerStopsSilentlyOverEmptyDocuments) {
     const test::TemporaryFolder folder;
     Lines console;
-    const vellomir::Queue atOnce = [](const vellomir::Task &task) { task(); };
-    vellomir::AppLaunchView view(
-        {.sandbox = vellomir::Sandbox(folder.url("box")),
+    const Queue atOnce = [](const Task &task) { task(); };
+    AppLaunchView view(
+        {.sandbox = Sandbox(folder.url("box")),
          .mainQueue = atOnce,
          .backgroundQueue = atOnce,
          .console = [&console](std::string_view line) { console.emplace_back(line); }});
@@ -389,15 +391,15 @@ TEST_F(PickingAFile, TakesOneBesideTheOwnFolders) {
 
 TEST(AScreen, ThatHasGoneHearsOfNoFile) {
     const test::TemporaryFolder folder;
-    vellomir::EventLoop loop;
-    vellomir::BackgroundQueue background;
+    EventLoop loop;
+    BackgroundQueue background;
     std::atomic<int> lines = 0;
     std::function<void(const std::vector<URL> &)> didPickDocuments;
     writeFile(folder / "Notes.ipa", "x");
     std::shared_ptr<Manager> manager;
     {
-        vellomir::AppLaunchView view(
-            {.sandbox = vellomir::Sandbox(folder.url("box")),
+        AppLaunchView view(
+            {.sandbox = Sandbox(folder.url("box")),
              .mainQueue = loop.queue(),
              .backgroundQueue = background.queue(),
              .console = [&lines](std::string_view) { ++lines; },
@@ -420,3 +422,5 @@ TEST(AScreen, ThatHasGoneHearsOfNoFile) {
 }
 
 } // namespace
+
+} // namespace vellomir

@@ -1,4 +1,4 @@
-#include "Vellomir/Platform/ErrorText.h"
+#include "Vellomir/Job/ErrorText.h"
 
 #include "archive/Archive.h"
 
@@ -6,10 +6,8 @@
 
 #include <cerrno>
 
-using archive::Error;
-using archive::ErrorContext;
-using archive::FileError;
-using vellomir::errorText;
+namespace vellomir {
+
 
 namespace {
 
@@ -18,20 +16,20 @@ std::string text(const std::exception &error) {
 }
 
 TEST(ErrorText, SaysAReasonOnce) {
-    EXPECT_EQ(text(archive::readError("/a.ipa", ENOENT)), "There is no such file: /a.ipa");
-    EXPECT_EQ(text(archive::readError("/a.ipa", EACCES)), "The file may not be read: /a.ipa");
-    EXPECT_EQ(text(archive::writeError("/a.ipa", EACCES)), "The file may not be written: /a.ipa");
-    EXPECT_EQ(text(archive::writeError("/a.ipa", EEXIST)), "The file exists already: /a.ipa");
+    EXPECT_EQ(text(readError("/a.ipa", ENOENT)), "There is no such file: /a.ipa");
+    EXPECT_EQ(text(readError("/a.ipa", EACCES)), "The file may not be read: /a.ipa");
+    EXPECT_EQ(text(writeError("/a.ipa", EACCES)), "The file may not be written: /a.ipa");
+    EXPECT_EQ(text(writeError("/a.ipa", EEXIST)), "The file exists already: /a.ipa");
 }
 
 TEST(ErrorText, KeepsAReasonThatSaysMore) {
-    EXPECT_EQ(text(archive::writeError("/a.ipa", ENOSPC)),
+    EXPECT_EQ(text(writeError("/a.ipa", ENOSPC)),
               "There is no room left: /a.ipa: No space left on device");
-    EXPECT_EQ(text(archive::writeError("/a.ipa", EROFS)),
+    EXPECT_EQ(text(writeError("/a.ipa", EROFS)),
               "The file may not be written: /a.ipa: Read-only file system");
-    EXPECT_EQ(text(archive::readError("/a.ipa", EIO)),
+    EXPECT_EQ(text(readError("/a.ipa", EIO)),
               "The file cannot be read: /a.ipa: Input/output error");
-    EXPECT_EQ(text(archive::readError("/a.ipa/b", ENOTDIR)),
+    EXPECT_EQ(text(readError("/a.ipa/b", ENOTDIR)),
               "There is no such file: /a.ipa/b: Not a directory");
     EXPECT_EQ(text(Error(FileError::fileReadNoSuchFile,
                          {.path = "/a", .detail = "The list is missing", .systemError = ENOENT})),
@@ -50,3 +48,5 @@ TEST(ErrorText, LeavesOtherExceptionsAsTheyAre) {
 }
 
 } // namespace
+
+} // namespace vellomir

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-using vellomir::HexColor;
+namespace vellomir {
 
 namespace {
 
@@ -74,3 +74,5 @@ TEST(AHexColor, EndsWithItsText) {
 }
 
 } // namespace
+
+} // namespace vellomir

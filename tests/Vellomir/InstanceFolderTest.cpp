@@ -1,7 +1,7 @@
-#include "Vellomir/Platform/InstanceFolder.h"
-#include "Vellomir/Platform/Sandbox.h"
-#include "archive/Error.h"
-#include "archive/WorkingFolder.h"
+#include "Vellomir/Sandbox/InstanceFolder.h"
+#include "Vellomir/Sandbox/Sandbox.h"
+#include "files/Error.h"
+#include "files/WorkingFolder.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <algorithm>
@@ -14,9 +14,9 @@
 #include <unistd.h>
 #include <vector>
 
-using archive::Error;
+namespace vellomir {
+
 using testing::HasSubstr;
-using vellomir::InstanceFolder;
 namespace fs = std::filesystem;
 
 namespace {
@@ -57,7 +57,7 @@ private:
             const std::string saving = data.path() + "/../saving";
             std::filesystem::create_directories(saving);
             folder.recordSaving(saving);
-            const archive::WorkingFolder copy(saving);
+            const WorkingFolder copy(saving);
             test::writeFile(copy.path() + "/file", "half");
             test::writeFile(documents + "copy.ipa", "half");
             test::writeFile(documents + "copy/unzipped/a/b", "half");
@@ -88,7 +88,7 @@ TEST_F(AnInstance, MakesItsFolderForTheOwnerOnly) {
     EXPECT_TRUE(instance.url().hasDirectoryPath());
     for (const std::string &name : {path(""), path("1")})
         EXPECT_EQ(fs::status(name).permissions(), fs::perms::owner_all) << name;
-    const vellomir::Sandbox sandbox(instance.url());
+    const Sandbox sandbox(instance.url());
     EXPECT_EQ(sandbox.root().path(), path("1"));
 }
 
@@ -223,3 +223,5 @@ TEST_F(AnInstance, SaysWhichLockCannotBeMade) {
 }
 
 } // namespace
+
+} // namespace vellomir

@@ -5,16 +5,15 @@
 #include <atomic>
 #include <thread>
 
-namespace test {
+namespace vellomir::test {
 
 using archive::URL;
 
-Job::Job(std::shared_ptr<archive::Progress> progress, archive::ListFolder listFolder)
+Job::Job(std::shared_ptr<archive::Progress> progress, ListFolder listFolder)
     : view(services(std::move(progress), std::move(listFolder))) {}
 
-vellomir::Services Job::services(std::shared_ptr<archive::Progress> progress,
-                                 archive::ListFolder listFolder) {
-    return {.sandbox = vellomir::Sandbox(folder.url("box")),
+Services Job::services(std::shared_ptr<archive::Progress> progress, ListFolder listFolder) {
+    return {.sandbox = Sandbox(folder.url("box")),
             .mainQueue = mainLoop.queue(),
             .backgroundQueue = background.queue(),
             .console =
@@ -68,7 +67,7 @@ std::string Job::consoleText() const {
     return text;
 }
 
-void finish(vellomir::BackgroundQueue &queue) {
+void finish(BackgroundQueue &queue) {
     // Both threads meet when neither has anything else to do.
     const auto arrived = std::make_shared<std::atomic<int>>();
     const auto meet = [arrived] {
@@ -105,13 +104,13 @@ std::string notesPackage(const std::vector<RawEntry> &more, const std::string &i
     return rawArchive(entries);
 }
 
-vellomir::Picture dot() {
+Picture dot() {
     const auto pixels = std::make_shared<std::vector<std::byte>>(4, std::byte{0x80});
-    return vellomir::Picture({.width = 1,
-                              .height = 1,
-                              .hasAlpha = true,
-                              .bytesPerRow = 4,
-                              .pixels = {pixels, pixels->data()}});
+    return Picture({.width = 1,
+                    .height = 1,
+                    .hasAlpha = true,
+                    .bytesPerRow = 4,
+                    .pixels = {pixels, pixels->data()}});
 }
 
 std::string plistValue(const std::filesystem::path &file, const std::string &key) {
@@ -121,4 +120,4 @@ std::string plistValue(const std::filesystem::path &file, const std::string &key
     return run({"python3", "-c", script, file.string(), key}).output;
 }
 
-} // namespace test
+} // namespace vellomir::test

@@ -1,14 +1,14 @@
 #pragma once
 
+#include "Vellomir/Concurrency/BackgroundQueue.h"
+#include "Vellomir/Concurrency/Queue.h"
 #include "Vellomir/ContentView/AppLaunchView.h"
-#include "Vellomir/Platform/BackgroundQueue.h"
-#include "Vellomir/Platform/Queue.h"
 #include "tests/support/RawArchive.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
 
-namespace test {
+namespace vellomir::test {
 
 using Lines = std::vector<std::string>;
 
@@ -16,15 +16,15 @@ using Lines = std::vector<std::string>;
 class Job {
 public:
     explicit Job(std::shared_ptr<archive::Progress> progress = nullptr,
-                 archive::ListFolder listFolder = archive::folderItems);
+                 ListFolder listFolder = folderItems);
 
     TemporaryFolder folder;
-    vellomir::EventLoop mainLoop;
-    vellomir::BackgroundQueue background{2};
+    EventLoop mainLoop;
+    BackgroundQueue background{2};
     int keyboardHidings = 0;
     /// What the document picker tells when a file was picked; null until it is shown.
     std::function<void(const std::vector<archive::URL> &)> didPickDocuments;
-    vellomir::AppLaunchView view;
+    AppLaunchView view;
 
     [[nodiscard]] std::filesystem::path documents() const { return folder / "box/Documents"; }
     [[nodiscard]] std::filesystem::path temporary() const { return folder / "box/tmp"; }
@@ -52,15 +52,14 @@ public:
     [[nodiscard]] std::string consoleText() const;
 
 private:
-    vellomir::Services services(std::shared_ptr<archive::Progress> progress,
-                                archive::ListFolder listFolder);
+    Services services(std::shared_ptr<archive::Progress> progress, ListFolder listFolder);
 
     mutable std::mutex consoleLock_;
     Lines console_;
 };
 
 /// Waits until everything is done that the queue, which must have two threads, was given before.
-void finish(vellomir::BackgroundQueue &queue);
+void finish(BackgroundQueue &queue);
 
 /// <plist> with a dictionary of this content, in XML.
 [[nodiscard]] std::string plist(const std::string &content);
@@ -72,9 +71,9 @@ void finish(vellomir::BackgroundQueue &queue);
                                        const std::string &infoPlist = notesPlist());
 
 /// One pixel.
-[[nodiscard]] vellomir::Picture dot();
+[[nodiscard]] Picture dot();
 
 /// The value at a key of a property list, as Python reads and prints it.
 [[nodiscard]] std::string plistValue(const std::filesystem::path &file, const std::string &key);
 
-} // namespace test
+} // namespace vellomir::test

@@ -4,6 +4,8 @@
 
 #include <thread>
 
+namespace vellomir {
+
 using test::Job;
 using testing::AnyOf;
 using testing::Contains;
@@ -21,10 +23,9 @@ TEST(AJobInTheBackground, MayBeWatchedAndEditedMeanwhile) {
     Job job;
     job.pick(package());
     std::size_t lines = 0;
-    const auto observation =
-        job.view.logMessages.observe([&lines](const vellomir::LogChange &change) {
-            lines = change.replacesAll ? change.lines.size() : lines + change.lines.size();
-        });
+    const auto observation = job.view.logMessages.observe([&lines](const LogChange &change) {
+        lines = change.replacesAll ? change.lines.size() : lines + change.lines.size();
+    });
     job.view.doItAction();
     int edits = 0;
     while (job.view.isLoading.get()) {
@@ -65,16 +66,16 @@ TEST(AScreenThatGoes, WaitsForItsJobAndSkipsTheCompletionStep) {
     progress->setObserver([&steps](const archive::Progress &) { ++steps; });
     test::TemporaryFolder folder;
     test::writeFile(folder / "Notes.ipa", package());
-    vellomir::EventLoop loop;
-    vellomir::BackgroundQueue background;
+    EventLoop loop;
+    BackgroundQueue background;
     int hidings = 0;
     {
-        vellomir::AppLaunchView view({.sandbox = vellomir::Sandbox(folder.url("box")),
-                                      .mainQueue = loop.queue(),
-                                      .backgroundQueue = background.queue(),
-                                      .console = [](std::string_view) {},
-                                      .hideKeyboard = [&hidings] { ++hidings; },
-                                      .progress = progress});
+        AppLaunchView view({.sandbox = Sandbox(folder.url("box")),
+                            .mainQueue = loop.queue(),
+                            .backgroundQueue = background.queue(),
+                            .console = [](std::string_view) {},
+                            .hideKeyboard = [&hidings] { ++hidings; },
+                            .progress = progress});
         view.filePicked(folder.url("Notes.ipa"));
         view.doItAction();
         while (steps == 0)
@@ -104,3 +105,5 @@ TEST(AJobThatIsCancelledFromTheScreen, Ends) {
 }
 
 } // namespace
+
+} // namespace vellomir

@@ -5,6 +5,8 @@
 #include "Vellomir/ImageCropperView.h"
 #include "tests/Vellomir/JobFixture.h"
 
+namespace vellomir {
+
 using archive::URL;
 using test::Job;
 using testing::ElementsAre;
@@ -94,7 +96,7 @@ protected:
     }
 
     Job job_;
-    vellomir::AppLaunchView &view_ = job_.view;
+    AppLaunchView &view_ = job_.view;
 };
 
 TEST_F(TheMainScreen, GoesFromPickToShareAndBack) {
@@ -286,3 +288,5 @@ TEST_F(TheMainScreen, KeepsThePictureThatWasPickedWhenTheCropperIsSwipedAway) {
 }
 
 } // namespace
+
+} // namespace vellomir

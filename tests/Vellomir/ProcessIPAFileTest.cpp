@@ -1,6 +1,8 @@
 #include "tests/Vellomir/JobFixture.h"
 #include "tests/support/Referee.h"
 
+namespace vellomir {
+
 using archive::URL;
 using test::Job;
 using test::Lines;
@@ -11,7 +13,6 @@ using testing::ElementsAreArray;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::StartsWith;
-using vellomir::Picture;
 namespace fs = std::filesystem;
 
 namespace {
@@ -386,3 +387,5 @@ TEST(Progress, CancelledOnTheWayEndsTheJob) {
 }
 
 } // namespace
+
+} // namespace vellomir

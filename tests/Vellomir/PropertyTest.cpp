@@ -1,6 +1,6 @@
-#include "Vellomir/Platform/Property.h"
-#include "Vellomir/Platform/BackgroundQueue.h"
-#include "Vellomir/Platform/LogMessages.h"
+#include "Vellomir/Concurrency/Property.h"
+#include "Vellomir/Concurrency/BackgroundQueue.h"
+#include "Vellomir/ContentView/LogMessages.h"
 
 #include <atomic>
 #include <gmock/gmock.h>
@@ -8,14 +8,10 @@
 #include <string>
 #include <thread>
 
+namespace vellomir {
+
 using testing::ElementsAre;
 using testing::IsEmpty;
-using vellomir::BackgroundQueue;
-using vellomir::EventLoop;
-using vellomir::LogChange;
-using vellomir::LogMessages;
-using vellomir::Observation;
-using vellomir::Property;
 
 namespace {
 
@@ -243,3 +239,5 @@ TEST(TheBackgroundQueue, WaitsForWhatRunsAndDropsWhatWaitsWhenItGoes) {
 }
 
 } // namespace
+
+} // namespace vellomir

@@ -1,6 +1,8 @@
-#include "Vellomir/ContentView/ResultRemarks.h"
+#include "Vellomir/Job/ResultRemarks.h"
 
 #include "tests/Vellomir/JobFixture.h"
+
+namespace vellomir {
 
 using test::Job;
 
@@ -48,3 +50,5 @@ TEST(TheRemarks, CountEntriesThatCouldNotBeRead) {
 }
 
 } // namespace
+
+} // namespace vellomir

@@ -1,5 +1,5 @@
-#include "Vellomir/Platform/SandboxFiles.h"
-#include "Vellomir/Platform/Sandbox.h"
+#include "Vellomir/Sandbox/SandboxFiles.h"
+#include "Vellomir/Sandbox/Sandbox.h"
 #include "archive/Archive.h"
 #include "tests/support/FileSizeLimit.h"
 #include "tests/support/Random.h"
@@ -11,16 +11,14 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+namespace vellomir {
+
 using archive::Data;
-using archive::Error;
-using archive::FileError;
 using archive::Progress;
 using archive::URL;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::UnorderedElementsAre;
-using vellomir::Sandbox;
-using vellomir::SandboxFiles;
 namespace fs = std::filesystem;
 
 namespace {
@@ -461,3 +459,5 @@ TEST_F(SandboxFilesTest, ASearchSkipsWhatCannotBeRead) {
 }
 
 } // namespace
+
+} // namespace vellomir

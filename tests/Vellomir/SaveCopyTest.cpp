@@ -1,19 +1,18 @@
-#include "Vellomir/Platform/SaveCopy.h"
+#include "Vellomir/ContentView/SaveCopy.h"
 #include "archive/Archive.h"
-#include "archive/Error.h"
+#include "files/Error.h"
 #include "tests/support/FileSizeLimit.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
 #include <sys/stat.h>
 
-using archive::Error;
-using archive::FileError;
+namespace vellomir {
+
 using test::readFile;
 using test::writeFile;
 using testing::HasSubstr;
 using testing::UnorderedElementsAre;
-using vellomir::saveCopy;
 namespace fs = std::filesystem;
 
 namespace {
@@ -168,3 +167,5 @@ TEST_F(SavingACopy, CopiesNothingFromAnEmptyFile) {
 }
 
 } // namespace
+
+} // namespace vellomir

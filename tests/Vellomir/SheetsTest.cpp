@@ -5,16 +5,13 @@
 
 #include <thread>
 
+namespace vellomir {
+
 using archive::URL;
 using test::Job;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::StartsWith;
-using vellomir::Bitmap;
-using vellomir::ImageCropperView;
-using vellomir::ImagePicker;
-using vellomir::Orientation;
-using vellomir::Picture;
 
 namespace {
 
@@ -66,7 +63,7 @@ protected:
     static std::string png() { return std::string(test::dot().pngData().text()); }
 
     Job job_;
-    vellomir::AppLaunchView &view_ = job_.view;
+    AppLaunchView &view_ = job_.view;
 };
 
 // --- Sharing ----------------------------------------------------------------------------------
@@ -126,7 +123,7 @@ TEST_F(TheShareSheet, MayOutliveTheScreen) {
     job->view.modifiedFileURL.set(result_);
     const auto sheet = job->view.activityView();
     job.reset();
-    vellomir::EventLoop loop;
+    EventLoop loop;
     sheet->makeCoordinator(loop.queue())->didFinishSharing({}, true, {}, nullptr);
     loop.runPending();
     sheet->onDismiss();
@@ -233,14 +230,14 @@ TEST_F(ThePhotoPicker, TakesThePictureThatWasPickedLast) {
 TEST(APhoto, ThatIsBeingDecodedIsForgottenWhenTheScreenGoes) {
     const test::TemporaryFolder folder;
     test::writeFile(folder / "icon.png", test::dot().pngData().text());
-    vellomir::EventLoop loop;
+    EventLoop loop;
     int lines = 0;
     for (int round = 0; round < 20; ++round) {
-        vellomir::BackgroundQueue background;
-        vellomir::AppLaunchView view({.sandbox = vellomir::Sandbox(folder.url("box")),
-                                      .mainQueue = loop.queue(),
-                                      .backgroundQueue = background.queue(),
-                                      .console = [&lines](std::string_view) { ++lines; }});
+        BackgroundQueue background;
+        AppLaunchView view({.sandbox = Sandbox(folder.url("box")),
+                            .mainQueue = loop.queue(),
+                            .backgroundQueue = background.queue(),
+                            .console = [&lines](std::string_view) { ++lines; }});
         view.pickedImage(folder.url(round % 2 == 0 ? "icon.png" : "missing"));
         if (round > 10)
             std::this_thread::sleep_for(std::chrono::milliseconds(round - 10));
@@ -362,3 +359,5 @@ TEST(ACropperDeathTest, EndsTheProgramWithoutABitmap) {
 }
 
 } // namespace
+
+} // namespace vellomir

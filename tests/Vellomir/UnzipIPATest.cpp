@@ -6,6 +6,8 @@
 
 #include <iostream>
 
+namespace vellomir {
+
 using archive::URL;
 using test::Job;
 using test::readFile;
@@ -147,13 +149,14 @@ TEST(Unzipping, StopsWhenItIsCancelled) {
 
 TEST(UnzippingDeathTest, ASandboxWithoutDocumentsEndsTheProgram) {
     const test::TemporaryFolder folder;
-    vellomir::EventLoop loop;
-    vellomir::AppLaunchView view(
-        {.sandbox = vellomir::Sandbox(folder.url("box"), {}),
-         .mainQueue = loop.queue(),
-         .backgroundQueue = loop.queue(),
-         .console = [](std::string_view line) { std::cerr << line << std::endl; }});
+    EventLoop loop;
+    AppLaunchView view({.sandbox = Sandbox(folder.url("box"), {}),
+                        .mainQueue = loop.queue(),
+                        .backgroundQueue = loop.queue(),
+                        .console = [](std::string_view line) { std::cerr << line << std::endl; }});
     EXPECT_DEATH(static_cast<void>(view.unzipIPA(folder.url("x.ipa"))), "no folder for documents");
 }
 
 } // namespace
+
+} // namespace vellomir

@@ -1,6 +1,8 @@
 #include "tests/Vellomir/JobFixture.h"
 #include "tests/support/FileSizeLimit.h"
 
+namespace vellomir {
+
 using test::Job;
 using test::Lines;
 using test::readFile;
@@ -9,7 +11,6 @@ using testing::AllOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::StartsWith;
-using vellomir::Picture;
 namespace fs = std::filesystem;
 
 namespace {
@@ -100,3 +101,5 @@ TEST_F(TheIcon, ThatCannotBeEncodedIsToldOnceAndNothingIsWritten) {
 }
 
 } // namespace
+
+} // namespace vellomir

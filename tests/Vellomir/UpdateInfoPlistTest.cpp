@@ -4,6 +4,8 @@
 
 #include <sys/stat.h>
 
+namespace vellomir {
+
 using test::Job;
 using test::plist;
 using test::plistValue;
@@ -260,3 +262,5 @@ TEST(TheInfoPlist, TakesTheNumberThatIsThereWhenItIsNeeded) {
 }
 
 } // namespace
+
+} // namespace vellomir

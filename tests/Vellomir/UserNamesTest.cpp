@@ -1,8 +1,9 @@
-#include "Vellomir/ContentView/UserNames.h"
+#include "Vellomir/Job/UserNames.h"
 
 #include "tests/Vellomir/JobFixture.h"
 
-using archive::ErrorContext;
+namespace vellomir {
+
 using archive::URL;
 using test::Job;
 using testing::AllOf;
@@ -10,7 +11,6 @@ using testing::Each;
 using testing::EndsWith;
 using testing::HasSubstr;
 using testing::Not;
-using vellomir::UserNames;
 namespace fs = std::filesystem;
 
 namespace {
@@ -29,7 +29,7 @@ protected:
     std::string inner(const std::string &name) const { return sandbox_.root().path() + '/' + name; }
 
     test::TemporaryFolder folder_;
-    vellomir::Sandbox sandbox_{folder_.url("box")};
+    Sandbox sandbox_{folder_.url("box")};
     std::optional<URL> package_ = URL::file("/home/ada/Notes.ipa");
 };
 
@@ -127,3 +127,5 @@ TEST(TheLog, SaysThatAFileIsMissingOnce) {
 }
 
 } // namespace
+
+} // namespace vellomir

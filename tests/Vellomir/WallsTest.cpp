@@ -4,6 +4,8 @@
 #include "tests/Vellomir/JobFixture.h"
 #include "tests/support/Referee.h"
 
+namespace vellomir {
+
 using archive::URL;
 using test::Job;
 using test::Lines;
@@ -280,3 +282,5 @@ TEST_F(Walls, OddNamesAreFileNames) {
 }
 
 } // namespace
+
+} // namespace vellomir

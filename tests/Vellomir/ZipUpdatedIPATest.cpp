@@ -2,6 +2,8 @@
 #include "tests/support/FileSizeLimit.h"
 #include "tests/support/Referee.h"
 
+namespace vellomir {
+
 using archive::URL;
 using test::Job;
 using test::readFile;
@@ -208,12 +210,14 @@ TEST(PackingWithProgress, StopsWhenItIsCancelled) {
 
 TEST(PackingWithoutDocuments, ReturnsNothingWithoutAWord) {
     const test::TemporaryFolder folder;
-    vellomir::EventLoop loop;
-    vellomir::AppLaunchView view({.sandbox = vellomir::Sandbox(folder.url("box"), {}),
-                                  .mainQueue = loop.queue(),
-                                  .backgroundQueue = loop.queue()});
+    EventLoop loop;
+    AppLaunchView view({.sandbox = Sandbox(folder.url("box"), {}),
+                        .mainQueue = loop.queue(),
+                        .backgroundQueue = loop.queue()});
     EXPECT_FALSE(view.zipUpdatedIPA(folder.url("box/unzipped"), "Notes2"));
     EXPECT_TRUE(view.logMessages.get().empty());
 }
 
 } // namespace
+
+} // namespace vellomir

@@ -11,14 +11,8 @@
 #include <gmock/gmock.h>
 #include <sys/stat.h>
 
-using archive::Archive;
-using archive::CompressionMethod;
-using archive::Data;
-using archive::EndRecords;
-using archive::Entry;
-using archive::FileManager;
-using archive::LocalFileHeader;
-using archive::Progress;
+namespace vellomir::archive {
+
 using AccessMode = Archive::AccessMode;
 using EntryType = Entry::EntryType;
 using testing::ElementsAre;
@@ -265,3 +259,5 @@ TEST(ZIP64EndRecords, OfAnotherWriterStayWhenAnEntryIsAdded) {
 }
 
 } // namespace
+
+} // namespace vellomir::archive

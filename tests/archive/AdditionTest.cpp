@@ -13,12 +13,8 @@
 #include <gmock/gmock.h>
 #include <limits>
 
-using archive::Archive;
-using archive::CompressionMethod;
-using archive::Data;
-using archive::Entry;
-using archive::Error;
-using archive::Progress;
+namespace vellomir::archive {
+
 using AccessMode = Archive::AccessMode;
 using ArchiveError = Archive::ArchiveError;
 using EntryType = Entry::EntryType;
@@ -145,14 +141,14 @@ TEST_P(Addition, AFailedOneLeavesTheObjectsEndRecords) {
     const auto fail = [](std::int64_t position, std::size_t size) -> std::span<const std::byte> {
         static const std::array<std::byte, 1000> zeros{};
         if (position > 5000)
-            throw Error(archive::FileError::fileReadUnknown);
+            throw Error(FileError::fileReadUnknown);
         return std::span(zeros).first(size);
     };
     EXPECT_EQ(errorOf([&] {
                   archive_->addEntry("c", EntryType::file, std::int64_t{100000}, date, std::nullopt,
                                      fail, {.bufferSize = 1000});
               }),
-              archive::FileError::fileReadUnknown);
+              FileError::fileReadUnknown);
     EXPECT_EQ(archive_->endOfCentralDirectoryRecord(), record);
     EXPECT_EQ(errorOf([&] { add(*archive_, "d", "4"); }), ArchiveError::unreadableArchive)
         << "the directory is gone, and nothing is built upon it";
@@ -263,3 +259,5 @@ TEST_P(Addition, BufferSizesThatCannotBeAreRefused) {
 }
 
 } // namespace
+
+} // namespace vellomir::archive

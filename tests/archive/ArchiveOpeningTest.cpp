@@ -4,11 +4,8 @@
 
 #include <gmock/gmock.h>
 
-using archive::Archive;
-using archive::Data;
-using archive::Entry;
-using archive::Error;
-using archive::TextEncoding;
+namespace vellomir::archive {
+
 using AccessMode = Archive::AccessMode;
 using End = Archive::EntryIterator::End;
 using testing::ElementsAre;
@@ -321,7 +318,7 @@ TEST(OpeningErrors, ACancelledSearchIsNoDamage) {
     const auto errorCode = [&](const auto &what) {
         try {
             static_cast<void>(Archive::open(what, AccessMode::read, std::nullopt, progress));
-        } catch (const archive::Error &error) {
+        } catch (const Error &error) {
             return error.code();
         }
         return std::error_code();
@@ -365,3 +362,5 @@ TEST(AccessModes, HaveTheirRawValues) {
 }
 
 } // namespace
+
+} // namespace vellomir::archive

@@ -5,11 +5,8 @@
 
 #include <limits>
 
-using archive::Archive;
-using archive::Data;
-using archive::Entry;
-using archive::Error;
-using archive::Progress;
+namespace vellomir::archive {
+
 using ArchiveError = Archive::ArchiveError;
 using test::bytes;
 using test::checksum;
@@ -259,3 +256,5 @@ TEST(ToAConsumer, OffsetsAndSizesBeyondFilesAreRefused) {
 }
 
 } // namespace
+
+} // namespace vellomir::archive

@@ -9,11 +9,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-using archive::Archive;
-using archive::Data;
-using archive::Entry;
-using archive::Error;
-using archive::Progress;
+namespace vellomir::archive {
+
 using AccessMode = Archive::AccessMode;
 using ArchiveError = Archive::ArchiveError;
 using testing::ElementsAre;
@@ -300,7 +297,7 @@ TEST_P(RemovingFromAFile, ItsOwnerStays) {
 TEST_P(RemovingFromAFile, AFailedReplacementLeavesTheObjectOnTheOldFile) {
     open(test::rawArchive(three));
     fs::rename(folder_ / "a.zip", folder_ / "b.zip");
-    EXPECT_EQ(errorOf([&] { remove("a"); }), archive::FileError::fileReadNoSuchFile);
+    EXPECT_EQ(errorOf([&] { remove("a"); }), FileError::fileReadNoSuchFile);
     EXPECT_EQ(contents().size(), 3U);
     fs::rename(folder_ / "b.zip", folder_ / "a.zip");
     remove("a");
@@ -348,3 +345,5 @@ TEST(EndRecordsTest, TurnToZIP64AtEachSentinel) {
 }
 
 } // namespace
+
+} // namespace vellomir::archive

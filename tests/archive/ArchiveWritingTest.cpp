@@ -8,14 +8,8 @@
 #include <gmock/gmock.h>
 #include <unistd.h>
 
-using archive::Archive;
-using archive::CompressionMethod;
-using archive::Data;
-using archive::Date;
-using archive::Entry;
-using archive::Error;
-using archive::FileError;
-using archive::Progress;
+namespace vellomir::archive {
+
 using AccessMode = Archive::AccessMode;
 using ArchiveError = Archive::ArchiveError;
 using EntryType = Entry::EntryType;
@@ -371,3 +365,5 @@ TEST(Modifications, ChangeTheCountByTheirRawValue) {
 }
 
 } // namespace
+
+} // namespace vellomir::archive

@@ -5,8 +5,7 @@
 #include <gmock/gmock.h>
 #include <sys/mman.h>
 
-using archive::CRC32;
-using archive::Data;
+namespace vellomir::archive {
 
 namespace {
 
@@ -88,3 +87,5 @@ TEST(Checksums, SpanOfMoreThan32BitsCanCount) {
 }
 
 } // namespace
+
+} // namespace vellomir::archive

@@ -1,7 +1,7 @@
 #include "archive/Codec.h"
 
 #include "archive/DeflateStream.h"
-#include "archive/Error.h"
+#include "files/Error.h"
 #include "tests/support/Streams.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -12,11 +12,11 @@
 
 #include <zlib.h>
 
+namespace vellomir::archive {
+
 // Every inflater of this build goes through the same tests, and what one accepts, the others accept
 // with the same output.
 
-using archive::Codec;
-using archive::Data;
 using test::Content;
 using test::deflated;
 
@@ -66,7 +66,7 @@ Outcome inflateBy(Codec &codec, const Data &stream, std::size_t bufferSize = def
             {Codec::Operation::decode, source.size(), static_cast<std::int64_t>(bufferSize), false},
             codec, source.provider(), sink.consumer());
         return {totals, sink.data()};
-    } catch (const archive::Error &error) {
+    } catch (const Error &error) {
         EXPECT_EQ(error.code(), Data::CompressionError::corruptedData) << error.what();
         return {std::nullopt, sink.data()};
     }
@@ -373,3 +373,5 @@ TEST_F(ForeignStreams, TheCountTellsOfBytesBehindTheEnd) {
 }
 
 } // namespace
+
+} // namespace vellomir::archive

@@ -1,6 +1,6 @@
 #include "archive/Compression.h"
 
-#include "archive/Error.h"
+#include "files/Error.h"
 #include "tests/support/Referee.h"
 #include "tests/support/Streams.h"
 #include "tests/support/TemporaryFolder.h"
@@ -10,9 +10,8 @@
 #include <array>
 #include <limits>
 
-using archive::CompressionMethod;
-using archive::CRC32;
-using archive::Data;
+namespace vellomir::archive {
+
 using test::Content;
 using test::deflated;
 using test::inflated;
@@ -173,7 +172,7 @@ TEST(Stored, ChunkThatCannotBe) {
         try {
             Data::consumePart(5, chunkSize, false, source.provider(), nowhere);
             ADD_FAILURE() << "nothing was thrown";
-        } catch (const archive::Error &error) {
+        } catch (const Error &error) {
             EXPECT_EQ(error.code(), Data::CompressionError::invalidStream);
         }
 }
@@ -261,3 +260,5 @@ for name in glob.glob('*.plain'):
 }
 
 } // namespace
+
+} // namespace vellomir::archive

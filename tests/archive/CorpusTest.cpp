@@ -9,9 +9,8 @@
 #include <gmock/gmock.h>
 #include <map>
 
-using archive::Archive;
-using archive::Data;
-using archive::Error;
+namespace vellomir::archive {
+
 using testing::IsSupersetOf;
 using testing::UnorderedElementsAre;
 namespace fs = std::filesystem;
@@ -103,3 +102,5 @@ TEST_F(Corpus, NothingIsWorseThanAnError) {
 }
 
 } // namespace
+
+} // namespace vellomir::archive

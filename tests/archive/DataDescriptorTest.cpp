@@ -9,10 +9,8 @@
 #include <gmock/gmock.h>
 #include <limits>
 
-using archive::Archive;
-using archive::CRC32;
-using archive::Data;
-using archive::Entry;
+namespace vellomir::archive {
+
 using AccessMode = Archive::AccessMode;
 using test::RecordEntry;
 using testing::ElementsAre;
@@ -235,7 +233,7 @@ TEST(DataDescriptors, SizesAboveTheGreatestFileHaveNoUnits) {
     try {
         static_cast<void>(Archive::totalUnitCountForReading(*exceeds->begin()));
         FAIL() << "no error";
-    } catch (const archive::Error &error) {
+    } catch (const Error &error) {
         EXPECT_EQ(error.code(), Archive::ArchiveError::invalidEntrySize);
     }
 }
@@ -262,3 +260,5 @@ TEST(DataDescriptors, ArePlacedByTheMethodOfTheDirectory) {
 }
 
 } // namespace
+
+} // namespace vellomir::archive

@@ -1,7 +1,7 @@
 #include "archive/Data.h"
 
-#include "archive/Error.h"
 #include "archive/RecordLayout.h"
+#include "files/Error.h"
 #include "tests/support/Streams.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -11,7 +11,8 @@
 #include <limits>
 #include <memory>
 
-using archive::Data;
+namespace vellomir::archive {
+
 using testing::ElementsAre;
 
 namespace {
@@ -44,7 +45,7 @@ void expectDataError(const Call &call, Data::DataError error, int systemError) {
     try {
         call();
         ADD_FAILURE() << "nothing was thrown";
-    } catch (const archive::Error &caught) {
+    } catch (const Error &caught) {
         EXPECT_EQ(caught.code(), error) << caught.what();
         EXPECT_EQ(caught.systemError(), systemError) << caught.what();
     }
@@ -264,3 +265,5 @@ TEST_F(DataTest, ReadStructOfAnUnreadableStreamFindsNothing) {
 }
 
 } // namespace
+
+} // namespace vellomir::archive

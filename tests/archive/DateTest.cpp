@@ -13,7 +13,7 @@
 #include <sstream>
 #include <stdexcept>
 
-using archive::Date;
+namespace vellomir::archive {
 
 namespace {
 
@@ -200,3 +200,5 @@ TEST(DateToWords, NeedsAFiniteDate) {
 }
 
 } // namespace
+
+} // namespace vellomir::archive

@@ -1,6 +1,6 @@
 #include "archive/DeflateStream.h"
 
-#include "archive/Error.h"
+#include "files/Error.h"
 #include "tests/support/Streams.h"
 
 #include <gmock/gmock.h>
@@ -9,9 +9,8 @@
 #include <limits>
 #include <thread>
 
-using archive::Codec;
-using archive::Data;
-using archive::process;
+namespace vellomir::archive {
+
 using test::Content;
 using test::deflated;
 using test::inflated;
@@ -41,7 +40,7 @@ void expectError(const Call &call, Data::CompressionError error) {
     try {
         call();
         ADD_FAILURE() << "nothing was thrown";
-    } catch (const archive::Error &caught) {
+    } catch (const Error &caught) {
         EXPECT_EQ(caught.code(), error) << caught.what();
     }
 }
@@ -253,7 +252,7 @@ TEST(DeflateFailure, DamageSaysWhatItIs) {
     const auto message = [](const Data &stream) -> std::string {
         try {
             static_cast<void>(inflated(stream));
-        } catch (const archive::Error &error) {
+        } catch (const Error &error) {
             return error.what();
         }
         return "";
@@ -319,3 +318,5 @@ TEST(DeflateThreads, EachHasItsOwn) {
 }
 
 } // namespace
+
+} // namespace vellomir::archive

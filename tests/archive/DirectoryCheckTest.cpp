@@ -7,10 +7,8 @@
 
 #include <gmock/gmock.h>
 
-using archive::Archive;
-using archive::Data;
-using archive::Entry;
-using archive::Error;
+namespace vellomir::archive {
+
 using AccessMode = Archive::AccessMode;
 using ArchiveError = Archive::ArchiveError;
 using testing::HasSubstr;
@@ -191,3 +189,5 @@ TEST(DirectoryCheck, AcceptsWhatIsSound) {
 }
 
 } // namespace
+
+} // namespace vellomir::archive

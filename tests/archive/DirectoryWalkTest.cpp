@@ -6,16 +6,15 @@
 
 #include <gmock/gmock.h>
 
-using archive::Archive;
-using archive::Data;
-using archive::Entry;
+namespace vellomir::archive {
+
 using AccessMode = Archive::AccessMode;
 using test::RecordEntry;
 using testing::ElementsAre;
 
 namespace {
 
-std::unique_ptr<Archive> open(const std::string &content) {
+std::unique_ptr<Archive> openBytes(const std::string &content) {
     return Archive::open(Data(std::string_view(content)), AccessMode::read);
 }
 
@@ -43,7 +42,7 @@ std::vector<RecordEntry> withTails() {
 }
 
 TEST(DirectoryWalk, StepsOverNamesExtraFieldsAndComments) {
-    const auto archive = open(test::recordArchive(withTails()));
+    const auto archive = openBytes(test::recordArchive(withTails()));
     EXPECT_THAT(paths(*archive), ElementsAre("a", "long name", "c"));
     for (const Entry &entry : *archive) {
         std::string text;
@@ -75,7 +74,8 @@ struct TwoDirectories {
     }
 
     [[nodiscard]] std::unique_ptr<Archive> open() const {
-        return ::open(content + std::string(zip64.data().text()) + std::string(end.data().text()));
+        return openBytes(content + std::string(zip64.data().text()) +
+                         std::string(end.data().text()));
     }
 
     std::string content;
@@ -115,7 +115,7 @@ TEST(DirectoryWalk, FollowsThePlainRecordWithoutAZIP64Record) {
 bool findsZIP64Records(std::size_t bytesBefore) {
     archive::ZIP64EndOfCentralDirectory zip64;
     zip64.record.versionNeededToExtract = 45;
-    const auto archive = open(std::string(bytesBefore, '\0') + test::recordArchive({}, zip64));
+    const auto archive = openBytes(std::string(bytesBefore, '\0') + test::recordArchive({}, zip64));
     return archive->zip64EndOfCentralDirectory().has_value();
 }
 
@@ -127,15 +127,15 @@ TEST(DirectoryWalk, ZIP64RecordsAtTheVeryStartAreNotLookedAt) {
 
 TEST(DirectoryWalk, EndRecordsWithoutRoomForALocatorAreReadAlone) {
     for (const std::size_t room : {0U, 19U, 20U, 21U, 56U, 75U, 76U, 77U})
-        EXPECT_FALSE(
-            open(std::string(room, '\0') + test::recordArchive({}))->zip64EndOfCentralDirectory());
+        EXPECT_FALSE(openBytes(std::string(room, '\0') + test::recordArchive({}))
+                         ->zip64EndOfCentralDirectory());
 }
 
 /// The signature of an end record, so many bytes before the end of the file.
 std::vector<std::string> pathsWithASignature(std::size_t bytesFromTheEnd) {
     std::string tail(bytesFromTheEnd, '\0');
     tail.replace(0, 4, "PK\5\6");
-    return paths(*open(test::recordArchive({{"a", "1"}}) + tail));
+    return paths(*openBytes(test::recordArchive({{"a", "1"}}) + tail));
 }
 
 TEST(DirectoryWalk, EndRecordsAreOnlyLookedForWhereTheyHaveRoom) {
@@ -149,7 +149,7 @@ std::string linkTarget(std::uint32_t sizeInHeader, std::uint32_t sizeInDirectory
     link.record.externalFileAttributes = 0120777U << 16U;
     link.header.compressedSize = sizeInHeader;
     link.record.compressedSize = sizeInDirectory;
-    const auto archive = open(test::recordArchive({link}));
+    const auto archive = openBytes(test::recordArchive({link}));
     std::string text;
     archive->extract(*archive->makeIterator().next(),
                      [&](std::span<const std::byte> chunk) { text += Data(chunk).text(); });
@@ -163,3 +163,5 @@ TEST(LinkSizes, ComeFromTheLocalHeader) {
 }
 
 } // namespace
+
+} // namespace vellomir::archive

@@ -9,9 +9,7 @@
 #include <cerrno>
 #include <limits>
 
-using archive::Data;
-using archive::DirectoryWindow;
-using archive::Error;
+namespace vellomir::archive {
 
 namespace {
 
@@ -148,3 +146,5 @@ TEST(DirectoryWindowFailure, OfAStreamThatCannotSeekLeavesNothing) {
 }
 
 } // namespace
+
+} // namespace vellomir::archive

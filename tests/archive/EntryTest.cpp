@@ -6,14 +6,8 @@
 
 #include <limits>
 
-using archive::CentralDirectoryStructure;
-using archive::Data;
-using archive::DataDescriptor;
-using archive::Entry;
-using archive::LocalFileHeader;
-using archive::TextEncoding;
-using archive::ZIP64DataDescriptor;
-using archive::ZIP64ExtendedInformation;
+namespace vellomir::archive {
+
 using EntryType = Entry::EntryType;
 using OSType = Entry::OSType;
 
@@ -341,3 +335,5 @@ TEST(EntryValue, AttributesAreWhatExtractionApplies) {
 }
 
 } // namespace
+
+} // namespace vellomir::archive

@@ -1,4 +1,4 @@
-#include "archive/Error.h"
+#include "files/Error.h"
 
 #include "archive/Archive.h"
 
@@ -8,13 +8,11 @@
 #include <initializer_list>
 #include <set>
 
+namespace vellomir {
+
 using archive::Archive;
 using archive::Data;
 using archive::Entry;
-using archive::Error;
-using archive::FileError;
-using archive::readError;
-using archive::writeError;
 using testing::HasSubstr;
 using testing::Not;
 using testing::StartsWith;
@@ -221,3 +219,5 @@ TEST(SystemErrors, AreNotExplainedByWhatTheyAreNot) {
 }
 
 } // namespace
+
+} // namespace vellomir

@@ -12,11 +12,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-using archive::Archive;
-using archive::CRC32;
-using archive::Error;
-using archive::FileError;
-using archive::Progress;
+namespace vellomir::archive {
+
 using ArchiveError = Archive::ArchiveError;
 using test::checksum;
 using test::errorOf;
@@ -237,3 +234,5 @@ TEST_F(ToAURL, WhatWasWrittenBeforeACancellationStays) {
 }
 
 } // namespace
+
+} // namespace vellomir::archive

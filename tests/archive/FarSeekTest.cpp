@@ -9,9 +9,8 @@
 #include <cerrno>
 #include <limits>
 
-using archive::Archive;
-using archive::Data;
-using archive::Entry;
+namespace vellomir::archive {
+
 using testing::ElementsAre;
 
 namespace {
@@ -166,9 +165,11 @@ TEST_P(FarSeek, AReadErrorDoesNotOutliveItsRead) {
     const Entry entry = (*archive)["a"].value();
     LimitedStream broken("12345", {farthest, -1});
     const auto file = broken.open();
-    EXPECT_THROW(static_cast<void>(Data::readChunk(1, file.get())), archive::Error);
+    EXPECT_THROW(static_cast<void>(Data::readChunk(1, file.get())), Error);
     broken = LimitedStream("12345", {farthest, farthest});
     EXPECT_EQ(Data::readChunk(5, file.get()).text(), "12345");
 }
 
 } // namespace
+
+} // namespace vellomir::archive

@@ -8,15 +8,8 @@
 #include <gmock/gmock.h>
 #include <sys/stat.h>
 
-using archive::Archive;
-using archive::CompressionMethod;
-using archive::Data;
-using archive::Entry;
-using archive::Error;
-using archive::FileError;
-using archive::FileManager;
-using archive::Progress;
-using archive::URL;
+namespace vellomir::archive {
+
 using ArchiveError = Archive::ArchiveError;
 using EntryType = Entry::EntryType;
 using OSType = Entry::OSType;
@@ -480,3 +473,5 @@ TEST(Containment, GoesByTheTextOfTheFolderWithItsSlash) {
 }
 
 } // namespace
+
+} // namespace vellomir::archive

@@ -9,7 +9,8 @@
 
 #include <sys/stat.h>
 
-using archive::FileManager;
+namespace vellomir::archive {
+
 namespace fs = std::filesystem;
 
 namespace {
@@ -75,3 +76,5 @@ TEST_P(FolderModes, ImpliedFoldersTakeNoBitsFromTheFolderAbove) {
 }
 
 } // namespace
+
+} // namespace vellomir::archive

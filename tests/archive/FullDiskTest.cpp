@@ -10,12 +10,8 @@
 #include <cerrno>
 #include <gmock/gmock.h>
 
-using archive::Archive;
-using archive::CompressionMethod;
-using archive::Data;
-using archive::Entry;
-using archive::Error;
-using archive::FileManager;
+namespace vellomir::archive {
+
 using AccessMode = Archive::AccessMode;
 
 namespace {
@@ -104,3 +100,5 @@ TEST_F(FullDisk, AddingFailsUnlessEverythingIsWritten) {
 }
 
 } // namespace
+
+} // namespace vellomir::archive

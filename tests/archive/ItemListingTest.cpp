@@ -1,6 +1,6 @@
 #include "archive/ItemListing.h"
 
-#include "archive/Error.h"
+#include "files/Error.h"
 #include "tests/support/HostileListings.h"
 #include "tests/support/Referee.h"
 #include "tests/support/TemporaryFolder.h"
@@ -11,10 +11,8 @@
 #include <cerrno>
 #include <unistd.h>
 
-using archive::Error;
-using archive::FileError;
-using archive::subpaths;
-using archive::URL;
+namespace vellomir::archive {
+
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::UnorderedElementsAre;
@@ -140,7 +138,7 @@ TEST_F(ItemListing, OrderIsTheSameForEveryListing) {
         "__MACOSX/Payload",
         "__MACOSX/Payload/x",
     };
-    for (const archive::ListFolder &listing : test::hostileListings())
+    for (const ListFolder &listing : test::hostileListings())
         EXPECT_EQ(subpaths(folder_.url("root"), listing), expected);
     EXPECT_EQ(list(), expected);
 }
@@ -171,7 +169,7 @@ TEST_F(ItemListing, ListsNothingBehindALinkThatTookAFoldersPlace) {
     makeFile("root/a/b/inside");
     makeFile("outside/b/SECRET");
     const auto swapping = [&](int folder, const std::string &path) {
-        auto items = archive::folderItems(folder, path);
+        auto items = folderItems(folder, path);
         if (path.ends_with("/a")) {
             fs::rename(root_ / "root/a", root_ / "away");
             fs::create_directory_symlink(root_ / "outside", root_ / "root/a");
@@ -193,7 +191,7 @@ TEST_F(ItemListing, GoesOnInTheFolderThatWasOpened) {
             fs::rename(root_ / "root", root_ / "away");
             fs::create_directory_symlink(root_ / "outside", root_ / "root");
         }
-        return archive::folderItems(folder, path);
+        return folderItems(folder, path);
     };
     EXPECT_THAT(subpaths(folder_.url("root/root"), swapping), ElementsAre("a", "a/inside"));
 }
@@ -252,3 +250,5 @@ TEST_F(ItemListing, NamesTheFolderThatCannotBeRead) {
 }
 
 } // namespace
+
+} // namespace vellomir::archive

@@ -9,8 +9,8 @@
 #include <cerrno>
 #include <limits>
 
-using archive::Data;
-using archive::MemoryFile;
+namespace vellomir::archive {
+
 using Stream = archive::Archive::FilePointer;
 
 namespace {
@@ -371,3 +371,5 @@ TEST(MemoryFileOwners, BytesCanBeSetFromOutside) {
 }
 
 } // namespace
+
+} // namespace vellomir::archive

@@ -12,11 +12,6 @@
 #include <malloc.h>
 #include <new>
 
-using archive::Archive;
-using archive::Data;
-using archive::FileManager;
-namespace fs = std::filesystem;
-
 namespace {
 
 std::atomic<std::size_t> used = 0;
@@ -68,6 +63,10 @@ void operator delete(void *memory, std::size_t /*size*/) noexcept {
 void operator delete[](void *memory, std::size_t /*size*/) noexcept {
     release(memory);
 }
+
+namespace vellomir::archive {
+
+namespace fs = std::filesystem;
 
 namespace {
 
@@ -199,3 +198,5 @@ TEST(RefusedMemory, NeverUnpacksApartOfTheEntriesWithoutAnError) {
 }
 
 } // namespace
+
+} // namespace vellomir::archive

@@ -12,11 +12,8 @@
 #include <limits>
 #include <sys/stat.h>
 
-using archive::Archive;
-using archive::CompressionMethod;
-using archive::Error;
-using archive::FileManager;
-using archive::Progress;
+namespace vellomir::archive {
+
 using AccessMode = Archive::AccessMode;
 namespace fs = std::filesystem;
 
@@ -168,7 +165,7 @@ TEST_P(Packing, BytesOfAnEntryThatFailsHalfwayAreTheSame) {
     const auto failingAt = [&](std::int64_t limit) {
         return [&text, limit](std::int64_t position, std::size_t size) {
             if (position >= limit)
-                throw Error(archive::FileError::fileReadUnknown);
+                throw Error(FileError::fileReadUnknown);
             return std::as_bytes(std::span(text)).subspan(static_cast<std::size_t>(position), size);
         };
     };
@@ -203,3 +200,5 @@ TEST_P(Packing, BytesOfAnEntryThatFailsHalfwayAreTheSame) {
 }
 
 } // namespace
+
+} // namespace vellomir::archive

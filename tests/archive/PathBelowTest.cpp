@@ -1,11 +1,10 @@
 #include "archive/PathBelow.h"
 
-#include "archive/Error.h"
+#include "files/Error.h"
 
 #include <gtest/gtest.h>
 
-using archive::pathBelow;
-using archive::URL;
+namespace vellomir::archive {
 
 namespace {
 
@@ -45,8 +44,8 @@ TEST(PathBelow, RefusesPathsThatLeaveTheFolder) {
         try {
             static_cast<void>(pathBelow(URL::folder("/tmp/out"), path));
             ADD_FAILURE() << path;
-        } catch (const archive::Error &error) {
-            EXPECT_EQ(error.code(), archive::FileError::fileReadInvalidFileName);
+        } catch (const Error &error) {
+            EXPECT_EQ(error.code(), FileError::fileReadInvalidFileName);
             EXPECT_EQ(error.path(), "/tmp/out/" + path);
         }
 }
@@ -61,3 +60,5 @@ TEST(PathBelow, AcceptsAPathThatComesBack) {
 }
 
 } // namespace
+
+} // namespace vellomir::archive

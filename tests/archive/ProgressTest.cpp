@@ -5,7 +5,8 @@
 #include <atomic>
 #include <thread>
 
-using archive::Progress;
+namespace vellomir::archive {
+
 using testing::ElementsAre;
 using ProgressPointer = std::shared_ptr<Progress>;
 
@@ -302,3 +303,5 @@ TEST(ProgressThreads, OneChildOfManyWorkersCountsOnce) {
 }
 
 } // namespace
+
+} // namespace vellomir::archive

@@ -9,18 +9,10 @@
 #include <random>
 #include <sstream>
 
+namespace vellomir::archive {
+
 // The bytes of our records against those that Python writes.
 
-using archive::Archive;
-using archive::CentralDirectoryStructure;
-using archive::Data;
-using archive::DataDescriptor;
-using archive::EndOfCentralDirectoryRecord;
-using archive::LocalFileHeader;
-using archive::ZIP64DataDescriptor;
-using archive::ZIP64EndOfCentralDirectoryLocator;
-using archive::ZIP64EndOfCentralDirectoryRecord;
-using archive::ZIP64ExtendedInformation;
 using test::hex;
 
 namespace {
@@ -310,3 +302,5 @@ TEST(MadeRecords, EmptyOnesHaveTheirSignatureOnly) {
 }
 
 } // namespace
+
+} // namespace vellomir::archive

@@ -8,17 +8,8 @@
 
 #include <functional>
 
-using archive::AdditionalDataProvider;
-using archive::CentralDirectoryStructure;
-using archive::Data;
-using archive::DataDescriptor;
-using archive::EndOfCentralDirectoryRecord;
-using archive::LocalFileHeader;
-using archive::ZIP64DataDescriptor;
-using archive::ZIP64EndOfCentralDirectory;
-using archive::ZIP64EndOfCentralDirectoryLocator;
-using archive::ZIP64EndOfCentralDirectoryRecord;
-using archive::ZIP64ExtendedInformation;
+namespace vellomir::archive {
+
 using test::bytes;
 using test::hex;
 using testing::ElementsAre;
@@ -189,7 +180,7 @@ TYPED_TEST(EveryRecord, IsNothingWhenTheProviderThrows) {
         return;
     const AdditionalDataProvider failing[] = {
         [](std::size_t) -> std::span<const std::byte> {
-            throw archive::Error(Data::DataError::unreadableFile);
+            throw Error(Data::DataError::unreadableFile);
         },
         [](std::size_t) -> std::span<const std::byte> { throw std::runtime_error("no"); },
         [](std::size_t) -> std::span<const std::byte> { throw 42; },
@@ -442,3 +433,5 @@ TEST(Constants, VersionsAreTwo) {
 }
 
 } // namespace
+
+} // namespace vellomir::archive

@@ -11,11 +11,8 @@
 #include <gmock/gmock.h>
 #include <limits>
 
-using archive::Archive;
-using archive::Data;
-using archive::Entry;
-using archive::Error;
-using archive::Progress;
+namespace vellomir::archive {
+
 using AccessMode = Archive::AccessMode;
 using ArchiveError = Archive::ArchiveError;
 using test::RecordEntry;
@@ -197,3 +194,5 @@ TEST_F(RemovalOrder, OtherReadersFindEntriesThatMovedOutOfZIP64Fields) {
 }
 
 } // namespace
+
+} // namespace vellomir::archive

@@ -9,12 +9,8 @@
 #include <gmock/gmock.h>
 #include <sys/stat.h>
 
-using archive::Archive;
-using archive::Error;
-using archive::FileError;
-using archive::FileManager;
-using archive::Progress;
-using archive::SourceFolder;
+namespace vellomir::archive {
+
 using AccessMode = Archive::AccessMode;
 using testing::HasSubstr;
 using testing::Not;
@@ -175,3 +171,5 @@ TEST(SourceFolder, NamesWhatIsMissing) {
 }
 
 } // namespace
+
+} // namespace vellomir::archive

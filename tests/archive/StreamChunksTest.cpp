@@ -1,13 +1,12 @@
 // Chunks of a stdio stream in unusual states: nothing to read, and an error of long ago.
 
 #include "archive/Data.h"
-#include "archive/Error.h"
+#include "files/Error.h"
 #include "tests/support/FailingStream.h"
 
 #include <gmock/gmock.h>
 
-using archive::Data;
-using archive::Error;
+namespace vellomir::archive {
 
 namespace {
 
@@ -37,3 +36,5 @@ TEST(StreamChunks, WritingWorksAgainAfterAFailure) {
 }
 
 } // namespace
+
+} // namespace vellomir::archive

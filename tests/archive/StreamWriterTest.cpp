@@ -9,9 +9,7 @@
 #include <array>
 #include <cerrno>
 
-using archive::Data;
-using archive::Error;
-using archive::StreamWriter;
+namespace vellomir::archive {
 
 namespace {
 
@@ -260,3 +258,5 @@ TEST(StreamWriterFailure, CanBeTriedAgain) {
 }
 
 } // namespace
+
+} // namespace vellomir::archive

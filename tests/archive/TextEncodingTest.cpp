@@ -9,11 +9,8 @@
 #include <algorithm>
 #include <sstream>
 
-using archive::Data;
-using archive::decode;
-using archive::isValidUTF8;
-using archive::printable;
-using archive::TextEncoding;
+namespace vellomir::archive {
+
 using test::hex;
 
 namespace {
@@ -226,3 +223,5 @@ TEST(Printable, IsAlwaysOneLineOfUTF8) {
 }
 
 } // namespace
+
+} // namespace vellomir::archive

@@ -1,6 +1,6 @@
 #include "archive/URL.h"
 
-#include "archive/Error.h"
+#include "files/Error.h"
 #include "tests/support/Hex.h"
 #include "tests/support/Referee.h"
 #include "tests/support/TemporaryFolder.h"
@@ -10,7 +10,7 @@
 #include <cerrno>
 #include <filesystem>
 
-using archive::URL;
+namespace vellomir::archive {
 
 namespace {
 
@@ -85,8 +85,8 @@ TEST(FileURL, OfARelativePathNeedsACurrentFolder) {
     try {
         static_cast<void>(file("a"));
         ADD_FAILURE() << "not /a";
-    } catch (const archive::Error &error) {
-        EXPECT_EQ(error.code(), archive::FileError::fileReadNoSuchFile);
+    } catch (const Error &error) {
+        EXPECT_EQ(error.code(), FileError::fileReadNoSuchFile);
         EXPECT_EQ(error.path(), "a");
         EXPECT_EQ(error.systemError(), ENOENT);
     }
@@ -291,3 +291,5 @@ TEST(Containment, OfAppendedNamesIsThatOfUnpacking) {
 }
 
 } // namespace
+
+} // namespace vellomir::archive

@@ -9,11 +9,8 @@
 #include <gmock/gmock.h>
 #include <sys/stat.h>
 
-using archive::Archive;
-using archive::Error;
-using archive::FileError;
-using archive::FileManager;
-using archive::Progress;
+namespace vellomir::archive {
+
 using ArchiveError = Archive::ArchiveError;
 namespace fs = std::filesystem;
 
@@ -289,3 +286,5 @@ TEST_F(Unpacking, EnoughRoomIsNoError) {
 }
 
 } // namespace
+
+} // namespace vellomir::archive

@@ -5,10 +5,8 @@
 
 #include <array>
 
-using archive::CentralDirectoryStructure;
-using archive::Data;
-using archive::LocalFileHeader;
-using archive::ZIP64ExtendedInformation;
+namespace vellomir::archive {
+
 using test::bytes;
 using test::hex;
 using Field = ZIP64ExtendedInformation::Field;
@@ -400,3 +398,5 @@ TEST(MovedRecord, KeepsBytesThatAreNoField) {
 }
 
 } // namespace
+
+} // namespace vellomir::archive

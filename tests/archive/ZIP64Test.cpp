@@ -11,10 +11,8 @@
 #include <cstring>
 #include <gmock/gmock.h>
 
-using archive::Archive;
-using archive::CompressionMethod;
-using archive::Data;
-using archive::Entry;
+namespace vellomir::archive {
+
 using AccessMode = Archive::AccessMode;
 using EntryType = Entry::EntryType;
 
@@ -218,3 +216,5 @@ TEST_F(ZIP64, TheEndRecordsGoWhenNothingNeedsThemAnyLonger) {
 }
 
 } // namespace
+
+} // namespace vellomir::archive

@@ -5,8 +5,9 @@
 
 #include <gmock/gmock.h>
 
+namespace vellomir::cli {
+
 namespace fs = std::filesystem;
-using cli::Problem;
 using testing::Contains;
 using testing::ElementsAre;
 using testing::Field;
@@ -269,3 +270,5 @@ TEST(ArchiveTest, ForeignArchivesHaveExpectedFindings) {
 }
 
 } // namespace
+
+} // namespace vellomir::cli

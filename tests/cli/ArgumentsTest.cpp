@@ -2,6 +2,8 @@
 
 #include <gmock/gmock.h>
 
+namespace vellomir::cli {
+
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
@@ -59,3 +61,5 @@ TEST(Arguments, SafeEntryPathsAreAccepted) {
 }
 
 } // namespace
+
+} // namespace vellomir::cli

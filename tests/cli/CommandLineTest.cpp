@@ -2,6 +2,8 @@
 
 #include <gmock/gmock.h>
 
+namespace vellomir::cli {
+
 using namespace cli;
 using testing::AllOf;
 using testing::ElementsAre;
@@ -180,3 +182,5 @@ TEST(CommandLine, VersionIsOneLine) {
 }
 
 } // namespace
+
+} // namespace vellomir::cli

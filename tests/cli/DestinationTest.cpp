@@ -1,22 +1,22 @@
 #include "cli/Destination.h"
 
-#include "archive/Error.h"
+#include "files/Error.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <functional>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+namespace vellomir::cli {
+
 namespace fs = std::filesystem;
-using archive::FileError;
-using cli::Destination;
 
 namespace {
 
 std::error_code codeOf(const std::string &output, bool mayReplace = false) {
     try {
         static_cast<void>(Destination::find(output, mayReplace));
-    } catch (const archive::Error &error) {
+    } catch (const Error &error) {
         return error.code();
     }
     return {};
@@ -65,7 +65,7 @@ TEST(Destination, ExistingFileIsRefusedWithoutForce) {
     EXPECT_EQ(codeOf((folder / "my.ipa").string(), true), std::error_code());
 }
 
-archive::FilePlace placeAt(const fs::path &path) {
+FilePlace placeAt(const fs::path &path) {
     return {.name = path.string(), .path = path.string()};
 }
 
@@ -81,11 +81,13 @@ TEST(Destination, OnlyRegularFilesAreReplaced) {
     for (const char *name : {"file", "link", "new"})
         EXPECT_NO_THROW(cli::requireReplaceable(placeAt(folder / name))) << name;
     for (const char *name : {"folder", "linkToFolder", "pipe", "linkToPipe", "dangling"})
-        EXPECT_THROW(cli::requireReplaceable(placeAt(folder / name)), archive::Error) << name;
-    EXPECT_THROW(cli::requireReplaceable(placeAt("/dev/null")), archive::Error);
+        EXPECT_THROW(cli::requireReplaceable(placeAt(folder / name)), Error) << name;
+    EXPECT_THROW(cli::requireReplaceable(placeAt("/dev/null")), Error);
     for (const char *name : {"pipe", "linkToPipe", "dangling"})
         EXPECT_EQ(codeOf((folder / name).string(), true), FileError::fileWriteFileExists) << name;
     EXPECT_EQ(codeOf((folder / "link").string(), true), std::error_code());
 }
 
 } // namespace
+
+} // namespace vellomir::cli

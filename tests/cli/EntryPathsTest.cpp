@@ -2,7 +2,8 @@
 
 #include <gtest/gtest.h>
 
-using cli::EntryPaths;
+namespace vellomir::cli {
+
 using Type = archive::Entry::EntryType;
 
 namespace {
@@ -88,3 +89,5 @@ TEST(EntryPaths, LongPathsTakeLinearMemory) {
 }
 
 } // namespace
+
+} // namespace vellomir::cli

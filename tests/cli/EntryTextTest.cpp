@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+namespace vellomir::cli {
+
 using archive::Archive;
 using archive::Data;
 using archive::Entry;
@@ -79,3 +81,5 @@ TEST(EntryText, InvalidNamesAreShownAsBytes) {
 }
 
 } // namespace
+
+} // namespace vellomir::cli

@@ -9,10 +9,12 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+namespace vellomir::cli {
+
 namespace {
 
 TEST(ErrorText, EngineErrorsHaveNames) {
-    const archive::Error error(archive::FileError::fileReadNoSuchFile, {.path = "/a/b"});
+    const Error error(FileError::fileReadNoSuchFile, {.path = "/a/b"});
     EXPECT_EQ(cli::describe(error), std::string(error.what()) + " (FileError.fileReadNoSuchFile)");
 }
 
@@ -24,10 +26,10 @@ TEST(ErrorText, OtherErrorsUseTheirOwnText) {
 TEST(ErrorText, FullDiskNamesTheFolder) {
     for (const int reason : {ENOSPC, EDQUOT}) {
         const std::string text =
-            cli::describe(archive::writeError("/disk/folder/file", reason).about("entry"));
+            cli::describe(writeError("/disk/folder/file", reason).about("entry"));
         EXPECT_NE(text.find(" (entry entry): /disk/folder: "), std::string::npos) << text;
     }
-    EXPECT_NE(cli::describe(archive::writeError("/disk/file", EIO)).find("/disk/file: "),
+    EXPECT_NE(cli::describe(writeError("/disk/file", EIO)).find("/disk/file: "),
               std::string::npos);
 }
 
@@ -41,7 +43,7 @@ TEST(ErrorText, FolderWithoutPermissionIsNamed) {
     ::chmod((closed + "/readOnly").c_str(), 0400);
     ::chmod(closed.c_str(), 0500);
     const auto names = [](const std::string &path, const std::string &culprit) {
-        const std::string text = cli::describe(archive::writeError(path, EACCES));
+        const std::string text = cli::describe(writeError(path, EACCES));
         EXPECT_NE(text.find(": " + culprit + ": "), std::string::npos) << text;
     };
     names(closed + "/missing", closed);
@@ -53,10 +55,10 @@ TEST(ErrorText, FolderWithoutPermissionIsNamed) {
 
 TEST(ErrorText, ErrorsWithoutFileNameTheOutput) {
     using archive::Data;
-    const archive::Error noRoom(Data::DataError::unwritableFile, {.systemError = ENOSPC});
+    const Error noRoom(Data::DataError::unwritableFile, {.systemError = ENOSPC});
     EXPECT_EQ(cli::whileWriting("/a/b", noRoom).path(), "/a/b");
-    EXPECT_EQ(cli::whileWriting("/a/b", archive::writeError("/c", ENOSPC)).path(), "/c");
-    const archive::Error damaged(Data::CompressionError::corruptedData);
+    EXPECT_EQ(cli::whileWriting("/a/b", writeError("/c", ENOSPC)).path(), "/c");
+    const Error damaged(Data::CompressionError::corruptedData);
     EXPECT_EQ(cli::whileWriting("/a/b", damaged).path(), "");
 }
 
@@ -75,3 +77,5 @@ TEST(ErrorText, ErrorIsOneLineWithoutControlCharacters) {
 }
 
 } // namespace
+
+} // namespace vellomir::cli

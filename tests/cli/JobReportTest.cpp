@@ -2,6 +2,8 @@
 
 #include <gmock/gmock.h>
 
+namespace vellomir::cli {
+
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -99,3 +101,5 @@ TEST(JobWarnings, SeveralAppsAreNamed) {
 }
 
 } // namespace
+
+} // namespace vellomir::cli

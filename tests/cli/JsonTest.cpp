@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+namespace vellomir::cli {
+
 using archive::Archive;
 using archive::Data;
 
@@ -64,3 +66,5 @@ TEST(Json, HeadsAreContinuedByTheirElements) {
 }
 
 } // namespace
+
+} // namespace vellomir::cli

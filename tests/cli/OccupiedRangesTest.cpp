@@ -3,6 +3,8 @@
 #include <gmock/gmock.h>
 #include <random>
 
+namespace vellomir::cli {
+
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -59,3 +61,5 @@ TEST(OccupiedRanges, AgreesWithBytewiseModel) {
 }
 
 } // namespace
+
+} // namespace vellomir::cli

@@ -8,8 +8,9 @@
 
 #include <gmock/gmock.h>
 
+namespace vellomir::cli {
+
 using archive::Archive;
-using cli::CopyContents;
 using test::RawEntry;
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -89,3 +90,5 @@ TEST(UnmarkedNames, FirstNameIsReported) {
 }
 
 } // namespace
+
+} // namespace vellomir::cli

@@ -8,8 +8,8 @@
 #include <gmock/gmock.h>
 #include <pty.h>
 
-using cli::ProgressBar;
-using cli::ProgressMode;
+namespace vellomir::cli {
+
 using testing::HasSubstr;
 using testing::Not;
 using testing::StartsWith;
@@ -100,3 +100,5 @@ TEST_F(TerminalProgressBar, DumbTerminalGetsNoEscapes) {
 }
 
 } // namespace
+
+} // namespace vellomir::cli

@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+namespace vellomir::cli {
+
 using archive::Archive;
 using End = Archive::EntryIterator::End;
 
@@ -85,3 +87,5 @@ TEST(Reach, MissingBytesAreReported) {
 }
 
 } // namespace
+
+} // namespace vellomir::cli

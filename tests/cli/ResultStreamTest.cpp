@@ -1,6 +1,6 @@
 #include "cli/ResultStream.h"
 
-#include "archive/Error.h"
+#include "files/Error.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <array>
@@ -8,6 +8,8 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <pty.h>
+
+namespace vellomir::cli {
 
 namespace {
 
@@ -61,8 +63,8 @@ TEST(ResultStream, FullDiskIsAnError) {
     try {
         out.flush();
         FAIL() << "written to a full disk";
-    } catch (const archive::Error &error) {
-        EXPECT_EQ(error.code(), archive::FileError::fileWriteOutOfSpace);
+    } catch (const Error &error) {
+        EXPECT_EQ(error.code(), FileError::fileWriteOutOfSpace);
         EXPECT_EQ(error.path(), "standard output");
     }
     EXPECT_NO_THROW(out.flush()) << "what was lost is not tried again";
@@ -76,8 +78,10 @@ TEST(ResultStream, ClosedPipeIsAnError) {
     ::close(pipe[0]);
     cli::ResultStream out(pipe[1]);
     out.line("x");
-    EXPECT_THROW(out.flush(), archive::Error);
+    EXPECT_THROW(out.flush(), Error);
     ::close(pipe[1]);
 }
 
 } // namespace
+
+} // namespace vellomir::cli

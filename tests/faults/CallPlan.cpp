@@ -7,7 +7,7 @@
 #include <pthread.h>
 #include <unistd.h>
 
-namespace test {
+namespace vellomir::test {
 namespace {
 
 struct Plan {
@@ -107,4 +107,4 @@ ssize_t allowedSize(Call call, std::size_t size) {
     return all;
 }
 
-} // namespace test
+} // namespace vellomir::test

@@ -4,7 +4,7 @@
 
 #include <sys/types.h>
 
-namespace test {
+namespace vellomir::test {
 
 /// Counts a call. True, and errno, if it has to fail.
 bool fails(Call call);
@@ -13,4 +13,4 @@ ssize_t allowedSize(Call call, std::size_t size);
 /// Whether calls are counted at this moment.
 bool isWatching();
 
-} // namespace test
+} // namespace vellomir::test

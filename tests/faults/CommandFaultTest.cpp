@@ -8,6 +8,8 @@
 #include <cstdio>
 #include <fcntl.h>
 
+namespace vellomir {
+
 using archive::Archive;
 using archive::FileManager;
 using archive::URL;
@@ -30,8 +32,8 @@ public:
     SilentOutput &operator=(const SilentOutput &) = delete;
 
 private:
-    inline static const archive::FileDescriptor kept{::dup(STDOUT_FILENO)};
-    inline static const archive::FileDescriptor nothing{::open("/dev/null", O_WRONLY | O_CLOEXEC)};
+    inline static const FileDescriptor kept{::dup(STDOUT_FILENO)};
+    inline static const FileDescriptor nothing{::open("/dev/null", O_WRONLY | O_CLOEXEC)};
 };
 
 class CommandFaults : public testing::Test {
@@ -216,3 +218,5 @@ TEST_F(CommandFaults, Cat) {
 }
 
 } // namespace
+
+} // namespace vellomir

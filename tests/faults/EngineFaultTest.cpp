@@ -2,7 +2,7 @@
 
 #include "archive/Archive.h"
 #include "archive/FileManager.h"
-#include "archive/WorkingFolder.h"
+#include "files/WorkingFolder.h"
 #include "tests/faults/FaultRuns.h"
 #include "tests/support/RawArchive.h"
 #include "tests/support/TemporaryFolder.h"
@@ -12,6 +12,8 @@
 #include <gmock/gmock.h>
 #include <memory>
 #include <optional>
+
+namespace vellomir {
 
 using archive::Archive;
 using archive::CompressionMethod;
@@ -161,7 +163,7 @@ TEST_F(EngineFaults, FailedCloseOfAnExtractedFileIsAnError) {
         const test::SystemCalls fault(test::Call::close, number, EIO);
         try {
             static_cast<void>(archive->extract(entry, folder_.url("out/file")));
-        } catch (const archive::Error &error) {
+        } catch (const Error &error) {
             messages.emplace_back(error.what());
         }
     }
@@ -300,7 +302,7 @@ TEST_F(EngineFaults, UnusableTemporaryFolderIsNamed) {
     try {
         const test::SystemCalls fault(test::Call::makeFolder, 1, EACCES);
         archive->remove(entry);
-    } catch (const archive::Error &error) {
+    } catch (const Error &error) {
         text = error.what();
     }
     ::unsetenv("TMPDIR");
@@ -320,7 +322,7 @@ TEST_F(EngineFaults, AdditionNoticesAnotherFileAtThePath) {
     try {
         archive->addEntry("in/a", URL::folder(name()));
         ADD_FAILURE() << "added to a file that has lost its place";
-    } catch (const archive::Error &error) {
+    } catch (const Error &error) {
         EXPECT_EQ(error.code(), Archive::ArchiveError::unwritableArchive);
         EXPECT_EQ(error.path(), archivePath());
     }
@@ -382,10 +384,12 @@ TEST_F(EngineFaults, MakeAndRemoveWorkingFolder) {
                  test::writeFile(workFolder() / ".vellomir-0123456789abcdef/.vellomir-lock", "");
                  test::writeFile(workFolder() / ".vellomir-0123456789abcdef/deep/er/file", "old");
              },
-         .run = [&] { const archive::WorkingFolder folder(workFolder().string()); },
+         .run = [&] { const WorkingFolder folder(workFolder().string()); },
          .checkDone = [&] { EXPECT_TRUE(fs::is_directory(workFolder())); },
          .names = {name()},
          .folders = {workFolder()}});
 }
 
 } // namespace
+
+} // namespace vellomir

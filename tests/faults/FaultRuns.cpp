@@ -1,7 +1,7 @@
 #include "tests/faults/FaultRuns.h"
 
-#include "archive/Error.h"
-#include "archive/WorkingFolder.h"
+#include "files/Error.h"
+#include "files/WorkingFolder.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <algorithm>
@@ -12,7 +12,7 @@
 #include <sys/stat.h>
 #include <system_error>
 
-namespace test {
+namespace vellomir::test {
 namespace fs = std::filesystem;
 
 namespace {
@@ -108,7 +108,7 @@ void checkNoFolderIsLeft(const Operation &operation, bool mayNeedNextRun) {
         if (!operation.isRemovedByNextRun)
             continue;
         if (fs::is_directory(folder))
-            static_cast<void>(archive::WorkingFolder(folder.string()));
+            static_cast<void>(WorkingFolder(folder.string()));
         EXPECT_THAT(hiddenFolders(folder), testing::IsEmpty()) << "not removed by the next run";
     }
 }
@@ -230,4 +230,4 @@ std::map<std::string, std::string> contents(const fs::path &folder) {
     return found;
 }
 
-} // namespace test
+} // namespace vellomir::test

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-namespace test {
+namespace vellomir::test {
 
 /// One thing that the product does, to be run again and again, each time with another fault.
 struct Operation {
@@ -43,4 +43,4 @@ void runWithFaults(const Operation &operation);
 /// Everything below a folder but hidden working folders: kind, mode, target or content by path.
 [[nodiscard]] std::map<std::string, std::string> contents(const std::filesystem::path &folder);
 
-} // namespace test
+} // namespace vellomir::test

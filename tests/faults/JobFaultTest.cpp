@@ -1,17 +1,19 @@
 // The job's steps and the parts that they are made of, with every system call and every allocation
 // failing in turn.
 
-#include "Vellomir/Platform/FileCopy.h"
-#include "Vellomir/Platform/InstanceFolder.h"
-#include "Vellomir/Platform/PendingFile.h"
-#include "Vellomir/Platform/SandboxFiles.h"
-#include "Vellomir/Platform/SaveCopy.h"
+#include "Vellomir/ContentView/SaveCopy.h"
 #include "Vellomir/PropertyLists/PropertyList.h"
-#include "archive/Error.h"
+#include "Vellomir/Sandbox/InstanceFolder.h"
+#include "Vellomir/Sandbox/SandboxFiles.h"
+#include "files/Error.h"
+#include "files/FileCopy.h"
+#include "files/PendingFile.h"
 #include "tests/Vellomir/JobFixture.h"
 #include "tests/faults/FaultRuns.h"
 
 #include <algorithm>
+
+namespace vellomir {
 
 using archive::Data;
 using archive::URL;
@@ -32,7 +34,7 @@ public:
     }
 
     test::TemporaryFolder folder;
-    vellomir::AppLaunchView view{services()};
+    AppLaunchView view{services()};
 
     [[nodiscard]] URL picked() const { return folder.url("picked/Notes.ipa"); }
     [[nodiscard]] fs::path documents() const { return folder / "box/Documents"; }
@@ -48,13 +50,13 @@ public:
         for (const test::Lines &lines : {log(), console_})
             for (const std::string &line : lines)
                 text += line + '\n';
-        throw archive::Error(archive::FileError::fileWriteUnknown, {.detail = text});
+        throw Error(FileError::fileWriteUnknown, {.detail = text});
     }
 
 private:
-    vellomir::Services services() {
-        const vellomir::Queue atOnce = [](const vellomir::Task &task) { task(); };
-        return {.sandbox = vellomir::Sandbox(folder.url("box")),
+    Services services() {
+        const Queue atOnce = [](const Task &task) { task(); };
+        return {.sandbox = Sandbox(folder.url("box")),
                 .mainQueue = atOnce,
                 .backgroundQueue = atOnce,
                 .console = [this](std::string_view line) { console_.emplace_back(line); }};
@@ -96,7 +98,7 @@ protected:
     std::string image_ = std::string(5000, 'i');
     std::string package_ = test::notesPackage({test::rawDeflated("Payload/Notes.app/image", image_),
                                                test::rawLink("Payload/Notes.app/link", "image")});
-    vellomir::Picture icon_ = test::dot();
+    Picture icon_ = test::dot();
     std::optional<Job> job_;
 };
 
@@ -233,9 +235,7 @@ protected:
         writeFile(folder_ / "from", text_);
         writeFile(folder_ / "to/copy", "old");
     }
-    [[nodiscard]] vellomir::SandboxFiles files() const {
-        return vellomir::SandboxFiles(folder_.url("box"));
-    }
+    [[nodiscard]] SandboxFiles files() const { return SandboxFiles(folder_.url("box")); }
     [[nodiscard]] std::string name() const { return folder_.path().string(); }
     [[nodiscard]] Data data() const { return Data(std::string_view(text_)); }
     void expectSourceUntouched() const { EXPECT_TRUE(readFile(folder_ / "from") == text_); }
@@ -336,7 +336,7 @@ TEST_F(PlatformFaults, SaveCopy) {
     test::runWithFaults(
         {.name = "save a copy",
          .prepare = [&] { reset(); },
-         .run = [&] { vellomir::saveCopy(folder_.url("from"), folder_.url("to/copy"), nullptr); },
+         .run = [&] { saveCopy(folder_.url("from"), folder_.url("to/copy"), nullptr); },
          .checkDone = [&] { EXPECT_TRUE(readFile(folder_ / "to/copy") == text_); },
          .checkFailed =
              [&] {
@@ -352,16 +352,16 @@ TEST_F(PlatformFaults, PendingFile) {
                          .prepare = [&] { reset(); },
                          .run =
                              [&] {
-                                 vellomir::PendingFile pending(folder_ / "to/new");
+                                 PendingFile pending(folder_ / "to/new");
                                  try {
-                                     vellomir::copyFile(folder_ / "from", pending.path());
-                                     const archive::FileDescriptor from(
+                                     copyFile(folder_ / "from", pending.path());
+                                     const FileDescriptor from(
                                          ::open((folder_ / "from").c_str(), O_RDONLY | O_CLOEXEC));
                                      if (!from.isOpen())
-                                         throw archive::readError(folder_ / "from", errno);
-                                     vellomir::copyAttributes(from.get(), pending.path());
-                                     pending.place(vellomir::Existing::refuse);
-                                 } catch (const archive::Error &error) {
+                                         throw readError(folder_ / "from", errno);
+                                     copyAttributes(from.get(), pending.path());
+                                     pending.place(Existing::refuse);
+                                 } catch (const Error &error) {
                                      throw std::runtime_error(pending.underFinalName(error.what()));
                                  }
                              },
@@ -377,7 +377,7 @@ TEST_F(PlatformFaults, FolderOfAWindow) {
                          .prepare = [&] { reset(); },
                          .run =
                              [&] {
-                                 const vellomir::InstanceFolder folder(folder_.url("data/app"));
+                                 const InstanceFolder folder(folder_.url("data/app"));
                                  path = folder.url().path();
                              },
                          .checkDone = [&] { EXPECT_TRUE(fs::is_directory(path)); },
@@ -389,7 +389,7 @@ TEST_F(PlatformFaults, Sandbox) {
     test::runWithFaults(
         {.name = "make a sandbox",
          .prepare = [&] { reset(); },
-         .run = [&] { const vellomir::Sandbox sandbox(folder_.url("new/box")); },
+         .run = [&] { const Sandbox sandbox(folder_.url("new/box")); },
          .checkDone = [&] { EXPECT_TRUE(fs::is_directory(folder_ / "new/box/tmp")); },
          .names = {name()},
          .maySayLess = {Call::status}});
@@ -406,8 +406,7 @@ TEST_F(PlatformFaults, Picture) {
                              },
                          .run =
                              [&] {
-                                 const auto picture =
-                                     vellomir::Picture::read(folder_.url("dot.png"));
+                                 const auto picture = Picture::read(folder_.url("dot.png"));
                                  static_cast<void>(picture.pngData());
                                  width = picture.bitmap().width;
                              },
@@ -432,7 +431,7 @@ TEST_F(PlatformFaults, PropertyLists) {
              .prepare = [&] { reset(); },
              .run =
                  [&] {
-                     auto changed = vellomir::PropertyList::parse(Data(std::string_view(bytes)));
+                     auto changed = PropertyList::parse(Data(std::string_view(bytes)));
                      changed.setText("CFBundleIdentifier", "new");
                      text = changed.xmlData().text();
                  },
@@ -440,3 +439,5 @@ TEST_F(PlatformFaults, PropertyLists) {
 }
 
 } // namespace
+
+} // namespace vellomir

@@ -6,6 +6,8 @@
 #include <cstdlib>
 #include <new>
 
+namespace vellomir {
+
 using test::Call;
 using test::fails;
 
@@ -70,3 +72,5 @@ void *realloc(void *memory, std::size_t size) noexcept {
 }
 
 #endif
+
+} // namespace vellomir

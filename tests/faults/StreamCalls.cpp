@@ -13,6 +13,8 @@
 #include <mutex>
 #include <unistd.h>
 
+namespace vellomir {
+
 namespace {
 
 /// A stream and its descriptor, in a list without allocations: they are what is counted.
@@ -131,3 +133,5 @@ int fileno(std::FILE *file) noexcept {
 
 // NOLINTEND(readability-inconsistent-declaration-parameter-name)
 }
+
+} // namespace vellomir

@@ -19,6 +19,8 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+namespace vellomir {
+
 using test::Call;
 using test::fails;
 
@@ -219,3 +221,5 @@ PASS(Call::status, char *, nullptr, getcwd, (char *buffer, std::size_t size) noe
 
 // NOLINTEND(readability-inconsistent-declaration-parameter-name,*-reserved-identifier)
 }
+
+} // namespace vellomir

@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <string_view>
 
-namespace test {
+namespace vellomir::test {
 
 /// The kinds of system calls that can be made to fail, and memory.
 enum class Call {
@@ -59,4 +59,4 @@ public:
     static constexpr long limit = 3'000'000;
 };
 
-} // namespace test
+} // namespace vellomir::test

@@ -36,7 +36,7 @@ def generate(page, source):
         functions.append(f"void example{number}() {{\n{rest}}}\n")
         cases.append(f"    case {number}:\n        example{number}();\n        break;\n")
     Path(source).write_text(
-        "".join(dict.fromkeys(includes)) + "#include <cstdlib>\n\nusing namespace archive;\n\n"
+        "".join(dict.fromkeys(includes)) + "#include <cstdlib>\n\nusing namespace vellomir::archive;\n\n"
         + "namespace {\n" + "".join(functions) + "} // namespace\n\n"
         + "int main(int, char **arguments) {\n    switch (std::atoi(arguments[1])) {\n"
         + "".join(cases) + "    default:\n        return 1;\n    }\n}\n")

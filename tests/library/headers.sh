@@ -3,12 +3,12 @@
 # also in the compiler's own dialect, whose macros are more.
 # shellcheck source=tests/library/installed.sh
 source "$(dirname "$0")/installed.sh"
-headers=("$installed"/include/vellomir/archive/*.h)
+headers=("$installed"/include/vellomir/*/*.h)
 options=(-fsyntax-only -Wall -Wextra -Wpedantic -Werror -Wconversion -Wsign-conversion -Wshadow
     -Wold-style-cast -Wnon-virtual-dtor -Woverloaded-virtual -I "$installed/include/vellomir")
 
 for header in "${headers[@]}"; do
-    name=archive/${header##*/}
+    name=${header#"$installed/include/vellomir/"}
     echo "#include \"$name\"" | tee -a "$folder/all.cpp" >"$folder/alone.cpp"
     "$1" -std=c++20 "${options[@]}" "$folder/alone.cpp" || {
         echo "$name does not compile by itself."

@@ -8,7 +8,7 @@
 #include <string>
 #include <sys/types.h>
 
-namespace test {
+namespace vellomir::test {
 
 /// A stdio stream over bytes in memory that can fail on demand and counts the calls. Must outlive
 /// its stream.
@@ -88,4 +88,4 @@ private:
     std::unique_ptr<std::FILE, int (*)(std::FILE *)> file_{nullptr, &std::fclose};
 };
 
-} // namespace test
+} // namespace vellomir::test

@@ -3,7 +3,7 @@
 #include <csignal>
 #include <sys/resource.h>
 
-namespace test {
+namespace vellomir::test {
 
 /// Simulates a full disk: while an object exists, files cannot grow beyond the limit. Writing more
 /// fails with EFBIG, also for root.
@@ -27,4 +27,4 @@ private:
     void (*handler_)(int) = SIG_DFL;
 };
 
-} // namespace test
+} // namespace vellomir::test

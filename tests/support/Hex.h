@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-namespace test {
+namespace vellomir::test {
 
 /// "50 4b 03 04" and "504B0304" as four bytes.
 [[nodiscard]] inline archive::Data bytes(std::string_view hex) {
@@ -35,4 +35,4 @@ namespace test {
     return text;
 }
 
-} // namespace test
+} // namespace vellomir::test

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "archive/FolderItems.h"
+#include "files/FolderItems.h"
 
 #include <algorithm>
 #include <memory>
@@ -8,22 +8,22 @@
 #include <tuple>
 #include <vector>
 
-namespace test {
+namespace vellomir::test {
 
 /// Lists folders sorted by `less`, which compares two items.
 template <class Less>
-archive::ListFolder listingBy(Less less) {
+ListFolder listingBy(Less less) {
     return [less](int folder, const std::string &path) {
-        auto items = archive::folderItems(folder, path);
+        auto items = folderItems(folder, path);
         std::sort(items.begin(), items.end(), less);
         return items;
     };
 }
 
 /// Lists folders in another random order each time.
-inline archive::ListFolder shuffledListing(unsigned seed) {
+inline ListFolder shuffledListing(unsigned seed) {
     return [generator = std::make_shared<std::mt19937>(seed)](int folder, const std::string &path) {
-        auto items = archive::folderItems(folder, path);
+        auto items = folderItems(folder, path);
         std::shuffle(items.begin(), items.end(), *generator);
         return items;
     };
@@ -31,9 +31,9 @@ inline archive::ListFolder shuffledListing(unsigned seed) {
 
 /// Orders in which file systems may list folders: by name ascending and descending, folders first
 /// and last, and some random orders.
-inline std::vector<archive::ListFolder> hostileListings() {
-    using Item = archive::FolderItem;
-    std::vector<archive::ListFolder> listings = {
+inline std::vector<ListFolder> hostileListings() {
+    using Item = FolderItem;
+    std::vector<ListFolder> listings = {
         listingBy([](const Item &left, const Item &right) { return left.name < right.name; }),
         listingBy([](const Item &left, const Item &right) { return right.name < left.name; }),
         listingBy([](const Item &left, const Item &right) {
@@ -47,4 +47,4 @@ inline std::vector<archive::ListFolder> hostileListings() {
     return listings;
 }
 
-} // namespace test
+} // namespace vellomir::test

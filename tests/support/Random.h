@@ -3,7 +3,7 @@
 #include <random>
 #include <string>
 
-namespace test {
+namespace vellomir::test {
 
 /// Incompressible bytes; the same for the same seed.
 [[nodiscard]] inline std::string randomText(std::size_t size, unsigned seed = 1) {
@@ -14,4 +14,4 @@ namespace test {
     return text;
 }
 
-} // namespace test
+} // namespace vellomir::test

@@ -3,7 +3,7 @@
 #include <stdexcept>
 #include <zlib.h>
 
-namespace test {
+namespace vellomir::test {
 namespace {
 
 using archive::Data;
@@ -87,4 +87,4 @@ std::string rawArchive(const std::vector<RawEntry> &entries, const std::string &
     return std::string(data.text());
 }
 
-} // namespace test
+} // namespace vellomir::test

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-namespace test {
+namespace vellomir::test {
 
 inline constexpr std::uint16_t madeByUnix = 0x0314;
 inline constexpr std::uint16_t madeByMSDOS = 0x0014;
@@ -37,4 +37,4 @@ struct RawEntry {
 [[nodiscard]] std::string rawArchive(const std::vector<RawEntry> &entries,
                                      const std::string &comment = {});
 
-} // namespace test
+} // namespace vellomir::test

@@ -2,7 +2,7 @@
 
 #include "tests/support/RawArchive.h"
 
-namespace test {
+namespace vellomir::test {
 namespace {
 
 using archive::Data;
@@ -61,4 +61,4 @@ std::string recordArchive(const std::vector<RecordEntry> &entries,
     return content + directory + (zip64 ? text(zip64->data()) : std::string()) + text(end.data());
 }
 
-} // namespace test
+} // namespace vellomir::test

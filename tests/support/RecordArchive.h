@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-namespace test {
+namespace vellomir::test {
 
 /// An entry given by its two records, which may differ, and the bytes after the local header.
 struct RecordEntry {
@@ -35,4 +35,4 @@ void setTail(std::uint16_t &length, archive::Data &bytes, std::string_view conte
 recordArchive(const std::vector<RecordEntry> &entries,
               const std::optional<archive::ZIP64EndOfCentralDirectory> &zip64 = std::nullopt);
 
-} // namespace test
+} // namespace vellomir::test

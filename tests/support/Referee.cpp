@@ -5,7 +5,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-namespace test {
+namespace vellomir::test {
 namespace {
 
 [[noreturn]] void become(const std::vector<std::string> &command, const std::string &folder,
@@ -48,4 +48,4 @@ Verdict run(const std::vector<std::string> &command, const std::string &folder) 
     return verdict;
 }
 
-} // namespace test
+} // namespace vellomir::test

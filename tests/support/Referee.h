@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-namespace test {
+namespace vellomir::test {
 
 /// The result of running another program.
 struct Verdict {
@@ -14,4 +14,4 @@ struct Verdict {
 /// Runs a program found in PATH and waits for it. The exit code is 127 if it cannot be started.
 [[nodiscard]] Verdict run(const std::vector<std::string> &command, const std::string &folder = {});
 
-} // namespace test
+} // namespace vellomir::test

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-namespace test {
+namespace vellomir::test {
 
 inline archive::Data bytes(const std::string &text) {
     return archive::Data(std::string_view(text));
@@ -21,7 +21,7 @@ inline archive::CRC32 checksum(const std::string &text) {
 inline std::error_code errorOf(const std::function<void()> &action) {
     try {
         action();
-    } catch (const archive::Error &error) {
+    } catch (const Error &error) {
         return error.code();
     }
     return {};
@@ -48,4 +48,4 @@ struct Single {
     }
 };
 
-} // namespace test
+} // namespace vellomir::test

@@ -8,7 +8,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-namespace test {
+namespace vellomir::test {
 namespace {
 
 struct Cookie {
@@ -75,4 +75,4 @@ archive::Archive::FilePointer openSparseFile(const std::filesystem::path &path) 
     return stream;
 }
 
-} // namespace test
+} // namespace vellomir::test

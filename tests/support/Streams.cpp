@@ -4,7 +4,7 @@
 #include <random>
 #include <string_view>
 
-namespace test {
+namespace vellomir::test {
 namespace {
 
 archive::Data makeText(std::size_t size) {
@@ -80,4 +80,4 @@ archive::Consumer Sink::consumer() {
     };
 }
 
-} // namespace test
+} // namespace vellomir::test

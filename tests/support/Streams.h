@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-namespace test {
+namespace vellomir::test {
 
 /// Contents of different compressibility.
 enum class Content { zeros, text, random };
@@ -45,4 +45,4 @@ private:
     std::vector<std::size_t> chunks_;
 };
 
-} // namespace test
+} // namespace vellomir::test

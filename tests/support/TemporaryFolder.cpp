@@ -6,7 +6,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-namespace test {
+namespace vellomir::test {
 namespace fs = std::filesystem;
 
 namespace {
@@ -54,4 +54,4 @@ std::string readFile(const fs::path &path) {
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
-} // namespace test
+} // namespace vellomir::test

@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-namespace test {
+namespace vellomir::test {
 
 /// A private folder of a test, deleted with the object. On a memory file system if there is one.
 class TemporaryFolder {
@@ -31,4 +31,4 @@ private:
 void writeFile(const std::filesystem::path &path, std::string_view content);
 [[nodiscard]] std::string readFile(const std::filesystem::path &path);
 
-} // namespace test
+} // namespace vellomir::test

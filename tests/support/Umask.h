@@ -2,7 +2,7 @@
 
 #include <sys/stat.h>
 
-namespace test {
+namespace vellomir::test {
 
 /// Sets the umask of the process while an object exists.
 class Umask {
@@ -16,4 +16,4 @@ private:
     mode_t before_;
 };
 
-} // namespace test
+} // namespace vellomir::test

@@ -4,6 +4,8 @@
 
 #include <algorithm>
 
+namespace vellomir {
+
 using test::distance;
 using test::Drawing;
 using test::colours::ground, test::colours::white;
@@ -193,3 +195,5 @@ TEST_F(AboutSheet, SlidesUpWithMotion) {
 }
 
 } // namespace
+
+} // namespace vellomir

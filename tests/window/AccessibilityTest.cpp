@@ -7,6 +7,8 @@
 
 #include <stdexcept>
 
+namespace vellomir {
+
 using testing::Contains;
 using testing::ElementsAre;
 using testing::IsSupersetOf;
@@ -256,3 +258,5 @@ TEST_P(Accessibility, SheetButtonsAndLinksCanBePressed) {
 }
 
 } // namespace
+
+} // namespace vellomir

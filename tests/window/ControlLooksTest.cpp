@@ -3,6 +3,8 @@
 #include "tests/Vellomir/JobFixture.h"
 #include "tests/window/WindowFixture.h"
 
+namespace vellomir {
+
 using test::distance;
 using test::Drawing;
 using test::colours::field, test::colours::ground, test::colours::orange;
@@ -181,3 +183,5 @@ TEST_F(ControlLooks, RunButtonTextHasDarkOutline) {
 }
 
 } // namespace
+
+} // namespace vellomir

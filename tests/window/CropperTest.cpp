@@ -2,6 +2,8 @@
 
 #include "tests/window/WindowFixture.h"
 
+namespace vellomir {
+
 using test::distance;
 using test::Drawing;
 using test::textProperty;
@@ -10,7 +12,7 @@ using test::colours::field, test::colours::white;
 namespace {
 
 /// A picture of a single colour.
-vellomir::Picture plain(int width, int height, const QColor &colour) {
+Picture plain(int width, int height, const QColor &colour) {
     const std::size_t count =
         4 * static_cast<std::size_t>(width) * static_cast<std::size_t>(height);
     const auto pixels = std::make_shared<std::vector<std::byte>>(count, std::byte{0xFF});
@@ -19,10 +21,10 @@ vellomir::Picture plain(int width, int height, const QColor &colour) {
         (*pixels)[pixel + 1] = static_cast<std::byte>(colour.green());
         (*pixels)[pixel + 2] = static_cast<std::byte>(colour.blue());
     }
-    return vellomir::Picture({.width = width,
-                              .height = height,
-                              .bytesPerRow = 4 * static_cast<std::size_t>(width),
-                              .pixels = {pixels, pixels->data()}});
+    return Picture({.width = width,
+                    .height = height,
+                    .bytesPerRow = 4 * static_cast<std::size_t>(width),
+                    .pixels = {pixels, pixels->data()}});
 }
 
 class Cropper : public test::WindowTest {
@@ -96,7 +98,7 @@ TEST_F(Cropper, ZoomItCropsPicture) {
     click("zoomButton");
     EXPECT_FALSE(isShown("preview"));
     EXPECT_FALSE(view().showImageCropper.get());
-    const vellomir::Bitmap bitmap = view().selectedImage.get()->bitmap();
+    const Bitmap bitmap = view().selectedImage.get()->bitmap();
     EXPECT_EQ(bitmap.width, 20);
     EXPECT_EQ(bitmap.height, 20);
 }
@@ -155,3 +157,5 @@ TEST_F(Cropper, PressOnPictureDoesNotClose) {
 }
 
 } // namespace
+
+} // namespace vellomir

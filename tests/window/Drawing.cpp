@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <stdexcept>
 
-namespace test {
+namespace vellomir::test {
 
 Drawing::Drawing(QQuickWindow &window) : image_(window.grabWindow()) {
     if (image_.isNull())
@@ -49,4 +49,4 @@ int distance(const QColor &one, const QColor &other) {
            std::abs(one.blue() - other.blue());
 }
 
-} // namespace test
+} // namespace vellomir::test

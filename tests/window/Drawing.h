@@ -4,7 +4,7 @@
 #include <QImage>
 #include <QQuickWindow>
 
-namespace test {
+namespace vellomir::test {
 
 /// The application's colours.
 namespace colours {
@@ -42,4 +42,4 @@ private:
 /// The sum of the differences of red, green and blue, 0 to 765.
 [[nodiscard]] int distance(const QColor &one, const QColor &other);
 
-} // namespace test
+} // namespace vellomir::test

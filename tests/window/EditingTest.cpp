@@ -6,6 +6,8 @@
 #include <QGuiApplication>
 #include <QInputMethodEvent>
 
+namespace vellomir {
+
 using test::textProperty;
 
 namespace {
@@ -137,3 +139,5 @@ TEST_F(NumberField, DropsLineBreaksOfInputMethod) {
 }
 
 } // namespace
+
+} // namespace vellomir

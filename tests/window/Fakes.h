@@ -9,10 +9,10 @@
 #include <utility>
 #include <vector>
 
-namespace test {
+namespace vellomir::test {
 
 /// Dialogs that record the requests; the test answers each once.
-class FakePickers : public vellomir::Pickers {
+class FakePickers : public Pickers {
 public:
     void pickDocument(Documents answer) override {
         ++documentDialogs;
@@ -50,7 +50,7 @@ private:
 };
 
 /// A desktop that records the calls.
-class FakeDesktop : public vellomir::Desktop {
+class FakeDesktop : public Desktop {
 public:
     bool open(const QUrl &url) override {
         opened.append(url.toString());
@@ -74,4 +74,4 @@ public:
     QStringList copied;
 };
 
-} // namespace test
+} // namespace vellomir::test

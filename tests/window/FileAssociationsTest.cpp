@@ -8,7 +8,8 @@
 
 #include <filesystem>
 
-using vellomir::hasProgramFor;
+namespace vellomir {
+
 namespace fs = std::filesystem;
 
 namespace {
@@ -86,3 +87,5 @@ TEST_F(FileAssociations, DesktopEntriesMayBeInSubfolders) {
 }
 
 } // namespace
+
+} // namespace vellomir

@@ -11,6 +11,8 @@
 
 #include <gmock/gmock.h>
 
+namespace vellomir {
+
 using testing::ElementsAre;
 using testing::UnorderedElementsAre;
 
@@ -67,7 +69,7 @@ protected:
     }
 
     test::TemporaryFolder folder_;
-    vellomir::FilePickers pickers_;
+    FilePickers pickers_;
 };
 
 TEST_F(FileDialogs, QuotesInSuggestedNameAreReplaced) {
@@ -89,7 +91,7 @@ TEST_F(FileDialogs, WriteNothingToHomeFolder) {
     for (const char *const file : {".config", ".local"})
         std::filesystem::create_directories(home.path() / file);
     {
-        vellomir::FilePickers pickers;
+        FilePickers pickers;
         pickers.pickDocument([](const auto &) {});
         closeDialog("Select IPA File");
         pickers.pickPicture([](const auto &) {});
@@ -119,7 +121,7 @@ TEST_F(FileDialogs, EachKindRemembersItsView) {
 
 TEST_F(FileDialogs, ViewsAreNotStored) {
     {
-        vellomir::FilePickers before;
+        FilePickers before;
         before.pickDocument([](const auto &) {});
         dialog("Select IPA File")->setViewMode(QFileDialog::List);
         closeDialog("Select IPA File");
@@ -129,3 +131,5 @@ TEST_F(FileDialogs, ViewsAreNotStored) {
 }
 
 } // namespace
+
+} // namespace vellomir

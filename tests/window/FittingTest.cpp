@@ -5,6 +5,8 @@
 #include "Vellomir/Window/Fonts.h"
 #include "tests/Vellomir/JobFixture.h"
 
+namespace vellomir {
+
 using test::isText;
 using test::plainText;
 
@@ -176,3 +178,5 @@ TEST_F(WindowLayout, FitsAlert) {
 }
 
 } // namespace
+
+} // namespace vellomir

@@ -7,7 +7,7 @@
 #include <QDBusVariant>
 #include <QFontMetricsF>
 
-using vellomir::Fonts;
+namespace vellomir {
 
 namespace {
 
@@ -155,3 +155,5 @@ TEST_F(TextShaping, TextGrowsWithTextScale) {
 }
 
 } // namespace
+
+} // namespace vellomir

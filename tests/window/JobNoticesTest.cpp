@@ -5,6 +5,8 @@
 #include "tests/Vellomir/JobFixture.h"
 #include "tests/window/WindowFixture.h"
 
+namespace vellomir {
+
 using testing::Contains;
 using testing::ElementsAre;
 
@@ -47,7 +49,7 @@ TEST_F(Notices, ProgressFollowsWholeJob) {
     view().selectedFileURL.set(folder_.url("Notes.ipa"));
     view().duplicationNumber.set("2");
     std::vector<int> percents;
-    QObject::connect(&state(), &vellomir::AppLaunchState::percentChanged,
+    QObject::connect(&state(), &AppLaunchState::percentChanged,
                      [&] { percents.push_back(state().percent()); });
     runJob();
     EXPECT_TRUE(view().modifiedFileURL.get());
@@ -84,7 +86,7 @@ TEST_F(Notices, ActiveWindowRequestsNoAttention) {
 }
 
 TEST(LauncherEntry, ShowsAndHidesProgress) {
-    const QDBusMessage shown = vellomir::launcherUpdate(0.43);
+    const QDBusMessage shown = launcherUpdate(0.43);
     EXPECT_EQ(shown.type(), QDBusMessage::SignalMessage);
     EXPECT_EQ(shown.interface(), QStringLiteral("com.canonical.Unity.LauncherEntry"));
     EXPECT_EQ(shown.member(), QStringLiteral("Update"));
@@ -93,8 +95,10 @@ TEST(LauncherEntry, ShowsAndHidesProgress) {
     const QVariantMap properties = shown.arguments()[1].toMap();
     EXPECT_EQ(properties[QStringLiteral("progress")], QVariant(0.43));
     EXPECT_EQ(properties[QStringLiteral("progress-visible")], QVariant(true));
-    const QVariantMap hidden = vellomir::launcherUpdate(std::nullopt).arguments()[1].toMap();
+    const QVariantMap hidden = launcherUpdate(std::nullopt).arguments()[1].toMap();
     EXPECT_EQ(hidden[QStringLiteral("progress-visible")], QVariant(false));
 }
 
 } // namespace
+
+} // namespace vellomir

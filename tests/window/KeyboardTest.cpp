@@ -3,6 +3,8 @@
 #include "tests/Vellomir/JobFixture.h"
 #include "tests/window/WindowFixture.h"
 
+namespace vellomir {
+
 using test::textProperty;
 using test::colours::white;
 using testing::ElementsAre;
@@ -268,3 +270,5 @@ TEST_F(Keyboard, WholeJobNeedsNoMouse) {
 }
 
 } // namespace
+
+} // namespace vellomir

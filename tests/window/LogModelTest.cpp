@@ -2,9 +2,10 @@
 
 #include <gmock/gmock.h>
 
+namespace vellomir {
+
 using testing::ElementsAre;
 using testing::IsEmpty;
-using vellomir::LogModel;
 
 namespace {
 
@@ -39,8 +40,8 @@ protected:
                          [this] { signals_.emplace_back("all"); });
     }
 
-    vellomir::EventLoop loop_;
-    vellomir::LogMessages log_{loop_.queue()};
+    EventLoop loop_;
+    LogMessages log_{loop_.queue()};
     LogModel model_{log_};
 
 private:
@@ -113,3 +114,5 @@ TEST_F(LogModelTest, HasOnlyItsRowsAndRoles) {
 }
 
 } // namespace
+
+} // namespace vellomir

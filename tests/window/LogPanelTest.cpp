@@ -5,6 +5,8 @@
 #include <QFontMetricsF>
 #include <QWheelEvent>
 
+namespace vellomir {
+
 using test::distance;
 using test::Drawing;
 using test::colours::ground, test::colours::logPanel, test::colours::orange;
@@ -246,3 +248,5 @@ TEST_F(LogRows, ReducedMotionDisablesSlidingIn) {
 }
 
 } // namespace
+
+} // namespace vellomir

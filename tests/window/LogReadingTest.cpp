@@ -5,6 +5,8 @@
 #include <QClipboard>
 #include <QGuiApplication>
 
+namespace vellomir {
+
 using test::distance;
 using test::Drawing;
 using test::colours::logPanel;
@@ -257,3 +259,5 @@ TEST_F(LogReading, DraggingSelectionBeyondEdgeScrolls) {
 }
 
 } // namespace
+
+} // namespace vellomir

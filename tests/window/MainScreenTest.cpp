@@ -6,6 +6,8 @@
 #include <QClipboard>
 #include <QGuiApplication>
 
+namespace vellomir {
+
 using test::distance;
 using test::Drawing;
 using test::textProperty;
@@ -326,3 +328,5 @@ TEST_F(MainScreen, StartingJobEndsEditing) {
 }
 
 } // namespace
+
+} // namespace vellomir

@@ -4,7 +4,7 @@
 
 #include <gmock/gmock.h>
 
-using vellomir::Motion;
+namespace vellomir {
 
 namespace {
 
@@ -103,3 +103,5 @@ TEST_F(MotionSetting, OtherSettingsAreIgnored) {
 }
 
 } // namespace
+
+} // namespace vellomir

@@ -6,7 +6,7 @@
 
 #include <gmock/gmock.h>
 
-using vellomir::NumberPad;
+namespace vellomir {
 
 namespace {
 
@@ -111,3 +111,5 @@ TEST_F(NumberPadTest, OldFieldIsNoLongerFiltered) {
 }
 
 } // namespace
+
+} // namespace vellomir

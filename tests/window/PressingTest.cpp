@@ -4,6 +4,8 @@
 
 #include <algorithm>
 
+namespace vellomir {
+
 using test::colours::ground;
 using testing::ElementsAre;
 
@@ -149,3 +151,5 @@ TEST_F(Spinner, FadesWithReducedMotion) {
 }
 
 } // namespace
+
+} // namespace vellomir

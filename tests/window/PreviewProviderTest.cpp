@@ -4,10 +4,7 @@
 
 #include <QImage>
 
-using vellomir::Bitmap;
-using vellomir::Orientation;
-using vellomir::Picture;
-using vellomir::PreviewProvider;
+namespace vellomir {
 
 namespace {
 
@@ -124,3 +121,5 @@ TEST_F(PreviewProviderTest, AlphaIsKept) {
 }
 
 } // namespace
+
+} // namespace vellomir

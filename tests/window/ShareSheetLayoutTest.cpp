@@ -2,6 +2,8 @@
 
 #include "tests/window/WindowFixture.h"
 
+namespace vellomir {
+
 using test::colours::ground;
 
 namespace {
@@ -134,3 +136,5 @@ TEST_F(ShareSheetLayout, MessageHasRoomForThreeLines) {
 }
 
 } // namespace
+
+} // namespace vellomir

@@ -4,15 +4,16 @@
 
 #include <filesystem>
 
+namespace vellomir {
+
 using test::distance;
 using test::textProperty;
+using test::colours::ground, test::colours::orange, test::colours::red;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::Not;
 using testing::StartsWith;
 namespace fs = std::filesystem;
-using test::colours::ground, test::colours::orange, test::colours::red;
-
 namespace {
 
 class ShareSheet : public test::WindowTest {
@@ -180,11 +181,11 @@ TEST_F(ShareSheet, RowsAreDisabledForDeletedFile) {
 
 TEST_F(ShareSheet, ShowsTimeOfCreation) {
     const QDateTime made = QFileInfo(QString::fromStdString(result_.string())).lastModified();
-    EXPECT_TRUE(showsText(vellomir::madeText(made, QDateTime::currentDateTime()).toStdString()));
+    EXPECT_TRUE(showsText(madeText(made, QDateTime::currentDateTime()).toStdString()));
     const QDateTime noon(QDate(2026, 5, 3), QTime(12, 7, 59));
-    EXPECT_EQ(vellomir::madeText(noon, noon.addSecs(3600)), "Made today at 12:07");
-    EXPECT_EQ(vellomir::madeText(noon, noon.addDays(1)), "Made on 3 May 2026 at 12:07");
-    EXPECT_EQ(vellomir::madeText(noon, noon.addYears(1)), "Made on 3 May 2026 at 12:07");
+    EXPECT_EQ(madeText(noon, noon.addSecs(3600)), "Made today at 12:07");
+    EXPECT_EQ(madeText(noon, noon.addDays(1)), "Made on 3 May 2026 at 12:07");
+    EXPECT_EQ(madeText(noon, noon.addYears(1)), "Made on 3 May 2026 at 12:07");
 }
 
 TEST_F(ShareSheet, WarnsOfEqualIdentifier) {
@@ -291,3 +292,5 @@ TEST_F(ShareSheet, SheetWithoutResultCloses) {
 }
 
 } // namespace
+
+} // namespace vellomir

@@ -2,6 +2,8 @@
 
 #include "tests/window/WindowFixture.h"
 
+namespace vellomir {
+
 namespace {
 
 using Shortcuts = test::WindowTest;
@@ -49,3 +51,5 @@ TEST_F(Shortcuts, CloseShortcutWorksWithOpenSheet) {
 }
 
 } // namespace
+
+} // namespace vellomir

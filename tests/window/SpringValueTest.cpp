@@ -6,8 +6,9 @@
 
 #include <numbers>
 
+namespace vellomir {
+
 using testing::ElementsAre;
-using vellomir::SpringValue;
 
 namespace {
 
@@ -171,3 +172,5 @@ TEST_F(SpringValueTest, JumpDuringAnimationClearsVelocity) {
 }
 
 } // namespace
+
+} // namespace vellomir

@@ -9,8 +9,9 @@
 #include <filesystem>
 #include <gmock/gmock.h>
 
+namespace vellomir {
+
 using testing::Contains;
-using vellomir::ThumbnailProvider;
 namespace fs = std::filesystem;
 
 namespace {
@@ -100,7 +101,9 @@ TEST_F(ThumbnailProviderTest, LargeFilesHaveOrdinaryIcon) {
 
 TEST(PictureNames, MatchReadableFormats) {
     for (const char *const name : {"*.png", "*.jpg", "*.jpeg", "*.heic", "*.webp", "*.gif"})
-        EXPECT_THAT(vellomir::pictureNames(), Contains(QString::fromLatin1(name)));
+        EXPECT_THAT(pictureNames(), Contains(QString::fromLatin1(name)));
 }
 
 } // namespace
+
+} // namespace vellomir

@@ -7,6 +7,8 @@
 #include <QDragEnterEvent>
 #include <QMimeData>
 
+namespace vellomir {
+
 using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
@@ -86,7 +88,7 @@ protected:
 
 TEST_F(WholeJob, FromPackageToSavedCopy) {
     int croppers = 0;
-    QObject::connect(&state(), &vellomir::AppLaunchState::showImageCropperChanged, &window(),
+    QObject::connect(&state(), &AppLaunchState::showImageCropperChanged, &window(),
                      [&] { croppers += state().showImageCropper(); });
     choose("Notes.ipa");
     enterNumber("2");
@@ -134,7 +136,7 @@ TEST_F(WholeJob, ResultIsReadableByOtherPrograms) {
 TEST_F(WholeJob, SpinnerIsShownUntilTheEnd) {
     choose("Notes.ipa");
     std::vector<bool> spinning;
-    QObject::connect(&state(), &vellomir::AppLaunchState::isLoadingChanged, &window(),
+    QObject::connect(&state(), &AppLaunchState::isLoadingChanged, &window(),
                      [&] { spinning.push_back(isShown("spinner")); });
     doIt();
     EXPECT_THAT(spinning, ElementsAre(true, false));
@@ -362,3 +364,5 @@ TEST_F(WholeJob, DropOfOwnFilesIsRefused) {
 }
 
 } // namespace
+
+} // namespace vellomir

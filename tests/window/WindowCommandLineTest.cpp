@@ -6,9 +6,10 @@
 
 #include <gmock/gmock.h>
 
+namespace vellomir {
+
 using testing::HasSubstr;
 using testing::IsEmpty;
-using vellomir::ParsedCommandLine;
 
 namespace {
 
@@ -19,7 +20,7 @@ struct Outcome {
     std::string errors;
 };
 
-Outcome parse(const QStringList &arguments) {
+Outcome parseLine(const QStringList &arguments) {
     testing::internal::CaptureStdout();
     testing::internal::CaptureStderr();
     const auto parsed = vellomir::parse(QStringList{QStringLiteral("vellomir")} + arguments);
@@ -29,14 +30,14 @@ Outcome parse(const QStringList &arguments) {
 
 /// The path of the file that the argument refers to.
 std::string named(const QString &argument) {
-    const Outcome outcome = parse({argument});
+    const Outcome outcome = parseLine({argument});
     if (!outcome.parsed.options || outcome.parsed.options->files.size() != 1)
         return "none: " + outcome.errors;
     return outcome.parsed.options->files.front().toLocalFile().toStdString();
 }
 
 TEST(WindowCommandLine, FileIsOptional) {
-    const Outcome outcome = parse({});
+    const Outcome outcome = parseLine({});
     ASSERT_TRUE(outcome.parsed.options);
     EXPECT_THAT(outcome.parsed.options->files, IsEmpty());
     EXPECT_EQ(outcome.output + outcome.errors, "");
@@ -61,14 +62,14 @@ TEST(WindowCommandLine, FileMayBePathOrURL) {
 }
 
 TEST(WindowCommandLine, FileNameMayLookLikeOption) {
-    const Outcome outcome = parse({QStringLiteral("--"), QStringLiteral("/picked/-x.ipa")});
+    const Outcome outcome = parseLine({QStringLiteral("--"), QStringLiteral("/picked/-x.ipa")});
     ASSERT_TRUE(outcome.parsed.options);
     EXPECT_EQ(outcome.parsed.options->files.front().toLocalFile(),
               QStringLiteral("/picked/-x.ipa"));
 }
 
 TEST(WindowCommandLine, PrintsHelp) {
-    const Outcome outcome = parse({QStringLiteral("--help")});
+    const Outcome outcome = parseLine({QStringLiteral("--help")});
     EXPECT_FALSE(outcome.parsed.options);
     EXPECT_EQ(outcome.parsed.exitCode, 0);
     EXPECT_THAT(outcome.output, HasSubstr("package"));
@@ -77,14 +78,14 @@ TEST(WindowCommandLine, PrintsHelp) {
 }
 
 TEST(WindowCommandLine, PrintsVersion) {
-    const Outcome outcome = parse({QStringLiteral("--version")});
+    const Outcome outcome = parseLine({QStringLiteral("--version")});
     EXPECT_FALSE(outcome.parsed.options);
     EXPECT_EQ(outcome.parsed.exitCode, 0);
     EXPECT_EQ(outcome.output, "vellomir " VELLOMIR_VERSION "\n");
 }
 
 TEST(WindowCommandLine, UnknownOptionsAreRefused) {
-    const Outcome outcome = parse({QStringLiteral("--quickly")});
+    const Outcome outcome = parseLine({QStringLiteral("--quickly")});
     EXPECT_FALSE(outcome.parsed.options);
     EXPECT_EQ(outcome.parsed.exitCode, 2);
     EXPECT_THAT(outcome.errors, testing::StartsWith("vellomir: "));
@@ -93,10 +94,12 @@ TEST(WindowCommandLine, UnknownOptionsAreRefused) {
 }
 
 TEST(WindowCommandLine, TwoFilesAreRefused) {
-    const Outcome outcome = parse({QStringLiteral("a.ipa"), QStringLiteral("b.ipa")});
+    const Outcome outcome = parseLine({QStringLiteral("a.ipa"), QStringLiteral("b.ipa")});
     EXPECT_FALSE(outcome.parsed.options);
     EXPECT_EQ(outcome.parsed.exitCode, 2);
     EXPECT_EQ(outcome.errors, "vellomir: one package at a time\n");
 }
 
 } // namespace
+
+} // namespace vellomir

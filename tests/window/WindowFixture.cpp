@@ -7,7 +7,7 @@
 #include <algorithm>
 #include <stdexcept>
 
-namespace test {
+namespace vellomir::test {
 namespace {
 
 /// Milliseconds; only a failing test waits this long.
@@ -47,11 +47,11 @@ WindowTest::WindowTest(const QSize &size) {
 
 void WindowTest::open(const QSize &size) {
     app_.reset();
-    app_ = std::make_unique<vellomir::OrsantaVellomirApp>(
-        vellomir::OrsantaVellomirApp::Surroundings{.dataFolder = folder_.url("data"),
-                                                   .pickers = pickers_,
-                                                   .desktop = desktop_,
-                                                   .console = [](std::string_view) {}});
+    app_ = std::make_unique<OrsantaVellomirApp>(
+        OrsantaVellomirApp::Surroundings{.dataFolder = folder_.url("data"),
+                                         .pickers = pickers_,
+                                         .desktop = desktop_,
+                                         .console = [](std::string_view) {}});
     app_->motion().setReduced(true);
     window().resize(size);
     window().show();
@@ -223,4 +223,4 @@ void WindowTest::swipe(const QPointF &from, const QPointF &to) {
     }));
 }
 
-} // namespace test
+} // namespace vellomir::test

@@ -15,7 +15,7 @@
 #include <string>
 #include <vector>
 
-namespace test {
+namespace vellomir::test {
 
 /// The displayed text, without markup.
 [[nodiscard]] std::string plainText(const QQuickItem &text);
@@ -33,8 +33,8 @@ protected:
     void open(const QSize &size = {390, 844});
 
     [[nodiscard]] QQuickWindow &window() { return app_->window(); }
-    [[nodiscard]] vellomir::AppLaunchView &view() { return app_->view(); }
-    [[nodiscard]] vellomir::AppLaunchState &state() { return app_->state(); }
+    [[nodiscard]] AppLaunchView &view() { return app_->view(); }
+    [[nodiscard]] AppLaunchState &state() { return app_->state(); }
     [[nodiscard]] QString file(const char *name) const {
         return QString::fromStdString((folder_ / name).string());
     }
@@ -103,11 +103,11 @@ protected:
     TemporaryFolder folder_;
     FakePickers pickers_;
     FakeDesktop desktop_;
-    std::unique_ptr<vellomir::OrsantaVellomirApp> app_;
+    std::unique_ptr<OrsantaVellomirApp> app_;
 
 private:
     std::unique_ptr<QPointingDevice> finger_{QTest::createTouchDevice()};
     int lines_ = 0; ///< appended to the log
 };
 
-} // namespace test
+} // namespace vellomir::test

@@ -6,14 +6,14 @@
 #include <iostream>
 #include <string>
 
-using archive::Archive;
-using archive::CompressionMethod;
-using archive::Data;
-using archive::Date;
-using archive::Entry;
-using archive::FileManager;
-using archive::Progress;
-using archive::URL;
+using vellomir::archive::Archive;
+using vellomir::archive::CompressionMethod;
+using vellomir::archive::Data;
+using vellomir::archive::Date;
+using vellomir::archive::Entry;
+using vellomir::archive::FileManager;
+using vellomir::archive::Progress;
+using vellomir::archive::URL;
 using AccessMode = Archive::AccessMode;
 
 namespace {
@@ -64,7 +64,7 @@ void cancel() {
     try {
         opened->extract(entry, [](std::span<const std::byte>) {}, {.progress = progress});
         require(false, "the operation is cancelled");
-    } catch (const archive::Error &error) {
+    } catch (const vellomir::archive::Error &error) {
         require(error.code() == Archive::ArchiveError::cancelledOperation, "the code tells");
         require(error.name() == "ArchiveError.cancelledOperation", "the name tells");
     }
@@ -85,7 +85,7 @@ void unpack() {
         FileManager().unzipItem(URL::file("missing.zip"), URL::folder("unpacked"));
         require(false, "there is no such archive");
     } catch (const std::system_error &error) {
-        require(error.code() == archive::FileError::fileReadNoSuchFile, "the code tells");
+        require(error.code() == vellomir::archive::FileError::fileReadNoSuchFile, "the code tells");
     }
 }
 

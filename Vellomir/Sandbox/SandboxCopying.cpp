@@ -1,0 +1,65 @@
+// SandboxFiles::copyIn.
+
+#include "Vellomir/Sandbox/SandboxFiles.h"
+#include "Vellomir/Sandbox/SandboxPath.h"
+#include "archive/Archive.h"
+#include "files/Error.h"
+#include "files/FileCopy.h"
+#include "files/WholeFile.h"
+
+#include <cerrno>
+
+namespace vellomir {
+namespace {
+
+using archive::URL;
+
+OpenFile openSource(const std::string &path, archive::Progress *progress) {
+    FileDescriptor source(::open(path.c_str(), wholeFileFlags));
+    const std::uint64_t size = regularFileSize(source, path);
+    if (progress != nullptr)
+        progress->setTotalUnitCount(static_cast<std::int64_t>(size));
+    return {std::move(source), path};
+}
+
+BeforeChunk counting(archive::Progress *progress, const std::string &path) {
+    if (progress == nullptr)
+        return nullptr;
+    return [progress, path](std::size_t copied) {
+        if (copied > 0)
+            progress->addCompletedUnitCount(static_cast<std::int64_t>(copied));
+        if (progress->isCancelled())
+            throw Error(archive::Archive::ArchiveError::cancelledOperation,
+                                 {.path = path});
+    };
+}
+
+/// Removes what was copied if that fails.
+void copyTo(const SandboxPlace &place, const std::string &path, const OpenFile &source,
+            const BeforeChunk &beforeChunk) {
+    OpenFile target{{}, path};
+    target.descriptor =
+        FileDescriptor(::openat(place.folder.get(), place.name.c_str(),
+                                O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
+    if (!target.descriptor.isOpen())
+        throw writeError(path, errno);
+    try {
+        copyContent(source, target, beforeChunk);
+        if (::close(target.descriptor.release()) != 0 && errno != EINTR)
+            throw writeError(path, errno);
+    } catch (...) {
+        ::unlinkat(place.folder.get(), place.name.c_str(), 0);
+        throw;
+    }
+}
+
+} // namespace
+
+void SandboxFiles::copyIn(const URL &from, const URL &to, const ProgressPointer &progress) const {
+    // The source first: it stays readable even if it is what has to make room.
+    const OpenFile source = openSource(from.path(), progress.get());
+    removeIfThere(to);
+    copyTo(SandboxPath::item(root_, to), to.path(), source, counting(progress.get(), source.path));
+}
+
+} // namespace vellomir

@@ -1,0 +1,73 @@
+#pragma once
+
+#include "archive/Data.h"
+#include "archive/Progress.h"
+#include "archive/URL.h"
+#include "files/FileDescriptor.h"
+#include "files/FolderItems.h"
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace vellomir {
+
+/// Files below one root folder, and nowhere else: names are walked one by one from the root, links
+/// are followed only as far as they stay below it, and what leads out is refused with
+/// `FileError::fileReadInvalidFileName`. All errors are `FileError`s with the path.
+///
+/// No state but the root; any thread. Trees may be of any depth.
+class SandboxFiles {
+public:
+    using ProgressPointer = std::shared_ptr<archive::Progress>;
+
+    /// The root must exist and be no link; links in its path must lead to it always. `list` lists
+    /// the folders of a search.
+    explicit SandboxFiles(archive::URL root, ListFolder list = folderItems);
+
+    /// Throws if nothing is there, or only a link that dangles or leads out.
+    void requireItem(const archive::URL &url) const;
+    /// The same, and throws for a folder.
+    void requireFile(const archive::URL &url) const;
+    /// Whether a folder is there; false for a link to one.
+    [[nodiscard]] bool isFolder(const archive::URL &url) const;
+    /// The same place without links in the folders of its path. The item need not exist.
+    [[nodiscard]] archive::URL withoutLinks(const archive::URL &url) const;
+    /// A whole file. More than `limit` bytes: `FileError::fileReadTooLarge`.
+    [[nodiscard]] archive::Data read(const archive::URL &url, std::size_t limit) const;
+    /// Replaces the content of a file in place, which keeps its mode. A missing file is made with
+    /// the mode 0644.
+    void write(const archive::URL &url, std::span<const std::byte> content) const;
+
+    /// The folder and all missing ones above it; an existing folder is welcome.
+    void createFolder(const archive::URL &url) const;
+    /// Copies a regular file from anywhere to a new one inside, in the place of whatever is there.
+    /// What was copied is removed again if that fails. Throws `ArchiveError::cancelledOperation`
+    /// when the progress is cancelled.
+    void copyIn(const archive::URL &from, const archive::URL &to,
+                const ProgressPointer &progress) const;
+    /// Moves an item; nothing is overwritten. A link moves itself.
+    void move(const archive::URL &from, const archive::URL &to) const;
+    /// Removes an item with everything in it, folders without write permission too. A link goes
+    /// itself, not what it leads to.
+    void remove(const archive::URL &url) const;
+    /// The same, content with finding nothing there.
+    void removeIfThere(const archive::URL &url) const;
+
+    /// The direct children, in the order of the file system.
+    [[nodiscard]] std::vector<archive::URL> children(const archive::URL &folder) const;
+    /// The first item below the folder that passes the test, a folder before its content, otherwise
+    /// in the order of `sortForWalk`. Links are reported and not entered; what cannot be
+    /// read is skipped.
+    [[nodiscard]] std::optional<archive::URL>
+    findFirst(const archive::URL &folder,
+              const std::function<bool(const archive::URL &)> &test) const;
+
+private:
+    archive::URL root_;
+    ListFolder list_;
+};
+
+} // namespace vellomir

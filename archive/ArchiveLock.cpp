@@ -1,0 +1,116 @@
+#include "archive/ArchiveLock.h"
+
+#include "archive/Archive.h"
+#include "archive/Error.h"
+#include "files/FileLock.h"
+
+#include <cerrno>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <thread>
+
+namespace vellomir::archive {
+namespace {
+
+using ArchiveError = Archive::ArchiveError;
+using std::chrono::steady_clock;
+
+constexpr std::chrono::milliseconds pause{20};
+
+Error inUse(const std::string &path, int descriptor) {
+    std::string text = "The archive is in use by ";
+    if (const auto process = lockHolder(descriptor))
+        text += programName(*process) + " (process " + std::to_string(*process) + ")";
+    else
+        text += "another program";
+    return Error(ArchiveError::unwritableArchive, {.path = path, .detail = std::move(text)});
+}
+
+Error replaced(const std::string &path) {
+    return Error(ArchiveError::unwritableArchive,
+                 {.path = path, .detail = "Another file has taken the archive's place meanwhile"});
+}
+
+int openFlags(const FilePlace &place) {
+    return O_RDWR | O_CLOEXEC | O_NONBLOCK | (place.folder == AT_FDCWD ? 0 : O_NOFOLLOW);
+}
+
+FileDescriptor openLockedAt(const FilePlace &place, const std::function<FileDescriptor()> &open,
+                            const LockWait &wait) {
+    const auto deadline = steady_clock::now() + wait.patience;
+    for (;;) {
+        const bool isLast = steady_clock::now() >= deadline;
+        FileDescriptor file = open();
+        const LockAttempt attempt = tryToLock(file.get());
+        // A lock on a file that was replaced meanwhile does not keep others out of the new one.
+        if (attempt == LockAttempt::unsupported ||
+            (attempt == LockAttempt::locked && isFileAt(place, file.get())))
+            return file;
+        if (isLast)
+            throw inUse(place.path, file.get());
+        if (wait.whileWaiting)
+            wait.whileWaiting();
+        if (attempt == LockAttempt::taken)
+            std::this_thread::sleep_for(pause);
+    }
+}
+
+} // namespace
+
+void requireSameFile(const std::string &path, int descriptor) {
+    if (!FileIdentity(path).isSameFile(FileIdentity(descriptor, path)))
+        throw replaced(path);
+}
+
+void requireUnchanged(const std::string &path, const FileIdentity &expected) {
+    requireUnchanged(placeAt(path), expected);
+}
+
+void requireUnchanged(const FilePlace &place, const FileIdentity &expected) {
+    const FileIdentity found(place);
+    if (!found.isSameFile(expected))
+        throw replaced(place.path);
+    if (found != expected)
+        throw Error(
+            ArchiveError::unwritableArchive,
+            {.path = place.path, .detail = "Another program has changed the archive meanwhile"});
+}
+
+FileDescriptor openLocked(const std::string &path, const std::function<FileDescriptor()> &open,
+                          const LockWait &wait) {
+    return openLockedAt(placeAt(path), open, wait);
+}
+
+FileDescriptor openLockedForUpdate(const std::string &path, const LockWait &wait) {
+    return openLockedForUpdate(placeAt(path), wait);
+}
+
+FileDescriptor openLockedForUpdate(const FilePlace &place, const LockWait &wait) {
+    const auto open = [&] {
+        FileDescriptor file(::openat(place.folder, place.name.c_str(), openFlags(place)));
+        struct stat status {};
+        const bool isKnown = file.isOpen() && ::fstat(file.get(), &status) == 0;
+        if (isKnown ? !S_ISREG(status.st_mode) : errno == EISDIR)
+            throw Error(ArchiveError::unwritableArchive,
+                        {.path = place.path, .detail = "This is not a regular file"});
+        if (!isKnown)
+            throw writeError(place.path, errno);
+        return file;
+    };
+    return openLockedAt(place, open, wait);
+}
+
+HeldFile::HeldFile(FilePlace place, const LockWait &wait)
+    : place_(std::move(place)), descriptor_(openLockedForUpdate(place_, wait)),
+      identity_(descriptor_.get(), place_.path) {}
+
+HeldFile::HeldFile(const std::string &path, const LockWait &wait) : HeldFile(placeAt(path), wait) {}
+
+FileDescriptor HeldFile::fromStart() const {
+    FileDescriptor copy(::fcntl(descriptor_.get(), F_DUPFD_CLOEXEC, 0));
+    if (!copy.isOpen() || ::lseek(copy.get(), 0, SEEK_SET) != 0)
+        throw readError(place_.path, errno);
+    return copy;
+}
+
+} // namespace vellomir::archive

@@ -14,6 +14,7 @@ using testing::HasSubstr;
 using testing::Not;
 using testing::StartsWith;
 namespace fs = std::filesystem;
+
 namespace {
 
 class ShareSheet : public test::WindowTest {

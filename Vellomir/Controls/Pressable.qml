@@ -14,6 +14,7 @@ T.Button {
     implicitWidth: implicitContentWidth + leftPadding + rightPadding
     implicitHeight: implicitContentHeight + topPadding + bottomPadding
 
+    Accessible.name: text
     // Qt does not report the disabled state of these items to assistive programs.
     Accessible.description: enabled ? "" : "Not available now"
 

@@ -13,9 +13,19 @@ T.Dialog {
         onActivated: popup.parent.Window.window.close()
     }
 
+    // Qt gives a dialog its role for assistive programs, but not its name.
+    function updateAccessibleName(): void {
+        contentItem.parent.Accessible.name = title;
+    }
+
     parent: T.Overlay.overlay
     modal: true
     focus: true
+    onAboutToShow: updateAccessibleName()
+    onTitleChanged: {
+        if (visible)
+            updateAccessibleName();
+    }
 
     T.Overlay.modal: Rectangle {
         color: Style.faded(Style.black, 0.6)

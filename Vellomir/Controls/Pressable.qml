@@ -14,8 +14,12 @@ T.Button {
     implicitWidth: implicitContentWidth + leftPadding + rightPadding
     implicitHeight: implicitContentHeight + topPadding + bottomPadding
 
+    // Qt's button has only its role. It passes on no press, and is never reported as disabled.
     Accessible.name: text
-    // Qt does not report the disabled state of these items to assistive programs.
+    Accessible.onPressAction: {
+        if (enabled)
+            clicked();
+    }
     Accessible.description: enabled ? "" : "Not available now"
 
     Keys.onPressed: event => {

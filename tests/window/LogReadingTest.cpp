@@ -117,13 +117,15 @@ TEST_F(LogReading, DraggedScrollBarStaysUnderPointer) {
 
 TEST_F(LogReading, ScrollBarIsHiddenWhileLogFits) {
     appendLines(2);
-    const QRectF box = placeOf(panel());
-    EXPECT_FALSE(
-        draw().hasInk({box.right() - 12, box.top() + 10, 12, box.height() - 20}, logPanel));
+    const auto isShown = [this] {
+        const QRectF lines = placeOf(text("Line 1")).united(placeOf(text("Line 2")));
+        return draw().hasInk({placeOf(panel()).right() - 12, lines.top(), 12, lines.height()},
+                             logPanel);
+    };
+    EXPECT_FALSE(isShown());
     appendLines(60);
-    const QRectF full = placeOf(panel());
-    EXPECT_TRUE(
-        draw().hasInk({full.right() - 12, full.top() + 10, 12, full.height() - 20}, logPanel));
+    panel().setProperty("contentY", 0);
+    EXPECT_TRUE(isShown());
 }
 
 // --- The upper edge -----------------------------------------------------------------------------

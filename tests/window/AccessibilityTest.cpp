@@ -89,13 +89,6 @@ protected:
         actions->doAction(QAccessibleActionInterface::pressAction());
         settle();
     }
-
-    void openShareSheet() {
-        test::writeFile(folder_ / "Notes2.ipa", std::string(2500, 'x'));
-        view().modifiedFileURL.set(folder_.url("Notes2.ipa"));
-        view().showShareSheet.set(true);
-        settle();
-    }
 };
 
 INSTANTIATE_TEST_SUITE_P(BeforeAndAfterTheWindow, Accessibility, testing::Bool(),

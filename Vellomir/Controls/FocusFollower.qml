@@ -1,6 +1,6 @@
 import QtQuick
 
-// Scrolls the item with the keyboard's focus into view.
+// Scrolls the item with the keyboard's focus into view. No control of Qt does that.
 QtObject {
     id: follower
 

@@ -3,7 +3,8 @@ import QtQuick.Templates as T
 import Vellomir
 
 // A page that slides over the main screen from below. Escape, a press beside it and a swipe down
-// from its upper edge close it.
+// from its upper edge close it. Not a Drawer: that is no dialog with a title, and closes only after
+// a swipe over almost a third of its height.
 ModalPopup {
     id: sheet
 

@@ -14,14 +14,13 @@ T.Button {
     implicitWidth: implicitContentWidth + leftPadding + rightPadding
     implicitHeight: implicitContentHeight + topPadding + bottomPadding
 
-    Accessible.role: Accessible.Button
+    // Qt's button has only its role. It passes on no press, and is never reported as disabled.
     Accessible.name: text
-    // Qt does not report the disabled state of these items to assistive programs.
-    Accessible.description: enabled ? "" : "Not available now"
     Accessible.onPressAction: {
         if (enabled)
             clicked();
     }
+    Accessible.description: enabled ? "" : "Not available now"
 
     Keys.onPressed: event => {
         if ((event.key === Qt.Key_Return || event.key === Qt.Key_Enter) && !event.isAutoRepeat) {

@@ -2,6 +2,7 @@ import QtQuick
 import Vellomir
 
 // A circle of spokes: work is in progress. With reduced motion it fades instead of turning.
+// Not a BusyIndicator: its template draws nothing, and the text beside it needs no second role.
 Item {
     id: indicator
 

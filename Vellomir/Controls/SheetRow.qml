@@ -10,12 +10,22 @@ Pressable {
 
     padding: Style.padding
     font: Style.body
-    opacity: enabled ? 1 : 0.4
 
-    contentItem: SheetRowLabel {
-        symbol: control.symbol
+    contentItem: Text {
+        leftPadding: 22 + Style.spacing
         text: control.text
+        color: Style.white
         font: control.font
+        textFormat: Text.PlainText
+        verticalAlignment: Text.AlignVCenter
+        wrapMode: Text.WordWrap
+        Accessible.ignored: true // The row has the same name.
+
+        SymbolImage {
+            anchors.verticalCenter: parent.verticalCenter
+            symbol: control.symbol
+            size: 22
+        }
     }
 
     background: Rectangle {

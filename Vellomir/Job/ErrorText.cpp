@@ -7,7 +7,6 @@
 namespace vellomir {
 namespace {
 
-
 struct SameReason {
     FileError code;
     int systemError;
@@ -40,6 +39,11 @@ std::string errorText(const std::exception &error, const Renaming &rename) {
         context.systemError = 0;
     rename(context);
     return Error(known->code(), std::move(context)).what();
+}
+
+std::string rawText(const std::exception &error, const std::string &description) {
+    const auto *known = dynamic_cast<const Error *>(&error);
+    return (known == nullptr ? std::string() : known->name() + ": ") + description;
 }
 
 } // namespace vellomir

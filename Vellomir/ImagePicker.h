@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Vellomir/Concurrency/Property.h"
-#include "Vellomir/ContentView/PresentationMode.h"
+#include "Vellomir/PresentationMode.h"
 #include "Vellomir/Pictures/Picture.h"
 
 #include <memory>

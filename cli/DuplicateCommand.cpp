@@ -29,12 +29,14 @@ std::optional<Picture> readIcon(const DuplicateOptions &options, const Session &
 }
 
 /// Returns null if the file cannot be opened as an archive. Throws `Interrupted`.
-std::unique_ptr<Archive> openPackage(const std::string &path, Session &session) try {
-    return Archive::open(URL::file(path), Archive::AccessMode::read, std::nullopt,
-                         session.progress());
-} catch (const Error &) {
-    Interruption::throwIfInterrupted();
-    return nullptr;
+std::unique_ptr<Archive> openPackage(const std::string &path, Session &session) {
+    try {
+        return Archive::open(URL::file(path), Archive::AccessMode::read, std::nullopt,
+                             session.progress());
+    } catch (const Error &) {
+        Interruption::throwIfInterrupted();
+        return nullptr;
+    }
 }
 
 /// The job unpacks into a folder with the package's name without its extension, beside a copy of
@@ -70,7 +72,7 @@ std::optional<std::string> examinePackage(const DuplicateOptions &options, Warni
 
 void examineCopy(const JobRun &job, Warnings &warnings) {
     const auto copy = Archive::open(*job.result(), Archive::AccessMode::read);
-    for (const std::string &warning : warningsAbout(job.log(), CopyContents::of(*copy)))
+    for (const std::string &warning : warningsAbout(job.complaints(), CopyContents::of(*copy)))
         warnings.add(warning);
 }
 
@@ -112,9 +114,9 @@ Outcome finish(const JobRun &job, const WorkingFolder &folder, const Destination
                const DuplicateOptions &options, Warnings &warnings) {
     if (!job.result()) {
         warnings.tellHeldBack();
-        return {std::nullopt, job.errorMessage(), job.reason()};
+        return {std::nullopt, job.summary(), reasonOf(job.failure())};
     }
-    if (auto lost = lostPayload(job.log())) {
+    if (auto lost = lostPayload(job.complaints())) {
         warnings.tellHeldBack();
         return {std::nullopt, *lost, *lost};
     }
@@ -135,8 +137,8 @@ Outcome finish(const JobRun &job, const WorkingFolder &folder, const Destination
 Outcome runJob(const DuplicateOptions &options, const Destination &destination,
                const std::optional<Picture> &icon, Warnings &warnings, Session &session) {
     const WorkingFolder folder = makeWorkingFolder(destination.folder);
-    JobRun job(folder, options, session);
-    job.run(icon);
+    JobRun job(folder, options, icon, session);
+    job.run();
     Interruption::throwIfInterrupted();
     Outcome outcome = finish(job, folder, destination, options, warnings);
     outcome.log = job.log();

@@ -2,7 +2,7 @@
 
 #include "archive/FileManager.h"
 #include "cli/Commands.h"
-#include "tests/Vellomir/JobFixture.h"
+#include "tests/Job/Packages.h"
 #include "tests/faults/FaultRuns.h"
 
 #include <cstdio>

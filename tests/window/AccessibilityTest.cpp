@@ -1,6 +1,6 @@
 // What assistive programs can read and do.
 
-#include "tests/Vellomir/JobFixture.h"
+#include "tests/Job/Packages.h"
 #include "tests/window/WindowFixture.h"
 
 #include <QAccessible>

@@ -1,6 +1,6 @@
 // The looks of controls that are disabled, pressed, hovered or double-clicked.
 
-#include "tests/Vellomir/JobFixture.h"
+#include "tests/Job/Packages.h"
 #include "tests/window/WindowFixture.h"
 
 namespace vellomir {

@@ -3,7 +3,7 @@
 #include "tests/window/WindowFixture.h"
 
 #include "Vellomir/Window/Fonts.h"
-#include "tests/Vellomir/JobFixture.h"
+#include "tests/Job/Packages.h"
 
 namespace vellomir {
 

@@ -1,6 +1,6 @@
 // The window, used with the keyboard only.
 
-#include "tests/Vellomir/JobFixture.h"
+#include "tests/Job/Packages.h"
 #include "tests/window/WindowFixture.h"
 
 namespace vellomir {

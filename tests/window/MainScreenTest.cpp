@@ -1,6 +1,6 @@
 // The main screen: its contents and its controls.
 
-#include "tests/Vellomir/JobFixture.h"
+#include "tests/Job/Packages.h"
 #include "tests/window/WindowFixture.h"
 
 #include <QClipboard>

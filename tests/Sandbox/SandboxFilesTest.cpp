@@ -62,7 +62,7 @@ protected:
 
 // --- The sandbox itself -----------------------------------------------------------------------
 
-TEST_F(SandboxFilesTest, TheSandboxMakesItsFoldersForTheOwnerOnly) {
+TEST_F(SandboxFilesTest, SandboxFoldersAreForOwnerOnly) {
     const Sandbox sandbox(folder_.url("new/er/box"));
     for (const fs::path &path :
          {folder_ / "new/er/box", folder_ / "new/er/box/Documents", folder_ / "new/er/box/tmp"})
@@ -71,13 +71,13 @@ TEST_F(SandboxFilesTest, TheSandboxMakesItsFoldersForTheOwnerOnly) {
     EXPECT_EQ(sandbox.temporaryFolder().path(), folder_ / "new/er/box/tmp");
 }
 
-TEST_F(SandboxFilesTest, TheSandboxKeepsWhatIsThere) {
+TEST_F(SandboxFilesTest, SandboxKeepsExistingFiles) {
     test::writeFile(box("Documents/x"), "x");
     const Sandbox again(folder_.url("box"));
     EXPECT_EQ(test::readFile(box("Documents/x")), "x");
 }
 
-TEST_F(SandboxFilesTest, TheSandboxRefusesFoldersThatAreLinksOrFiles) {
+TEST_F(SandboxFilesTest, SandboxRefusesLinksAndFilesAsFolders) {
     fs::create_directories(folder_ / "linked");
     fs::create_directory_symlink(outside(), folder_ / "linked/Documents");
     EXPECT_THROW(Sandbox(folder_.url("linked")), Error);
@@ -85,14 +85,14 @@ TEST_F(SandboxFilesTest, TheSandboxRefusesFoldersThatAreLinksOrFiles) {
     EXPECT_THROW(Sandbox(folder_.url("filed")), Error);
 }
 
-TEST_F(SandboxFilesTest, TheSandboxResolvesLinksToItsRoot) {
+TEST_F(SandboxFilesTest, SandboxResolvesLinksToRoot) {
     fs::create_directory_symlink(folder_ / "box", folder_ / "alias");
     EXPECT_EQ(Sandbox(folder_.url("alias")).root(), sandbox_.root());
 }
 
 // --- Walls ------------------------------------------------------------------------------------
 
-TEST_F(SandboxFilesTest, ItemsAreReachedThroughLinksThatStayInside) {
+TEST_F(SandboxFilesTest, LinksInsideAreFollowed) {
     link("in/relative", "side/../a.txt");
     link("absolute", box("in").string());
     link("chain", "absolute/relative");
@@ -101,7 +101,7 @@ TEST_F(SandboxFilesTest, ItemsAreReachedThroughLinksThatStayInside) {
         EXPECT_EQ(files_.read(url(path), 100).text(), "a") << path;
 }
 
-TEST_F(SandboxFilesTest, NothingIsReadOrWrittenOutside) {
+TEST_F(SandboxFilesTest, NothingOutsideIsReadOrWritten) {
     link("up", "../outside/secret.txt");
     link("absolute", outside("secret.txt"));
     link("folder", outside());
@@ -138,21 +138,21 @@ TEST_F(SandboxFilesTest, NothingIsReadOrWrittenOutside) {
     EXPECT_FALSE(fs::exists(outside("new")));
 }
 
-TEST_F(SandboxFilesTest, ANeighbourWithTheRootsNameInFrontIsOutside) {
+TEST_F(SandboxFilesTest, FolderWithRootNameAsPrefixIsOutside) {
     test::writeFile(folder_ / "boxer/x", "x");
     EXPECT_THROW(files_.requireItem(folder_.url("boxer/x")), Error);
     link("sly", folder_ / "boxer/x");
     EXPECT_THROW(files_.requireItem(url("sly")), Error);
 }
 
-TEST_F(SandboxFilesTest, LinksThatLeadInACircleEnd) {
+TEST_F(SandboxFilesTest, CircularLinksAreRefused) {
     link("one", "two");
     link("two", "one");
     EXPECT_THROW(files_.requireItem(url("one")), Error);
     EXPECT_NO_THROW(files_.remove(url("one")));
 }
 
-TEST_F(SandboxFilesTest, ItemsWithoutANameOfTheirOwnAreNeitherMadeNorRemoved) {
+TEST_F(SandboxFilesTest, PathsWithoutOwnNameAreRefused) {
     for (const char *path : {"", ".", "..", "in/.", "in/..", "in/side/../.."}) {
         const URL place("file", box("").string() + "/" + path);
         EXPECT_EQ(errorOf([&] { files_.remove(place); }), FileError::fileReadInvalidFileName)
@@ -162,7 +162,7 @@ TEST_F(SandboxFilesTest, ItemsWithoutANameOfTheirOwnAreNeitherMadeNorRemoved) {
 }
 
 /// The names above are walked again for every "..".
-TEST_F(SandboxFilesTest, LinksThatTakeTooManyStepsAreRefused) {
+TEST_F(SandboxFilesTest, TooManyLinksAreRefused) {
     std::string down;
     std::string up;
     for (int depth = 1; depth <= 300; ++depth) {
@@ -182,7 +182,7 @@ TEST_F(SandboxFilesTest, LinksThatTakeTooManyStepsAreRefused) {
     }
 }
 
-TEST_F(SandboxFilesTest, APlaceIsToldWithoutTheLinksOnTheWay) {
+TEST_F(SandboxFilesTest, PathWithoutLinksIsReturned) {
     link("alias", "in");
     link("in/last", "a.txt");
     EXPECT_EQ(files_.withoutLinks(url("alias/side/../new")), url("in/new"));
@@ -214,14 +214,14 @@ TEST_F(SandboxFilesTest, OnlyFilesAreReadAndWritten) {
               FileError::fileReadNoSuchFile);
 }
 
-TEST_F(SandboxFilesTest, LargerFilesThanTheLimitAreNotRead) {
+TEST_F(SandboxFilesTest, FilesAboveLimitAreNotRead) {
     files_.write(url("four"), bytes("1234"));
     EXPECT_EQ(files_.read(url("four"), 4).text(), "1234");
     EXPECT_EQ(errorOf([&] { static_cast<void>(files_.read(url("four"), 3)); }),
               FileError::fileReadTooLarge);
 }
 
-TEST_F(SandboxFilesTest, FoldersAreMadeWithAllAboveThem) {
+TEST_F(SandboxFilesTest, MissingParentFoldersAreMade) {
     files_.createFolder(url("x/y/z"));
     EXPECT_TRUE(fs::is_directory(box("x/y/z")));
     EXPECT_NO_THROW(files_.createFolder(url("x/y/z")));
@@ -232,7 +232,7 @@ TEST_F(SandboxFilesTest, FoldersAreMadeWithAllAboveThem) {
 
 // --- Copying ----------------------------------------------------------------------------------
 
-TEST_F(SandboxFilesTest, AFileFromOutsideIsCopiedWhateverItsSize) {
+TEST_F(SandboxFilesTest, CopiesFilesOfAnySizeFromOutside) {
     for (const std::size_t size : {0U, 1U, 100'000U, 20'000'000U}) {
         const std::string content = test::randomText(size);
         test::writeFile(outside("large"), content);
@@ -241,7 +241,7 @@ TEST_F(SandboxFilesTest, AFileFromOutsideIsCopiedWhateverItsSize) {
     }
 }
 
-TEST_F(SandboxFilesTest, TheSourceOfACopyMayBeALinkAndTheTargetMayNot) {
+TEST_F(SandboxFilesTest, CopySourceMayBeLink) {
     link("source", outside("secret.txt"));
     link("in/target", outside("secret.txt"));
     files_.copyIn(url("source"), url("in/target"), nullptr);
@@ -249,12 +249,12 @@ TEST_F(SandboxFilesTest, TheSourceOfACopyMayBeALinkAndTheTargetMayNot) {
     EXPECT_FALSE(fs::is_symlink(box("in/target")));
 }
 
-TEST_F(SandboxFilesTest, ACopyTakesThePlaceOfWhateverIsThere) {
+TEST_F(SandboxFilesTest, CopyReplacesExistingItem) {
     files_.copyIn(URL::file(outside("secret.txt")), url("in"), nullptr);
     EXPECT_EQ(test::readFile(box("in")), "secret");
 }
 
-TEST_F(SandboxFilesTest, AFileMayBeCopiedOntoItself) {
+TEST_F(SandboxFilesTest, FileMayBeCopiedOntoItself) {
     files_.copyIn(url("in/a.txt"), url("in/a.txt"), nullptr);
     EXPECT_EQ(test::readFile(box("in/a.txt")), "a");
 }
@@ -270,7 +270,7 @@ TEST_F(SandboxFilesTest, OnlyFilesAreCopied) {
     }
 }
 
-TEST_F(SandboxFilesTest, ACopyCountsAndStopsWhenItIsCancelled) {
+TEST_F(SandboxFilesTest, CopyCountsProgressAndStopsWhenCancelled) {
     test::writeFile(outside("large"), test::randomText(20'000'000));
     const auto progress = Progress::make();
     std::vector<std::int64_t> counts;
@@ -290,7 +290,7 @@ TEST_F(SandboxFilesTest, ACopyCountsAndStopsWhenItIsCancelled) {
     EXPECT_FALSE(fs::exists(box("copy"))) << "half a copy is of no use";
 }
 
-TEST_F(SandboxFilesTest, ACopyThatDoesNotFitIsRemovedAgain) {
+TEST_F(SandboxFilesTest, FailedCopyIsRemoved) {
     test::writeFile(outside("large"), std::string(1'000'000, 'x'));
     const auto code = [&] {
         const test::FileSizeLimit limit(4096);
@@ -304,14 +304,14 @@ TEST_F(SandboxFilesTest, ACopyThatDoesNotFitIsRemovedAgain) {
 
 // --- Moving -----------------------------------------------------------------------------------
 
-TEST_F(SandboxFilesTest, AFolderMovesWithAllItHolds) {
+TEST_F(SandboxFilesTest, FolderMovesWithContents) {
     files_.createFolder(url("to"));
     files_.move(url("in"), url("to/here"));
     EXPECT_EQ(test::readFile(box("to/here/a.txt")), "a");
     EXPECT_FALSE(fs::exists(box("in")));
 }
 
-TEST_F(SandboxFilesTest, NothingIsOverwrittenByAMove) {
+TEST_F(SandboxFilesTest, MoveOverwritesNothing) {
     files_.createFolder(url("empty"));
     EXPECT_EQ(errorOf([&] { files_.move(url("in"), url("empty")); }),
               FileError::fileWriteFileExists);
@@ -321,13 +321,13 @@ TEST_F(SandboxFilesTest, NothingIsOverwrittenByAMove) {
     EXPECT_EQ(test::readFile(box("in/a.txt")), "a");
 }
 
-TEST_F(SandboxFilesTest, ALinkMovesItself) {
+TEST_F(SandboxFilesTest, LinkIsMovedItself) {
     link("alias", outside());
     files_.move(url("alias"), url("in/alias"));
     EXPECT_EQ(fs::read_symlink(box("in/alias")), outside());
 }
 
-TEST_F(SandboxFilesTest, AFolderThatMayNotBeWrittenMovesAndKeepsItsMode) {
+TEST_F(SandboxFilesTest, ReadOnlyFolderMovesAndKeepsMode) {
     files_.createFolder(url("from/packed/deep"));
     files_.createFolder(url("to"));
     ::chmod(box("from/packed").c_str(), 0555);
@@ -340,7 +340,7 @@ TEST_F(SandboxFilesTest, AFolderThatMayNotBeWrittenMovesAndKeepsItsMode) {
 
 // --- Trees ------------------------------------------------------------------------------------
 
-TEST_F(SandboxFilesTest, ATreeIsRemovedAndLinksInItAreNotFollowed) {
+TEST_F(SandboxFilesTest, RemovalDoesNotFollowLinks) {
     link("in/alias", outside());
     link("in/side/file", outside("secret.txt"));
     files_.remove(url("in"));
@@ -348,14 +348,14 @@ TEST_F(SandboxFilesTest, ATreeIsRemovedAndLinksInItAreNotFollowed) {
     EXPECT_EQ(test::readFile(outside("secret.txt")), "secret");
 }
 
-TEST_F(SandboxFilesTest, ALinkToAFolderIsRemovedAlone) {
+TEST_F(SandboxFilesTest, RemovedLinkKeepsItsFolder) {
     link("alias", "in");
     files_.remove(url("alias"));
     EXPECT_EQ(test::readFile(box("in/a.txt")), "a");
     EXPECT_FALSE(fs::is_symlink(box("alias")));
 }
 
-TEST_F(SandboxFilesTest, FoldersWithoutRightsAreRemovedToo) {
+TEST_F(SandboxFilesTest, FoldersWithoutPermissionsAreRemoved) {
     for (const mode_t mode : {0U, 0400U, 0500U, 0100U, 0200U}) {
         test::writeFile(box("tree/a/b/c.txt"), "c");
         for (const char *path : {"tree/a/b", "tree/a", "tree"})
@@ -365,7 +365,7 @@ TEST_F(SandboxFilesTest, FoldersWithoutRightsAreRemovedToo) {
     }
 }
 
-TEST_F(SandboxFilesTest, RemovingWhatIsNotThereFailsUnlessThatIsWelcome) {
+TEST_F(SandboxFilesTest, RemovingMissingItemFailsUnlessAllowed) {
     EXPECT_EQ(errorOf([&] { files_.remove(url("none")); }), FileError::fileReadNoSuchFile);
     EXPECT_NO_THROW(files_.removeIfThere(url("none")));
     EXPECT_NO_THROW(files_.removeIfThere(url("none/below")));
@@ -396,7 +396,7 @@ TEST_F(SandboxFilesTest, TreesMayBeOfAnyDepth) {
     EXPECT_FALSE(fs::exists(box("in")));
 }
 
-TEST_F(SandboxFilesTest, ModesOfWrittenFilesDoNotFollowTheUmask) {
+TEST_F(SandboxFilesTest, UmaskDoesNotChangeModes) {
     const auto modeOf = [this](const char *name) {
         return static_cast<unsigned>(fs::status(box(name)).permissions());
     };
@@ -414,7 +414,7 @@ TEST_F(SandboxFilesTest, ModesOfWrittenFilesDoNotFollowTheUmask) {
     }
 }
 
-TEST_F(SandboxFilesTest, ChildrenAreListedWithoutThoseBelow) {
+TEST_F(SandboxFilesTest, ChildrenAreDirectOnly) {
     link("in/alias", "side");
     const auto children = files_.children(url("in"));
     EXPECT_THAT(children, UnorderedElementsAre(url("in/a.txt"), url("in/alias"),
@@ -423,7 +423,7 @@ TEST_F(SandboxFilesTest, ChildrenAreListedWithoutThoseBelow) {
               FileError::fileReadNoSuchFile);
 }
 
-TEST_F(SandboxFilesTest, AFolderIsReportedBeforeItsContentAndLinksAreNotEntered) {
+TEST_F(SandboxFilesTest, SearchReportsFolderFirstAndSkipsLinks) {
     test::writeFile(box("tree/a/b/c.txt"), "c");
     link("tree/a/loop", "..");
     std::vector<std::string> found;
@@ -437,7 +437,7 @@ TEST_F(SandboxFilesTest, AFolderIsReportedBeforeItsContentAndLinksAreNotEntered)
               std::find(found.begin(), found.end(), "a/b/c.txt"));
 }
 
-TEST_F(SandboxFilesTest, ASearchEndsAtTheFirstItemThatPasses) {
+TEST_F(SandboxFilesTest, SearchEndsAtFirstMatch) {
     test::writeFile(box("tree/a/b/c.txt"), "c");
     int asked = 0;
     const auto found = files_.findFirst(url("tree"), [&](const URL &) { return ++asked == 2; });
@@ -445,7 +445,7 @@ TEST_F(SandboxFilesTest, ASearchEndsAtTheFirstItemThatPasses) {
     EXPECT_EQ(*found, URL::folder(box("tree/a/b").string()));
 }
 
-TEST_F(SandboxFilesTest, ASearchSkipsWhatCannotBeRead) {
+TEST_F(SandboxFilesTest, SearchSkipsUnreadableFolders) {
     if (::geteuid() == 0)
         GTEST_SKIP() << "root may read everything";
     test::writeFile(box("tree/closed/x"), "");

@@ -1,5 +1,5 @@
 #include "archive/FileManager.h"
-#include "tests/Vellomir/JobFixture.h"
+#include "tests/Job/JobBench.h"
 #include "tests/support/FileSizeLimit.h"
 #include "tests/support/RawArchive.h"
 #include "tests/support/Referee.h"
@@ -9,7 +9,7 @@
 namespace vellomir {
 
 using archive::URL;
-using test::Job;
+using test::JobBench;
 using test::readFile;
 using testing::AllOf;
 using testing::ElementsAre;
@@ -20,18 +20,18 @@ namespace fs = std::filesystem;
 
 namespace {
 
-/// Both lines of a job that did not get further than unpacking.
+/// Both lines of a job whose unpacking fails.
 auto failsWith(const std::string &reason) {
     return ElementsAre("Unzipping IPA...",
                        AllOf(StartsWith("Error unzipping IPA file: "), HasSubstr(reason)));
 }
 
-std::optional<URL> unzip(Job &job) {
-    return job.view.unzipIPA(*job.view.selectedFileURL.get());
+std::optional<URL> unzip(JobBench &job) {
+    return job.unzipIPA(*job.package);
 }
 
-TEST(Unzipping, CopiesThePackageAndUnpacksTheCopy) {
-    Job job;
+TEST(Unzipping, UnpacksCopyOfPackage) {
+    JobBench job;
     job.pick(test::notesPackage());
     EXPECT_EQ(unzip(job), job.unzippedURL());
     EXPECT_THAT(job.log(), ElementsAre("Unzipping IPA...", "Unzipped IPA file successfully"));
@@ -39,26 +39,26 @@ TEST(Unzipping, CopiesThePackageAndUnpacksTheCopy) {
     EXPECT_EQ(readFile(job.unzipped() / "Payload/Notes.app/Notes"), "program");
 }
 
-TEST(Unzipping, UnpacksWhatOtherToolsPacked) {
-    Job job;
+TEST(Unzipping, UnpacksPackageOfOtherTools) {
+    JobBench job;
     const fs::path packed = job.folder / "packed";
     test::writeFile(packed / "Payload/Notes.app/Info.plist", test::notesPlist());
     ASSERT_EQ(test::run({"zip", "-qry", "../Notes.ipa", "Payload"}, packed).exitCode, 0);
-    job.view.filePicked(job.folder.url("Notes.ipa"));
+    job.package = job.folder.url("Notes.ipa");
     ASSERT_TRUE(unzip(job));
     EXPECT_EQ(readFile(job.unzipped() / "Payload/Notes.app/Info.plist"), test::notesPlist());
 }
 
-TEST(Unzipping, StartsTheLogAfresh) {
-    Job job;
-    job.view.logMessages.append("before");
+TEST(Unzipping, RestartsLog) {
+    JobBench job;
     job.pick("no archive");
+    EXPECT_FALSE(unzip(job));
     EXPECT_FALSE(unzip(job));
     EXPECT_THAT(job.log(), failsWith("archive"));
 }
 
-TEST(Unzipping, ReplacesTheEarlierCopyAndFolderOfTheSameName) {
-    Job job;
+TEST(Unzipping, ReplacesEarlierCopyAndFolderOfSameName) {
+    JobBench job;
     job.pick(test::notesPackage({{.name = "Payload/old.txt", .data = "old"}}));
     ASSERT_TRUE(unzip(job));
     test::writeFile(job.unzipped() / "added.txt", "");
@@ -69,23 +69,23 @@ TEST(Unzipping, ReplacesTheEarlierCopyAndFolderOfTheSameName) {
     EXPECT_EQ(readFile(job.unzipped() / "Payload/new.txt"), "new");
 }
 
-TEST(Unzipping, AnArchiveWithoutEntriesGivesAnEmptyFolder) {
-    Job job;
+TEST(Unzipping, EmptyArchiveGivesEmptyFolder) {
+    JobBench job;
     job.pick(test::rawArchive({}));
     EXPECT_EQ(unzip(job), job.unzippedURL());
     EXPECT_TRUE(fs::is_directory(job.unzipped()));
     EXPECT_TRUE(fs::is_empty(job.unzipped()));
 }
 
-TEST(Unzipping, OnlyTheLastExtensionIsNoPartOfTheFoldersName) {
-    Job job;
+TEST(Unzipping, FolderNameLacksLastExtension) {
+    JobBench job;
     job.pick(test::notesPackage(), "My.App.ipa");
     EXPECT_EQ(unzip(job), URL::folder((job.documents() / "My.App/unzipped").string()));
 }
 
-TEST(Unzipping, FailsForANameWithoutExtension) {
+TEST(Unzipping, FailsForNameWithoutExtension) {
     for (const char *name : {"Notes", ".ipa", "..ipa", "Notes."}) {
-        Job job;
+        JobBench job;
         job.pick(test::notesPackage(), name);
         EXPECT_FALSE(unzip(job)) << name;
         EXPECT_THAT(job.log(), failsWith("")) << name;
@@ -93,8 +93,8 @@ TEST(Unzipping, FailsForANameWithoutExtension) {
     }
 }
 
-TEST(Unzipping, FailsForADamagedEntryWithTheEnginesWords) {
-    Job job;
+TEST(Unzipping, FailsForDamagedEntry) {
+    JobBench job;
     test::RawEntry damaged{.name = "Payload/Notes.app/damaged", .data = "damaged"};
     damaged.checksum ^= 1U;
     job.pick(test::notesPackage({damaged}));
@@ -104,33 +104,33 @@ TEST(Unzipping, FailsForADamagedEntryWithTheEnginesWords) {
     EXPECT_THAT(job.consoleText(), HasSubstr("ArchiveError.invalidCRC32: "));
 }
 
-TEST(Unzipping, FailsForWhatIsNoArchive) {
-    Job job;
+TEST(Unzipping, FailsForFileThatIsNoArchive) {
+    JobBench job;
     job.pick("This is a letter.");
     EXPECT_FALSE(unzip(job));
     EXPECT_THAT(job.log(), failsWith("Notes.ipa"));
-    EXPECT_THAT(job.consoleText(), HasSubstr("\nArchiveError.unreadableArchive: "));
+    EXPECT_THAT(job.consoleText(), StartsWith("ArchiveError.unreadableArchive: "));
 }
 
-TEST(Unzipping, FailsForWhatIsNoFile) {
-    Job job;
+TEST(Unzipping, FailsForMissingFileAndFolder) {
+    JobBench job;
     fs::create_directories(job.folder / "folder.ipa");
     for (const char *name : {"folder.ipa", "gone.ipa"}) {
-        EXPECT_FALSE(job.view.unzipIPA(job.folder.url(name)));
+        EXPECT_FALSE(job.unzipIPA(job.folder.url(name)));
         EXPECT_THAT(job.log(), failsWith(name));
     }
     EXPECT_TRUE(fs::is_empty(job.documents()));
 }
 
-TEST(Unzipping, TakesAPackageWithoutPayload) {
-    Job job;
+TEST(Unzipping, UnpacksPackageWithoutPayload) {
+    JobBench job;
     job.pick(test::rawArchive({{.name = "readme.txt", .data = "hello"}}));
     EXPECT_TRUE(unzip(job));
     EXPECT_EQ(readFile(job.unzipped() / "readme.txt"), "hello");
 }
 
-TEST(Unzipping, FailsWhenTheDiskIsFull) {
-    Job job;
+TEST(Unzipping, FailsWhenDiskIsFull) {
+    JobBench job;
     job.pick(test::notesPackage({{.name = "Payload/large", .data = std::string(100'000, 'x')}}));
     const test::FileSizeLimit limit(50'000);
     EXPECT_FALSE(unzip(job));
@@ -139,7 +139,7 @@ TEST(Unzipping, FailsWhenTheDiskIsFull) {
 
 TEST(Unzipping, StopsWhenItIsCancelled) {
     const auto progress = archive::Progress::make();
-    Job job(progress);
+    JobBench job(progress);
     job.pick(test::notesPackage());
     progress->cancel();
     EXPECT_FALSE(unzip(job));
@@ -147,14 +147,19 @@ TEST(Unzipping, StopsWhenItIsCancelled) {
     EXPECT_THAT(job.consoleText(), HasSubstr("ArchiveError.cancelledOperation"));
 }
 
-TEST(UnzippingDeathTest, ASandboxWithoutDocumentsEndsTheProgram) {
-    const test::TemporaryFolder folder;
-    EventLoop loop;
-    AppLaunchView view({.sandbox = Sandbox(folder.url("box"), {}),
-                        .mainQueue = loop.queue(),
-                        .backgroundQueue = loop.queue(),
-                        .console = [](std::string_view line) { std::cerr << line << std::endl; }});
-    EXPECT_DEATH(static_cast<void>(view.unzipIPA(folder.url("x.ipa"))), "no folder for documents");
+/// Prints to standard error, where death tests look.
+class PrintingBench : public JobBench {
+public:
+    PrintingBench() : JobBench(nullptr, folderItems, {}) {}
+
+private:
+    void diagnosed(const std::string &line) override { std::cerr << line << std::endl; }
+};
+
+TEST(UnzippingDeathTest, SandboxWithoutDocumentsEndsTheProgram) {
+    PrintingBench job;
+    EXPECT_DEATH(job.unzipIPA(job.folder.url("x.ipa")), "no folder for documents");
+    EXPECT_DEATH(job.clearDocuments(), "no folder for documents");
 }
 
 } // namespace

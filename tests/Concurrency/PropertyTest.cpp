@@ -1,6 +1,5 @@
 #include "Vellomir/Concurrency/Property.h"
 #include "Vellomir/Concurrency/BackgroundQueue.h"
-#include "Vellomir/ContentView/LogMessages.h"
 
 #include <atomic>
 #include <gmock/gmock.h>
@@ -15,7 +14,7 @@ using testing::IsEmpty;
 
 namespace {
 
-TEST(AProperty, HoldsItsInitialValueUntilItIsSet) {
+TEST(Property, KeepsInitialValueUntilSet) {
     EventLoop loop;
     Property<int> number(loop.queue(), 3);
     EXPECT_EQ(number.get(), 3);
@@ -25,7 +24,7 @@ TEST(AProperty, HoldsItsInitialValueUntilItIsSet) {
     EXPECT_EQ(number.get(), 40);
 }
 
-TEST(AProperty, TellsEachChangeOnTheMainQueueInOrder) {
+TEST(Property, ReportsChangesInOrderOnMainQueue) {
     EventLoop loop;
     Property<std::string> text(loop.queue());
     std::vector<std::string> seen;
@@ -39,7 +38,7 @@ TEST(AProperty, TellsEachChangeOnTheMainQueueInOrder) {
     EXPECT_THAT(seen, ElementsAre("a", "b", "bc"));
 }
 
-TEST(AProperty, SaysNothingWhenTheValueStays) {
+TEST(Property, EqualValueIsNoChange) {
     EventLoop loop;
     Property<std::optional<int>> number(loop.queue(), 1);
     int changes = 0;
@@ -51,7 +50,7 @@ TEST(AProperty, SaysNothingWhenTheValueStays) {
     EXPECT_EQ(changes, 1);
 }
 
-TEST(AProperty, TellsOnlyWhatChangesWhileItIsObserved) {
+TEST(Property, ReportsChangesOnlyWhileObserved) {
     EventLoop loop;
     Property<int> number(loop.queue());
     std::vector<int> early;
@@ -68,7 +67,7 @@ TEST(AProperty, TellsOnlyWhatChangesWhileItIsObserved) {
     EXPECT_THAT(late, ElementsAre(2, 3));
 }
 
-TEST(AProperty, MayBeSetAndReadByItsObservers) {
+TEST(Property, ObserversMayReadAndSet) {
     EventLoop loop;
     Property<int> number(loop.queue());
     std::vector<int> seen;
@@ -82,7 +81,7 @@ TEST(AProperty, MayBeSetAndReadByItsObservers) {
     EXPECT_THAT(seen, ElementsAre(1, 2, 3));
 }
 
-TEST(AProperty, MayGoBeforeItsChangesAreTold) {
+TEST(Property, MayBeDestroyedBeforeDelivery) {
     EventLoop loop;
     auto number = std::make_unique<Property<int>>(loop.queue());
     int changes = 0;
@@ -94,7 +93,7 @@ TEST(AProperty, MayGoBeforeItsChangesAreTold) {
     EXPECT_EQ(changes, 0);
 }
 
-TEST(TwoProperties, TellTheirChangesInTheOrderInWhichOneThreadMadeThem) {
+TEST(Property, ChangesOfTwoPropertiesKeepTheirOrder) {
     EventLoop loop;
     Property<int> first(loop.queue());
     Property<int> second(loop.queue());
@@ -110,75 +109,7 @@ TEST(TwoProperties, TellTheirChangesInTheOrderInWhichOneThreadMadeThem) {
     EXPECT_THAT(seen, ElementsAre("first 1", "second 2", "first 3"));
 }
 
-TEST(LogMessages, AreAppendedAndReplaced) {
-    EventLoop loop;
-    LogMessages log(loop.queue());
-    log.append("a");
-    log.append("b");
-    EXPECT_THAT(log.get(), ElementsAre("a", "b"));
-    log.replace({"c"});
-    log.append("d");
-    EXPECT_THAT(log.get(), ElementsAre("c", "d"));
-    log.replace({});
-    EXPECT_THAT(log.get(), IsEmpty());
-}
-
-TEST(LogMessages, TellEachLineOnceHoweverManyThereAre) {
-    EventLoop loop;
-    LogMessages log(loop.queue());
-    std::vector<std::string> lines;
-    std::size_t told = 0;
-    const Observation observation = log.observe([&](const LogChange &change) {
-        if (change.replacesAll)
-            lines.clear();
-        lines.insert(lines.end(), change.lines.begin(), change.lines.end());
-        told += change.lines.size();
-    });
-    log.append("gone");
-    log.replace({"first"});
-    for (int index = 0; index < 5000; ++index)
-        log.append(std::to_string(index));
-    loop.runPending();
-    EXPECT_EQ(told, 5002U); // each line once: nothing that grows with the log
-    EXPECT_EQ(lines, log.get());
-    EXPECT_EQ(lines.front(), "first");
-    EXPECT_EQ(lines.back(), "4999");
-}
-
-TEST(ThreadsThatWrite, AreSeenByOneThatReadsAndObserves) {
-    constexpr int count = 2000;
-    EventLoop loop;
-    Property<std::string> text(loop.queue());
-    LogMessages log(loop.queue());
-    std::vector<std::string> lines;
-    std::string last;
-    const Observation one = log.observe([&lines](const LogChange &change) {
-        lines.insert(lines.end(), change.lines.begin(), change.lines.end());
-    });
-    const Observation two = text.observe([&last](const std::string &value) { last = value; });
-    const auto write = [&](const std::string &name) {
-        for (int index = 0; index < count; ++index) {
-            log.append(name + std::to_string(index));
-            text.set(name + std::to_string(index));
-        }
-    };
-    std::atomic<int> running = 2;
-    std::thread first([&] { write("a"), --running; });
-    std::thread second([&] { write("b"), --running; });
-    while (running > 0) {
-        loop.runPending();
-        static_cast<void>(text.get());
-        static_cast<void>(log.get());
-    }
-    first.join();
-    second.join();
-    loop.runPending();
-    EXPECT_EQ(lines.size(), 2U * count);
-    EXPECT_EQ(lines, log.get()) << "the order of the changes is the order in which they are told";
-    EXPECT_EQ(last, text.get());
-}
-
-TEST(AnEventLoop, RunsTasksUntilItIsStopped) {
+TEST(EventLoop, RunsTasksUntilStopped) {
     EventLoop loop;
     std::vector<int> seen;
     std::thread other([&loop, &seen] {
@@ -193,7 +124,7 @@ TEST(AnEventLoop, RunsTasksUntilItIsStopped) {
     EXPECT_THAT(seen, ElementsAre(1, 2, 3));
 }
 
-TEST(TheBackgroundQueue, RunsTasksSideBySideEvenOnOneProcessor) {
+TEST(BackgroundQueue, RunsTasksInParallelOnOneProcessor) {
     BackgroundQueue queue(1);
     EventLoop loop;
     std::atomic<int> waiting = 0;
@@ -213,7 +144,7 @@ TEST(TheBackgroundQueue, RunsTasksSideBySideEvenOnOneProcessor) {
     EXPECT_EQ(waiting, 4);
 }
 
-TEST(TheBackgroundQueue, WaitsForWhatRunsAndDropsWhatWaitsWhenItGoes) {
+TEST(BackgroundQueue, DestructorWaitsForRunningTasksAndDropsOthers) {
     const auto token = std::make_shared<int>();
     std::atomic<int> ended = 0;
     std::atomic<bool> wasDropped = true;

@@ -72,7 +72,7 @@ private:
     pid_t process_ = 0;
 };
 
-class AnInstance : public testing::Test {
+class InstanceFolders : public testing::Test {
 protected:
     [[nodiscard]] archive::URL data() const { return folder_.url("share/data"); }
     [[nodiscard]] std::string path(const std::string &name) const {
@@ -82,7 +82,7 @@ protected:
     test::TemporaryFolder folder_;
 };
 
-TEST_F(AnInstance, MakesItsFolderForTheOwnerOnly) {
+TEST_F(InstanceFolders, IsAccessibleToOwnerOnly) {
     const InstanceFolder instance(data());
     EXPECT_EQ(instance.url().path(), path("1"));
     EXPECT_TRUE(instance.url().hasDirectoryPath());
@@ -92,7 +92,7 @@ TEST_F(AnInstance, MakesItsFolderForTheOwnerOnly) {
     EXPECT_EQ(sandbox.root().path(), path("1"));
 }
 
-TEST_F(AnInstance, TakesTheFirstThatIsFree) {
+TEST_F(InstanceFolders, FirstFreeFolderIsTaken) {
     std::optional<InstanceFolder> first(data());
     std::optional<InstanceFolder> second(data());
     const InstanceFolder third(data());
@@ -106,7 +106,7 @@ TEST_F(AnInstance, TakesTheFirstThatIsFree) {
     EXPECT_EQ(InstanceFolder(data()).url().path(), path("1"));
 }
 
-TEST_F(AnInstance, FindsWhatAnEarlierOneLeft) {
+TEST_F(InstanceFolders, EarlierFolderIsUsedAgain) {
     {
         const InstanceFolder instance(data());
         test::writeFile(instance.url().path() + "/Documents/left", "x");
@@ -115,7 +115,7 @@ TEST_F(AnInstance, FindsWhatAnEarlierOneLeft) {
     EXPECT_EQ(test::readFile(instance.url().path() + "/Documents/left"), "x");
 }
 
-TEST_F(AnInstance, IsFreedWhenItsProcessIsKilled) {
+TEST_F(InstanceFolders, IsFreeAfterItsProcessWasKilled) {
     Holder one(data());
     const Holder two(data());
     {
@@ -137,7 +137,7 @@ std::vector<std::string> filesBelow(const std::string &folder) {
     return found;
 }
 
-TEST_F(AnInstance, RemovesWhatAKilledOneLeftButItsResult) {
+TEST_F(InstanceFolders, KilledProcessLeavesResultOnly) {
     Holder one(data());
     Holder two(data());
     one.kill();
@@ -148,7 +148,7 @@ TEST_F(AnInstance, RemovesWhatAKilledOneLeftButItsResult) {
     EXPECT_TRUE(fs::is_empty(path("../saving")));
 }
 
-TEST_F(AnInstance, LeavesTheFoldersOfRunningOnesAlone) {
+TEST_F(InstanceFolders, FoldersOfRunningProcessesStay) {
     const Holder one(data());
     const auto before = filesBelow(path(""));
     EXPECT_EQ(before.size(), 4U);
@@ -157,7 +157,7 @@ TEST_F(AnInstance, LeavesTheFoldersOfRunningOnesAlone) {
     EXPECT_FALSE(fs::is_empty(path("../saving")));
 }
 
-TEST_F(AnInstance, KeepsNoResultThatWasReplacedByAJob) {
+TEST_F(InstanceFolders, ResultReplacedByJobIsRemoved) {
     {
         Holder one(data());
         one.kill();
@@ -175,7 +175,7 @@ TEST_F(AnInstance, KeepsNoResultThatWasReplacedByAJob) {
     EXPECT_THAT(filesBelow(path("")), testing::IsEmpty());
 }
 
-TEST_F(AnInstance, IsNotHeldByTheProgramsItStarts) {
+TEST_F(InstanceFolders, ChildProcessesDoNotHoldLock) {
     const InstanceFolder instance(data());
     int locks = 0;
     for (const auto &item : fs::directory_iterator("/proc/self/fd")) {
@@ -189,7 +189,7 @@ TEST_F(AnInstance, IsNotHeldByTheProgramsItStarts) {
     EXPECT_EQ(locks, 1);
 }
 
-TEST_F(AnInstance, PassesByWhatIsNoFolder) {
+TEST_F(InstanceFolders, OtherItemsAreSkipped) {
     test::writeFile(path("1"), "a file");
     fs::create_directory(folder_ / "elsewhere");
     fs::create_directory_symlink(folder_ / "elsewhere", path("2"));
@@ -199,7 +199,7 @@ TEST_F(AnInstance, PassesByWhatIsNoFolder) {
     EXPECT_TRUE(fs::is_empty(folder_ / "elsewhere"));
 }
 
-TEST_F(AnInstance, SaysWhichFolderCannotBeMade) {
+TEST_F(InstanceFolders, ErrorNamesFolder) {
     test::writeFile(folder_ / "share", "a file");
     for (const char *name : {"share", "share/data", "share/data/deep"}) {
         try {
@@ -212,7 +212,7 @@ TEST_F(AnInstance, SaysWhichFolderCannotBeMade) {
     }
 }
 
-TEST_F(AnInstance, SaysWhichLockCannotBeMade) {
+TEST_F(InstanceFolders, ErrorNamesLock) {
     fs::create_directories(path("1.lock"));
     try {
         const InstanceFolder instance(data());

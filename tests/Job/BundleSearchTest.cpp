@@ -1,13 +1,13 @@
 // Which app a job changes, whatever order folders are listed in.
 
 #include "archive/Archive.h"
-#include "tests/Vellomir/JobFixture.h"
+#include "tests/Job/JobBench.h"
 #include "tests/support/HostileListings.h"
 
 namespace vellomir {
 
 using archive::URL;
-using test::Job;
+using test::JobBench;
 using test::plist;
 using test::RawEntry;
 using testing::Contains;
@@ -32,11 +32,11 @@ RawEntry appPlist(const std::string &bundle) {
 /// Runs a job with an icon and lists folders by `listing`. Returns the bundles that were changed:
 /// "icon: " before those that got the icons.
 Paths changedBundles(const std::vector<RawEntry> &entries, const ListFolder &listing) {
-    Job job(nullptr, listing);
+    JobBench job(nullptr, listing);
     job.pick(test::rawArchive(entries));
-    job.view.duplicationNumber.set("2");
-    job.view.selectedImage.set(test::dot());
-    job.view.processIPAFile();
+    job.number = "2";
+    job.icon = test::dot();
+    job.run();
     EXPECT_EQ(job.log().back(), "Temporary files cleared") << testing::PrintToString(job.log());
     const auto package = archive::Archive::open(URL::file((job.documents() / "App2.ipa").string()),
                                                 archive::Archive::AccessMode::read);
@@ -62,7 +62,7 @@ void expectChanged(const std::string &bundle, const std::vector<RawEntry> &entri
             << "listing " << index;
 }
 
-TEST(BundleSearch, FindsTheMainAppBeforeNestedOnes) {
+TEST(BundleSearch, MainAppComesBeforeNestedOnes) {
     const std::string main = "Payload/Main.app";
     expectChanged(main, {appPlist(main + "/AppClips/Clip.app"), appPlist(main + "/Watch/Watch.app"),
                          appPlist(main + "/A.app"), appPlist(main), file(main + "/Main")});
@@ -100,21 +100,21 @@ TEST(BundleSearch, PutsIconsIntoTheOutermostBundle) {
                     ElementsAre("icon: Payload/A.app", "Payload/A.app/Watch/W.app"));
 }
 
-TEST(BundleSearch, AFolderIsNoPropertyList) {
-    Job job;
+TEST(BundleSearch, FolderIsNoPropertyList) {
+    JobBench job;
     job.pick(test::rawArchive({file("Payload/Main.app/Info.plist/x")}));
-    job.doIt();
+    job.run();
     EXPECT_THAT(job.log(),
                 ElementsAre("Unzipping IPA...", "Unzipped IPA file successfully",
                             "No image selected", "Info.plist not found in the unzipped folder",
                             "Error while processing the IPA file"));
 }
 
-TEST(BundleSearch, ALinkToAFolderIsNoPropertyListEither) {
-    Job job;
+TEST(BundleSearch, LinkToFolderIsNoPropertyList) {
+    JobBench job;
     job.pick(test::rawArchive({file("Payload/Main.app/folder/x"),
                                test::rawLink("Payload/Main.app/Info.plist", "folder")}));
-    job.doIt();
+    job.run();
     EXPECT_THAT(job.log(), Contains("Info.plist not found in the unzipped folder"));
     EXPECT_THAT(job.log(), Not(Contains("Updating Info.plist")));
 }

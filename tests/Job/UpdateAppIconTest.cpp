@@ -1,9 +1,9 @@
-#include "tests/Vellomir/JobFixture.h"
+#include "tests/Job/JobBench.h"
 #include "tests/support/FileSizeLimit.h"
 
 namespace vellomir {
 
-using test::Job;
+using test::JobBench;
 using test::Lines;
 using test::readFile;
 using test::writeFile;
@@ -18,19 +18,19 @@ namespace {
 const Lines fileNames = {"icon.png", "icon@2x.png", "icon@3x.png", "AppIcon76x76@2x~ipad.png",
                          "AppIcon60x60@2x.png"};
 
-class TheIcon : public testing::Test {
+class AppIcon : public testing::Test {
 protected:
     std::optional<std::string> update(const Picture &icon = test::dot()) {
-        return job_.view.updateAppIcon(job_.unzippedURL(), icon);
+        return job_.updateAppIcon(job_.unzippedURL(), icon);
     }
 
-    Job job_;
+    JobBench job_;
     fs::path bundle_ = job_.unzipped() / "Payload/Notes.app";
 };
 
-TEST_F(TheIcon, IsWrittenUnderFiveNames) {
+TEST_F(AppIcon, IsWrittenUnderFiveNames) {
     writeFile(bundle_ / "icon.png",
-              "an older and longer picture, which leaves no rest behind" + std::string(1000, 'x'));
+              "a longer picture, which must be replaced as a whole" + std::string(1000, 'x'));
     writeFile(bundle_ / "Other.png", "other");
     EXPECT_EQ(update(), bundle_.string());
     const std::string png(test::dot().pngData().text());
@@ -42,7 +42,7 @@ TEST_F(TheIcon, IsWrittenUnderFiveNames) {
                             "AppIcon76x76@2x~ipad.png updated", "AppIcon60x60@2x.png updated"));
 }
 
-TEST_F(TheIcon, KeepsItsOwnSizeWhateverTheNamesPromise) {
+TEST_F(AppIcon, KeepsSizeWhateverTheFileName) {
     fs::create_directories(bundle_);
     update();
     EXPECT_EQ(
@@ -52,28 +52,28 @@ TEST_F(TheIcon, KeepsItsOwnSizeWhateverTheNamesPromise) {
         1);
 }
 
-TEST_F(TheIcon, NeedsAnApp) {
+TEST_F(AppIcon, BundleHasExtensionInLowerCase) {
     writeFile(job_.unzipped() / "Payload/Notes.APP/x", "");
     writeFile(job_.unzipped() / "Payload/app/x", "");
     writeFile(job_.unzipped() / "Payload/.app/x", "");
     EXPECT_FALSE(update());
     EXPECT_THAT(job_.log(), ElementsAre("App directory not found in the unzipped folder"));
-    EXPECT_EQ(job_.view.errorMessage.get(), "");
+    EXPECT_EQ(job_.summary(), "");
 }
 
-TEST_F(TheIcon, NeedsAnUnpackedFolder) {
+TEST_F(AppIcon, FailsWithoutUnpackedFolder) {
     EXPECT_FALSE(update());
     EXPECT_THAT(job_.log(), ElementsAre("App directory not found in the unzipped folder"));
 }
 
-TEST_F(TheIcon, TakesAPlainFileForAnAppAndFailsAtTheFirstName) {
+TEST_F(AppIcon, FileWithBundleExtensionFailsAtFirstName) {
     writeFile(bundle_, "a file");
     EXPECT_FALSE(update());
     EXPECT_THAT(job_.log(), ElementsAre(StartsWith("Error while updating icon.png: ")));
     EXPECT_EQ(readFile(bundle_), "a file");
 }
 
-TEST_F(TheIcon, StopsAtTheFirstNameThatFailsAndKeepsTheOthers) {
+TEST_F(AppIcon, StopsAtFirstFailedName) {
     fs::create_directories(bundle_ / "icon@3x.png");
     EXPECT_FALSE(update());
     EXPECT_THAT(job_.log(), ElementsAre("icon.png updated", "icon@2x.png updated",
@@ -84,20 +84,20 @@ TEST_F(TheIcon, StopsAtTheFirstNameThatFailsAndKeepsTheOthers) {
     EXPECT_THAT(job_.consoleText(), HasSubstr("FileError."));
 }
 
-TEST_F(TheIcon, ThatDoesNotFitIsTold) {
+TEST_F(AppIcon, FailsOnFullDisk) {
     fs::create_directories(bundle_);
     const test::FileSizeLimit limit(50); // enough for one pixel, too little for its PNG
     EXPECT_FALSE(update());
     EXPECT_THAT(job_.log(), ElementsAre(StartsWith("Error while updating icon.png: ")));
 }
 
-TEST_F(TheIcon, ThatCannotBeEncodedIsToldOnceAndNothingIsWritten) {
+TEST_F(AppIcon, WritesNothingIfEncodingFails) {
     fs::create_directories(bundle_);
     EXPECT_FALSE(update(Picture()));
     EXPECT_THAT(job_.log(), ElementsAre("Error converting new icon to PNG data"));
     EXPECT_TRUE(fs::is_empty(bundle_));
     EXPECT_THAT(job_.consoleText(), HasSubstr("PictureError.unwritablePicture: "));
-    EXPECT_EQ(job_.view.errorMessage.get(), "");
+    EXPECT_EQ(job_.summary(), "");
 }
 
 } // namespace

@@ -1,4 +1,4 @@
-#include "tests/Vellomir/JobFixture.h"
+#include "tests/Job/JobBench.h"
 #include "tests/support/FileSizeLimit.h"
 #include "tests/support/Referee.h"
 
@@ -6,7 +6,7 @@
 
 namespace vellomir {
 
-using test::Job;
+using test::JobBench;
 using test::plist;
 using test::plistValue;
 using test::readFile;
@@ -30,16 +30,16 @@ struct Bundle {
     }
 
     std::optional<std::string> update(const std::string &number) {
-        job.view.duplicationNumber.set(number);
-        return job.view.updateInfoPlist(job.unzippedURL());
+        job.number = number;
+        return job.updateInfoPlist(job.unzippedURL());
     }
     [[nodiscard]] std::string value(const std::string &key) const { return plistValue(file, key); }
 
-    Job job;
+    JobBench job;
     fs::path file = job.unzipped() / "Payload/Notes.app/Info.plist";
 };
 
-TEST(TheInfoPlist, GetsTheNumberBehindIdentifierAndNames) {
+TEST(InfoPlist, NumberIsAppendedToIdentifierAndNames) {
     Bundle bundle;
     EXPECT_EQ(bundle.update("12"), "Notes12");
     EXPECT_EQ(bundle.value("CFBundleIdentifier"), "'com.example.notes12'");
@@ -50,23 +50,23 @@ TEST(TheInfoPlist, GetsTheNumberBehindIdentifierAndNames) {
                 ElementsAre("Updating Info.plist", "Previous Bundle ID: com.example.notes",
                             "New Bundle ID: com.example.notes12", "Previous App Name: Notes",
                             "New App Name: Notes12", "Info.plist updated successfully"));
-    EXPECT_EQ(bundle.job.view.errorMessage.get(), "");
+    EXPECT_EQ(bundle.job.summary(), "");
 }
 
-TEST(TheInfoPlist, ListsTheFiveIconsAndNoOthers) {
+TEST(InfoPlist, ListsFiveIcons) {
     Bundle bundle;
     bundle.update("2");
     EXPECT_EQ(bundle.value("CFBundleIconFiles"), iconNames);
     EXPECT_EQ(bundle.value("CFBundleIcons"), "None");
 }
 
-TEST(TheInfoPlist, TakesAnyTextForANumber) {
+TEST(InfoPlist, NumberMayBeAnyText) {
     Bundle bundle;
     EXPECT_EQ(bundle.update("-copy <\xC3\xA9> "), "Notes-copy <\xC3\xA9> ");
     EXPECT_EQ(bundle.value("CFBundleIdentifier"), "'com.example.notes-copy <\xC3\xA9> '");
 }
 
-TEST(TheInfoPlist, KeepsItsNamesForAnEmptyNumberAndIsRewrittenAllTheSame) {
+TEST(InfoPlist, EmptyNumberKeepsNamesAndRewritesFile) {
     Bundle bundle;
     EXPECT_EQ(bundle.update(""), "Notes");
     EXPECT_EQ(bundle.value("CFBundleIdentifier"), "'com.example.notes'");
@@ -76,7 +76,7 @@ TEST(TheInfoPlist, KeepsItsNamesForAnEmptyNumberAndIsRewrittenAllTheSame) {
     EXPECT_NE(readFile(bundle.file), test::notesPlist());
 }
 
-TEST(TheInfoPlist, IsReadInBinaryAndWrittenAsXml) {
+TEST(InfoPlist, BinaryListIsWrittenAsXml) {
     Bundle bundle;
     const std::string convert =
         "import plistlib, sys\n"
@@ -89,14 +89,14 @@ TEST(TheInfoPlist, IsReadInBinaryAndWrittenAsXml) {
     EXPECT_EQ(bundle.value("CFBundleIdentifier"), "'com.example.notes2'");
 }
 
-TEST(TheInfoPlist, IsReadInTheOldFormatAndWrittenAsXml) {
+TEST(InfoPlist, OldTextListIsWrittenAsXml) {
     Bundle bundle(
         "{ CFBundleIdentifier = com.example.notes; CFBundleDisplayName = \"My Notes\"; }");
     EXPECT_EQ(bundle.update("2"), "My Notes2");
     EXPECT_EQ(bundle.value("CFBundleIdentifier"), "'com.example.notes2'");
 }
 
-TEST(TheInfoPlist, GainsTheNamesThatItLacks) {
+TEST(InfoPlist, MissingNamesAreAdded) {
     Bundle bundle(plist("<key>CFBundleIdentifier</key><string>a</string>"));
     EXPECT_EQ(bundle.update("2"), "2");
     EXPECT_EQ(bundle.value("CFBundleName"), "'2'");
@@ -109,7 +109,7 @@ TEST(TheInfoPlist, GainsTheNamesThatItLacks) {
     EXPECT_EQ(other.job.log()[1], "Previous Bundle ID: ");
 }
 
-TEST(TheInfoPlist, TakesWhatIsNoTextForEmpty) {
+TEST(InfoPlist, ValuesOtherThanTextCountAsEmpty) {
     Bundle bundle(plist("<key>CFBundleIdentifier</key><integer>5</integer>"
                         "<key>CFBundleDisplayName</key><array/>"
                         "<key>CFBundleName</key><true/>"));
@@ -118,7 +118,7 @@ TEST(TheInfoPlist, TakesWhatIsNoTextForEmpty) {
     EXPECT_EQ(bundle.value("CFBundleName"), "'7'");
 }
 
-TEST(TheInfoPlist, LeavesEverythingElseAsItIs) {
+TEST(InfoPlist, OtherValuesStay) {
     const std::string others =
         "<key>a</key><date>2011-01-02T03:04:05Z</date><key>b</key><data>AAEC</data>"
         "<key>c</key><array><real>1.5</real><integer>-3</integer></array>"
@@ -131,61 +131,61 @@ TEST(TheInfoPlist, LeavesEverythingElseAsItIs) {
     EXPECT_EQ(bundle.value("d"), "{'e': True}");
 }
 
-TEST(TheInfoPlist, IsNotFoundWithoutAnApp) {
-    Job job;
+TEST(InfoPlist, NotFoundWithoutApp) {
+    JobBench job;
     writeFile(job.unzipped() / "Info.plist", test::notesPlist());
     writeFile(job.unzipped() / "Payload/Info.plist", test::notesPlist());
     writeFile(job.unzipped() / "Notes.app", "a file");
-    EXPECT_FALSE(job.view.updateInfoPlist(job.unzippedURL()));
+    EXPECT_FALSE(job.updateInfoPlist(job.unzippedURL()));
     EXPECT_THAT(job.log(), ElementsAre("Info.plist not found in the unzipped folder"));
-    EXPECT_EQ(job.view.errorMessage.get(), "Info.plist not found in the unzipped folder");
+    EXPECT_EQ(job.summary(), "Info.plist not found in the unzipped folder");
 }
 
-TEST(TheInfoPlist, IsNotFoundWithoutAFolder) {
-    Job job;
-    EXPECT_FALSE(job.view.updateInfoPlist(job.unzippedURL()));
+TEST(InfoPlist, NotFoundWithoutFolder) {
+    JobBench job;
+    EXPECT_FALSE(job.updateInfoPlist(job.unzippedURL()));
     EXPECT_THAT(job.log(), ElementsAre("Info.plist not found in the unzipped folder"));
 }
 
-TEST(TheInfoPlist, IsFoundInAnyFolderWhoseNameEndsLikeAnApps) {
-    Job job;
+TEST(InfoPlist, FoundInAnyFolderWithBundleExtension) {
+    JobBench job;
     writeFile(job.unzipped() / "other/.app/Info.plist", test::notesPlist());
-    EXPECT_TRUE(job.view.updateInfoPlist(job.unzippedURL()));
+    EXPECT_TRUE(job.updateInfoPlist(job.unzippedURL()));
 }
 
 /// The text of the URL decides, so a longer name will do.
-TEST(TheInfoPlist, MayHaveALongerName) {
-    Job job;
+TEST(InfoPlist, LongerFileNameIsFound) {
+    JobBench job;
     writeFile(job.unzipped() / "Payload/Notes.app/Info.plist.bak", test::notesPlist());
-    EXPECT_EQ(job.view.updateInfoPlist(job.unzippedURL()), "Notes");
+    EXPECT_EQ(job.updateInfoPlist(job.unzippedURL()), "Notes");
 }
 
-TEST(TheInfoPlist, ThatIsAFolderIsNotFound) {
-    Job job;
+TEST(InfoPlist, FolderIsNotFound) {
+    JobBench job;
     fs::create_directories(job.unzipped() / "Payload/Notes.app/Info.plist");
-    EXPECT_FALSE(job.view.updateInfoPlist(job.unzippedURL()));
+    EXPECT_FALSE(job.updateInfoPlist(job.unzippedURL()));
     EXPECT_THAT(job.log(), ElementsAre("Info.plist not found in the unzipped folder"));
-    EXPECT_EQ(job.view.errorMessage.get(), "Info.plist not found in the unzipped folder");
+    EXPECT_EQ(job.summary(), "Info.plist not found in the unzipped folder");
 }
 
-TEST(TheInfoPlist, ThatCannotBeReadEndsTheStepWithoutAWord) {
-    Job job;
+TEST(InfoPlist, UnreadableFileIsReportedOnConsoleOnly) {
+    JobBench job;
     const fs::path bundle = job.unzipped() / "Payload/Notes.app";
     fs::create_directories(bundle);
     ASSERT_EQ(::mkfifo((bundle / "Info.plist").c_str(), 0600), 0);
-    EXPECT_FALSE(job.view.updateInfoPlist(job.unzippedURL()));
+    EXPECT_FALSE(job.updateInfoPlist(job.unzippedURL()));
     EXPECT_THAT(job.log(), ElementsAre("Updating Info.plist"));
-    EXPECT_EQ(job.view.errorMessage.get(), "");
+    EXPECT_EQ(job.summary(), "");
     EXPECT_THAT(job.consoleText(), HasSubstr("FileError.fileReadUnknown: This is no file: "));
 }
 
-TEST(TheInfoPlist, ThatIsNoneEndsTheStepWithoutAWord) {
+TEST(InfoPlist, InvalidListIsReportedOnConsoleOnly) {
     for (const char *content :
          {"", "letter", "<plist><array/></plist>", "<dict><key>a</key></dict>", "bplist00"}) {
         Bundle bundle(content);
         EXPECT_FALSE(bundle.update("2")) << content;
         EXPECT_THAT(bundle.job.log(), ElementsAre("Updating Info.plist")) << content;
-        EXPECT_EQ(bundle.job.view.errorMessage.get(), "") << content;
+        EXPECT_EQ(bundle.job.summary(), "") << content;
         EXPECT_THAT(bundle.job.consoleText(),
                     HasSubstr("PropertyListError.unreadablePropertyList: "))
             << content;
@@ -195,29 +195,29 @@ TEST(TheInfoPlist, ThatIsNoneEndsTheStepWithoutAWord) {
     }
 }
 
-TEST(TheInfoPlist, ThatCannotBeSerializedStaysAndTheJobGoesOn) {
+TEST(InfoPlist, JobGoesOnIfSerializingFails) {
     Bundle bundle;
     EXPECT_EQ(bundle.update("\x01"), "Notes\x01");
     EXPECT_THAT(bundle.job.log(), SizeIs(6));
     EXPECT_EQ(bundle.job.log().back(), "Unable to update the Info.plist file");
     EXPECT_EQ(readFile(bundle.file), test::notesPlist());
-    EXPECT_EQ(bundle.job.view.errorMessage.get(), "");
+    EXPECT_EQ(bundle.job.summary(), "");
     EXPECT_THAT(bundle.job.consoleText(), HasSubstr("PropertyListError.unwritablePropertyList: "));
 }
 
 /// Such a text can be read, and anywhere in the list.
-TEST(InfoPlistUpdate, KeepsListWithControlCharacterAndGoesOn) {
+TEST(InfoPlist, JobGoesOnIfListHasControlCharacter) {
     const std::string old = "{ CFBundleDisplayName = Notes; other = (\"a\x01z\"); }";
     Bundle bundle(old);
     EXPECT_EQ(bundle.update("2"), "Notes2");
     EXPECT_EQ(bundle.job.log().back(), "Unable to update the Info.plist file");
     EXPECT_EQ(readFile(bundle.file), old);
-    EXPECT_EQ(bundle.job.view.errorMessage.get(), "");
+    EXPECT_EQ(bundle.job.summary(), "");
     EXPECT_THAT(bundle.job.consoleText(),
                 HasSubstr("\"other\" > 0: a text has the character U+0001"));
 }
 
-TEST(InfoPlistUpdate, KeepsValuesAtTheEdges) {
+TEST(InfoPlist, ExtremeValuesStay) {
     Bundle bundle(plist("<key>never</key><date>0001-01-01T00:00:00Z</date>"
                         "<key>zero</key><real>-0.0</real>"
                         "<key>twice</key><true/><key>twice</key><string>last</string>"));
@@ -227,18 +227,18 @@ TEST(InfoPlistUpdate, KeepsValuesAtTheEdges) {
     EXPECT_EQ(bundle.value("twice"), "'last'");
 }
 
-TEST(InfoPlistUpdate, StopsWhenTheJobIsCancelled) {
+TEST(InfoPlist, StopsWhenCancelled) {
     const auto progress = archive::Progress::make();
-    Job job(progress);
+    JobBench job(progress);
     const fs::path file = job.unzipped() / "Payload/Notes.app/Info.plist";
     writeFile(file, test::notesPlist());
     progress->cancel();
-    EXPECT_FALSE(job.view.updateInfoPlist(job.unzippedURL()));
+    EXPECT_FALSE(job.updateInfoPlist(job.unzippedURL()));
     EXPECT_THAT(job.consoleText(), HasSubstr("ArchiveError.cancelledOperation"));
     EXPECT_EQ(readFile(file), test::notesPlist());
 }
 
-TEST(TheInfoPlist, ThatCannotBeWrittenIsToldAndTheJobGoesOn) {
+TEST(InfoPlist, JobGoesOnIfWritingFails) {
     Bundle bundle;
     const test::FileSizeLimit limit(10);
     EXPECT_EQ(bundle.update("2"), "Notes2");
@@ -248,17 +248,17 @@ TEST(TheInfoPlist, ThatCannotBeWrittenIsToldAndTheJobGoesOn) {
         StartsWith("Error while writing the updated Info.plist data: The file cannot be written: "
                    "Notes/unzipped/Payload/Notes.app/Info.plist"));
     EXPECT_THAT(bundle.job.consoleText(), HasSubstr("FileError.fileWriteUnknown: "));
-    EXPECT_EQ(bundle.job.view.errorMessage.get(), "");
+    EXPECT_EQ(bundle.job.summary(), "");
 }
 
 /// The screen may still change the number while the job is busy with something else.
-TEST(TheInfoPlist, TakesTheNumberThatIsThereWhenItIsNeeded) {
-    Job job;
+TEST(InfoPlist, NumberIsReadWhenTheStepRuns) {
+    JobBench job;
     job.pick(test::notesPackage());
-    job.view.duplicationNumber.set("1");
-    const auto unzipped = job.view.unzipIPA(*job.view.selectedFileURL.get());
-    job.view.duplicationNumber.set("2");
-    EXPECT_EQ(job.view.updateInfoPlist(*unzipped), "Notes2");
+    job.number = "1";
+    const auto unzipped = job.unzipIPA(*job.package);
+    job.number = "2";
+    EXPECT_EQ(job.updateInfoPlist(*unzipped), "Notes2");
 }
 
 } // namespace

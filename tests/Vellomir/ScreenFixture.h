@@ -3,7 +3,7 @@
 #include "Vellomir/Concurrency/BackgroundQueue.h"
 #include "Vellomir/Concurrency/Queue.h"
 #include "Vellomir/ContentView/AppLaunchView.h"
-#include "tests/support/RawArchive.h"
+#include "tests/Job/Packages.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
@@ -12,23 +12,22 @@ namespace vellomir::test {
 
 using Lines = std::vector<std::string>;
 
-/// The main screen in a sandbox of its own, with queues and a console that tests look into.
-class Job {
+/// The main screen in a sandbox of its own, with queues and a console under the test's control.
+class Screen {
 public:
-    explicit Job(std::shared_ptr<archive::Progress> progress = nullptr,
-                 ListFolder listFolder = folderItems);
+    explicit Screen(std::shared_ptr<archive::Progress> progress = nullptr);
 
     TemporaryFolder folder;
     EventLoop mainLoop;
     BackgroundQueue background{2};
     int keyboardHidings = 0;
-    /// What the document picker tells when a file was picked; null until it is shown.
+    /// Call it with the files that were picked; null until the document picker is shown.
     std::function<void(const std::vector<archive::URL> &)> didPickDocuments;
     AppLaunchView view;
 
     [[nodiscard]] std::filesystem::path documents() const { return folder / "box/Documents"; }
     [[nodiscard]] std::filesystem::path temporary() const { return folder / "box/tmp"; }
-    /// What the folder with this package's name was unpacked to.
+    /// Where "Notes.ipa" is unpacked.
     [[nodiscard]] std::filesystem::path unzipped() const {
         return documents() / "Notes" / "unzipped";
     }
@@ -52,28 +51,13 @@ public:
     [[nodiscard]] std::string consoleText() const;
 
 private:
-    Services services(std::shared_ptr<archive::Progress> progress, ListFolder listFolder);
+    Services services(std::shared_ptr<archive::Progress> progress);
 
     mutable std::mutex consoleLock_;
     Lines console_;
 };
 
-/// Waits until everything is done that the queue, which must have two threads, was given before.
+/// Waits until all earlier tasks of the queue are done. The queue must have two threads.
 void finish(BackgroundQueue &queue);
-
-/// <plist> with a dictionary of this content, in XML.
-[[nodiscard]] std::string plist(const std::string &content);
-/// The property list of an app "Notes".
-[[nodiscard]] std::string notesPlist();
-
-/// A package with one app, "Payload/Notes.app", and more entries in front of it.
-[[nodiscard]] std::string notesPackage(const std::vector<RawEntry> &more = {},
-                                       const std::string &infoPlist = notesPlist());
-
-/// One pixel.
-[[nodiscard]] Picture dot();
-
-/// The value at a key of a property list, as Python reads and prints it.
-[[nodiscard]] std::string plistValue(const std::filesystem::path &file, const std::string &key);
 
 } // namespace vellomir::test

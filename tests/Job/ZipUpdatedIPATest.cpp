@@ -1,11 +1,11 @@
-#include "tests/Vellomir/JobFixture.h"
+#include "tests/Job/JobBench.h"
 #include "tests/support/FileSizeLimit.h"
 #include "tests/support/Referee.h"
 
 namespace vellomir {
 
 using archive::URL;
-using test::Job;
+using test::JobBench;
 using test::readFile;
 using test::writeFile;
 using testing::AllOf;
@@ -32,17 +32,17 @@ protected:
     Packing() { writeFile(job_.unzipped() / "Payload/Notes.app/Notes", "program"); }
 
     std::optional<URL> zip(const std::string &name = "Notes2") {
-        return job_.view.zipUpdatedIPA(job_.unzippedURL(), name);
+        return job_.zipUpdatedIPA(job_.unzippedURL(), name);
     }
     [[nodiscard]] fs::path result(const std::string &name = "Notes2.ipa") const {
         return job_.documents() / name;
     }
 
-    Job job_;
+    JobBench job_;
     fs::path staging_ = job_.documents() / "tempFolder";
 };
 
-TEST_F(Packing, MovesThePayloadAndStoresItUncompressed) {
+TEST_F(Packing, MovesPayloadAndStoresItUncompressed) {
     writeFile(job_.unzipped() / "other.txt", "stays");
     EXPECT_EQ(zip(), URL::file(result().string()));
     EXPECT_THAT(job_.log(), ElementsAre("Created temporary folder", "Moved Payload folder",
@@ -53,19 +53,19 @@ TEST_F(Packing, MovesThePayloadAndStoresItUncompressed) {
     EXPECT_TRUE(fs::exists(job_.unzipped() / "other.txt"));
 }
 
-TEST_F(Packing, ReplacesAnEarlierPackageOfTheSameName) {
+TEST_F(Packing, ReplacesEarlierPackageOfSameName) {
     writeFile(result(), "an earlier package");
     EXPECT_TRUE(zip());
     EXPECT_EQ(listing(result()), "Payload/ 0\nPayload/Notes.app/ 0\nPayload/Notes.app/Notes 0\n");
 }
 
-TEST_F(Packing, ReplacesEvenAFolderOfTheSameName) {
+TEST_F(Packing, ReplacesFolderOfSameName) {
     writeFile(result() / "a/b", "");
     EXPECT_TRUE(zip());
     EXPECT_TRUE(fs::is_regular_file(result()));
 }
 
-TEST_F(Packing, PacksWhatAnEarlierJobLeftBehind) {
+TEST_F(Packing, PacksPayloadOfEarlierJob) {
     writeFile(staging_ / "Payload/Earlier.app/Earlier", "earlier");
     EXPECT_TRUE(zip());
     EXPECT_THAT(job_.log(), ElementsAre("Created temporary folder",
@@ -78,11 +78,11 @@ TEST_F(Packing, PacksWhatAnEarlierJobLeftBehind) {
 }
 
 /// "tempFolder.ipa" is unpacked to a folder in the staging folder.
-TEST_F(Packing, PacksNothingButThePayloadOfAPackageNamedLikeTheStagingFolder) {
-    Job job;
+TEST_F(Packing, PackageNamedLikeStagingFolderKeepsPayloadOnly) {
+    JobBench job;
     job.pick(test::notesPackage({{.name = "iTunesMetadata.plist", .data = "x"}}), "tempFolder.ipa");
-    job.view.duplicationNumber.set("2");
-    job.view.processIPAFile();
+    job.number = "2";
+    job.run();
     EXPECT_THAT(job.log(),
                 ElementsAre("Unzipping IPA...", "Unzipped IPA file successfully",
                             "No image selected", "Updating Info.plist",
@@ -97,11 +97,11 @@ TEST_F(Packing, PacksNothingButThePayloadOfAPackageNamedLikeTheStagingFolder) {
     EXPECT_FALSE(fs::exists(job.documents() / "tempFolder"));
 }
 
-TEST_F(Packing, PacksAnEarlierPayloadAlsoWhereAPackageWasUnpackedBesideIt) {
+TEST_F(Packing, PacksEarlierPayloadBesideUnpackedPackage) {
     writeFile(staging_ / "Payload/Earlier.app/Earlier", "earlier");
     writeFile(staging_ / "unzipped/Payload/Notes.app/Notes", "program");
     const URL unzipped = URL::folder((staging_ / "unzipped").string());
-    EXPECT_TRUE(job_.view.zipUpdatedIPA(unzipped, "Notes2"));
+    EXPECT_TRUE(job_.zipUpdatedIPA(unzipped, "Notes2"));
     EXPECT_THAT(job_.log(), ElementsAre("Created temporary folder",
                                         StartsWith("Error while moving Payload folder: "),
                                         "Zipped updated app successfully"));
@@ -110,7 +110,7 @@ TEST_F(Packing, PacksAnEarlierPayloadAlsoWhereAPackageWasUnpackedBesideIt) {
     EXPECT_FALSE(fs::exists(staging_));
 }
 
-TEST_F(Packing, GoesOnWithoutAPayload) {
+TEST_F(Packing, GoesOnWithoutPayload) {
     fs::remove_all(job_.unzipped() / "Payload");
     EXPECT_TRUE(zip());
     EXPECT_THAT(job_.log(), ElementsAre("Created temporary folder",
@@ -120,7 +120,7 @@ TEST_F(Packing, GoesOnWithoutAPayload) {
     EXPECT_EQ(listing(result()), "");
 }
 
-TEST_F(Packing, TellsOfAStagingFolderThatCannotBeMade) {
+TEST_F(Packing, ReportsFailedStagingFolder) {
     writeFile(staging_, "a file is in the way");
     EXPECT_TRUE(zip());
     EXPECT_THAT(
@@ -131,12 +131,12 @@ TEST_F(Packing, TellsOfAStagingFolderThatCannotBeMade) {
     EXPECT_EQ(listing(result()), "tempFolder 0\n");
 }
 
-TEST_F(Packing, NamesThePackageEvenWithoutAName) {
+TEST_F(Packing, EmptyNameGivesExtensionOnly) {
     EXPECT_EQ(zip(""), URL::file(result(".ipa").string()));
     EXPECT_TRUE(fs::exists(result(".ipa")));
 }
 
-TEST_F(Packing, EscapesAndShortensNothing) {
+TEST_F(Packing, NamesAreNotEscapedOrShortened) {
     for (const std::string &name : {std::string("a b%20\xC3\xA9:*?\"<>|\n"),
                                     std::string("Notes.app"), std::string(251, 'x')}) {
         writeFile(job_.unzipped() / "Payload/x", "");
@@ -145,7 +145,7 @@ TEST_F(Packing, EscapesAndShortensNothing) {
     }
 }
 
-TEST_F(Packing, FailsForANameThatNoFileCanHave) {
+TEST_F(Packing, FailsForImpossibleFileName) {
     const std::vector<std::string> names = {std::string(252, 'x'), "missing/Notes",
                                             std::string(5000, 'x'), "a/" + std::string(300, 'x')};
     for (const std::string &name : names) {
@@ -157,7 +157,7 @@ TEST_F(Packing, FailsForANameThatNoFileCanHave) {
     EXPECT_TRUE(fs::exists(staging_ / "Payload")) << "left behind";
 }
 
-TEST_F(Packing, FailsWhenTheDiskIsFull) {
+TEST_F(Packing, FailsWhenDiskIsFull) {
     writeFile(job_.unzipped() / "Payload/large", std::string(100'000, 'x'));
     const test::FileSizeLimit limit(50'000);
     EXPECT_FALSE(zip());
@@ -165,7 +165,7 @@ TEST_F(Packing, FailsWhenTheDiskIsFull) {
     EXPECT_TRUE(fs::exists(staging_ / "Payload"));
 }
 
-TEST_F(Packing, MovesAndPacksAPayloadThatMayNotBeWritten) {
+TEST_F(Packing, PacksReadOnlyPayload) {
     fs::permissions(job_.unzipped() / "Payload/Notes.app", fs::perms(0555));
     fs::permissions(job_.unzipped() / "Payload", fs::perms(0555));
     EXPECT_TRUE(zip());
@@ -181,15 +181,15 @@ TEST_F(Packing, MovesAndPacksAPayloadThatMayNotBeWritten) {
               "0o40555");
 }
 
-TEST(PackingWithProgress, FailsWhenTheStagingFolderCannotBeRemoved) {
+TEST(PackingWithProgress, FailsWhenStagingFolderCannotBeRemoved) {
     const auto progress = archive::Progress::make(45);
-    Job job(progress);
+    JobBench job(progress);
     writeFile(job.unzipped() / "Payload/x", "x");
     progress->setObserver([&job](const archive::Progress &now) {
         if (now.completedUnitCount() == 45) // packed, not yet removed
             fs::remove_all(job.documents() / "tempFolder");
     });
-    EXPECT_FALSE(job.view.zipUpdatedIPA(job.unzippedURL(), "Notes2"));
+    EXPECT_FALSE(job.zipUpdatedIPA(job.unzippedURL(), "Notes2"));
     EXPECT_THAT(
         job.log(),
         ElementsAre("Created temporary folder", "Moved Payload folder",
@@ -198,24 +198,20 @@ TEST(PackingWithProgress, FailsWhenTheStagingFolderCannotBeRemoved) {
         << "the package stays";
 }
 
-TEST(PackingWithProgress, StopsWhenItIsCancelled) {
+TEST(PackingWithProgress, StopsWhenCancelled) {
     const auto progress = archive::Progress::make();
-    Job job(progress);
+    JobBench job(progress);
     writeFile(job.unzipped() / "Payload/x", "x");
     progress->cancel();
-    EXPECT_FALSE(job.view.zipUpdatedIPA(job.unzippedURL(), "Notes2"));
+    EXPECT_FALSE(job.zipUpdatedIPA(job.unzippedURL(), "Notes2"));
     EXPECT_THAT(job.log().back(),
                 AllOf(StartsWith("Error while zipping updated app: "), HasSubstr("cancelled")));
 }
 
-TEST(PackingWithoutDocuments, ReturnsNothingWithoutAWord) {
-    const test::TemporaryFolder folder;
-    EventLoop loop;
-    AppLaunchView view({.sandbox = Sandbox(folder.url("box"), {}),
-                        .mainQueue = loop.queue(),
-                        .backgroundQueue = loop.queue()});
-    EXPECT_FALSE(view.zipUpdatedIPA(folder.url("box/unzipped"), "Notes2"));
-    EXPECT_TRUE(view.logMessages.get().empty());
+TEST(PackingWithoutDocuments, ReturnsNothingAndLogsNothing) {
+    JobBench job(nullptr, folderItems, {});
+    EXPECT_FALSE(job.zipUpdatedIPA(job.folder.url("box/unzipped"), "Notes2"));
+    EXPECT_THAT(job.log(), testing::IsEmpty());
 }
 
 } // namespace

@@ -1,11 +1,11 @@
 #include "Vellomir/Job/UserNames.h"
 
-#include "tests/Vellomir/JobFixture.h"
+#include "tests/Job/JobBench.h"
 
 namespace vellomir {
 
 using archive::URL;
-using test::Job;
+using test::JobBench;
 using testing::AllOf;
 using testing::Each;
 using testing::EndsWith;
@@ -15,7 +15,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-class TheUserNames : public testing::Test {
+class UserNamesTest : public testing::Test {
 protected:
     ErrorContext renamed(const std::string &path, const std::string &entry = {}) const {
         const UserNames names(sandbox_, package_,
@@ -33,13 +33,13 @@ protected:
     std::optional<URL> package_ = URL::file("/home/ada/Notes.ipa");
 };
 
-TEST_F(TheUserNames, NameThePickedFileInsteadOfItsCopy) {
+TEST_F(UserNamesTest, CopyBecomesPickedFile) {
     for (const char *const own : {"Documents/Notes.ipa", "Documents/Notes",
                                   "Documents/Notes/unzipped", "Documents/tempFolder"})
         EXPECT_EQ(renamed(inner(own)).path, "shown:/home/ada/Notes.ipa") << own;
 }
 
-TEST_F(TheUserNames, NameTheEntryInsteadOfWhatWasUnpacked) {
+TEST_F(UserNamesTest, UnpackedFileBecomesEntry) {
     for (const char *const own : {"Documents/Notes/unzipped/", "Documents/tempFolder/"}) {
         const ErrorContext context = renamed(inner(own + std::string("Payload/A.app/Info.plist")));
         EXPECT_EQ(context.path, "shown:/home/ada/Notes.ipa");
@@ -48,24 +48,24 @@ TEST_F(TheUserNames, NameTheEntryInsteadOfWhatWasUnpacked) {
     EXPECT_EQ(renamed(inner("Documents/Notes/unzipped/a_b"), "a/b").entry, "a/b");
 }
 
-TEST_F(TheUserNames, NameAResultAsItIsCalled) {
+TEST_F(UserNamesTest, ResultHasItsOwnName) {
     EXPECT_EQ(renamed(inner("Documents/Notes2.ipa")).path, "Notes2.ipa");
     EXPECT_EQ(renamed(inner("tmp/rest")).path, "rest");
 }
 
-TEST_F(TheUserNames, ShowOtherFilesAsTheUserWritesThem) {
+TEST_F(UserNamesTest, OtherFilesAreDisplayedAsTyped) {
     EXPECT_EQ(renamed("/home/ada/icon.png").path, "shown:/home/ada/icon.png");
     EXPECT_EQ(renamed("").path, "");
     EXPECT_EQ(renamed("", "a/b").path, "shown:/home/ada/Notes.ipa") << "the package's entry";
 }
 
-TEST_F(TheUserNames, ManageWithoutAPickedFile) {
+TEST_F(UserNamesTest, WorksWithoutPickedFile) {
     package_.reset();
     EXPECT_EQ(renamed(inner("Documents/Notes.ipa")).path, "Notes.ipa");
     EXPECT_EQ(renamed(inner("Documents/Notes/unzipped/a")).path, "Notes/unzipped/a");
 }
 
-TEST_F(TheUserNames, NameTheFolderOnAFullDisk) {
+TEST_F(UserNamesTest, FullDiskNamesFolder) {
     for (const int systemError : {ENOSPC, EDQUOT}) {
         const UserNames names(sandbox_, package_, [](const std::string &own) { return own; });
         ErrorContext context{
@@ -78,25 +78,25 @@ TEST_F(TheUserNames, NameTheFolderOnAFullDisk) {
 
 // --- In the log and on the console ------------------------------------------------------------
 
-std::string picked(const Job &job, const char *name = "Notes.ipa") {
+std::string picked(const JobBench &job, const char *name = "Notes.ipa") {
     return (job.folder / "picked" / name).string();
 }
 
-void expectNoInnerPath(Job &job) {
-    job.doIt();
+void expectNoInnerPath(JobBench &job) {
+    job.run();
     EXPECT_THAT(job.log(), Each(Not(HasSubstr(job.documents().string()))));
     EXPECT_THAT(job.consoleText(), Not(HasSubstr(job.documents().string())));
 }
 
-TEST(TheLog, NamesThePickedFileWhereItIsNoArchive) {
-    Job job;
+TEST(JobLog, NamesPickedFileThatIsNoArchive) {
+    JobBench job;
     job.pick("This is a letter.");
     expectNoInnerPath(job);
     EXPECT_THAT(job.log().back(), EndsWith(": " + picked(job)));
 }
 
-TEST(TheLog, NamesThePickedFileWhereAnEntryIsDamaged) {
-    Job job;
+TEST(JobLog, NamesPickedFileWithDamagedEntry) {
+    JobBench job;
     test::RawEntry damaged{.name = "Payload/Notes.app/damaged", .data = "damaged"};
     damaged.checksum ^= 1U;
     job.pick(test::notesPackage({damaged}));
@@ -104,24 +104,24 @@ TEST(TheLog, NamesThePickedFileWhereAnEntryIsDamaged) {
     EXPECT_THAT(job.log().back(), EndsWith("(entry Payload/Notes.app/damaged): " + picked(job)));
 }
 
-TEST(TheLog, NamesThePickedFileWhereTheListIsDamaged) {
-    Job job;
+TEST(JobLog, NamesPickedFileWithInvalidInfoPlist) {
+    JobBench job;
     job.pick(test::notesPackage({}, "no list"));
     expectNoInnerPath(job);
     EXPECT_THAT(job.consoleText(),
                 AllOf(HasSubstr("Payload/Notes.app/Info.plist"), HasSubstr(picked(job))));
 }
 
-TEST(TheLog, NamesThePickedFileWhereNothingCanBePacked) {
-    Job job;
+TEST(JobLog, HasNoInnerPathWithoutPayload) {
+    JobBench job;
     job.pick(test::rawArchive({{.name = "A.app/Info.plist", .data = test::notesPlist()}}));
     expectNoInnerPath(job);
 }
 
-TEST(TheLog, SaysThatAFileIsMissingOnce) {
-    Job job;
-    job.view.filePicked(job.folder.url("gone.ipa"));
-    job.doIt();
+TEST(JobLog, MissingFileIsReportedOnce) {
+    JobBench job;
+    job.package = job.folder.url("gone.ipa");
+    job.run();
     EXPECT_EQ(job.log().back(), "Error unzipping IPA file: There is no such file: " +
                                     (job.folder / "gone.ipa").string());
 }

@@ -5,6 +5,7 @@
 #include "Vellomir/Pictures/PictureBytes.h"
 #include "archive/Archive.h"
 #include "files/FileDescriptor.h"
+#include "files/FileStatus.h"
 
 #include <cerrno>
 #include <csignal>
@@ -20,9 +21,9 @@ constexpr int pollInterval = 50; ///< milliseconds
 
 [[noreturn]] void throwMissing(const std::string &program, int systemError) {
     throw Error(PictureError::missingCodec,
-                         {.path = program,
-                          .detail = "The program that reads and writes pictures cannot be started",
-                          .systemError = systemError});
+                {.path = program,
+                 .detail = "The program that reads and writes pictures cannot be started",
+                 .systemError = systemError});
 }
 
 [[noreturn]] void throwStopped(const std::string &why) {
@@ -94,7 +95,7 @@ void requireSuccess(const HelperRun &run, int status) {
 } // namespace
 
 void runHelper(const HelperRun &run, const Cancellation &isCancelled) {
-    if (::access(run.program.c_str(), X_OK) != 0)
+    if (!isAllowed(Permission::execute, run.program))
         throwMissing(run.program, errno);
     Life life;
     const pid_t process = startHelper(run, life.held.get());

@@ -3,7 +3,7 @@
 #include "Vellomir/Pictures/PictureBytes.h"
 #include "Vellomir/Pictures/PictureHelper.h"
 #include "files/ErrorCategory.h"
-#include "files/WholeFile.h"
+#include "files/FileContent.h"
 
 #include <array>
 
@@ -24,8 +24,7 @@ Picture decoded(const std::string &name, const Decode &decode) {
         DecodedPicture picture = decode();
         return Picture(std::move(picture.bitmap), 1, picture.orientation);
     } catch (const PictureFault &fault) {
-        throw Error(PictureError::unreadablePicture,
-                             {.path = name, .detail = fault.what()});
+        throw Error(PictureError::unreadablePicture, {.path = name, .detail = fault.what()});
     }
 }
 
@@ -38,7 +37,7 @@ std::error_code make_error_code(PictureError error) {
 Picture Picture::read(const archive::URL &url, const DecodingOptions &options,
                       const Cancellation &isCancelled) {
     const std::string path = url.path();
-    const FileDescriptor file(::open(path.c_str(), wholeFileFlags));
+    const FileDescriptor file = openFile(path, Access::read);
     const std::uint64_t size = regularFileSize(file, path);
     if (size > maximumPictureFile)
         throw Error(FileError::fileReadTooLarge, {.path = path});
@@ -59,7 +58,7 @@ Picture Picture::decode(std::span<const std::byte> bytes, const std::string &nam
 archive::Data Picture::pngData(const Cancellation &isCancelled) const {
     if (!hasBitmap())
         throw Error(PictureError::unwritablePicture,
-                             {.detail = "A picture without a bitmap cannot be written"});
+                    {.detail = "A picture without a bitmap cannot be written"});
     try {
         return archive::Data(PictureHelper::find().encode({bitmap_, orientation_}, isCancelled));
     } catch (const PictureFault &fault) {

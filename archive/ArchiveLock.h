@@ -1,8 +1,8 @@
 #pragma once
 
 #include "files/FileDescriptor.h"
-#include "files/FileIdentity.h"
 #include "files/FilePlace.h"
+#include "files/FileStatus.h"
 
 #include <chrono>
 #include <functional>

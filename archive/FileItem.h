@@ -3,9 +3,9 @@
 #include "archive/Archive.h"
 #include "archive/EntryAppender.h"
 #include "files/FileDescriptor.h"
+#include "files/FileStatus.h"
 
 #include <optional>
-#include <sys/stat.h>
 
 namespace vellomir::archive {
 
@@ -20,9 +20,9 @@ public:
     /// `path` is for errors.
     FileItem(int folder, std::string name, std::string path);
 
-    [[nodiscard]] Entry::EntryType type() const { return Entry::entryType(status_.st_mode); }
+    [[nodiscard]] Entry::EntryType type() const { return Entry::entryType(status_.mode()); }
     [[nodiscard]] std::uint16_t permissions() const {
-        return static_cast<std::uint16_t>(status_.st_mode);
+        return static_cast<std::uint16_t>(status_.mode());
     }
     [[nodiscard]] Date modificationDate() const;
     /// Throws `fileReadTooLarge` for a size that cannot be.
@@ -33,7 +33,7 @@ public:
     }
     /// Whether the two are one item on disk, under whatever names.
     [[nodiscard]] bool isSameAs(const FileItem &other) const {
-        return status_.st_dev == other.status_.st_dev && status_.st_ino == other.status_.st_ino;
+        return status_.identity() == other.status_.identity();
     }
 
     /// Adds the item under the path, to which a folder's "/" is appended where it is missing.
@@ -42,11 +42,6 @@ public:
     void add(EntryAppender &appender, std::string path, const Archive::AddOptions &options) const;
 
 private:
-    struct FolderIdentity {
-        dev_t device;
-        ino_t number;
-    };
-
     void addFromFolder(EntryAppender &appender, std::string path,
                        const Archive::AddOptions &options) const;
     void addFile(EntryAppender &appender, const std::string &path,
@@ -64,8 +59,8 @@ private:
     std::string name_;
     std::string path_;
     /// Of the folder of `path_`; none if `folder_` is that folder.
-    std::optional<FolderIdentity> identity_;
-    struct stat status_ {};
+    std::optional<ItemIdentity> identity_;
+    FileStatus status_;
 };
 
 } // namespace vellomir::archive

@@ -2,12 +2,13 @@
 
 #include "cli/Interruption.h"
 
-#include "files/WholeFile.h"
+#include "files/FileContent.h"
+#include "files/FileStatus.h"
 
 #include <cerrno>
 #include <cstdlib>
 #include <limits>
-#include <unistd.h>
+#include <utility>
 
 namespace vellomir::cli {
 namespace {
@@ -21,14 +22,13 @@ archive::Data readBytes(const FileDescriptor &file, const std::string &path) {
 }
 
 archive::Data readBytes(const std::string &path) {
-    return readBytes(FileDescriptor(::open(path.c_str(), wholeFileFlags)), path);
+    return readBytes(openFile(path, Access::read), path);
 }
 
 Archive::FilePointer makeStream(FileDescriptor file, const char *mode, const std::string &path) {
-    Archive::FilePointer stream(::fdopen(file.get(), mode));
+    Archive::FilePointer stream(openStream(std::move(file), mode));
     if (!stream)
         throw readError(path, errno);
-    static_cast<void>(file.release()); // the stream's own from here on
     return stream;
 }
 
@@ -98,7 +98,7 @@ std::string resolvedPath(const std::string &path) {
 }
 
 void requireWritable(const FilePlace &place) {
-    if (::faccessat(place.folder, place.name.c_str(), W_OK, 0) != 0)
+    if (!isAllowed(Permission::write, place))
         throw writeError(place.path, errno);
 }
 

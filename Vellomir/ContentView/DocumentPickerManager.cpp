@@ -1,8 +1,7 @@
 #include "Vellomir/ContentView/DocumentPickerManager.h"
 
-#include "files/WholeFile.h"
+#include "files/FileContent.h"
 
-#include <cerrno>
 #include <utility>
 
 namespace vellomir {
@@ -14,11 +13,11 @@ constexpr std::size_t pieceSize = std::size_t{64} << 10U;
 bool readToEnd(const FileDescriptor &file, const BackgroundWork::CancellationFlag &isCancelled) {
     std::vector<std::byte> buffer(pieceSize);
     while (!isCancelled) {
-        const ssize_t count = ::read(file.get(), buffer.data(), buffer.size());
-        if (count == 0)
-            return true;
-        if (count < 0 && errno != EINTR)
+        const auto count = readInto(file.get(), buffer);
+        if (!count)
             return false;
+        if (*count < buffer.size())
+            return true;
     }
     return false;
 }
@@ -28,7 +27,7 @@ bool isReadable(const archive::URL &url, const BackgroundWork::CancellationFlag 
         return false;
     try {
         const std::string path = url.path();
-        const FileDescriptor file(::open(path.c_str(), wholeFileFlags));
+        const FileDescriptor file = openFile(path, Access::read);
         static_cast<void>(regularFileSize(file, path));
         return readToEnd(file, isCancelled);
     } catch (const std::exception &) {

@@ -2,18 +2,17 @@
 
 #include "archive/URL.h"
 #include "files/FileDescriptor.h"
+#include "files/FileStatus.h"
 
 #include <deque>
 #include <optional>
 #include <string>
 #include <string_view>
-#include <sys/stat.h>
 #include <vector>
 
 namespace vellomir {
 
-/// A name in an open folder: what the `at` calls of the system take. The name is "." if the path
-/// ends at the folder itself, never "..".
+/// A name in an open folder. The name is "." if the path ends at the folder itself, never "..".
 struct SandboxPlace {
     FileDescriptor folder;
     std::string name;
@@ -22,8 +21,12 @@ struct SandboxPlace {
     [[nodiscard]] std::string path() const {
         return name == "." ? folderPath : folderPath + '/' + name;
     }
-    /// Of the item itself, if it is a link. Nothing, and errno, if it cannot be told.
-    [[nodiscard]] std::optional<struct stat> status() const;
+    /// For the functions of the file layer; refers to this object.
+    [[nodiscard]] ItemName itemName() const { return {folder.get(), name}; }
+    /// Of the item itself, if it is a link. None, with errno, if that fails.
+    [[nodiscard]] std::optional<FileStatus> status() const {
+        return statusOf(itemName(), Links::refuse);
+    }
 };
 
 /// Walks one path from the root of a sandbox, name by name, each from the descriptor of the folder

@@ -1,4 +1,4 @@
-#include "files/OpenBelow.h"
+#include "files/FileDescriptor.h"
 
 #include "tests/support/TemporaryFolder.h"
 

@@ -1,6 +1,7 @@
-#include "files/FreeRoom.h"
+#include "files/TargetFolder.h"
 
 #include "files/Error.h"
+#include "files/FileStatus.h"
 
 #include <cerrno>
 #include <optional>
@@ -10,7 +11,7 @@
 namespace vellomir {
 namespace {
 
-/// Bytes that this user may still write; nothing if the system does not tell.
+/// Bytes that this user may still write; none if the system does not report them.
 std::optional<std::uint64_t> freeRoom(std::string folder) {
     struct statvfs status {};
     while (::statvfs(folder.c_str(), &status) != 0) {
@@ -28,6 +29,20 @@ std::optional<std::uint64_t> freeRoom(std::string folder) {
 }
 
 } // namespace
+
+void requireFolder(const std::string &folder) {
+    const auto status = statusOf(folder, Links::follow);
+    if (!status && (errno == ENOENT || errno == ENOTDIR))
+        throw Error(FileError::fileReadNoSuchFile,
+                    {.path = folder, .detail = "There is no such folder"});
+    if (status && !status->isFolder())
+        throw Error(FileError::fileReadNoSuchFile, {.path = folder, .detail = "This is no folder"});
+}
+
+void requireFolderTakesFiles(const std::string &folder) {
+    if (!isAllowed(Permission::use, folder))
+        throw writeError(folder, errno);
+}
 
 void requireFreeRoom(const std::string &folder, std::uint64_t bytes) {
     const auto room = freeRoom(folder);

@@ -55,8 +55,8 @@ void requireNewPaths(const Archive &archive, const std::vector<Addition> &additi
     for (const Addition &addition : additions)
         if (!paths.insert(addition.path).second)
             throw Error(FileError::fileWriteFileExists,
-                                 {.entry = addition.path,
-                                  .detail = "The archive holds an entry of this path already"});
+                        {.entry = addition.path,
+                         .detail = "The archive holds an entry of this path already"});
 }
 
 void add(Archive &archive, const std::vector<Addition> &additions, const AddOptions &options,
@@ -84,21 +84,21 @@ void add(Archive &archive, const std::vector<Addition> &additions, const AddOpti
 
 /// New entries go where the directory begins. If that is not where it should be, they would take
 /// the place of others.
-void requireGoodDirectory(const Archive &archive) {
-    const Reach reach = findReach(archive);
+void requireGoodDirectory(const Archive &archive, const Archive::Reach &reach) {
     const bool isDamaged = reach.end == Archive::EntryIterator::End::damagedRecord;
-    if (isDamaged || findDisplacement(archive) != 0)
+    if (isDamaged || reach.displacement != 0)
         throw Error(Archive::ArchiveError::unreadableArchive,
-                             {.path = archive.url().path(),
-                              .detail = "Nothing can be added: " +
-                                        shortfall(reach).value_or("the directory is not where the "
-                                                                  "end record says")});
+                    {.path = archive.url().path(),
+                     .detail = "Nothing can be added: " +
+                               shortfall(reach).value_or("the directory is not where the "
+                                                         "end record says")});
 }
 
 void addTo(Archive &archive, const std::vector<Addition> &additions, const AddOptions &options,
            Session &session) {
-    requireGoodDirectory(archive);
-    if (const auto warning = shortfall(findReach(archive)))
+    const auto reach = archive.reach(nullptr, session.progress());
+    requireGoodDirectory(archive, reach);
+    if (const auto warning = shortfall(reach))
         session.warn(options.archive + ": " + *warning);
     add(archive, additions, options, session);
 }

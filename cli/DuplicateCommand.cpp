@@ -55,8 +55,8 @@ std::optional<std::string> examinePackage(const DuplicateOptions &options, Warni
     if (!archive)
         return std::nullopt;
     UnmarkedNames names;
-    const Reach reach =
-        findReach(*archive, [&](const archive::Entry &entry) { names.look(entry); });
+    const auto reach =
+        archive->reach([&](const archive::Entry &entry) { names.look(entry); }, session.progress());
     if (const auto warning = names.warning(); warning && !options.encoding)
         warnings.add(*warning);
     const auto missing = shortfall(reach);
@@ -125,8 +125,7 @@ Outcome finish(const JobRun &job, const WorkingFolder &folder, const Destination
         const std::string path = deliver(job, folder, destination, options);
         return {path, "Zipped IPA file: " + URL::file(path).absoluteString(), std::nullopt};
     } catch (const Error &error) {
-        const bool isTaken =
-            !options.force && error.code() == FileError::fileWriteFileExists;
+        const bool isTaken = !options.force && error.code() == FileError::fileWriteFileExists;
         const Error shown = isTaken ? existsAlready(error.path()) : error;
         return {std::nullopt, shown.what(), describe(shown)};
     }

@@ -16,7 +16,7 @@ void requireFolderOrNothing(const std::string &path) {
         return; // missing, or unreachable: extraction reports the reason
     if (::stat(path.c_str(), &status) != 0 || !S_ISDIR(status.st_mode))
         throw Error(FileError::fileWriteFileExists,
-                             {.path = path, .detail = "The destination is no folder"});
+                    {.path = path, .detail = "The destination is no folder"});
 }
 
 } // namespace
@@ -25,7 +25,7 @@ void run(const ExtractOptions &options, Session &session) {
     const auto archiveURL = archive::URL::file(options.archive);
     const auto archive = archive::Archive::open(archiveURL, archive::Archive::AccessMode::read,
                                                 options.encoding, session.progress());
-    const Reach reach = findReach(*archive);
+    const auto reach = archive->reach(nullptr, session.progress());
     const auto destination = archive::URL::folder(options.destination);
     requireFolderOrNothing(destination.path());
     const archive::FileManager files;

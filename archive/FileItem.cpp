@@ -1,6 +1,7 @@
 #include "archive/FileItem.h"
 
 #include "archive/BufferSize.h"
+#include "archive/EntryAppender.h"
 #include "files/FileDescriptor.h"
 
 #include <algorithm>
@@ -20,6 +21,13 @@ FileDescriptor openFile(int folder, const std::string &name, const std::string &
     if (errno == EACCES || errno == EPERM)
         throw readError(path, errno);
     throw Error(FileError::fileNoSuchFile, {.path = path, .systemError = errno});
+}
+
+/// The folder that the item at the path is in. Not open, and errno, if that failed.
+FileDescriptor openFolderOf(const std::string &path) {
+    const std::size_t slash = path.rfind('/');
+    const std::string folder = slash == std::string::npos ? "." : path.substr(0, slash + 1);
+    return FileDescriptor(::open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
 }
 
 /// Reads an open file from its beginning to the size it had when it was opened.
@@ -82,7 +90,7 @@ FileItem::FileItem(const URL &url) : folder_(AT_FDCWD), name_(url.path()), path_
         return;
     }
     name_ = name;
-    const FileDescriptor opened = openFolder();
+    const FileDescriptor opened = openFolderOf(path_);
     struct stat status {};
     if (!opened.isOpen() || ::fstat(opened.get(), &status) != 0)
         throwMissing();
@@ -90,13 +98,6 @@ FileItem::FileItem(const URL &url) : folder_(AT_FDCWD), name_(url.path()), path_
     folder_ = opened.get();
     look();
     folder_ = AT_FDCWD;
-}
-
-/// Not open, and errno, if that failed.
-FileDescriptor FileItem::openFolder() const {
-    const std::size_t slash = path_.rfind('/');
-    const std::string folder = slash == std::string::npos ? "." : path_.substr(0, slash + 1);
-    return FileDescriptor(::open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
 }
 
 FileItem::FileItem(int folder, std::string name, std::string path)
@@ -129,7 +130,7 @@ void FileItem::add(EntryAppender &appender, std::string path,
                    const Archive::AddOptions &options) const {
     if (!identity_)
         return addFromFolder(appender, std::move(path), options);
-    const FileDescriptor folder = openFolder();
+    const FileDescriptor folder = openFolderOf(path_);
     struct stat status {};
     if (!folder.isOpen() || ::fstat(folder.get(), &status) != 0)
         throw readError(path_, errno);

@@ -84,10 +84,9 @@ void add(Archive &archive, const std::vector<Addition> &additions, const AddOpti
 
 /// New entries go where the directory begins. If that is not where it should be, they would take
 /// the place of others.
-void requireGoodDirectory(const Archive &archive) {
-    const Reach reach = findReach(archive);
+void requireGoodDirectory(const Archive &archive, const Archive::Reach &reach) {
     const bool isDamaged = reach.end == Archive::EntryIterator::End::damagedRecord;
-    if (isDamaged || findDisplacement(archive) != 0)
+    if (isDamaged || reach.displacement != 0)
         throw Error(Archive::ArchiveError::unreadableArchive,
                     {.path = archive.url().path(),
                      .detail = "Nothing can be added: " +
@@ -97,8 +96,9 @@ void requireGoodDirectory(const Archive &archive) {
 
 void addTo(Archive &archive, const std::vector<Addition> &additions, const AddOptions &options,
            Session &session) {
-    requireGoodDirectory(archive);
-    if (const auto warning = shortfall(findReach(archive)))
+    const auto reach = archive.reach(nullptr, session.progress());
+    requireGoodDirectory(archive, reach);
+    if (const auto warning = shortfall(reach))
         session.warn(options.archive + ": " + *warning);
     add(archive, additions, options, session);
 }

@@ -57,8 +57,8 @@ std::optional<std::string> examinePackage(const DuplicateOptions &options, Warni
     if (!archive)
         return std::nullopt;
     UnmarkedNames names;
-    const Reach reach =
-        findReach(*archive, [&](const archive::Entry &entry) { names.look(entry); });
+    const auto reach =
+        archive->reach([&](const archive::Entry &entry) { names.look(entry); }, session.progress());
     if (const auto warning = names.warning(); warning && !options.encoding)
         warnings.add(*warning);
     const auto missing = shortfall(reach);

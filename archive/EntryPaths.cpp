@@ -1,14 +1,11 @@
-#include "cli/EntryPaths.h"
+#include "archive/EntryPaths.h"
 
 #include <algorithm>
-#include <climits>
 #include <functional>
 #include <vector>
 
-namespace vellomir::cli {
+namespace vellomir::archive {
 namespace {
-
-using archive::Entry;
 
 /// The names of a path without "." and ".."; nothing if it leads out of its folder.
 std::optional<std::vector<std::string_view>> resolved(std::string_view path) {
@@ -41,29 +38,29 @@ std::pair<EntryPaths::Item, bool> EntryPaths::findOrMake(Id parent, std::string_
     return {found->second, isNew};
 }
 
-std::optional<std::string> EntryPaths::add(std::string_view path, Entry::EntryType type) {
+std::optional<FindingKind> EntryPaths::add(std::string_view path, Entry::EntryType type) {
     const bool isFolder = type == Entry::EntryType::directory;
     if (path.find('\0') != std::string_view::npos)
-        return "its path holds a zero byte";
+        return FindingKind::pathHoldsZeroByte;
     const auto names = resolved(path);
     if (!names)
-        return "its path leads out of the folder that it is unpacked into";
+        return FindingKind::pathLeadsOut;
     if (names->empty())
-        return isFolder && !path.empty() ? std::nullopt : std::optional("its path is no file name");
-    if (std::ranges::any_of(*names, [](std::string_view name) { return name.size() > NAME_MAX; }))
-        return "its path holds a name of more than " + std::to_string(NAME_MAX) + " bytes";
+        return isFolder && !path.empty() ? std::nullopt
+                                         : std::optional(FindingKind::pathIsNoFileName);
+    if (std::ranges::any_of(*names, [](auto name) { return name.size() > maxNameSize; }))
+        return FindingKind::pathHoldsLongName;
     Id folder = root;
     for (std::size_t index = 0; index + 1 < names->size(); ++index) {
         const Item above = findOrMake(folder, (*names)[index], true).first;
         if (!above.isFolder)
-            return "its path leads through another entry, which is no folder";
+            return FindingKind::pathLeadsThroughEntry;
         folder = above.id;
     }
     const auto [item, isNew] = findOrMake(folder, names->back(), isFolder);
     if (isNew || (isFolder && item.isFolder))
         return std::nullopt;
-    return item.isFolder ? "another entry makes a folder of its path"
-                         : "another entry has the same path";
+    return item.isFolder ? FindingKind::pathIsFolder : FindingKind::pathIsTaken;
 }
 
-} // namespace vellomir::cli
+} // namespace vellomir::archive

@@ -1,9 +1,9 @@
-#include "cli/OccupiedRanges.h"
+#include "archive/OccupiedRanges.h"
 
 #include <algorithm>
 #include <iterator>
 
-namespace vellomir::cli {
+namespace vellomir::archive {
 
 bool OccupiedRanges::insert(std::uint64_t start, std::uint64_t end) {
     bool isFree = true;
@@ -33,4 +33,4 @@ std::vector<std::uint64_t> OccupiedRanges::gaps(std::uint64_t end) const {
     return starts;
 }
 
-} // namespace vellomir::cli
+} // namespace vellomir::archive

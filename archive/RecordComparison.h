@@ -1,19 +1,23 @@
 #pragma once
 
 #include "archive/Records.h"
+#include "archive/Verification.h"
 
+#include <functional>
 #include <optional>
-#include <string>
-#include <vector>
 
-namespace vellomir::cli {
+namespace vellomir::archive {
+
+/// Gets what is wrong with one entry.
+using EntryReport =
+    std::function<void(FindingKind kind, FindingValue expected, FindingValue found)>;
 
 /// What an archive says of one entry, in its three places.
 struct EntryRecords {
-    archive::CentralDirectoryStructure central;
-    archive::LocalFileHeader local;
-    std::optional<archive::DataDescriptor> descriptor;
-    std::optional<archive::ZIP64DataDescriptor> zip64Descriptor;
+    CentralDirectoryStructure central;
+    LocalFileHeader local;
+    std::optional<DataDescriptor> descriptor;
+    std::optional<ZIP64DataDescriptor> zip64Descriptor;
 
     /// Whether either record says that there is a descriptor.
     [[nodiscard]] bool usesDescriptor() const;
@@ -27,8 +31,8 @@ struct EntryRecords {
     [[nodiscard]] std::uint64_t descriptorSize() const;
 };
 
-/// A sentence for each value in which the local header or the data descriptor differs from the
-/// directory. Sizes and checksum of a local header that leaves them to the descriptor may be 0.
-[[nodiscard]] std::vector<std::string> differences(const EntryRecords &records);
+/// Reports each value in which the local header or the data descriptor differs from the directory.
+/// Sizes and checksum of a local header that leaves them to the descriptor may be 0.
+void compareRecords(const EntryRecords &records, const EntryReport &report);
 
-} // namespace vellomir::cli
+} // namespace vellomir::archive

@@ -4,7 +4,7 @@
 #include <map>
 #include <vector>
 
-namespace vellomir::cli {
+namespace vellomir::archive {
 
 /// The parts of a file that entries lie in. Ranges that touch are kept as one, so that memory stays
 /// flat for an archive without holes, whatever the order of its entries.
@@ -19,4 +19,4 @@ private:
     std::map<std::uint64_t, std::uint64_t> ends_; ///< by where they start
 };
 
-} // namespace vellomir::cli
+} // namespace vellomir::archive

@@ -1,7 +1,8 @@
 #pragma once
 
-#include "archive/Entry.h"
+#include "archive/Verification.h"
 
+#include <climits>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -9,15 +10,17 @@
 #include <string_view>
 #include <unordered_map>
 
-namespace vellomir::cli {
+namespace vellomir::archive {
 
 /// The paths of an archive's entries as extraction would make them, to find those that it would
 /// refuse. Takes about 100 bytes for each name in a path that no earlier path had.
 class EntryPaths {
 public:
+    /// Bytes of the longest name in a path that a file can have.
+    static constexpr std::uint64_t maxNameSize = NAME_MAX;
+
     /// Returns what is wrong with the next entry's path: by itself, or because of an earlier entry.
-    [[nodiscard]] std::optional<std::string> add(std::string_view path,
-                                                 archive::Entry::EntryType type);
+    [[nodiscard]] std::optional<FindingKind> add(std::string_view path, Entry::EntryType type);
 
 private:
     using Id = std::uint32_t;
@@ -42,4 +45,4 @@ private:
     std::unordered_map<Place, Item, Hash> items_;
 };
 
-} // namespace vellomir::cli
+} // namespace vellomir::archive

@@ -2,6 +2,7 @@
 
 #include "archive/ArchiveLock.h"
 #include "archive/Error.h"
+#include "files/FileContent.h"
 
 #include <cerrno>
 

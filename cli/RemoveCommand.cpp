@@ -6,6 +6,7 @@
 
 #include "files/FileCopy.h"
 #include "files/PendingFile.h"
+#include "files/TargetFolder.h"
 
 #include <set>
 

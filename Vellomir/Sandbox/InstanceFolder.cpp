@@ -20,7 +20,7 @@ namespace {
 
 using archive::URL;
 
-/// Many more windows than anybody opens, so that a file system whose locks never work ends this.
+/// Many more windows than a user opens: ends the search where locks never work.
 constexpr int maximumCount = 1000;
 
 bool isRealFolder(const std::string &path) {
@@ -64,8 +64,8 @@ std::string record(const FileDescriptor &lock) {
     return text;
 }
 
-/// Removes all but the file with this path, and the folders that it is in; goes on behind what
-/// cannot be removed.
+/// Removes all but the file with this path, and the folders that it is in. Skips items that cannot
+/// be removed.
 void clear(const SandboxFiles &files, const URL &folder, const std::string &kept) {
     std::vector<URL> children;
     try {
@@ -77,19 +77,19 @@ void clear(const SandboxFiles &files, const URL &folder, const std::string &kept
         if (kept != child.path() && !kept.starts_with(child.path() + '/'))
             try {
                 files.remove(child);
-            } catch (const Error &) { // the next one tries again
+            } catch (const Error &) { // the next window tries again
             }
 }
 
-/// Removes what was left of copies; goes on if that cannot be done.
+/// Removes incomplete copies. A failure is no error.
 void clearSaving(const std::string &folder) {
     try {
         WorkingFolder::removeAbandoned(folder);
-    } catch (const Error &) { // it has gone
+    } catch (const Error &) { // the folder was removed
     }
 }
 
-/// Removes what a killed program left. Its lock is held.
+/// Removes the files of a killed program. The caller holds its lock.
 void clearAfterKill(const URL &folder, const FileDescriptor &lock) {
     const std::string text = record(lock);
     if (text.empty() || !isRealFolder(folder.path()))
@@ -105,12 +105,12 @@ void clearAfterKill(const URL &folder, const FileDescriptor &lock) {
     setRecord(lock, "");
 }
 
-/// The folders whose programs are gone. Those in use are locked.
+/// Clears the folders whose programs have ended. Those in use are locked.
 void clearAbandoned(const std::string &dataFolder) {
     constexpr std::string_view extension = ".lock";
     const FileDescriptor opened = openFolder(dataFolder, FolderUse::list, Links::follow);
     if (!opened.isOpen())
-        return; // taking a folder fails, and says why
+        return; // taking a folder fails with the reason
     for (const FolderItem &item : folderItems(opened.get(), dataFolder)) {
         if (!item.name.ends_with(extension))
             continue;
@@ -120,7 +120,7 @@ void clearAbandoned(const std::string &dataFolder) {
                     lock(openFile(path, Access::readAndWrite, Links::refuse), path);
                 held.isOpen())
                 clearAfterKill(URL::folder(path.substr(0, path.size() - extension.size())), held);
-        } catch (const Error &) { // no lock of ours
+        } catch (const Error &) { // not a lock file of this program
         }
     }
 }
@@ -165,7 +165,7 @@ bool InstanceFolder::take(const URL &folder) {
     makePrivateFolder(folder.path());
     if (!isRealFolder(folder.path()))
         return false;
-    clearAfterKill(folder, lock_); // killed since the others were looked at
+    clearAfterKill(folder, lock_); // its program may have been killed just now
     url_ = folder;
     recordResult(std::nullopt);
     return true;

@@ -83,8 +83,8 @@ void SandboxPath::enter(Item item, std::string name) {
     folderNames_.push_back(std::move(name));
 }
 
-/// By walking the names above once more: one open folder serves for any depth, and ".." of the
-/// system's would lead wherever the folder has been moved meanwhile.
+/// Walks the names above once more. So one open folder is enough at any depth; the ".." of the
+/// system could lead outside after the folder was moved.
 void SandboxPath::enterParent() {
     if (folderNames_.empty())
         refuse();

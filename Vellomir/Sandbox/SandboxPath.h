@@ -30,8 +30,8 @@ struct SandboxPlace {
 };
 
 /// Walks one path from the root of a sandbox, name by name, each from the descriptor of the folder
-/// before it, so that a folder exchanged for a link meanwhile leads nowhere else. Links are
-/// followed by their text as long as they stay below the root.
+/// before it: a folder that another program replaces by a link meanwhile cannot lead outside. Links
+/// are followed by their text if they stay below the root.
 class SandboxPath {
 public:
     enum class FinalLink { follow, keep };
@@ -64,11 +64,11 @@ private:
     std::string rootPath_;
     std::string path_;
     std::deque<std::string> names_;        ///< still to walk
-    FileDescriptor folder_;                ///< where the walk has come to
-    std::vector<std::string> folderNames_; ///< from the root to there
+    FileDescriptor folder_;                ///< the current folder of the walk
+    std::vector<std::string> folderNames_; ///< from the root to the current folder
     int linksLeft_ = 40;
-    /// Names that may still be opened. Every ".." in a link opens all names above it again, so that
-    /// a few links could ask for millions.
+    /// Names that may still be opened. Every ".." in a link opens all names above it again, so a
+    /// few links could need millions of steps.
     int stepsLeft_ = 20'000;
 };
 

@@ -113,11 +113,11 @@ struct Outcome {
 Outcome finish(const JobRun &job, const WorkingFolder &folder, const Destination &destination,
                const DuplicateOptions &options, Warnings &warnings) {
     if (!job.result()) {
-        warnings.tellHeldBack();
+        warnings.printHeldBack();
         return {std::nullopt, job.summary(), reasonOf(job.failure())};
     }
     if (auto lost = lostPayload(job.complaints())) {
-        warnings.tellHeldBack();
+        warnings.printHeldBack();
         return {std::nullopt, *lost, *lost};
     }
     examineCopy(job, warnings);
@@ -158,7 +158,7 @@ void run(const DuplicateOptions &options, Session &session) {
     if (!objection)
         objection = examinePackage(options, warnings, session);
     if (objection)
-        warnings.tellHeldBack();
+        warnings.printHeldBack();
     const Outcome outcome = objection ? Outcome{std::nullopt, *objection, *objection}
                                       : runJob(options, destination, icon, warnings, session);
     if (options.json) {

@@ -55,13 +55,14 @@ bool AppLaunchView::openDocuments(const std::vector<URL> &urls) {
     if (isLoading.get() || !clearing_.isOpen() || urls.empty())
         return false;
     if (isInside(urls.front(), services_.sandbox.root())) {
-        services_.tell(urls.front().lastPathComponent() +
-                       " lies in a folder that is emptied when a file is opened. Save a copy of it "
-                       "somewhere else first.");
+        services_.showMessage(
+            urls.front().lastPathComponent() +
+            " lies in a folder that is emptied when a file is opened. Save a copy of it "
+            "somewhere else first.");
         return false;
     }
     if (urls.size() > 1)
-        services_.tell(
+        services_.showMessage(
             "Only one file can be opened at a time. " + urls.front().lastPathComponent() +
             " was taken, the other " +
             (urls.size() == 2 ? "file was" : std::to_string(urls.size() - 1) + " files were") +

@@ -40,7 +40,7 @@ struct Services {
     };
     /// Shows a message of one or two sentences to the user, for events that neither the log nor the
     /// screen shows. Main thread.
-    std::function<void(const std::string &message)> tell = [](const std::string &) {};
+    std::function<void(const std::string &message)> showMessage = [](const std::string &) {};
 };
 
 } // namespace vellomir

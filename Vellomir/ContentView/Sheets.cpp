@@ -75,7 +75,7 @@ void AppLaunchView::reportPicture(const std::exception_ptr &failure) {
     } catch (const std::exception &error) {
         const std::string text = newJob().reason(error);
         services_.console("Error reading picture: " + text);
-        services_.tell(text + ". The icon stays as it was.");
+        services_.showMessage(text + ". The icon stays as it was.");
     }
 }
 

@@ -21,7 +21,7 @@ Job &JobBench::newJob() {
                         JobServices{.sandbox = sandbox_,
                                     .files = SandboxFiles(sandbox_.root(), listFolder_),
                                     .progress = progress_},
-                        *this);
+                        static_cast<JobObserver &>(*this));
 }
 
 JobProblem JobBench::failure() const {

@@ -48,7 +48,7 @@ public:
     }
 
 private:
-    [[noreturn]] static void hold(const archive::URL &data, int toldTo) {
+    [[noreturn]] static void hold(const archive::URL &data, int report) {
         try {
             InstanceFolder folder(data);
             const std::string documents = folder.url().path() + "/Documents/";
@@ -62,7 +62,7 @@ private:
             test::writeFile(documents + "copy.ipa", "half");
             test::writeFile(documents + "copy/unzipped/a/b", "half");
             test::writeFile(folder.url().path() + "/tmp/file", "half");
-            if (::write(toldTo, "x", 1) == 1)
+            if (::write(report, "x", 1) == 1)
                 ::pause();
         } catch (const std::exception &) {
         }

@@ -55,7 +55,7 @@ protected:
         };
     }
 
-    void runUntilTold(std::size_t count = 1) {
+    void runUntilEvents(std::size_t count = 1) {
         while (events_.size() < count) {
             loop_.runPending();
             std::this_thread::yield();
@@ -88,7 +88,7 @@ TEST_F(PickerManager, ReportsReadableFileOnMainQueue) {
     manager_->documentPicker({folder_.url("a b.ipa")});
     test::finish(background_);
     EXPECT_THAT(events_, IsEmpty());
-    runUntilTold(2);
+    runUntilEvents(2);
     EXPECT_THAT(events_, ElementsAre(success, "picked a b.ipa"));
 }
 
@@ -115,7 +115,7 @@ TEST_F(PickerManager, EmptyListDoesNotStopReading) {
     writeFile(folder_ / "a", "");
     manager_->documentPicker({folder_.url("a")});
     manager_->documentPicker({});
-    runUntilTold(2);
+    runUntilEvents(2);
     EXPECT_THAT(events_, ElementsAre(success, "picked a"));
 }
 
@@ -156,7 +156,7 @@ TEST_F(PickerManager, ReadsDeletedFileToItsEnd) {
     waitUntil([this] { return isOpen(folder_ / "a"); });
     fs::resize_file(folder_ / "a", 1);
     fs::remove(folder_ / "a");
-    runUntilTold(2);
+    runUntilEvents(2);
     EXPECT_THAT(events_, ElementsAre(success, "picked a"));
 }
 
@@ -198,7 +198,7 @@ TEST_F(PickerManager, CallbackMayPickAgain) {
         manager_->documentPicker({folder_.url("b")});
     };
     manager_->documentPicker({folder_.url("a")});
-    runUntilTold(4);
+    runUntilEvents(4);
     EXPECT_THAT(events_, ElementsAre(success, "a", success, "then b"));
 }
 

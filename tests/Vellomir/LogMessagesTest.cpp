@@ -29,19 +29,19 @@ TEST(LogMessages, EachLineIsReportedOnce) {
     EventLoop loop;
     LogMessages log(loop.queue());
     std::vector<std::string> lines;
-    std::size_t told = 0;
+    std::size_t reported = 0;
     const Observation observation = log.observe([&](const LogChange &change) {
         if (change.replacesAll)
             lines.clear();
         lines.insert(lines.end(), change.lines.begin(), change.lines.end());
-        told += change.lines.size();
+        reported += change.lines.size();
     });
     log.append("gone");
     log.replace({"first"});
     for (int index = 0; index < 5000; ++index)
         log.append(std::to_string(index));
     loop.runPending();
-    EXPECT_EQ(told, 5002U); // each line once: nothing that grows with the log
+    EXPECT_EQ(reported, 5002U); // each line once: nothing that grows with the log
     EXPECT_EQ(lines, log.get());
     EXPECT_EQ(lines.front(), "first");
     EXPECT_EQ(lines.back(), "4999");
@@ -76,7 +76,7 @@ TEST(LogMessages, TwoThreadsWriteWhileOneReads) {
     second.join();
     loop.runPending();
     EXPECT_EQ(lines.size(), 2U * count);
-    EXPECT_EQ(lines, log.get()) << "the order of the changes is the order in which they are told";
+    EXPECT_EQ(lines, log.get()) << "changes are reported in their order";
     EXPECT_EQ(last, text.get());
 }
 

@@ -15,7 +15,7 @@ using testing::StartsWith;
 
 namespace {
 
-/// So large that nobody would hold its pixels in memory. Each call's are others.
+/// Large pictures: their pixels are not in memory. Each call has its own pixels.
 Picture sized(int width, int height, double scale = 1, Orientation orientation = Orientation::up) {
     const Bitmap bitmap{.width = width,
                         .height = height,

@@ -29,12 +29,14 @@ std::optional<Picture> readIcon(const DuplicateOptions &options, const Session &
 }
 
 /// Returns null if the file cannot be opened as an archive. Throws `Interrupted`.
-std::unique_ptr<Archive> openPackage(const std::string &path, Session &session) try {
-    return Archive::open(URL::file(path), Archive::AccessMode::read, std::nullopt,
-                         session.progress());
-} catch (const Error &) {
-    Interruption::throwIfInterrupted();
-    return nullptr;
+std::unique_ptr<Archive> openPackage(const std::string &path, Session &session) {
+    try {
+        return Archive::open(URL::file(path), Archive::AccessMode::read, std::nullopt,
+                             session.progress());
+    } catch (const Error &) {
+        Interruption::throwIfInterrupted();
+        return nullptr;
+    }
 }
 
 /// The job unpacks into a folder with the package's name without its extension, beside a copy of

@@ -1,6 +1,5 @@
 #include "files/WorkingFolder.h"
 
-#include "archive/ArchiveLock.h"
 #include "files/Error.h"
 #include "files/FileLock.h"
 

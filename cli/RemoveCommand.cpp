@@ -64,13 +64,15 @@ void removeInMemory(const RemoveOptions &options, Session &session) {
 
 } // namespace
 
-void run(const RemoveOptions &options, Session &session) try {
-    if (options.memory)
-        removeInMemory(options, session);
-    else
-        removeFromFile(options, session);
-} catch (const Error &error) {
-    throw whileWriting(resolvedPath(options.archive), error);
+void run(const RemoveOptions &options, Session &session) {
+    try {
+        if (options.memory)
+            removeInMemory(options, session);
+        else
+            removeFromFile(options, session);
+    } catch (const Error &error) {
+        throw whileWriting(resolvedPath(options.archive), error);
+    }
 }
 
 } // namespace vellomir::cli

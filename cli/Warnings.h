@@ -7,16 +7,16 @@
 
 namespace vellomir::cli {
 
-/// The warnings of one command. Each is printed at once. Strict warnings are held back instead and
-/// make the command fail; the failure lists them.
+/// The warnings of one command. Each is printed at once. If they are strict, they are held back and
+/// make the command fail: the failure lists them.
 class Warnings {
 public:
-    /// Each printed warning begins with `subject`.
+    /// Each printed warning starts with `subject`.
     Warnings(std::string subject, bool areStrict, Session &session)
         : subject_(std::move(subject)), areStrict_(areStrict), session_(session) {}
 
     void add(const std::string &text);
-    /// For a command that fails for another reason.
+    /// Prints strict warnings after all. For a command that fails for another reason.
     void printHeldBack();
 
     [[nodiscard]] const std::vector<std::string> &texts() const { return texts_; }

@@ -1,9 +1,9 @@
-#include "cli/OccupiedRanges.h"
+#include "archive/OccupiedRanges.h"
 
 #include <gmock/gmock.h>
 #include <random>
 
-namespace vellomir::cli {
+namespace vellomir::archive {
 
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -11,7 +11,7 @@ using testing::IsEmpty;
 namespace {
 
 TEST(OccupiedRanges, AdjacentRangesDoNotOverlap) {
-    cli::OccupiedRanges ranges;
+    OccupiedRanges ranges;
     EXPECT_TRUE(ranges.insert(10, 20));
     EXPECT_TRUE(ranges.insert(20, 30));
     EXPECT_TRUE(ranges.insert(0, 10));
@@ -21,14 +21,14 @@ TEST(OccupiedRanges, AdjacentRangesDoNotOverlap) {
 TEST(OccupiedRanges, OverlapsAreFound) {
     for (const auto &[start, end] :
          {std::pair{10U, 20U}, {5U, 11U}, {19U, 25U}, {12U, 13U}, {0U, 99U}}) {
-        cli::OccupiedRanges ranges;
+        OccupiedRanges ranges;
         EXPECT_TRUE(ranges.insert(10, 20));
         EXPECT_FALSE(ranges.insert(start, end)) << start;
     }
 }
 
 TEST(OccupiedRanges, GapsAreFound) {
-    cli::OccupiedRanges ranges;
+    OccupiedRanges ranges;
     EXPECT_THAT(ranges.gaps(5), ElementsAre(0));
     EXPECT_TRUE(ranges.insert(10, 20));
     EXPECT_TRUE(ranges.insert(30, 40));
@@ -40,7 +40,7 @@ TEST(OccupiedRanges, GapsAreFound) {
 TEST(OccupiedRanges, AgreesWithBytewiseModel) {
     std::minstd_rand random(7);
     for (int round = 0; round < 200; ++round) {
-        cli::OccupiedRanges ranges;
+        OccupiedRanges ranges;
         std::vector<bool> taken(64);
         for (int count = 0; count < 12; ++count) {
             const std::uint64_t start = random() % 60;
@@ -62,4 +62,4 @@ TEST(OccupiedRanges, AgreesWithBytewiseModel) {
 
 } // namespace
 
-} // namespace vellomir::cli
+} // namespace vellomir::archive

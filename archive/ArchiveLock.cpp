@@ -95,17 +95,4 @@ FileDescriptor openLockedForUpdate(const FilePlace &place, const LockWait &wait)
     return openLockedAt(place, open, wait);
 }
 
-HeldFile::HeldFile(FilePlace place, const LockWait &wait)
-    : place_(std::move(place)), descriptor_(openLockedForUpdate(place_, wait)),
-      identity_(descriptor_.get(), place_.path) {}
-
-HeldFile::HeldFile(const std::string &path, const LockWait &wait) : HeldFile(placeAt(path), wait) {}
-
-FileDescriptor HeldFile::fromStart() const {
-    FileDescriptor copy = duplicate(descriptor_.get());
-    if (!copy.isOpen() || !rewindFile(copy.get()))
-        throw readError(place_.path, errno);
-    return copy;
-}
-
 } // namespace vellomir::archive

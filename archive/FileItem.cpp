@@ -1,6 +1,7 @@
 #include "archive/FileItem.h"
 
 #include "archive/BufferSize.h"
+#include "archive/EntryAppender.h"
 #include "files/FileContent.h"
 #include "files/FileDescriptor.h"
 
@@ -19,6 +20,13 @@ FileDescriptor openForReading(const ItemName &item, const std::string &path) {
     if (errno == EACCES || errno == EPERM)
         throw readError(path, errno);
     throw Error(FileError::fileNoSuchFile, {.path = path, .systemError = errno});
+}
+
+/// The folder that the item at the path is in. Not open, and errno, if that failed.
+FileDescriptor openFolderOf(const std::string &path) {
+    const std::size_t slash = path.rfind('/');
+    const std::string folder = slash == std::string::npos ? "." : path.substr(0, slash + 1);
+    return openFolder(folder, FolderUse::names, Links::follow);
 }
 
 /// Reads an open file from its beginning to the size it had when it was opened.
@@ -63,7 +71,7 @@ FileItem::FileItem(const URL &url) : folder_(currentFolder), name_(url.path()), 
         return;
     }
     name_ = name;
-    const FileDescriptor opened = openFolder();
+    const FileDescriptor opened = openFolderOf(path_);
     const auto status = opened.isOpen() ? statusOf(opened.get()) : std::nullopt;
     if (!status)
         throwMissing();
@@ -71,13 +79,6 @@ FileItem::FileItem(const URL &url) : folder_(currentFolder), name_(url.path()), 
     folder_ = opened.get();
     look();
     folder_ = currentFolder;
-}
-
-/// Not open, and errno, if that failed.
-FileDescriptor FileItem::openFolder() const {
-    const std::size_t slash = path_.rfind('/');
-    const std::string folder = slash == std::string::npos ? "." : path_.substr(0, slash + 1);
-    return ::vellomir::openFolder(folder, FolderUse::names, Links::follow);
 }
 
 FileItem::FileItem(int folder, std::string name, std::string path)
@@ -112,7 +113,7 @@ void FileItem::add(EntryAppender &appender, std::string path,
                    const Archive::AddOptions &options) const {
     if (!identity_)
         return addFromFolder(appender, std::move(path), options);
-    const FileDescriptor folder = openFolder();
+    const FileDescriptor folder = openFolderOf(path_);
     const auto status = folder.isOpen() ? statusOf(folder.get()) : std::nullopt;
     if (!status)
         throw readError(path_, errno);

@@ -43,22 +43,14 @@ std::unique_ptr<Archive> openArchive(const std::string &path, bool inMemory,
                     : std::move(archive);
 }
 
-Archive::FilePointer openArchiveStream(const std::string &path, bool inMemory) {
-    Archive::FilePointer file(inMemory ? archive::MemoryFile::make(readBytes(path))->open("rb")
-                                       : std::fopen(path.c_str(), "rbe"));
-    if (!file)
-        throw readError(path, errno);
-    return file;
-}
-
 std::unique_ptr<Archive> openForUpdate(const std::string &path,
                                        const Archive::ProgressPointer &progress) {
     // For its words on what is wrong with the file.
     static_cast<void>(
         Archive::open(URL::file(path), Archive::AccessMode::read, std::nullopt, progress));
-    return Archive::open(
-        makeStream(archive::openLockedForUpdate(path, interruptibleWait()), "rb+", path),
-        URL::file(path), Archive::AccessMode::update, std::nullopt, progress);
+    const archive::HeldFile held(path, interruptibleWait());
+    return Archive::open(makeStream(held.fromStart(), "rb+", path), URL::file(path),
+                         Archive::AccessMode::update, std::nullopt, progress);
 }
 
 archive::LockWait interruptibleWait() {

@@ -24,7 +24,7 @@ void run(const ExtractOptions &options, Session &session) {
     const auto archiveURL = archive::URL::file(options.archive);
     const auto archive = archive::Archive::open(archiveURL, archive::Archive::AccessMode::read,
                                                 options.encoding, session.progress());
-    const Reach reach = findReach(*archive);
+    const auto reach = archive->reach(nullptr, session.progress());
     const auto destination = archive::URL::folder(options.destination);
     requireFolderOrNothing(destination.path());
     const archive::FileManager files;

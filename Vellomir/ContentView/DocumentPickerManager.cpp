@@ -45,7 +45,7 @@ void AppLaunchView::DocumentPickerManager::documentPicker(
     const std::vector<archive::URL> &didPickDocumentsAt) {
     if (didPickDocumentsAt.empty())
         return;
-    isReading_ = true;
+    read_.close();
     reading_.start([this, url = didPickDocumentsAt.front()](const auto &isCancelled) -> Task {
         const bool succeeded = isReadable(url, isCancelled);
         return [this, url, succeeded] { finish(url, succeeded); };
@@ -56,16 +56,7 @@ void AppLaunchView::DocumentPickerManager::finish(const archive::URL &url, bool 
     console_(isReadable ? "File data read successfully" : "Error reading file");
     if (const auto action = callback; action && isReadable)
         action(url);
-    isReading_ = false;
-    for (const Task &task : std::exchange(waiting_, {}))
-        task();
-}
-
-void AppLaunchView::DocumentPickerManager::afterReading(Task task) {
-    if (isReading_)
-        waiting_.push_back(std::move(task));
-    else
-        task();
+    read_.open();
 }
 
 } // namespace vellomir

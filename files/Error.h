@@ -5,18 +5,18 @@
 
 namespace vellomir {
 
-/// What the file system refused. The names are the platform's own.
+/// Why the file system refused an operation.
 enum class FileError {
     fileNoSuchFile = 1,      ///< cannot be opened
-    fileReadNoSuchFile,      ///< is not there
+    fileReadNoSuchFile,      ///< does not exist
     fileReadNoPermission,    ///< may not be read
-    fileReadInvalidFileName, ///< the name leads somewhere it must not
-    fileReadTooLarge,        ///< has a size that cannot be
-    fileReadUnknown,         ///< cannot be read, for a reason of the system's
-    fileWriteFileExists,     ///< is there already
+    fileReadInvalidFileName, ///< the name leads to a place that is not allowed
+    fileReadTooLarge,        ///< has an impossible size
+    fileReadUnknown,         ///< cannot be read, for another reason
+    fileWriteFileExists,     ///< exists already
     fileWriteNoPermission,   ///< may not be written
     fileWriteOutOfSpace,     ///< there is no room for it
-    fileWriteUnknown,        ///< cannot be written, for a reason of the system's
+    fileWriteUnknown,        ///< cannot be written, for another reason
 };
 
 /// Lets the code of an `Error` be compared with the enumeration.
@@ -58,9 +58,9 @@ private:
     std::string description_;
 };
 
-/// The file error that errno stands for when an item was being read.
+/// The file error for errno after a failed reading.
 [[nodiscard]] Error readError(std::string path, int systemError);
-/// The file error that errno stands for when an item was being written.
+/// The file error for errno after a failed writing.
 [[nodiscard]] Error writeError(std::string path, int systemError);
 
 } // namespace vellomir

@@ -1,6 +1,7 @@
 #include "archive/DestinationFolder.h"
 
-#include "archive/Archive.h"
+#include "archive/Constants.h"
+#include "archive/Error.h"
 #include "archive/FolderAttributes.h"
 #include "files/FreeRoom.h"
 #include "files/OpenBelow.h"
@@ -39,7 +40,7 @@ void DestinationFile::write(std::span<const std::byte> chunk) {
         if (count >= 0)
             chunk = chunk.subspan(static_cast<std::size_t>(count));
         else if (errno != EINTR)
-            throw Error(Data::DataError::unwritableFile, {.path = path_, .systemError = errno});
+            throw Error(DataError::unwritableFile, {.path = path_, .systemError = errno});
     }
 }
 
@@ -48,7 +49,7 @@ void DestinationFile::finish(const FileAttributes &attributes) {
     checkAttributeCall(::futimens(descriptor_.get(), times(attributes.modificationDate).data()),
                        path_);
     if (::close(descriptor_.release()) != 0 && errno != EINTR)
-        throw Error(Data::DataError::unwritableFile, {.path = path_, .systemError = errno});
+        throw Error(DataError::unwritableFile, {.path = path_, .systemError = errno});
 }
 
 DestinationFolder::DestinationFolder(const URL &url) : rootPath_(url.path()) {}
@@ -126,7 +127,7 @@ void DestinationFolder::finishDirectories(const Progress *progress) {
     std::size_t left = maxFoldersAfterCancellation;
     for (const Directory &directory : directories_) {
         if (progress != nullptr && progress->isCancelled() && left-- == 0)
-            throw Error(Archive::ArchiveError::cancelledOperation);
+            throw Error(ArchiveError::cancelledOperation);
         try {
             finish(directory);
         } catch (const Error &error) {

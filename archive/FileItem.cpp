@@ -126,8 +126,7 @@ std::int64_t FileItem::size() const {
     return status_.st_size;
 }
 
-void FileItem::add(EntryAppender &appender, std::string path,
-                   const Archive::AddOptions &options) const {
+void FileItem::add(EntryAppender &appender, std::string path, const AddOptions &options) const {
     if (!identity_)
         return addFromFolder(appender, std::move(path), options);
     const FileDescriptor folder = openFolderOf(path_);
@@ -144,7 +143,7 @@ void FileItem::add(EntryAppender &appender, std::string path,
 }
 
 void FileItem::addFromFolder(EntryAppender &appender, std::string path,
-                             const Archive::AddOptions &options) const {
+                             const AddOptions &options) const {
     requireBufferSize(options.bufferSize);
     switch (type()) {
     case Entry::EntryType::file:
@@ -168,7 +167,7 @@ void FileItem::requireRegular() const {
 }
 
 void FileItem::addFile(EntryAppender &appender, const std::string &path,
-                       const Archive::AddOptions &options) const {
+                       const AddOptions &options) const {
     requireRegular();
     const FileDescriptor descriptor = openFile(folder_, name_, path_);
     FileItem opened = *this; // with the size, mode and date of what was opened
@@ -181,7 +180,7 @@ void FileItem::addFile(EntryAppender &appender, const std::string &path,
 }
 
 void FileItem::addSymbolicLink(EntryAppender &appender, const std::string &path,
-                               const Archive::AddOptions &options) const {
+                               const AddOptions &options) const {
     const Data target{std::string_view(readLink(folder_, name_, path_))};
     const auto provider = [&](std::int64_t, std::size_t) { return target.bytes(); };
     appender.add(path, type(), static_cast<std::int64_t>(target.size()), modificationDate(),

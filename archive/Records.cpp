@@ -1,6 +1,5 @@
 #include "archive/Records.h"
 
-#include "archive/Entry.h"
 #include "archive/Error.h"
 
 #include <algorithm>
@@ -67,7 +66,7 @@ Value readMember(Field field, const Fields &expected, std::span<const std::byte>
     if (std::find(expected.begin(), expected.end(), field) == expected.end())
         return 0;
     if (rest.size() < sizeof(Value))
-        throw Error(Entry::EntryError::invalidDataError);
+        throw Error(EntryError::invalidDataError);
     const auto value = scanValue<Value>(rest, 0);
     rest = rest.subspan(sizeof(Value));
     return value;

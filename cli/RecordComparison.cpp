@@ -101,7 +101,7 @@ bool agrees(const std::optional<Descriptor> &descriptor,
 
 template <class Descriptor>
 std::uint64_t storedSize(const Descriptor &descriptor) {
-    const bool hasSignature = archive::scanValue<std::uint32_t>(descriptor.data().bytes(), 0) ==
+    const bool hasSignature = archive::scanValue<std::uint32_t>(descriptor.data(), 0) ==
                               archive::dataDescriptorStructSignature;
     return Descriptor::size - (hasSignature ? 0 : sizeof(archive::dataDescriptorStructSignature));
 }

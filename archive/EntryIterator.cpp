@@ -1,12 +1,13 @@
-#include "archive/Archive.h"
+#include "archive/EntryIterator.h"
 
+#include "archive/Archive.h"
 #include "archive/DirectoryWindow.h"
 #include "archive/SaturatedSum.h"
 
 namespace vellomir::archive {
 namespace {
 
-/// Where the descriptor of an entry stands; the greatest value if the position does not fit.
+/// The position of an entry's data descriptor; the greatest value if it does not fit.
 std::uint64_t dataDescriptorOffset(const CentralDirectoryStructure &structure,
                                    const LocalFileHeader &header) {
     const bool isStored =
@@ -19,17 +20,23 @@ std::uint64_t dataDescriptorOffset(const CentralDirectoryStructure &structure,
 
 } // namespace
 
-Archive::EntryIterator::EntryIterator(const Archive &archive)
+EntryIterator::EntryIterator(const Archive &archive)
     : archive_(&archive), window_(std::make_unique<DirectoryWindow>(
                               archive.archiveFile_.get(), archive.sizeOfCentralDirectory())),
       position_(archive.offsetToStartOfCentralDirectory()),
       count_(archive.totalNumberOfEntriesInCentralDirectory()) {}
 
-Archive::EntryIterator::EntryIterator(EntryIterator &&) noexcept = default;
-Archive::EntryIterator &Archive::EntryIterator::operator=(EntryIterator &&) noexcept = default;
-Archive::EntryIterator::~EntryIterator() = default;
+EntryIterator EntryIterator::forSingleRecords(const Archive &archive) {
+    EntryIterator iterator(archive);
+    iterator.window_ = std::make_unique<DirectoryWindow>(archive.archiveFile_.get(), 0);
+    return iterator;
+}
 
-std::optional<CentralDirectoryStructure> Archive::EntryIterator::readDirectoryRecord() {
+EntryIterator::EntryIterator(EntryIterator &&) noexcept = default;
+Archive::EntryIterator &EntryIterator::operator=(EntryIterator &&) noexcept = default;
+EntryIterator::~EntryIterator() = default;
+
+std::optional<CentralDirectoryStructure> EntryIterator::readDirectoryRecord() {
     constexpr std::size_t fixed = CentralDirectoryStructure::size;
     try {
         const auto readTail = [this](std::size_t size) {
@@ -43,15 +50,23 @@ std::optional<CentralDirectoryStructure> Archive::EntryIterator::readDirectoryRe
     }
 }
 
-std::optional<Entry> Archive::EntryIterator::stop(End end) {
+std::optional<Entry> EntryIterator::stop(End end) {
     end_ = end;
     return std::nullopt;
 }
 
-std::optional<Entry> Archive::EntryIterator::next() try {
+std::optional<Entry> EntryIterator::next() {
+    try {
+        return readEntry();
+    } catch (const Error &error) {
+        throw error.about({}, archive_->filePath());
+    }
+}
+
+std::optional<Entry> EntryIterator::readEntry() {
     if (end_ != End::notYet)
         return std::nullopt;
-    if (index_ >= count_)
+    if (recordsRead_ >= count_)
         return stop(End::complete);
     auto structure = readDirectoryRecord();
     if (!structure)
@@ -72,42 +87,58 @@ std::optional<Entry> Archive::EntryIterator::next() try {
             descriptor = Data::readRecord<DataDescriptor>(file, offset);
     }
     position_ += structure->totalSize();
-    ++index_;
+    ++recordsRead_;
     auto entry = Entry::make(std::move(*structure), std::move(*header), std::move(descriptor),
-                             std::move(zip64Descriptor));
+                             std::move(zip64Descriptor), archive_->preferredEncoding());
     return entry ? std::move(entry) : stop(End::encryptedEntry);
-} catch (const Error &error) {
-    throw error.about({}, archive_->filePath());
 }
 
-void Archive::EntryIterator::goTo(std::uint64_t position) {
+void EntryIterator::goTo(std::uint64_t position) {
     position_ = position;
-    index_ = 0;
+    recordsRead_ = 0;
     end_ = End::notYet;
 }
 
-Archive::EntryIterator Archive::makeIterator() const {
-    return EntryIterator(*this);
+void EntryIterator::requireComplete() const {
+    const auto reason = [this]() -> std::string {
+        const std::string number = std::to_string(recordsRead_ + 1);
+        switch (end_) {
+        case End::damagedRecord:
+            return "the directory's record " + number + " is damaged";
+        case End::damagedLocalHeader:
+            return "there is no local header where the directory's record " + number + " says";
+        case End::encryptedEntry:
+            return "entry " + std::to_string(recordsRead_) + " is encrypted";
+        case End::notYet:
+        case End::complete:
+            break;
+        }
+        return "the rest was not read";
+    };
+    if (end_ == End::complete)
+        return;
+    const std::uint64_t reached = recordsRead_ - (end_ == End::encryptedEntry ? 1 : 0);
+    throw Error(ArchiveError::unreadableArchive,
+                {.path = archive_->filePath(),
+                 .detail = "Of the " + std::to_string(count_) +
+                           " entries that the directory promises, " + std::to_string(reached) +
+                           " could be read: " + reason()});
 }
 
-Archive::Iterator::Iterator(EntryIterator entries) : entries_(std::move(entries)) {
+EntryRange::Iterator::Iterator(EntryIterator entries, EarlyEnd earlyEnd)
+    : entries_(std::move(entries)), earlyEnd_(earlyEnd) {
     ++*this;
 }
 
-Archive::Iterator &Archive::Iterator::operator++() {
+EntryRange::Iterator &EntryRange::Iterator::operator++() {
     entry_ = entries_.next();
+    if (!entry_ && earlyEnd_ == EarlyEnd::error)
+        entries_.requireComplete();
     return *this;
 }
 
-Archive::Iterator Archive::begin() const {
-    return Iterator(makeIterator());
-}
-
-std::optional<Entry> Archive::operator[](std::string_view path) const {
-    for (const Entry &entry : *this)
-        if (this->path(entry) == path)
-            return entry;
-    return std::nullopt;
+EntryRange::Iterator EntryRange::begin() const {
+    return {EntryIterator(*archive_), earlyEnd_};
 }
 
 } // namespace vellomir::archive

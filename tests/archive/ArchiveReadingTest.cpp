@@ -158,7 +158,8 @@ TEST(ToAConsumer, DeflatedDataThatEndsWithTheArchiveIsCorrupted) {
                 Entry::make(structure, single.entry.localFileHeader(), std::nullopt, std::nullopt);
             const auto ignore = [](std::span<const std::byte>) {};
             EXPECT_EQ(errorOf([&] {
-                          single.archive->extractChecked(*entry, ignore, {.bufferSize = bufferSize});
+                          single.archive->extractChecked(*entry, ignore,
+                                                         {.bufferSize = bufferSize});
                       }),
                       Data::CompressionError::corruptedData)
                 << size << " bytes in chunks of " << bufferSize;

@@ -231,8 +231,8 @@ TEST(BatchAddition, NeedsAWritableArchive) {
 }
 
 TEST(BatchAddition, KeepsOtherChangesOutUntilItIsFinished) {
-    const auto archive = Archive::open(Data(std::string_view(test::rawArchive({{"a", "1"}}))),
-                                       AccessMode::update);
+    const auto archive =
+        Archive::open(Data(std::string_view(test::rawArchive({{"a", "1"}}))), AccessMode::update);
     BatchAddition batch(*archive);
     addText(batch, "b", "2");
     const auto isRefused = [](const std::function<void()> &action) {

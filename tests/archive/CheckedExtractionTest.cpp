@@ -35,8 +35,8 @@ class CheckedExtraction : public testing::Test {
 protected:
     /// All items in the folder, hidden ones included.
     [[nodiscard]] std::size_t itemCount() const {
-        return static_cast<std::size_t>(std::distance(fs::recursive_directory_iterator(folder_.path()),
-                                                      fs::recursive_directory_iterator()));
+        return static_cast<std::size_t>(std::distance(
+            fs::recursive_directory_iterator(folder_.path()), fs::recursive_directory_iterator()));
     }
     static void extractTo(const URL &url, const test::RawEntry &raw,
                           const ExtractOptions &options = {}) {
@@ -92,7 +92,9 @@ TEST_F(CheckedExtraction, SkipCRC32IsIgnored) {
     const Single single(withWrongChecksum({"a", "content"}));
     EXPECT_EQ(errorOf([&] { single.archive->extractChecked(single.entry, ignore, skipping); }),
               ArchiveError::invalidCRC32);
-    EXPECT_EQ(errorOf([&] { extractTo(folder_.url("a"), withWrongChecksum({"a", "1"}), skipping); }),
+    EXPECT_EQ(errorOf([&] {
+                  extractTo(folder_.url("a"), withWrongChecksum({"a", "1"}), skipping);
+              }),
               ArchiveError::invalidCRC32);
     EXPECT_EQ(itemCount(), 0U);
 }

@@ -16,7 +16,9 @@ using testing::HasSubstr;
 static_assert(std::ranges::input_range<EntryRange>);
 
 template <class Value>
-concept HasBytes = requires(Value &&value) { std::forward<Value>(value).bytes(); };
+concept HasBytes = requires(Value &&value) {
+    std::forward<Value>(value).bytes();
+};
 static_assert(HasBytes<Data &> && HasBytes<const Data &>);
 static_assert(!HasBytes<Data> && !HasBytes<const Data>, "no view into a temporary");
 static_assert(std::same_as<decltype(std::declval<Data>().text()), std::string>);

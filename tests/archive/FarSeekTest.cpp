@@ -134,8 +134,9 @@ TEST_P(FarSeek, OneLyingSizeSpoilsNoOtherEntry) {
             EXPECT_FALSE(entry.zip64DataDescriptor()) << lie;
         }
         EXPECT_THAT(paths, ElementsAre("l", "g")) << lie;
-        archive->extractChecked((*archive)["g"].value(),
-                         [&](std::span<const std::byte> chunk) { content += Data(chunk).text(); });
+        archive->extractChecked((*archive)["g"].value(), [&](std::span<const std::byte> chunk) {
+            content += Data(chunk).text();
+        });
         EXPECT_EQ(content, "good") << lie;
     }
 }

@@ -1,7 +1,7 @@
 // Look-up by path through an index that is made once.
 
-#include "archive/Archive.h"
 #include "archive/PathIndex.h"
+#include "archive/Archive.h"
 #include "tests/support/FailingStream.h"
 #include "tests/support/RawArchive.h"
 
@@ -20,9 +20,8 @@ std::unique_ptr<Archive> openBytes(const std::string &bytes,
 
 std::string dataOf(const Archive &archive, const std::optional<Entry> &entry) {
     std::string text;
-    archive.extractChecked(entry.value(), [&](std::span<const std::byte> chunk) {
-        text += Data(chunk).text();
-    });
+    archive.extractChecked(entry.value(),
+                           [&](std::span<const std::byte> chunk) { text += Data(chunk).text(); });
     return text;
 }
 
@@ -115,8 +114,7 @@ TEST(PathIndex, ReadsInProportionToTheNumberOfLookUps) {
                  },
                  nullptr}));
         };
-        const auto archive =
-            Archive::open(duplicate(), URL{"test", "/stream"}, AccessMode::read);
+        const auto archive = Archive::open(duplicate(), URL{"test", "/stream"}, AccessMode::read);
         PathIndex index(*archive);
         for (const test::RawEntry &each : raw)
             EXPECT_TRUE(index[each.name]);

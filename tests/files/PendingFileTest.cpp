@@ -75,8 +75,7 @@ TEST(PendingFile, ReplacesOnlyWhenItMay) {
     test::writeFile(folder / "result", "old");
     PendingFile pending((folder / "result").string());
     test::writeFile(pending.path(), "new");
-    EXPECT_EQ(codeOf([&] { pending.place(Existing::refuse); }),
-              FileError::fileWriteFileExists);
+    EXPECT_EQ(codeOf([&] { pending.place(Existing::refuse); }), FileError::fileWriteFileExists);
     EXPECT_EQ(test::readFile(folder / "result"), "old");
     pending.place(Existing::replace);
     EXPECT_EQ(test::readFile(folder / "result"), "new");
@@ -87,8 +86,7 @@ TEST(PendingFile, ADanglingLinkIsInTheWayToo) {
     fs::create_symlink("nowhere", folder / "result");
     PendingFile pending((folder / "result").string());
     test::writeFile(pending.path(), "new");
-    EXPECT_EQ(codeOf([&] { pending.place(Existing::refuse); }),
-              FileError::fileWriteFileExists);
+    EXPECT_EQ(codeOf([&] { pending.place(Existing::refuse); }), FileError::fileWriteFileExists);
     EXPECT_TRUE(fs::is_symlink(folder / "result"));
 }
 

@@ -162,6 +162,7 @@ public:
     [[nodiscard]] Iterator begin() const {
         return EntryRange(*this, EntryRange::EarlyEnd::quiet).begin();
     }
+    /// What an iterator without an entry equals.
     [[nodiscard]] static std::default_sentinel_t end() { return EntryRange::end(); }
 
     /// The first entry, in the directory's order, with exactly this path. Walks the directory up to

@@ -123,7 +123,7 @@ TEST(ToAConsumer, CancellingStopsBeforeTheNextChunk) {
 TEST(ToAConsumer, ItsErrorsPassThrough) {
     Single single({"a", "content"});
     const auto fail = [](std::span<const std::byte>) { throw std::runtime_error("mine"); };
-    EXPECT_THROW(single.archive->extract(single.entry, fail), std::runtime_error);
+    EXPECT_THROW(single.archive->extractChecked(single.entry, fail), std::runtime_error);
 }
 
 constexpr std::int64_t bufferSizes[] = {1, 2, 3, 7, 16, 50, 100, 16384, archive::maxBufferSize};
@@ -243,18 +243,19 @@ TEST(ToAConsumer, OffsetsAndSizesBeyondFilesAreRefused) {
     const auto sized =
         Entry::make(structure, single.entry.localFileHeader(), std::nullopt, std::nullopt);
     const auto ignore = [](std::span<const std::byte>) {};
-    EXPECT_EQ(errorOf([&] { single.archive->extract(*sized, ignore); }),
+    EXPECT_EQ(errorOf([&] { single.archive->extractChecked(*sized, ignore); }),
               ArchiveError::invalidEntrySize);
     huge = {.dataSize = 8, .relativeOffsetOfLocalHeader = 0xFFFFFFFFFFFFFF00};
     structure = archive::CentralDirectoryStructure::from(single.entry.centralDirectoryStructure(),
                                                          huge, archive::maxUInt32);
     const auto placed =
         Entry::make(structure, single.entry.localFileHeader(), std::nullopt, std::nullopt);
-    EXPECT_EQ(errorOf([&] { single.archive->extract(*placed, ignore); }),
+    EXPECT_EQ(errorOf([&] { single.archive->extractChecked(*placed, ignore); }),
               ArchiveError::invalidLocalHeaderDataOffset);
     const auto progress = Progress::make();
-    EXPECT_EQ(errorOf([&] { single.archive->extract(*sized, ignore, {.progress = progress}); }),
-              ArchiveError::invalidEntrySize);
+    EXPECT_EQ(
+        errorOf([&] { single.archive->extractChecked(*sized, ignore, {.progress = progress}); }),
+        ArchiveError::invalidEntrySize);
 }
 
 } // namespace

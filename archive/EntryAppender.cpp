@@ -14,8 +14,8 @@ using EntryType = Entry::EntryType;
 using Field = ZIP64ExtendedInformation::Field;
 
 void throwIfCancelled(const Archive::ProgressPointer &progress) {
-    if (progress && progress->isCancelled())
-        throw Error(ArchiveError::cancelledOperation);
+    if (progress)
+        progress->throwIfCancelled();
 }
 
 /// A provider that never returns more than it was asked for.

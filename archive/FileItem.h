@@ -2,11 +2,11 @@
 
 #include "archive/Entry.h"
 #include "archive/Options.h"
+#include "files/FileStatus.h"
 
 #include <cstdint>
 #include <optional>
 #include <string>
-#include <sys/stat.h>
 
 namespace vellomir::archive {
 
@@ -24,10 +24,10 @@ public:
     FileItem(int folder, std::string name, std::string path);
 
     /// What is neither a folder nor a link counts as a file.
-    [[nodiscard]] Entry::EntryType type() const { return Entry::entryType(status_.st_mode); }
+    [[nodiscard]] Entry::EntryType type() const { return Entry::entryType(status_.mode()); }
     /// The whole mode word.
     [[nodiscard]] std::uint16_t permissions() const {
-        return static_cast<std::uint16_t>(status_.st_mode);
+        return static_cast<std::uint16_t>(status_.mode());
     }
     /// When its content was changed last.
     [[nodiscard]] Date modificationDate() const;
@@ -39,7 +39,7 @@ public:
     }
     /// Whether the two are one item on disk, also under different names.
     [[nodiscard]] bool isSameAs(const FileItem &other) const {
-        return status_.st_dev == other.status_.st_dev && status_.st_ino == other.status_.st_ino;
+        return status_.identity() == other.status_.identity();
     }
 
     /// For the engine itself. Adds the item under the path, to which a folder's "/" is appended
@@ -48,13 +48,10 @@ public:
     void add(EntryAppender &appender, std::string path, const AddOptions &options) const;
 
 private:
-    struct FolderIdentity {
-        dev_t device;
-        ino_t number;
-    };
-
-    void addFromFolder(EntryAppender &appender, std::string path, const AddOptions &options) const;
-    void addFile(EntryAppender &appender, const std::string &path, const AddOptions &options) const;
+    void addFromFolder(EntryAppender &appender, std::string path,
+                       const AddOptions &options) const;
+    void addFile(EntryAppender &appender, const std::string &path,
+                 const AddOptions &options) const;
     void addSymbolicLink(EntryAppender &appender, const std::string &path,
                          const AddOptions &options) const;
 
@@ -66,8 +63,8 @@ private:
     std::string name_;
     std::string path_;
     /// Of the folder of `path_`; none if `folder_` is that folder.
-    std::optional<FolderIdentity> identity_;
-    struct stat status_ {};
+    std::optional<ItemIdentity> identity_;
+    FileStatus status_;
 };
 
 } // namespace vellomir::archive

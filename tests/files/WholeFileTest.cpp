@@ -1,4 +1,4 @@
-#include "files/WholeFile.h"
+#include "files/FileContent.h"
 
 #include "files/Error.h"
 #include "tests/support/Random.h"
@@ -17,7 +17,7 @@ constexpr std::size_t block = 16U << 20U;
 class WholeFile : public testing::Test {
 protected:
     std::string read(std::size_t limit, const std::function<void()> &beforeBlock) {
-        const FileDescriptor file(::open(path_.c_str(), wholeFileFlags));
+        const FileDescriptor file = openFile(path_.string(), Access::read);
         const auto bytes = readWholeFile(file, path_.string(), limit, beforeBlock);
         return {reinterpret_cast<const char *>(bytes.data()), bytes.size()};
     }

@@ -11,8 +11,6 @@
 namespace vellomir::archive {
 namespace {
 
-using ArchiveError = Archive::ArchiveError;
-
 Error unreadable(std::string detail) {
     return Error(ArchiveError::unreadableArchive, {.detail = std::move(detail)});
 }
@@ -238,10 +236,23 @@ std::uint64_t Archive::offsetToStartOfCentralDirectory() const {
 void Archive::setEndRecords(EndRecords records) {
     endOfCentralDirectoryRecord_ = std::move(records.record);
     zip64EndOfCentralDirectory_ = std::move(records.zip64);
+    ++changeCount_;
 }
 
 /// The directory before a change. It is checked once; what the engine then writes is sound.
-Data Archive::readDirectory() try {
+Data Archive::readDirectory() {
+    if (hasOpenBatch_)
+        throw Error(
+            ArchiveError::unwritableArchive,
+            {.path = filePath(), .detail = "A batch of additions to this archive is not finished"});
+    try {
+        return readCheckedDirectory();
+    } catch (const Error &error) {
+        throw error.about({}, filePath());
+    }
+}
+
+Data Archive::readCheckedDirectory() {
     if (const int file = ::fileno(archiveFile()); file >= 0 && url_.isFileURL())
         requireSameFile(url_.path(), file);
     Data directory = readCentralDirectory(archiveFile(), endRecords());
@@ -249,11 +260,16 @@ Data Archive::readDirectory() try {
         requireSoundDirectory(directory, archiveFile(), endRecords());
     isDirectoryChecked_ = true;
     return directory;
-} catch (const Error &error) {
-    throw error.about({}, filePath());
 }
 
-/// False for a stream that cannot be cut: one of the caller's own that is no file.
+std::optional<Entry> Archive::operator[](std::string_view path) const {
+    for (const Entry &entry : *this)
+        if (this->path(entry) == path)
+            return entry;
+    return std::nullopt;
+}
+
+/// False for a stream that cannot be cut: one of the caller's own that has no file.
 bool Archive::truncate(std::uint64_t size) {
     if (std::fflush(archiveFile()) != 0)
         throw Error(Data::DataError::unwritableFile, {.path = filePath(), .systemError = errno});

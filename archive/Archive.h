@@ -1,14 +1,14 @@
 #pragma once
 
 #include "archive/Entry.h"
+#include "archive/EntryIterator.h"
 #include "archive/Error.h"
 #include "archive/MemoryFile.h"
-#include "archive/Progress.h"
+#include "archive/Options.h"
 #include "archive/URL.h"
 
 #include <cstdio>
 #include <functional>
-#include <iterator>
 #include <memory>
 #include <optional>
 #include <span>
@@ -18,9 +18,10 @@ namespace vellomir::archive {
 
 class ArchiveUnpacker;
 class DestinationFolder;
-class DirectoryWindow;
 class EntryAppender;
+class PathIndex;
 struct EndRecords;
+struct FileAddition;
 
 /// One open ZIP file: a sequence of entries, lookup by path, extraction, adding and removing. It
 /// shares one stream and its position among all of these, so one thread at a time.
@@ -30,7 +31,14 @@ public:
     using ZIP64EndOfCentralDirectory = archive::ZIP64EndOfCentralDirectory;
     using ZIP64EndOfCentralDirectoryRecord = archive::ZIP64EndOfCentralDirectoryRecord;
     using ZIP64EndOfCentralDirectoryLocator = archive::ZIP64EndOfCentralDirectoryLocator;
-    using ProgressPointer = std::shared_ptr<Progress>;
+    using ArchiveError = archive::ArchiveError;
+    using EntryIterator = archive::EntryIterator;
+    using Iterator = EntryRange::Iterator;
+    using ProgressPointer = archive::ProgressPointer;
+    using ExtractOptions = archive::ExtractOptions;
+    using AddOptions = archive::AddOptions;
+    using RemoveOptions = archive::RemoveOptions;
+    using FileURL = archive::FileURL;
 
     enum class AccessMode : unsigned { create = 0, read = 1, update = 2 };
 
@@ -45,23 +53,6 @@ public:
                : rawValue == 45 ? std::optional(Version::v45)
                                 : std::nullopt;
     }
-
-    enum class ArchiveError {
-        unreadableArchive = 1,
-        unwritableArchive,
-        invalidEntryPath,
-        invalidCompressionMethod,
-        invalidCRC32,
-        cancelledOperation,
-        invalidBufferSize,
-        invalidEntrySize,
-        invalidLocalHeaderDataOffset,
-        invalidLocalHeaderSize,
-        invalidCentralDirectoryOffset,
-        invalidCentralDirectorySize,
-        invalidCentralDirectoryEntryCount,
-        missingEndOfCentralDirectoryRecord,
-    };
 
     /// Closes a stream; what that reports is lost, so flush where it matters.
     struct CloseFile {
@@ -160,44 +151,12 @@ public:
     /// @name Entries
     /// @{
 
-    /// Walks the central directory. It ends early, without an error, at a damaged record and at an
-    /// encrypted entry; `end()` returns the reason. Valid until the archive changes or is
-    /// destroyed.
-    class EntryIterator {
-    public:
-        enum class End { notYet, complete, damagedRecord, damagedLocalHeader, encryptedEntry };
+    /// All entries, for range-based for. Throws `unreadableArchive` where the directory cannot be
+    /// read to its end: at a damaged record and at an encrypted entry.
+    [[nodiscard]] EntryRange entries() const { return {*this, EntryRange::EarlyEnd::error}; }
 
-        /// Nothing at the end, from then on. Throws `DataError::unreadableFile` if the file cannot
-        /// be read: that is no damage, and another archive would only look shorter.
-        [[nodiscard]] std::optional<Entry> next();
-        /// Why nothing follows; `notYet` until `next` has returned nothing.
-        [[nodiscard]] End end() const { return end_; }
-        /// Records read so far, the encrypted one included.
-        [[nodiscard]] std::uint64_t index() const { return index_; }
-
-        /// What is left behind may only be assigned to.
-        EntryIterator(EntryIterator &&) noexcept;
-        EntryIterator &operator=(EntryIterator &&) noexcept;
-        ~EntryIterator();
-
-    private:
-        friend class Archive;
-        friend class ArchiveUnpacker;
-        explicit EntryIterator(const Archive &archive);
-        /// Goes on with the record at this position, which was `position_` before a `next`.
-        void goTo(std::uint64_t position);
-        std::optional<CentralDirectoryStructure> readDirectoryRecord();
-        std::optional<Entry> stop(End end);
-
-        const Archive *archive_;
-        std::unique_ptr<DirectoryWindow> window_;
-        std::uint64_t position_;
-        std::uint64_t count_;
-        std::uint64_t index_ = 0;
-        End end_ = End::notYet;
-    };
     /// An iterator before the first entry. It refers to this archive and moves its stream.
-    [[nodiscard]] EntryIterator makeIterator() const;
+    [[nodiscard]] EntryIterator makeIterator() const { return EntryIterator(*this); }
 
     /// How many entries the directory leads to, and why not to all of them.
     struct Reach {
@@ -224,79 +183,57 @@ public:
     [[nodiscard]] Reach reach(const std::function<void(const Entry &)> &visit = nullptr,
                               const ProgressPointer &progress = nullptr) const;
 
-    /// For range-based for. Ends and throws like `EntryIterator`, but has no `end()` with the
-    /// reason.
-    class Iterator {
-    public:
-        using iterator_category = std::input_iterator_tag;
-        using value_type = Entry;
-        using difference_type = std::ptrdiff_t;
-        using pointer = const Entry *;
-        using reference = const Entry &;
-
-        [[nodiscard]] const Entry &operator*() const { return *entry_; }
-        [[nodiscard]] const Entry *operator->() const { return &*entry_; }
-        Iterator &operator++();
-        void operator++(int) { ++*this; }
-        friend bool operator==(const Iterator &iterator, std::default_sentinel_t /*end*/) {
-            return !iterator.entry_;
-        }
-
-    private:
-        friend class Archive;
-        explicit Iterator(EntryIterator entries);
-
-        EntryIterator entries_;
-        std::optional<Entry> entry_;
-    };
-    /// At the first entry, which has been read; another `begin` starts again.
-    [[nodiscard]] Iterator begin() const;
+    /// The entries that can be read: the loop ends early without an error, where `entries()`
+    /// throws.
+    [[nodiscard]] Iterator begin() const {
+        return EntryRange(*this, EntryRange::EarlyEnd::quiet).begin();
+    }
     /// What an iterator without an entry equals.
-    [[nodiscard]] static std::default_sentinel_t end() { return std::default_sentinel; }
+    [[nodiscard]] static std::default_sentinel_t end() { return EntryRange::end(); }
 
-    /// The first entry, in the directory's order, with exactly this path.
+    /// The first entry, in the directory's order, with exactly this path. Walks the directory up to
+    /// it; `PathIndex` does that once for many paths.
     [[nodiscard]] std::optional<Entry> operator[](std::string_view path) const;
 
-    /// The entry's path as this archive decodes it.
+    /// The entry's path as this archive decodes it: `entry.pathAsRead()` of its own entries.
     [[nodiscard]] std::string path(const Entry &entry) const {
         return entry.path(preferredEncoding_);
     }
 
     /// @}
     /// @name Extraction
-    /// All of these return the CRC-32 of the data, 0 when skipped, and leave it to the caller to
-    /// compare it with the entry's checksum. Progress counts plain bytes.
+    /// `extractChecked` compares the CRC-32 of the data with the entry's checksum. `extract`
+    /// returns it, 0 when skipped, and leaves the comparison to the caller. Progress counts plain
+    /// bytes.
     ///
-    /// They throw `invalidBufferSize`, `invalidCompressionMethod`, `invalidLocalHeaderDataOffset`,
-    /// `invalidEntrySize`, `cancelledOperation`, `DataError::unreadableFile` and
-    /// `CompressionError`, and what the consumer throws.
+    /// All of them throw `invalidBufferSize`, `invalidCompressionMethod`,
+    /// `invalidLocalHeaderDataOffset`, `invalidEntrySize`, `cancelledOperation`,
+    /// `DataError::unreadableFile` and `CompressionError`, and what the consumer throws.
     /// @{
 
-    /// How to extract.
-    struct ExtractOptions {
-        std::int64_t bufferSize = defaultReadChunkSize; ///< bytes of a chunk, 1 to `maxBufferSize`
-        bool skipCRC32 = false;
-        ProgressPointer progress = nullptr;
-        /// No more bytes than these are delivered; `invalidEntrySize` if the entry has more.
-        std::optional<std::uint64_t> sizeLimit = std::nullopt;
-    };
+    /// Hands the data to the consumer in chunks, as `extract` does. Throws `invalidCRC32` behind
+    /// the last chunk if the data is damaged: the consumer has got all of it by then.
+    void extractChecked(const Entry &entry, const Consumer &consumer,
+                        const ExtractOptions &options = {}) const;
+
+    /// Makes a file, a folder or a link at the URL, as `extract` does, but only if its data is
+    /// whole: a file is written in a hidden folder beside its destination, and gets its name when
+    /// its checksum is right. After any failure, `invalidCRC32` included, there is nothing at the
+    /// URL but what was there before, and perhaps missing parent folders.
+    void extractChecked(const Entry &entry, const URL &to,
+                        const ExtractOptions &options = {}) const;
 
     /// Hands the data to the consumer in chunks, on this thread; a directory is one empty chunk, a
     /// link one chunk with its target, whatever its length. Stored data that ends with the archive
     /// is delivered as far as it goes; deflated data then throws `corruptedData`.
-    CRC32 extract(const Entry &entry, const Consumer &consumer,
-                  const ExtractOptions &options) const;
-    CRC32 extract(const Entry &entry, const Consumer &consumer) const {
-        return extract(entry, consumer, ExtractOptions{});
-    }
+    [[nodiscard]] CRC32 extract(const Entry &entry, const Consumer &consumer,
+                                const ExtractOptions &options = {}) const;
 
     /// Makes a file, a folder or a link at the URL, and its missing parent folders. Nothing is
     /// overwritten, and nothing is written through a link at the URL itself; an existing folder is
     /// welcome. What is written before a failure stays. Throws a `FileError` with the path, too.
-    CRC32 extract(const Entry &entry, const URL &to, const ExtractOptions &options) const;
-    CRC32 extract(const Entry &entry, const URL &to) const {
-        return extract(entry, to, ExtractOptions{});
-    }
+    [[nodiscard]] CRC32 extract(const Entry &entry, const URL &to,
+                                const ExtractOptions &options = {}) const;
 
     /// Units of progress: 1 for a directory, the plain bytes otherwise. Throws `invalidEntrySize`
     /// if they are more than a file can have.
@@ -314,36 +251,19 @@ public:
     /// `invalidCentralDirectorySize` or `invalidCentralDirectoryEntryCount` is thrown;
     /// `unreadableArchive` if another program has changed the archive since it was opened.
     ///
-    /// They also throw `unwritableArchive` for an archive opened for reading, `invalidEntryPath`
+    /// They also throw `unwritableArchive` for an archive opened for reading or while a
+    /// `BatchAddition` to it is not finished, `invalidEntryPath`
     /// (not UTF-8, or above 65,535 bytes), `invalidBufferSize`, `invalidEntrySize`,
     /// `cancelledOperation`, `DataError::unwritableFile` and `CompressionError`.
     /// @{
 
-    /// How to add.
-    struct AddOptions {
-        CompressionMethod compressionMethod = CompressionMethod::none; ///< for files only
-        std::int64_t bufferSize = defaultWriteChunkSize; ///< bytes of a chunk, 1 to `maxBufferSize`
-        ProgressPointer progress = nullptr;
-    };
-
-    /// The item on disk that an entry is made of.
-    struct FileURL {
-        URL url;
-    };
-
     /// Adds the item at `relativeTo` + path.
-    void addEntry(const std::string &with, const URL &relativeTo, const AddOptions &options);
-    void addEntry(const std::string &with, const URL &relativeTo) {
-        addEntry(with, relativeTo, AddOptions{});
-    }
+    void addEntry(const std::string &with, const URL &relativeTo, const AddOptions &options = {});
 
     /// Adds the item at the URL: its kind, size, date and permissions are read from the disk. A
     /// folder is added without its content, a link with its target's text. Throws
     /// `fileReadNoSuchFile`, `fileReadNoPermission` or `fileNoSuchFile` with the path, too.
-    void addEntry(const std::string &with, const FileURL &fileURL, const AddOptions &options);
-    void addEntry(const std::string &with, const FileURL &fileURL) {
-        addEntry(with, fileURL, AddOptions{});
-    }
+    void addEntry(const std::string &with, const FileURL &fileURL, const AddOptions &options = {});
 
     /// Adds what the provider yields, asked on this thread. Without permissions the defaults of the
     /// type are written. What the provider throws passes through.
@@ -352,13 +272,12 @@ public:
     /// for stored and deflated files and for links.
     void addEntry(const std::string &with, Entry::EntryType type, std::int64_t uncompressedSize,
                   Date modificationDate, std::optional<std::uint16_t> permissions,
-                  const Provider &provider, const AddOptions &options);
-    void addEntry(const std::string &with, Entry::EntryType type, std::int64_t uncompressedSize,
-                  Date modificationDate, std::optional<std::uint16_t> permissions,
-                  const Provider &provider) {
-        addEntry(with, type, uncompressedSize, modificationDate, permissions, provider,
-                 AddOptions{});
-    }
+                  const Provider &provider, const AddOptions &options = {});
+
+    /// Adds many items, and writes the directory once: linear in the number of entries, where a
+    /// loop of `addEntry` is quadratic. `BatchAddition` explains what an error leaves behind, and
+    /// takes entries one by one. Include it for `FileAddition`.
+    void addEntries(std::span<const FileAddition> additions, const AddOptions &options = {});
 
     /// The older forms, with sizes of 32 bits.
     template <std::same_as<std::uint32_t> Size>
@@ -392,12 +311,6 @@ public:
     /// @name Removing
     /// @{
 
-    /// How to remove.
-    struct RemoveOptions {
-        std::int64_t bufferSize = defaultReadChunkSize; ///< bytes of a chunk, 1 to `maxBufferSize`
-        ProgressPointer progress = nullptr;             ///< counts the bytes that are kept
-    };
-
     /// Rebuilds the archive without the entry, in a temporary one that then takes its place in one
     /// step: a file keeps its permissions and owner, a link to it stays a link. After any failure,
     /// a cancellation included, the archive and this object are as they were. Entries and iterators
@@ -408,10 +321,9 @@ public:
     /// or if the file was changed or replaced by another program, the errors of a directory that
     /// disagrees with its end record (see Adding), `invalidEntryPath` if it does not hold this
     /// entry, and what reading and writing throw.
-    void remove(const Entry &entry, const RemoveOptions &options);
-    void remove(const Entry &entry) { remove(entry, RemoveOptions{}); }
+    void remove(const Entry &entry, const RemoveOptions &options = {});
     /// The same for several entries at once: all of them go, or none.
-    void remove(std::span<const Entry> entries, const RemoveOptions &options);
+    void remove(std::span<const Entry> entries, const RemoveOptions &options = {});
 
     /// The bytes that are copied when the entry is removed.
     [[nodiscard]] std::int64_t totalUnitCountForRemoving(const Entry &entry) const {
@@ -425,6 +337,8 @@ public:
 private:
     friend class ArchiveUnpacker;
     friend class EntryAppender;
+    friend EntryIterator;
+    friend class PathIndex;
 
     Archive(URL url, AccessMode accessMode, std::optional<TextEncoding> preferredEncoding,
             BackingConfiguration configuration);
@@ -440,6 +354,7 @@ private:
     [[nodiscard]] EndRecords endRecords() const;
     void setEndRecords(EndRecords records);
     [[nodiscard]] Data readDirectory();
+    [[nodiscard]] Data readCheckedDirectory();
     [[nodiscard]] bool truncate(std::uint64_t size);
 
     struct Replacement;
@@ -457,8 +372,10 @@ private:
                          const ExtractOptions &options) const;
     CRC32 readSymbolicLink(const Entry &entry, const Consumer &consumer,
                            const ExtractOptions &options) const;
-    CRC32 extract(const Entry &entry, const std::string &name, DestinationFolder &folder,
-                  const ExtractOptions &options) const;
+    [[nodiscard]] CRC32 extract(const Entry &entry, const std::string &name,
+                                DestinationFolder &folder, const ExtractOptions &options) const;
+    void requireChecksum(const Entry &entry, CRC32 found) const;
+    void extractCheckedFile(const Entry &entry, const URL &to, const ExtractOptions &options) const;
 
     URL url_;
     AccessMode accessMode_;
@@ -470,12 +387,10 @@ private:
     std::optional<ZIP64EndOfCentralDirectory> zip64EndOfCentralDirectory_;
     /// Whether every record of the directory has been looked at since the last failure.
     bool isDirectoryChecked_ = false;
+    /// Whether a batch of additions has not been finished yet.
+    bool hasOpenBatch_ = false;
+    /// Of the directory, by this object.
+    std::uint64_t changeCount_ = 0;
 };
 
-/// Lets the code of an `Error` be compared with the enumeration.
-[[nodiscard]] std::error_code make_error_code(Archive::ArchiveError error);
-
 } // namespace vellomir::archive
-
-template <>
-struct std::is_error_code_enum<vellomir::archive::Archive::ArchiveError> : std::true_type {};

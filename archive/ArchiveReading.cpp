@@ -1,19 +1,20 @@
 #include "archive/Archive.h"
 
 #include "archive/DestinationFolder.h"
-#include "archive/FileManager.h"
 #include "archive/StoredCopy.h"
 #include "archive/UnitCount.h"
+#include "files/PendingFile.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
+#include <cstdio>
 #include <limits>
 #include <memory>
 
 namespace vellomir::archive {
 namespace {
 
-using ArchiveError = Archive::ArchiveError;
 using EntryType = Entry::EntryType;
 
 /// More than any system takes for the target of a link.
@@ -32,7 +33,7 @@ void requireSensible(std::int64_t bufferSize) {
         throw Error(ArchiveError::invalidBufferSize, {.detail = "The buffer size is too large"});
 }
 
-/// The next bytes of the stream, wherever it stands; `size` of them are expected in all.
+/// The next bytes of the stream, from its position on; `size` of them are expected in all.
 class StreamProvider {
 public:
     /// The path is for errors.
@@ -41,10 +42,12 @@ public:
           capacity_(static_cast<std::size_t>(std::min(size, bufferSize))),
           buffer_(new std::byte[capacity_]) {}
 
-    std::span<const std::byte> operator()(std::int64_t /*position*/, std::size_t size) try {
-        return Data::readChunk(std::span(buffer_.get(), std::min(size, capacity_)), file_);
-    } catch (const Error &error) {
-        throw error.about({}, path_);
+    std::span<const std::byte> operator()(std::int64_t /*position*/, std::size_t size) {
+        try {
+            return Data::readChunk(std::span(buffer_.get(), std::min(size, capacity_)), file_);
+        } catch (const Error &error) {
+            throw error.about({}, path_);
+        }
     }
 
 private:
@@ -88,17 +91,21 @@ std::string linkTarget(const Data &data) {
 
 } // namespace
 
-void Archive::seekTo(std::uint64_t dataOffset) const try {
-    if (!Data::seek(archiveFile_.get(), dataOffset))
-        throw Error(ArchiveError::invalidLocalHeaderDataOffset);
-} catch (const Error &error) {
-    throw error.about({}, filePath());
+void Archive::seekTo(std::uint64_t dataOffset) const {
+    try {
+        if (!Data::seek(archiveFile_.get(), dataOffset))
+            throw Error(ArchiveError::invalidLocalHeaderDataOffset);
+    } catch (const Error &error) {
+        throw error.about({}, filePath());
+    }
 }
 
-Data Archive::readBytes(std::size_t size) const try {
-    return Data::readChunk(size, archiveFile_.get());
-} catch (const Error &error) {
-    throw error.about({}, filePath());
+Data Archive::readBytes(std::size_t size) const {
+    try {
+        return Data::readChunk(size, archiveFile_.get());
+    } catch (const Error &error) {
+        throw error.about({}, filePath());
+    }
 }
 
 CRC32 Archive::extract(const Entry &entry, const Consumer &consumer,
@@ -196,6 +203,58 @@ CRC32 Archive::extract(const Entry &entry, const std::string &name, DestinationF
                                   entry.fileAttributes().modificationDate);
     };
     return extract(entry, createLink, options);
+}
+
+void Archive::requireChecksum(const Entry &entry, CRC32 found) const {
+    if (found == entry.checksum())
+        return;
+    std::array<char, 100> text{};
+    static_cast<void>(std::snprintf(text.data(), text.size(),
+                                    "The data is damaged: its checksum is %08x, not %08x", found,
+                                    entry.checksum()));
+    throw Error(ArchiveError::invalidCRC32, {.entry = path(entry), .detail = text.data()});
+}
+
+void Archive::extractChecked(const Entry &entry, const Consumer &consumer,
+                             const ExtractOptions &options) const {
+    ExtractOptions checking = options;
+    checking.skipCRC32 = false;
+    requireChecksum(entry, extract(entry, consumer, checking));
+}
+
+void Archive::extractChecked(const Entry &entry, const URL &to,
+                             const ExtractOptions &options) const {
+    if (entry.type() == EntryType::file)
+        return extractCheckedFile(entry, to, options);
+    // A link's data is at most 64 KiB, and a folder has none: checked before anything is made.
+    ExtractOptions unwatched = options;
+    unwatched.progress = nullptr;
+    if (entry.localFileHeader().compressedSize <= maxSymbolicLinkSize)
+        extractChecked(
+            entry, [](std::span<const std::byte>) {}, unwatched);
+    static_cast<void>(extract(entry, to, options));
+}
+
+void Archive::extractCheckedFile(const Entry &entry, const URL &to,
+                                 const ExtractOptions &options) const {
+    requireSensible(options.bufferSize);
+    DestinationFolder folder(to.deletingLastPathComponent());
+    folder.requireNothing(to.lastPathComponent());
+    folder.make();
+    PendingFile pending(to.path());
+    try {
+        const URL at = URL::file(pending.path());
+        DestinationFolder working(at.deletingLastPathComponent());
+        DestinationFile file = working.createFile(at.lastPathComponent());
+        extractChecked(
+            entry, [&](std::span<const std::byte> chunk) { file.write(chunk); }, options);
+        file.finish(entry.fileAttributes());
+        pending.place(Existing::refuse);
+    } catch (const Error &error) {
+        ErrorContext context = error.context();
+        context.path = pending.underFinalName(context.path);
+        throw Error(error.code(), std::move(context));
+    }
 }
 
 std::int64_t Archive::totalUnitCountForReading(const Entry &entry) {

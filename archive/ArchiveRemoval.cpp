@@ -18,8 +18,6 @@
 namespace vellomir::archive {
 namespace {
 
-using ArchiveError = Archive::ArchiveError;
-
 std::string globallyUniqueString() {
     std::random_device source;
     std::array<char, 33> text{};
@@ -88,7 +86,16 @@ public:
           bufferSize_(static_cast<std::uint64_t>(bufferSize)), progress_(std::move(progress)) {}
 
     /// The paths of the entry and of the archive are for errors.
-    void copy(const Entry &entry, const std::string &entryPath, const std::string &path) try {
+    void copy(const Entry &entry, const std::string &entryPath, const std::string &path) {
+        try {
+            copy(entry);
+        } catch (const Error &error) {
+            throw error.about(entryPath, path);
+        }
+    }
+
+private:
+    void copy(const Entry &entry) {
         std::uint64_t rest = entry.localSize();
         if (rest > static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max()))
             throw Error(ArchiveError::invalidLocalHeaderSize);
@@ -104,11 +111,8 @@ public:
             write(chunk);
             rest -= size;
         }
-    } catch (const Error &error) {
-        throw error.about(entryPath, path);
     }
 
-private:
     void write(std::span<const std::byte> chunk) {
         if (progress_)
             progress_->throwIfCancelled();

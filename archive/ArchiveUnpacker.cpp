@@ -3,8 +3,6 @@
 #include "archive/PathBelow.h"
 #include "archive/SaturatedSum.h"
 
-#include <cstdio>
-
 namespace vellomir::archive {
 namespace {
 
@@ -12,16 +10,6 @@ using EntryType = Entry::EntryType;
 
 std::size_t index(EntryType type) {
     return static_cast<std::size_t>(type);
-}
-
-void check(CRC32 found, CRC32 expected) {
-    if (found == expected)
-        return;
-    std::array<char, 100> text{};
-    static_cast<void>(std::snprintf(text.data(), text.size(),
-                                    "The data is damaged: its checksum is %08x, not %08x", found,
-                                    expected));
-    throw Error(Archive::ArchiveError::invalidCRC32, {.detail = text.data()});
 }
 
 } // namespace
@@ -43,7 +31,7 @@ void ArchiveUnpacker::run() {
     } catch (...) {
         try {
             folder_.finishDirectories(options_.progress.get());
-        } catch (const Error &) { // the first error is the one to tell
+        } catch (const Error &) { // the caller gets the first error
         }
         throw;
     }
@@ -77,7 +65,12 @@ void ArchiveUnpacker::extractAll() {
         for (const std::uint64_t position : positions_.at(index(type))) {
             throwIfCancelled();
             const Entry entry = entryAt(position, type);
-            extract(entry, archive_->path(entry));
+            const std::string path = archive_->path(entry);
+            try {
+                extract(entry, path);
+            } catch (const Error &error) {
+                throw error.about(path);
+            }
         }
 }
 
@@ -85,13 +78,13 @@ Entry ArchiveUnpacker::entryAt(std::uint64_t position, EntryType type) {
     entries_.goTo(position);
     auto entry = entries_.next();
     if (!entry || entry->type() != type)
-        throw Error(Archive::ArchiveError::unreadableArchive,
+        throw Error(ArchiveError::unreadableArchive,
                     {.path = archive_->url().path(),
                      .detail = "The archive was changed while it was unpacked"});
     return std::move(*entry);
 }
 
-void ArchiveUnpacker::extract(const Entry &entry, const std::string &entryPath) try {
+void ArchiveUnpacker::extract(const Entry &entry, const std::string &entryPath) {
     const std::string path = pathBelow(destination_, entryPath);
     Archive::ExtractOptions options{.skipCRC32 = options_.skipCRC32};
     options.progress =
@@ -100,9 +93,7 @@ void ArchiveUnpacker::extract(const Entry &entry, const std::string &entryPath) 
         options.sizeLimit = entry.centralDirectoryStructure().effectiveUncompressedSize();
     const CRC32 checksum = archive_->extract(entry, path, folder_, options);
     if (!options_.skipCRC32)
-        check(checksum, entry.checksum());
-} catch (const Error &error) {
-    throw error.about(entryPath);
+        archive_->requireChecksum(entry, checksum);
 }
 
 void ArchiveUnpacker::throwIfCancelled() const {

@@ -1,8 +1,6 @@
 #include "archive/Archive.h"
 
-#include "archive/EntryAppender.h"
-#include "archive/FileItem.h"
-#include "archive/FileManager.h"
+#include "archive/BatchAddition.h"
 
 namespace vellomir::archive {
 
@@ -12,26 +10,36 @@ void Archive::addEntry(const std::string &with, const URL &relativeTo, const Add
 
 void Archive::addEntry(const std::string &with, const FileURL &fileURL, const AddOptions &options) {
     const FileItem item(fileURL.url);
-    EntryAppender appender(*this);
-    item.add(appender, with, options);
-    appender.finish();
+    BatchAddition batch(*this);
+    batch.addEntry(with, item, options);
+    batch.finish();
 }
 
 void Archive::addEntry(const std::string &with, Entry::EntryType type,
                        std::int64_t uncompressedSize, Date modificationDate,
                        std::optional<std::uint16_t> permissions, const Provider &provider,
                        const AddOptions &options) {
-    EntryAppender appender(*this);
-    appender.add(with, type, uncompressedSize, modificationDate, permissions, provider, options);
-    appender.finish();
+    BatchAddition batch(*this);
+    batch.addEntry(with, type, uncompressedSize, modificationDate, permissions, provider, options);
+    batch.finish();
+}
+
+void Archive::addEntries(std::span<const FileAddition> additions, const AddOptions &options) {
+    BatchAddition batch(*this);
+    batch.addEntries(additions, options);
+    batch.finish();
 }
 
 std::int64_t Archive::totalUnitCountForAddingItem(const URL &at) {
-    return FileManager().totalUnitCountForAddingItem(at);
+    try {
+        return FileItem(at).unitCount();
+    } catch (const Error &) {
+        return -1;
+    }
 }
 
 Archive::ProgressPointer Archive::makeProgressForAddingItem(const URL &at) {
-    return FileManager().makeProgressForAddingItem(at);
+    return Progress::make(totalUnitCountForAddingItem(at));
 }
 
 } // namespace vellomir::archive

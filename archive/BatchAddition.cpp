@@ -11,29 +11,28 @@ BatchAddition::BatchAddition(Archive &archive)
 BatchAddition::~BatchAddition() = default;
 
 void BatchAddition::addEntry(const std::string &with, const URL &relativeTo,
-                             const Archive::AddOptions &options) {
+                             const AddOptions &options) {
     addEntry(with, FileItem(relativeTo.appendingPathComponent(with)), options);
 }
 
-void BatchAddition::addEntry(const std::string &with, const Archive::FileURL &fileURL,
-                             const Archive::AddOptions &options) {
+void BatchAddition::addEntry(const std::string &with, const FileURL &fileURL,
+                             const AddOptions &options) {
     addEntry(with, FileItem(fileURL.url), options);
 }
 
 void BatchAddition::addEntry(const std::string &with, const FileItem &item,
-                             const Archive::AddOptions &options) {
+                             const AddOptions &options) {
     item.add(*appender_, with, options);
 }
 
 void BatchAddition::addEntry(const std::string &with, Entry::EntryType type,
                              std::int64_t uncompressedSize, Date modificationDate,
                              std::optional<std::uint16_t> permissions, const Provider &provider,
-                             const Archive::AddOptions &options) {
+                             const AddOptions &options) {
     appender_->add(with, type, uncompressedSize, modificationDate, permissions, provider, options);
 }
 
-void BatchAddition::addEntries(std::span<const FileAddition> additions,
-                               const Archive::AddOptions &options) {
+void BatchAddition::addEntries(std::span<const FileAddition> additions, const AddOptions &options) {
     UnitCount total;
     for (const FileAddition &addition : additions)
         total += addition.item.unitCount();
@@ -41,8 +40,8 @@ void BatchAddition::addEntries(std::span<const FileAddition> additions,
         options.progress->setTotalUnitCount(total.value());
     for (const FileAddition &addition : additions) {
         if (options.progress && options.progress->isCancelled())
-            throw Error(Archive::ArchiveError::cancelledOperation, {.entry = addition.path});
-        Archive::AddOptions each = options;
+            throw Error(ArchiveError::cancelledOperation, {.entry = addition.path});
+        AddOptions each = options;
         each.progress = childProgress(options.progress, [&] { return addition.item.unitCount(); });
         try {
             addEntry(addition.path, addition.item, each);

@@ -8,6 +8,8 @@
 
 namespace vellomir::archive {
 
+class Archive;
+
 /// An item on disk, and the path of the entry that is made of it.
 struct FileAddition {
     std::string path;
@@ -37,39 +39,18 @@ public:
     BatchAddition &operator=(const BatchAddition &) = delete;
 
     /// Each adds one entry, and throws, as the function of `Archive` with the same parameters.
-    void addEntry(const std::string &with, const URL &relativeTo,
-                  const Archive::AddOptions &options);
-    void addEntry(const std::string &with, const URL &relativeTo) {
-        addEntry(with, relativeTo, Archive::AddOptions{});
-    }
-    void addEntry(const std::string &with, const Archive::FileURL &fileURL,
-                  const Archive::AddOptions &options);
-    void addEntry(const std::string &with, const Archive::FileURL &fileURL) {
-        addEntry(with, fileURL, Archive::AddOptions{});
-    }
+    void addEntry(const std::string &with, const URL &relativeTo, const AddOptions &options = {});
+    void addEntry(const std::string &with, const FileURL &fileURL, const AddOptions &options = {});
     void addEntry(const std::string &with, Entry::EntryType type, std::int64_t uncompressedSize,
                   Date modificationDate, std::optional<std::uint16_t> permissions,
-                  const Provider &provider, const Archive::AddOptions &options);
-    void addEntry(const std::string &with, Entry::EntryType type, std::int64_t uncompressedSize,
-                  Date modificationDate, std::optional<std::uint16_t> permissions,
-                  const Provider &provider) {
-        addEntry(with, type, uncompressedSize, modificationDate, permissions, provider,
-                 Archive::AddOptions{});
-    }
+                  const Provider &provider, const AddOptions &options = {});
 
     /// Adds an item that was looked at before. Its content is read now.
-    void addEntry(const std::string &with, const FileItem &item,
-                  const Archive::AddOptions &options);
-    void addEntry(const std::string &with, const FileItem &item) {
-        addEntry(with, item, Archive::AddOptions{});
-    }
+    void addEntry(const std::string &with, const FileItem &item, const AddOptions &options = {});
 
     /// Adds all of them in this order. The progress gets the sum of their units as its total, and
     /// is looked at before each entry: `cancelledOperation`. Errors name the entry.
-    void addEntries(std::span<const FileAddition> additions, const Archive::AddOptions &options);
-    void addEntries(std::span<const FileAddition> additions) {
-        addEntries(additions, Archive::AddOptions{});
-    }
+    void addEntries(std::span<const FileAddition> additions, const AddOptions &options = {});
 
     /// Writes the directory and the end records. Throws `DataError::unwritableFile`, and
     /// `unwritableArchive` if an entry failed. The second call does nothing.

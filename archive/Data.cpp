@@ -1,12 +1,11 @@
 #include "archive/Data.h"
 
-#include "archive/Error.h"
-
 #include <algorithm>
 #include <array>
 #include <cerrno>
 #include <limits>
 #include <sys/types.h>
+#include <utility>
 
 namespace vellomir::archive {
 namespace {
@@ -54,8 +53,12 @@ bool skip(std::size_t size, std::FILE *file) {
 
 } // namespace
 
-std::string_view Data::text() const {
+std::string_view Data::text() const & {
     return {reinterpret_cast<const char *>(bytes_.data()), bytes_.size()};
+}
+
+std::string Data::text() && {
+    return std::string(std::as_const(*this).text());
 }
 
 void Data::append(std::span<const std::byte> bytes) {

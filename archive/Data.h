@@ -1,7 +1,9 @@
 #pragma once
 
 #include "archive/Compression.h"
+#include "archive/Error.h"
 
+#include <array>
 #include <concepts>
 #include <cstddef>
 #include <cstdint>
@@ -9,8 +11,8 @@
 #include <functional>
 #include <optional>
 #include <span>
+#include <string>
 #include <string_view>
-#include <system_error>
 #include <vector>
 
 namespace vellomir::archive {
@@ -44,8 +46,8 @@ template <std::unsigned_integral Value>
 /// Bytes with an owner. A value type; converts to a view of itself.
 class Data {
 public:
-    enum class DataError { unreadableFile = 1, unwritableFile };
-    enum class CompressionError { invalidStream = 1, corruptedData };
+    using DataError = archive::DataError;
+    using CompressionError = archive::CompressionError;
 
     Data() = default;
     /// Takes the bytes over; from a view it copies them.
@@ -58,11 +60,14 @@ public:
     /// Whether there is no byte.
     [[nodiscard]] bool empty() const { return bytes_.empty(); }
     /// A view; valid until the size changes or the object goes.
-    [[nodiscard]] std::span<const std::byte> bytes() const { return bytes_; }
-    [[nodiscard]] std::span<std::byte> bytes() { return bytes_; }
+    [[nodiscard]] std::span<const std::byte> bytes() const & { return bytes_; }
+    [[nodiscard]] std::span<std::byte> bytes() & { return bytes_; }
+    void bytes() const && = delete;
     /// The same bytes as text, whatever their encoding; valid as long as the bytes are.
-    [[nodiscard]] std::string_view text() const;
-    // A Data stands wherever a view of its bytes is asked for.
+    [[nodiscard]] std::string_view text() const &;
+    /// A copy: a view would not outlive the temporary object.
+    [[nodiscard]] std::string text() &&;
+    // For arguments: a Data can be passed to every function that takes a view of bytes.
     operator std::span<const std::byte>() const { return bytes_; } // NOLINT(*explicit*)
 
     /// The bytes must not be a view of this object's own.
@@ -155,15 +160,32 @@ private:
     std::vector<std::byte> bytes_;
 };
 
-/// Lets the code of an `Error` be compared with the enumeration.
-[[nodiscard]] std::error_code make_error_code(Data::DataError error);
-[[nodiscard]] std::error_code make_error_code(Data::CompressionError error);
+template <DataSerializable Record>
+std::optional<Record> Data::readRecord(std::FILE *file, std::uint64_t offset) {
+    if (!seek(file, offset))
+        return std::nullopt;
+    std::array<std::byte, Record::size> fixed{};
+    Data tail;
+    const auto readTail = [&](std::size_t size) -> std::span<const std::byte> {
+        tail = readChunk(size, file);
+        return tail;
+    };
+    try {
+        return Record::make(readChunk(std::span<std::byte>(fixed), file), readTail);
+    } catch (const std::system_error &error) {
+        if (error.code() == DataError::unreadableFile)
+            throw;
+        return std::nullopt;
+    }
+}
+
+template <DataSerializable Record>
+std::optional<Record> Data::readStruct(std::FILE *file, std::uint64_t offset) {
+    try {
+        return readRecord<Record>(file, offset);
+    } catch (const std::system_error &) {
+        return std::nullopt;
+    }
+}
 
 } // namespace vellomir::archive
-
-template <>
-struct std::is_error_code_enum<vellomir::archive::Data::DataError> : std::true_type {};
-template <>
-struct std::is_error_code_enum<vellomir::archive::Data::CompressionError> : std::true_type {};
-
-#include "archive/ReadStruct.h"

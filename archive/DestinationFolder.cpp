@@ -1,6 +1,7 @@
 #include "archive/DestinationFolder.h"
 
-#include "archive/Archive.h"
+#include "archive/Constants.h"
+#include "archive/Error.h"
 #include "files/FileContent.h"
 #include "files/FolderChanges.h"
 #include "files/ItemAttributes.h"
@@ -43,13 +44,13 @@ ItemAttributes itemAttributes(const FileAttributes &attributes) {
 
 void DestinationFile::write(std::span<const std::byte> chunk) {
     if (!writeFully(descriptor_.get(), chunk))
-        throw Error(Data::DataError::unwritableFile, {.path = path_, .systemError = errno});
+        throw Error(DataError::unwritableFile, {.path = path_, .systemError = errno});
 }
 
 void DestinationFile::finish(const FileAttributes &attributes) {
     setFileAttributes(descriptor_, itemAttributes(attributes), path_);
     if (!descriptor_.close())
-        throw Error(Data::DataError::unwritableFile, {.path = path_, .systemError = errno});
+        throw Error(DataError::unwritableFile, {.path = path_, .systemError = errno});
 }
 
 DestinationFolder::DestinationFolder(const URL &url) : rootPath_(url.path()) {}

@@ -46,6 +46,9 @@ public:
     /// nothing.
     void requireRoom(std::uint64_t bytes) const;
 
+    /// Makes the folder and those above it, where they are missing.
+    void make() { openRoot(); }
+
     /// A new file. Throws `fileWriteFileExists` if anything is there, `fileNoSuchFile` with the
     /// system's reason if it cannot be opened.
     [[nodiscard]] DestinationFile createFile(std::string_view path);

@@ -1,6 +1,6 @@
 #include "archive/Entry.h"
 
-#include "archive/FileManager.h"
+#include "archive/EntryAttributes.h"
 #include "archive/SaturatedSum.h"
 
 #include <sys/stat.h>
@@ -36,7 +36,8 @@ std::optional<Entry::OSType> Entry::osType(unsigned rawValue) {
 std::optional<Entry> Entry::make(CentralDirectoryStructure centralDirectoryStructure,
                                  LocalFileHeader localFileHeader,
                                  std::optional<DataDescriptor> dataDescriptor,
-                                 std::optional<ZIP64DataDescriptor> zip64DataDescriptor) {
+                                 std::optional<ZIP64DataDescriptor> zip64DataDescriptor,
+                                 std::optional<TextEncoding> preferredEncoding) {
     if (centralDirectoryStructure.isEncrypted())
         return std::nullopt;
     Entry entry;
@@ -44,6 +45,7 @@ std::optional<Entry> Entry::make(CentralDirectoryStructure centralDirectoryStruc
     entry.localFileHeader_ = std::move(localFileHeader);
     entry.dataDescriptor_ = std::move(dataDescriptor);
     entry.zip64DataDescriptor_ = std::move(zip64DataDescriptor);
+    entry.preferredEncoding_ = preferredEncoding;
     return entry;
 }
 
@@ -119,7 +121,7 @@ std::uint64_t Entry::localSize() const {
 }
 
 FileAttributes Entry::fileAttributes() const {
-    return FileManager::attributes(*this);
+    return attributesOf(*this);
 }
 
 bool operator==(const Entry &left, const Entry &right) {

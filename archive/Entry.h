@@ -1,11 +1,13 @@
 #pragma once
 
 #include "archive/Date.h"
+#include "archive/Error.h"
 #include "archive/Records.h"
 #include "archive/TextEncoding.h"
 
 #include <optional>
 #include <string>
+#include <utility>
 
 // A macro of compilers in GNU mode, and the name of a host below.
 #pragma push_macro("unix")
@@ -34,23 +36,28 @@ public:
     enum class EntryType : int { file = 0, directory = 1, symlink = 2 };
     /// The host that made the entry (APPNOTE.TXT, section 4.4.2).
     enum class OSType : unsigned { msdos = 0, unix = 3, osx = 19, unused = 20 };
-    enum class EntryError { invalidDataError = 1 };
+    using EntryError = archive::EntryError;
 
     /// The type that a POSIX mode word stands for.
     [[nodiscard]] static EntryType entryType(std::uint32_t mode);
     /// Nothing for a host that the engine does not know.
     [[nodiscard]] static std::optional<OSType> osType(unsigned rawValue);
 
-    /// Nothing for an encrypted entry.
+    /// Nothing for an encrypted entry. `preferredEncoding` is the archive's, for `pathAsRead`.
     [[nodiscard]] static std::optional<Entry>
     make(CentralDirectoryStructure centralDirectoryStructure, LocalFileHeader localFileHeader,
          std::optional<DataDescriptor> dataDescriptor,
-         std::optional<ZIP64DataDescriptor> zip64DataDescriptor);
+         std::optional<ZIP64DataDescriptor> zip64DataDescriptor,
+         std::optional<TextEncoding> preferredEncoding = std::nullopt);
 
     /// As the central directory names it; "" if the bytes are not valid in the encoding.
     [[nodiscard]] std::string path(TextEncoding encoding) const;
-    /// In UTF-8 where the entry says so, else in code page 437.
+    /// In UTF-8 where the entry says so, else in code page 437; also if the archive was opened with
+    /// a preferred encoding.
     [[nodiscard]] std::string path() const;
+    /// As the archive that the entry was read from decodes it, with its preferred encoding:
+    /// `archive[entry.pathAsRead()]` finds the entry, or the first one of the same path.
+    [[nodiscard]] std::string pathAsRead() const { return path(preferredEncoding_); }
     /// With the encoding where one is given.
     [[nodiscard]] std::string path(std::optional<TextEncoding> preferredEncoding) const;
 
@@ -75,19 +82,29 @@ public:
     [[nodiscard]] FileAttributes fileAttributes() const;
 
     /// The record in the archive's directory.
-    [[nodiscard]] const CentralDirectoryStructure &centralDirectoryStructure() const {
+    [[nodiscard]] const CentralDirectoryStructure &centralDirectoryStructure() const & {
         return centralDirectoryStructure_;
     }
+    [[nodiscard]] CentralDirectoryStructure centralDirectoryStructure() && {
+        return std::move(centralDirectoryStructure_);
+    }
     /// The record before the data.
-    [[nodiscard]] const LocalFileHeader &localFileHeader() const { return localFileHeader_; }
+    [[nodiscard]] const LocalFileHeader &localFileHeader() const & { return localFileHeader_; }
+    [[nodiscard]] LocalFileHeader localFileHeader() && { return std::move(localFileHeader_); }
     /// The record behind the data: nothing if the entry does without, or if its sizes are 64 bits
     /// wide.
-    [[nodiscard]] const std::optional<DataDescriptor> &dataDescriptor() const {
+    [[nodiscard]] const std::optional<DataDescriptor> &dataDescriptor() const & {
         return dataDescriptor_;
     }
+    [[nodiscard]] std::optional<DataDescriptor> dataDescriptor() && {
+        return std::move(dataDescriptor_);
+    }
     /// The same with sizes of 64 bits, for ZIP64 entries only.
-    [[nodiscard]] const std::optional<ZIP64DataDescriptor> &zip64DataDescriptor() const {
+    [[nodiscard]] const std::optional<ZIP64DataDescriptor> &zip64DataDescriptor() const & {
         return zip64DataDescriptor_;
+    }
+    [[nodiscard]] std::optional<ZIP64DataDescriptor> zip64DataDescriptor() && {
+        return std::move(zip64DataDescriptor_);
     }
 
     /// Same path, same checksum in the local header, same place.
@@ -100,14 +117,9 @@ private:
     LocalFileHeader localFileHeader_;
     std::optional<DataDescriptor> dataDescriptor_;
     std::optional<ZIP64DataDescriptor> zip64DataDescriptor_;
+    std::optional<TextEncoding> preferredEncoding_;
 };
 
-/// Lets the code of an `Error` be compared with the enumeration.
-[[nodiscard]] std::error_code make_error_code(Entry::EntryError error);
-
 } // namespace vellomir::archive
-
-template <>
-struct std::is_error_code_enum<vellomir::archive::Entry::EntryError> : std::true_type {};
 
 #pragma pop_macro("unix")

@@ -1,7 +1,7 @@
 #include "archive/EntryAppender.h"
 
 #include "archive/BufferSize.h"
-#include "archive/FileManager.h"
+#include "archive/EntryAttributes.h"
 #include "archive/UnitCount.h"
 
 #include <algorithm>
@@ -10,7 +10,6 @@
 namespace vellomir::archive {
 namespace {
 
-using ArchiveError = Archive::ArchiveError;
 using EntryType = Entry::EntryType;
 using Field = ZIP64ExtendedInformation::Field;
 
@@ -42,7 +41,9 @@ Archive &writable(Archive &archive) {
 EntryAppender::EntryAppender(Archive &archive)
     : archive_(writable(archive)),
       writer_(archive.archiveFile(), archive.offsetToStartOfCentralDirectory(), archive.filePath()),
-      directory_(archive.readDirectory()), records_(archive.endRecords()) {}
+      directory_(archive.readDirectory()), records_(archive.endRecords()) {
+    archive_.hasOpenBatch_ = true;
+}
 
 EntryAppender::~EntryAppender() {
     try {
@@ -72,7 +73,7 @@ void EntryAppender::add(const std::string &path, EntryType type, std::int64_t un
         writeWholeEntry(path, type, uncompressedSize, modificationDate.fileModificationDateTime(),
                         permissions.value_or(defaultPermissions), bounded(provider), options);
     } catch (const Error &error) {
-        isFinished_ = true;
+        close();
         archive_.isDirectoryChecked_ = false;
         if (error.code() == ArchiveError::cancelledOperation)
             rollback(localFileHeaderStart);
@@ -80,11 +81,16 @@ void EntryAppender::add(const std::string &path, EntryType type, std::int64_t un
             leaveAsWritten(localFileHeaderStart);
         throw;
     } catch (...) { // of the provider
-        isFinished_ = true;
+        close();
         archive_.isDirectoryChecked_ = false;
         leaveAsWritten(localFileHeaderStart);
         throw;
     }
+}
+
+void EntryAppender::close() {
+    isFinished_ = true;
+    archive_.hasOpenBatch_ = false;
 }
 
 void EntryAppender::finish() {
@@ -93,7 +99,7 @@ void EntryAppender::finish() {
                     {.path = archive_.filePath(),
                      .detail = "The batch cannot be finished: an entry of it failed"});
     const bool isNothingLeft = isFinished_ || isDirectoryWritten_;
-    isFinished_ = true;
+    close();
     if (isNothingLeft)
         return;
     archive_.isDirectoryChecked_ = false; // until it is written
@@ -135,8 +141,8 @@ void EntryAppender::writeWholeEntry(const std::string &path, EntryType type,
                     {.detail = "The data is 4 GiB or more only after compression"});
     const LocalFileHeader header =
         writeLocalFileHeader(start, path, method, sizes, checksum, modificationDateTime);
-    const CentralDirectoryStructure structure = writeCentralDirectoryStructure(
-        header, start, FileManager::externalFileAttributesForEntry(type, permissions));
+    const CentralDirectoryStructure structure =
+        writeCentralDirectoryStructure(header, start, externalFileAttributes(type, permissions));
     records_ = records_.after(Archive::ModifyOperation::add, structure, writer_.position());
 }
 

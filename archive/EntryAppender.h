@@ -66,6 +66,7 @@ private:
     void cutBehindTheEnd();
     void rollback(std::uint64_t localFileHeaderStart);
     void leaveAsWritten(std::uint64_t localFileHeaderStart);
+    void close();
 
     Archive &archive_;
     StreamWriter writer_;

@@ -1,6 +1,6 @@
 // The names and sentences of the engine's error codes.
 
-#include "archive/Archive.h"
+#include "archive/Error.h"
 #include "files/ErrorCategory.h"
 
 #include <array>
@@ -48,19 +48,19 @@ constinit const Category dataCategory("DataError", dataErrors);
 constinit const Category compressionCategory("CompressionError", compressionErrors);
 } // namespace
 
-std::error_code make_error_code(Archive::ArchiveError error) {
+std::error_code make_error_code(ArchiveError error) {
     return {static_cast<int>(error), archiveCategory};
 }
 
-std::error_code make_error_code(Entry::EntryError error) {
+std::error_code make_error_code(EntryError error) {
     return {static_cast<int>(error), entryCategory};
 }
 
-std::error_code make_error_code(Data::DataError error) {
+std::error_code make_error_code(DataError error) {
     return {static_cast<int>(error), dataCategory};
 }
 
-std::error_code make_error_code(Data::CompressionError error) {
+std::error_code make_error_code(CompressionError error) {
     return {static_cast<int>(error), compressionCategory};
 }
 

@@ -109,8 +109,7 @@ std::int64_t FileItem::size() const {
     return status_.size();
 }
 
-void FileItem::add(EntryAppender &appender, std::string path,
-                   const Archive::AddOptions &options) const {
+void FileItem::add(EntryAppender &appender, std::string path, const AddOptions &options) const {
     if (!identity_)
         return addFromFolder(appender, std::move(path), options);
     const FileDescriptor folder = openFolderOf(path_);
@@ -127,7 +126,7 @@ void FileItem::add(EntryAppender &appender, std::string path,
 }
 
 void FileItem::addFromFolder(EntryAppender &appender, std::string path,
-                             const Archive::AddOptions &options) const {
+                             const AddOptions &options) const {
     requireBufferSize(options.bufferSize);
     switch (type()) {
     case Entry::EntryType::file:
@@ -151,7 +150,7 @@ void FileItem::requireRegular() const {
 }
 
 void FileItem::addFile(EntryAppender &appender, const std::string &path,
-                       const Archive::AddOptions &options) const {
+                       const AddOptions &options) const {
     requireRegular();
     const FileDescriptor descriptor = openForReading({folder_, name_}, path_);
     FileItem opened = *this; // with the size, mode and date of what was opened
@@ -163,7 +162,7 @@ void FileItem::addFile(EntryAppender &appender, const std::string &path,
 }
 
 void FileItem::addSymbolicLink(EntryAppender &appender, const std::string &path,
-                               const Archive::AddOptions &options) const {
+                               const AddOptions &options) const {
     const auto text = readLink({folder_, name_});
     if (!text)
         throw readError(path_, errno);

@@ -1,6 +1,7 @@
 #pragma once
 
-#include "archive/Archive.h"
+#include "archive/Entry.h"
+#include "archive/Options.h"
 #include "files/FileStatus.h"
 
 #include <cstdint>
@@ -8,6 +9,8 @@
 #include <string>
 
 namespace vellomir::archive {
+
+class EntryAppender;
 
 /// An item on disk, looked at once: everything that adding it needs to know. Links are not
 /// followed. A value; `BatchAddition` adds it to an archive.
@@ -42,15 +45,15 @@ public:
     /// For the engine itself. Adds the item under the path, to which a folder's "/" is appended
     /// where it is missing. Throws `fileReadNoPermission`, `fileNoSuchFile`, `fileReadUnknown` if
     /// another folder has taken the place of the item's, and what `EntryAppender::add` throws.
-    void add(EntryAppender &appender, std::string path, const Archive::AddOptions &options) const;
+    void add(EntryAppender &appender, std::string path, const AddOptions &options) const;
 
 private:
     void addFromFolder(EntryAppender &appender, std::string path,
-                       const Archive::AddOptions &options) const;
+                       const AddOptions &options) const;
     void addFile(EntryAppender &appender, const std::string &path,
-                 const Archive::AddOptions &options) const;
+                 const AddOptions &options) const;
     void addSymbolicLink(EntryAppender &appender, const std::string &path,
-                         const Archive::AddOptions &options) const;
+                         const AddOptions &options) const;
 
     void look();
     [[noreturn]] void throwMissing() const;

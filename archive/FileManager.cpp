@@ -1,5 +1,6 @@
 #include "archive/FileManager.h"
 
+#include "archive/EntryAttributes.h"
 #include "archive/FileItem.h"
 #include "files/FileStatus.h"
 #include "files/FolderChanges.h"
@@ -7,17 +8,6 @@
 #include <sys/stat.h>
 
 namespace vellomir::archive {
-namespace {
-
-constexpr std::uint32_t permissionBits = 07777;
-
-std::uint16_t defaultPermissions(Entry::EntryType type) {
-    return type == Entry::EntryType::directory ? defaultDirectoryPermissions
-                                               : defaultFilePermissions;
-}
-
-} // namespace
-
 bool FileManager::itemExists(const URL &at) const {
     return at.isFileURL() && statusOf(at.path(), Links::refuse);
 }
@@ -32,40 +22,17 @@ void FileManager::createParentDirectoryStructure(const URL &url) const {
 }
 
 FileAttributes FileManager::attributes(const Entry &entry) {
-    const CentralDirectoryStructure &structure = entry.centralDirectoryStructure();
-    const Entry::EntryType type = entry.type();
-    FileAttributes attributes;
-    attributes.posixPermissions = defaultPermissions(type);
-    attributes.modificationDate =
-        Date::fromDateTime({structure.lastModFileDate, structure.lastModFileTime});
-    if (const auto osType = Entry::osType(structure.versionMadeBy >> 8U))
-        attributes.posixPermissions = permissions(structure.externalFileAttributes, *osType, type);
-    return attributes;
+    return attributesOf(entry);
 }
 
 std::uint16_t FileManager::permissions(std::uint32_t externalFileAttributes, Entry::OSType osType,
                                        Entry::EntryType entryType) {
-    if (osType != Entry::OSType::unix && osType != Entry::OSType::osx)
-        return defaultPermissions(entryType);
-    const auto stored =
-        static_cast<std::uint16_t>((externalFileAttributes >> 16U) & permissionBits);
-    return stored == 0 ? defaultPermissions(entryType) : stored;
+    return permissionsOf(externalFileAttributes, osType, entryType);
 }
 
 std::uint32_t FileManager::externalFileAttributesForEntry(Entry::EntryType type,
                                                           std::uint16_t permissions) {
-    const auto typeBits = [type]() -> std::uint32_t {
-        switch (type) {
-        case Entry::EntryType::file:
-            return S_IFREG;
-        case Entry::EntryType::directory:
-            return S_IFDIR;
-        case Entry::EntryType::symlink:
-            break;
-        }
-        return S_IFLNK;
-    };
-    return (typeBits() | permissions) << 16U;
+    return externalFileAttributes(type, permissions);
 }
 
 std::uint16_t FileManager::permissionsForItem(const URL &at) const {
@@ -82,11 +49,7 @@ std::int64_t FileManager::fileSizeForItem(const URL &at) const {
 }
 
 std::int64_t FileManager::totalUnitCountForAddingItem(const URL &at) const {
-    try {
-        return FileItem(at).unitCount();
-    } catch (const Error &) {
-        return -1;
-    }
+    return Archive::totalUnitCountForAddingItem(at);
 }
 
 FileManager::ProgressPointer FileManager::makeProgressForAddingItem(const URL &at) const {

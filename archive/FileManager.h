@@ -50,6 +50,15 @@ public:
                  CompressionMethod compressionMethod = CompressionMethod::none,
                  const ProgressPointer &progress = nullptr) const;
 
+    /// How to pack.
+    struct ZipOptions {
+        bool shouldKeepParent = false;
+        CompressionMethod compressionMethod = CompressionMethod::none;
+        ProgressPointer progress = nullptr;
+    };
+    /// The same with these options.
+    void zipItem(const URL &at, const URL &to, const ZipOptions &options) const;
+
     /// Links are not followed: a dangling one exists.
     [[nodiscard]] bool itemExists(const URL &at) const;
     /// Links are not followed. What is neither a folder nor a link counts as a file. Throws

@@ -15,7 +15,6 @@ namespace vellomir::archive {
 namespace {
 
 using EntryType = Entry::EntryType;
-using ProgressPointer = FileManager::ProgressPointer;
 
 void requireExisting(const URL &at) {
     static_cast<void>(FileItem(at));
@@ -122,17 +121,25 @@ void FileManager::unzipItem(const URL &at, const URL &to, const UnzipOptions &op
 void FileManager::zipItem(const URL &at, const URL &to, bool shouldKeepParent,
                           CompressionMethod compressionMethod,
                           const ProgressPointer &progress) const {
+    zipItem(at, to,
+            {.shouldKeepParent = shouldKeepParent,
+             .compressionMethod = compressionMethod,
+             .progress = progress});
+}
+
+void FileManager::zipItem(const URL &at, const URL &to, const ZipOptions &options) const {
     requireExisting(at);
     if (itemExists(to))
         throw Error(FileError::fileWriteFileExists, {.path = to.path()});
     const bool isFolder = typeForItem(at) == EntryType::directory;
-    const std::string name = isFolder && !shouldKeepParent ? std::string() : ownName(at);
+    const std::string name = isFolder && !options.shouldKeepParent ? std::string() : ownName(at);
     const auto archive = Archive::open(to, Archive::AccessMode::create);
     if (isFolder) // the root has no name
-        return zipFolder(*archive, at, name.empty() ? name : name + '/', compressionMethod,
-                         progress);
-    archive->addEntry(name, at.deletingLastPathComponent(),
-                      {.compressionMethod = compressionMethod, .progress = progress});
+        return zipFolder(*archive, at, name.empty() ? name : name + '/', options.compressionMethod,
+                         options.progress);
+    archive->addEntry(
+        name, at.deletingLastPathComponent(),
+        {.compressionMethod = options.compressionMethod, .progress = options.progress});
 }
 
 } // namespace vellomir::archive

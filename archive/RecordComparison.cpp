@@ -93,7 +93,7 @@ bool agrees(const std::optional<Descriptor> &descriptor, const CentralDirectoryS
 template <class Descriptor>
 std::uint64_t storedSize(const Descriptor &descriptor) {
     const bool hasSignature =
-        scanValue<std::uint32_t>(descriptor.data().bytes(), 0) == dataDescriptorStructSignature;
+        scanValue<std::uint32_t>(descriptor.data(), 0) == dataDescriptorStructSignature;
     return Descriptor::size - (hasSignature ? 0 : sizeof(dataDescriptorStructSignature));
 }
 

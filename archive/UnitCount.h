@@ -1,6 +1,7 @@
 #pragma once
 
-#include "archive/Archive.h"
+#include "archive/Error.h"
+#include "archive/Progress.h"
 
 namespace vellomir::archive {
 
@@ -9,7 +10,7 @@ class UnitCount {
 public:
     UnitCount &operator+=(std::int64_t count) {
         if (__builtin_add_overflow(value_, count, &value_))
-            throw Error(Archive::ArchiveError::invalidEntrySize,
+            throw Error(ArchiveError::invalidEntrySize,
                         {.detail = "The entries add up to more than any disk holds"});
         return *this;
     }
@@ -19,8 +20,8 @@ private:
     std::int64_t value_ = 0;
 };
 
-/// A part of the work with a progress of its own, as large as `unitCount()` says; none if nobody
-/// asked for the whole's.
+/// A part of the work with a progress of its own, of `unitCount()` units; null if the whole has no
+/// progress.
 template <class Count>
 [[nodiscard]] std::shared_ptr<Progress> childProgress(const std::shared_ptr<Progress> &progress,
                                                       const Count &unitCount) {

@@ -26,7 +26,7 @@ configure_package_config_file(${CMAKE_CURRENT_LIST_DIR}/VellomirArchiveConfig.cm
     ${output}/VellomirArchiveConfig.cmake INSTALL_DESTINATION ${package}
     NO_SET_AND_CHECK_MACRO)
 write_basic_package_version_file(${output}/VellomirArchiveConfigVersion.cmake
-    COMPATIBILITY SameMajorVersion)
+    VERSION ${interfaceVersion} COMPATIBILITY SameMajorVersion)
 install(FILES ${output}/VellomirArchiveConfig.cmake ${output}/VellomirArchiveConfigVersion.cmake
     DESTINATION ${package} COMPONENT archive)
 

@@ -66,9 +66,8 @@ Item itemOf(const Archive &archive, const Entry &entry, const Data &bytes) {
     const auto local = bytes.bytes().subspan(static_cast<std::size_t>(offset));
     item.local = Data(local.first(std::min<std::size_t>(entry.localSize(), local.size())));
     try {
-        archive.extract(entry,
-                        [&](std::span<const std::byte> chunk) { item.content.append(chunk); },
-                        {.sizeLimit = budget});
+        const auto take = [&](std::span<const std::byte> chunk) { item.content.append(chunk); };
+        static_cast<void>(archive.extract(entry, take, {.sizeLimit = budget}));
     } catch (const Error &error) {
         item.error = error.code();
     }

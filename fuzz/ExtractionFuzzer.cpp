@@ -104,9 +104,10 @@ Contents contentsOfEntries(const fs::path &path, Contents others) {
         if (entry.type() == Entry::EntryType::directory)
             continue;
         std::string content = entry.type() == Entry::EntryType::symlink ? "link " : "file ";
-        archive->extract(entry, [&](std::span<const std::byte> chunk) {
+        const auto take = [&](std::span<const std::byte> chunk) {
             content.append(reinterpret_cast<const char *>(chunk.data()), chunk.size());
-        });
+        };
+        static_cast<void>(archive->extract(entry, take));
         contents.push_back(std::move(content));
     }
     std::sort(contents.begin(), contents.end());

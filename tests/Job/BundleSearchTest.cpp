@@ -45,7 +45,7 @@ Paths changedBundles(const std::vector<RawEntry> &entries, const ListFolder &lis
         const std::string path = package->path(entry);
         const std::string bundle = path.substr(0, path.rfind('/'));
         std::string content;
-        package->extract(entry, [&](auto chunk) { content += archive::Data(chunk).text(); });
+        package->extractChecked(entry, [&](auto chunk) { content += archive::Data(chunk).text(); });
         if (path.ends_with("/AppIcon60x60@2x.png"))
             bundles.push_back("icon: " + bundle);
         if (path.ends_with("/Info.plist") && content.find(bundle + "2<") != std::string::npos)

@@ -129,7 +129,7 @@ TEST_P(Opening, AnEncryptedEntryEndsTheSequence) {
     EXPECT_EQ(entries.end(), End::notYet);
     EXPECT_FALSE(entries.next());
     EXPECT_EQ(entries.end(), End::encryptedEntry);
-    EXPECT_EQ(entries.index(), 2U);
+    EXPECT_EQ(entries.recordsRead(), 2U);
     EXPECT_FALSE(entries.next()) << "an ended sequence stays ended";
 }
 

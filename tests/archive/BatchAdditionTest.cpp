@@ -230,6 +230,22 @@ TEST(BatchAddition, NeedsAWritableArchive) {
               ArchiveError::unwritableArchive);
 }
 
+TEST(BatchAddition, KeepsOtherChangesOutUntilItIsFinished) {
+    const auto archive =
+        Archive::open(Data(std::string_view(test::rawArchive({{"a", "1"}}))), AccessMode::update);
+    BatchAddition batch(*archive);
+    addText(batch, "b", "2");
+    const auto isRefused = [](const std::function<void()> &action) {
+        EXPECT_EQ(errorOf(action), ArchiveError::unwritableArchive);
+    };
+    isRefused([&] { addText(*archive, "c", "3"); });
+    isRefused([&] { archive->remove((*archive)["a"].value()); });
+    isRefused([&] { const BatchAddition second(*archive); });
+    batch.finish();
+    addText(*archive, "c", "3");
+    EXPECT_THAT(pathsIn(*archive), ElementsAre("a", "b", "c"));
+}
+
 class FileAdditions : public testing::Test {
 protected:
     void SetUp() override {
@@ -253,6 +269,11 @@ TEST_F(FileAdditions, AreAddedInTheirOrderWithOneProgress) {
     EXPECT_THAT(pathsIn(*archive_), ElementsAre("a", "b", "c/"));
     EXPECT_EQ(progress_->totalUnitCount(), 151);
     EXPECT_EQ(progress_->completedUnitCount(), 151);
+}
+
+TEST_F(FileAdditions, AreAddedInOneCallOfTheArchive) {
+    archive_->addEntries(additions_);
+    EXPECT_THAT(pathsIn(*archive_), ElementsAre("a", "b", "c/"));
 }
 
 TEST_F(FileAdditions, ErrorsNameTheEntry) {

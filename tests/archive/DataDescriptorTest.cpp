@@ -30,7 +30,8 @@ std::vector<Entry> entries(const Archive &archive) {
 
 std::string read(const Archive &archive, const Entry &entry) {
     std::string text;
-    archive.extract(entry, [&](std::span<const std::byte> chunk) { text += Data(chunk).text(); });
+    archive.extractChecked(entry,
+                           [&](std::span<const std::byte> chunk) { text += Data(chunk).text(); });
     return text;
 }
 

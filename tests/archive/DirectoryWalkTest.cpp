@@ -46,8 +46,8 @@ TEST(DirectoryWalk, StepsOverNamesExtraFieldsAndComments) {
     EXPECT_THAT(paths(*archive), ElementsAre("a", "long name", "c"));
     for (const Entry &entry : *archive) {
         std::string text;
-        archive->extract(entry,
-                         [&](std::span<const std::byte> chunk) { text += Data(chunk).text(); });
+        archive->extractChecked(
+            entry, [&](std::span<const std::byte> chunk) { text += Data(chunk).text(); });
         EXPECT_EQ(text, "content of " + entry.path());
         EXPECT_EQ(entry.centralDirectoryStructure().fileCommentData.text(),
                   "a comment on " + entry.path());
@@ -151,8 +151,8 @@ std::string linkTarget(std::uint32_t sizeInHeader, std::uint32_t sizeInDirectory
     link.record.compressedSize = sizeInDirectory;
     const auto archive = openBytes(test::recordArchive({link}));
     std::string text;
-    archive->extract(*archive->makeIterator().next(),
-                     [&](std::span<const std::byte> chunk) { text += Data(chunk).text(); });
+    archive->extractChecked(*archive->makeIterator().next(),
+                            [&](std::span<const std::byte> chunk) { text += Data(chunk).text(); });
     return text;
 }
 

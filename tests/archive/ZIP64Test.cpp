@@ -108,7 +108,7 @@ TEST_P(EntryCount, IsWrittenAndReadBack) {
         auto entries = archive.makeIterator();
         while (entries.next()) {
         }
-        EXPECT_EQ(entries.index(), GetParam().entries);
+        EXPECT_EQ(entries.recordsRead(), GetParam().entries);
         EXPECT_EQ(entries.end(), Archive::EntryIterator::End::complete);
         EXPECT_EQ(read(archive, *archive["last"]), 3U);
     }

@@ -12,7 +12,7 @@ else
     export LD_LIBRARY_PATH=$libraries
 fi
 
-flags=$(pkg-config --cflags --libs "$package >= 2")
+flags=$(pkg-config --cflags --libs "$package >= 3")
 echo "$flags"
 read -ra flags <<<"$flags"
 "$CXX" -std=c++20 -Wall -Wextra -Wpedantic -Werror -o "$folder/program" "$folder/consumer/main.cpp" \

@@ -1,17 +1,21 @@
 // Uses the library as others do: public headers, and something of each class's compiled code.
 #include "archive/Archive.h"
+#include "archive/BatchAddition.h"
 #include "archive/FileManager.h"
+#include "archive/PathIndex.h"
 
 #include <cstdlib>
 #include <iostream>
 #include <string>
 
 using vellomir::archive::Archive;
+using vellomir::archive::BatchAddition;
 using vellomir::archive::CompressionMethod;
 using vellomir::archive::Data;
 using vellomir::archive::Date;
 using vellomir::archive::Entry;
 using vellomir::archive::FileManager;
+using vellomir::archive::PathIndex;
 using vellomir::archive::Progress;
 using vellomir::archive::URL;
 using AccessMode = Archive::AccessMode;
@@ -34,10 +38,12 @@ std::span<const std::byte> provide(std::int64_t position, std::size_t count) {
 
 Data makeArchive() {
     const auto made = Archive::open(Data(), AccessMode::create);
-    made->addEntry("letters.txt", Entry::EntryType::file, size, Date{1.6e9}, std::nullopt, provide,
+    BatchAddition batch(*made);
+    batch.addEntry("letters.txt", Entry::EntryType::file, size, Date{1.6e9}, std::nullopt, provide,
                    {.compressionMethod = CompressionMethod::deflate});
-    made->addEntry("folder/", Entry::EntryType::directory, 0, Date{1.6e9}, std::nullopt,
+    batch.addEntry("folder/", Entry::EntryType::directory, 0, Date{1.6e9}, std::nullopt,
                    [](std::int64_t, std::size_t) { return std::span<const std::byte>(); });
+    batch.finish();
     return made->data().value();
 }
 
@@ -47,13 +53,15 @@ void readInMemory() {
     require(entry && entry->path() == "letters.txt", "the entry is found by its path");
     require(entry->compressedSize() < entry->uncompressedSize(), "the entry is compressed");
     Data content;
-    const auto checksum =
-        opened->extract(*entry, [&](std::span<const std::byte> chunk) { content.append(chunk); });
+    opened->extractChecked(*entry,
+                           [&](std::span<const std::byte> chunk) { content.append(chunk); });
     require(content.text() == letters, "what goes in comes out");
-    require(checksum == entry->checksum(), "the checksum is the promised one");
-    require(checksum == content.builtInCRC32(0), "both checksums agree");
+    require(entry->checksum() == content.builtInCRC32(0), "both checksums agree");
+    PathIndex index(*opened);
+    require(index["letters.txt"] == entry, "the index finds the entry");
+    require(!index["missing"], "the index finds no other");
     opened->remove(*entry);
-    require((*opened).makeIterator().next()->path() == "folder/", "the other entry is left");
+    require(opened->entries().begin()->path() == "folder/", "the other entry is left");
 }
 
 void cancel() {
@@ -62,7 +70,7 @@ void cancel() {
     const auto progress = Archive::makeProgressForReading(entry);
     progress->setObserver([&](const Progress &) { progress->cancel(); });
     try {
-        opened->extract(entry, [](std::span<const std::byte>) {}, {.progress = progress});
+        opened->extractChecked(entry, [](std::span<const std::byte>) {}, {.progress = progress});
         require(false, "the operation is cancelled");
     } catch (const vellomir::archive::Error &error) {
         require(error.code() == Archive::ArchiveError::cancelledOperation, "the code tells");
@@ -80,7 +88,8 @@ void unpack() {
     FileManager().unzipItem(at, URL::folder("unpacked"));
     require(FileManager().fileSizeForItem(URL::file("unpacked/letters.txt")) == size,
             "the file is as large as the entry");
-    FileManager().zipItem(URL::folder("unpacked"), URL::file("again.zip"), false);
+    FileManager().zipItem(URL::folder("unpacked"), URL::file("again.zip"),
+                          {.shouldKeepParent = false});
     try {
         FileManager().unzipItem(URL::file("missing.zip"), URL::folder("unpacked"));
         require(false, "there is no such archive");

@@ -1,8 +1,5 @@
 #include "archive/Records.h"
 
-#include "archive/Entry.h"
-#include "archive/Error.h"
-
 #include <algorithm>
 #include <array>
 
@@ -61,13 +58,11 @@ Fields validSizes(const Record &record) {
     return fields;
 }
 
-/// The next member of a ZIP64 field if it is expected, else 0; throws if its bytes are not there.
+/// The next member of a ZIP64 field if it is expected, else 0. Its bytes must be there.
 template <std::unsigned_integral Value>
 Value readMember(Field field, const Fields &expected, std::span<const std::byte> &rest) {
     if (std::find(expected.begin(), expected.end(), field) == expected.end())
         return 0;
-    if (rest.size() < sizeof(Value))
-        throw Error(Entry::EntryError::invalidDataError);
     const auto value = scanValue<Value>(rest, 0);
     rest = rest.subspan(sizeof(Value));
     return value;
@@ -128,17 +123,11 @@ ZIP64ExtendedInformation::make(std::span<const std::byte> data, const Fields &fi
     ZIP64ExtendedInformation information;
     information.dataSize = scanValue<std::uint16_t>(data, 2);
     std::span<const std::byte> rest = data.subspan(headerSize);
-    try {
-        information.uncompressedSize =
-            readMember<std::uint64_t>(Field::uncompressedSize, fields, rest);
-        information.compressedSize = readMember<std::uint64_t>(Field::compressedSize, fields, rest);
-        information.relativeOffsetOfLocalHeader =
-            readMember<std::uint64_t>(Field::relativeOffsetOfLocalHeader, fields, rest);
-        information.diskNumberStart =
-            readMember<std::uint32_t>(Field::diskNumberStart, fields, rest);
-    } catch (const Error &) {
-        return std::nullopt;
-    }
+    information.uncompressedSize = readMember<std::uint64_t>(Field::uncompressedSize, fields, rest);
+    information.compressedSize = readMember<std::uint64_t>(Field::compressedSize, fields, rest);
+    information.relativeOffsetOfLocalHeader =
+        readMember<std::uint64_t>(Field::relativeOffsetOfLocalHeader, fields, rest);
+    information.diskNumberStart = readMember<std::uint32_t>(Field::diskNumberStart, fields, rest);
     return information;
 }
 

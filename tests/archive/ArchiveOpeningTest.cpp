@@ -56,6 +56,13 @@ TEST_P(Opening, EntriesAreInTheOrderOfTheDirectory) {
         ASSERT_TRUE(archive);
         EXPECT_THAT(paths(*archive), ElementsAre("b", "a", "c"));
         EXPECT_THAT(paths(*archive), ElementsAre("b", "a", "c")) << "a second walk";
+        auto walk = archive->begin();
+        walk++;
+        EXPECT_EQ(walk->path(), "a");
+        auto entries = archive->makeIterator();
+        EXPECT_TRUE(entries.next());
+        entries = archive->makeIterator();
+        EXPECT_EQ(entries.next()->path(), "b");
     }
 }
 
@@ -159,6 +166,7 @@ TEST_P(Opening, LookUpUsesThePreferredEncoding) {
     const std::string content = test::rawArchive({entry});
     EXPECT_TRUE((*open(content))["\xC3\xBC"]) << "code page 437 where nothing else is said";
     const auto archive = open(content, AccessMode::read, TextEncoding::utf8);
+    EXPECT_EQ(archive->preferredEncoding(), TextEncoding::utf8);
     EXPECT_FALSE((*archive)["\xC3\xBC"]);
     EXPECT_TRUE((*archive)[""]) << "no valid UTF-8: the empty path";
 }

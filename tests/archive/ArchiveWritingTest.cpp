@@ -342,6 +342,19 @@ TEST_P(Adding, ItemsGiveKindSizeDateAndMode) {
     EXPECT_TRUE((*archive_)["dir2/"]) << "no second slash";
 }
 
+TEST_P(Adding, FileThatShrinksMeanwhileIsAnError) {
+    test::writeFile(folder_ / "in/file", std::string(100000, 'x'));
+    const auto progress = Progress::make();
+    progress->setObserver([&](const Progress &each) {
+        if (each.completedUnitCount() > 0)
+            fs::resize_file(folder_ / "in/file", 20000);
+    });
+    const Error error = test::thrownBy(
+        [&] { archive_->addEntry("file", folder_.url("in"), {.progress = progress}); });
+    EXPECT_EQ(error.code(), Data::DataError::unreadableFile);
+    EXPECT_EQ(error.path(), folder_ / "in/file");
+}
+
 TEST_P(Adding, MissingItemIsNamed) {
     const std::string before = content();
     const Error error = test::thrownBy([&] { archive_->addEntry("no", folder_.url("in")); });

@@ -288,6 +288,49 @@ TEST(StreamChunks, WritingWorksAgainAfterAFailure) {
     EXPECT_EQ(Data::write(chunk, stream.file()), chunk.size());
 }
 
+/// A stream on which every call fails, with this errno, or without any if it is 0.
+File broken(int &systemError) {
+    const auto fail = [](void *cookie) {
+        if (const int code = *static_cast<int *>(cookie); code != 0)
+            errno = code;
+        return -1;
+    };
+    cookie_io_functions_t functions{};
+    functions.read = [](void *cookie, char *, std::size_t) -> ssize_t {
+        return decltype(fail)()(cookie);
+    };
+    functions.write = [](void *cookie, const char *, std::size_t) -> ssize_t {
+        static_cast<void>(decltype(fail)()(cookie));
+        return 0;
+    };
+    functions.seek = [](void *cookie, off64_t *, int) { return decltype(fail)()(cookie); };
+    File file(::fopencookie(&systemError, "r+", functions), &std::fclose);
+    std::setvbuf(file.get(), nullptr, _IONBF, 0);
+    return file;
+}
+
+/// And never that of an earlier call.
+TEST(StreamErrors, HaveTheErrnoOfTheFailedCall) {
+    for (int systemError : {0, EIO}) {
+        const File file = broken(systemError);
+        const auto expectCode = [&](const std::function<void()> &call, Data::DataError code) {
+            errno = ENOENT;
+            expectDataError(call, code, systemError);
+        };
+        expectCode([&] { static_cast<void>(Data::readChunk(1, file.get())); },
+                   Data::DataError::unreadableFile);
+        expectCode([&] { Data::write(Data(std::string_view("x")), file.get()); },
+                   Data::DataError::unwritableFile);
+        errno = ENOENT;
+        if (systemError == 0) {
+            EXPECT_FALSE(Data::seek(file.get(), 100000));
+        } else {
+            expectCode([&] { static_cast<void>(Data::seek(file.get(), 100000)); },
+                       Data::DataError::unreadableFile);
+        }
+    }
+}
+
 // --- Checksums --------------------------------------------------------------------------------
 
 struct Checksum {

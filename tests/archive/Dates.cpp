@@ -161,8 +161,9 @@ TEST(DateToWords, AgreesWithPython) {
     for (std::size_t index = 0; index < times.size(); ++index) {
         const auto [date, time] = words(static_cast<double>(times[index]));
         EXPECT_EQ(std::int64_t{date} << 16U | time, expected[index]) << times[index];
-        if (index % 2 == 1) // a usual time
+        if (index % 2 == 1) { // a usual time
             EXPECT_EQ(seconds({date, time}), static_cast<double>(times[index] - times[index] % 2));
+        }
     }
 }
 

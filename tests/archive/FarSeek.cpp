@@ -2,6 +2,7 @@
 // refuse them at all; archives must read the same everywhere.
 
 #include "tests/support/Archives.h"
+#include "tests/support/Errors.h"
 #include "tests/support/RecordArchive.h"
 
 #include <gmock/gmock.h>
@@ -124,6 +125,20 @@ TEST_P(FarSeek, DataBehindTheEndIsEmpty) {
         EXPECT_EQ(size, 0U) << offset;
         archive->extract(entry, count);
         EXPECT_EQ(size, 7U) << "after " << offset;
+    }
+}
+
+TEST_P(FarSeek, ReadErrorsNameTheArchive) {
+    const std::string content = test::rawArchive(
+        {{"a", std::string(100000, 'a')}, test::rawLink("l", std::string(100000, 'l'))});
+    for (const std::string path : {"a", "l"}) {
+        const auto archive = open(content);
+        const Entry entry = (*archive)[path].value();
+        *stream_ = LimitedStream(content, {farthest, -1});
+        const Error error =
+            test::thrownBy([&] { static_cast<void>(test::extracted(*archive, entry)); });
+        EXPECT_EQ(error.code(), Data::DataError::unreadableFile) << path;
+        EXPECT_EQ(error.path(), "/a.zip") << path;
     }
 }
 

@@ -64,6 +64,7 @@ TEST_F(Items, CountAsUnitsOfProgress) {
     EXPECT_EQ(manager_.totalUnitCountForAddingItem(folder_.url("file")), 5);
     EXPECT_EQ(manager_.totalUnitCountForAddingItem(folder_.url(".")), 1);
     EXPECT_EQ(manager_.totalUnitCountForAddingItem(folder_.url("no")), -1);
+    EXPECT_EQ(Archive::totalUnitCountForAddingItem(folder_.url("file")), 5);
     EXPECT_EQ(Archive::makeProgressForAddingItem(folder_.url("file"))->totalUnitCount(), 5);
 }
 

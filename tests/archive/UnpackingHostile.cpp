@@ -2,6 +2,7 @@
 
 #include "tests/archive/UnpackingFixture.h"
 #include "tests/support/Random.h"
+#include "tests/support/RecordArchive.h"
 
 #include <gmock/gmock.h>
 
@@ -143,6 +144,21 @@ TEST_F(Unpacking, TooLittleSpaceIsFoundBeforeWriting) {
     EXPECT_EQ(error.path(), folder_ / "out");
     EXPECT_THAT(error.what(), testing::HasSubstr("257698036800000 bytes are needed"));
     EXPECT_FALSE(fs::exists(folder_ / "out"));
+}
+
+TEST_F(Unpacking, SizesThatOverflowTheProgressAreRefused) {
+    std::vector<test::RecordEntry> entries = {{"a", "1"}, {"b", "2"}};
+    for (test::RecordEntry &entry : entries) {
+        ZIP64ExtendedInformation field;
+        field.dataSize = 16;
+        field.uncompressedSize = std::numeric_limits<std::int64_t>::max();
+        field.compressedSize = 1;
+        entry.record.uncompressedSize = entry.record.compressedSize = maxUInt32;
+        test::setTail(entry.record.extraFieldLength, entry.record.extraFieldData,
+                      field.data().text());
+    }
+    test::writeFile(folder_ / "a.zip", test::recordArchive(entries));
+    EXPECT_EQ(unzip({.progress = Progress::make()}).code(), ArchiveError::invalidEntrySize);
 }
 
 TEST_F(Unpacking, EnoughSpaceIsNoError) {

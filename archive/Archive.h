@@ -1,10 +1,10 @@
 #pragma once
 
 #include "archive/Entry.h"
+#include "archive/Error.h"
 #include "archive/MemoryFile.h"
 #include "archive/Progress.h"
 #include "archive/URL.h"
-#include "archive/Error.h"
 
 #include <cstdio>
 #include <iterator>

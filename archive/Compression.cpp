@@ -1,8 +1,8 @@
 #include "archive/Compression.h"
 
 #include "archive/DeflateStream.h"
-#include "archive/StoredCopy.h"
 #include "archive/Error.h"
+#include "archive/StoredCopy.h"
 
 #include <algorithm>
 

@@ -1,7 +1,7 @@
 #include "archive/SourceFolder.h"
 
-#include "archive/ItemListing.h"
 #include "archive/Error.h"
+#include "archive/ItemListing.h"
 
 #include <algorithm>
 #include <cerrno>

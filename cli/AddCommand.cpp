@@ -55,8 +55,8 @@ void requireNewPaths(const Archive &archive, const std::vector<Addition> &additi
     for (const Addition &addition : additions)
         if (!paths.insert(addition.path).second)
             throw Error(FileError::fileWriteFileExists,
-                                 {.entry = addition.path,
-                                  .detail = "The archive holds an entry of this path already"});
+                        {.entry = addition.path,
+                         .detail = "The archive holds an entry of this path already"});
 }
 
 void add(Archive &archive, const std::vector<Addition> &additions, const AddOptions &options,
@@ -89,10 +89,10 @@ void requireGoodDirectory(const Archive &archive) {
     const bool isDamaged = reach.end == Archive::EntryIterator::End::damagedRecord;
     if (isDamaged || findDisplacement(archive) != 0)
         throw Error(Archive::ArchiveError::unreadableArchive,
-                             {.path = archive.url().path(),
-                              .detail = "Nothing can be added: " +
-                                        shortfall(reach).value_or("the directory is not where the "
-                                                                  "end record says")});
+                    {.path = archive.url().path(),
+                     .detail = "Nothing can be added: " +
+                               shortfall(reach).value_or("the directory is not where the "
+                                                         "end record says")});
 }
 
 void addTo(Archive &archive, const std::vector<Addition> &additions, const AddOptions &options,

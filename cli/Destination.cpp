@@ -25,7 +25,7 @@ Destination Destination::find(const std::string &output, bool mayReplace) {
     const std::string folder = output.ends_with('/') ? output : folderOf(output);
     if (!isFolder(folder))
         throw Error(FileError::fileReadNoSuchFile,
-                             {.path = folder, .detail = "There is no such folder"});
+                    {.path = folder, .detail = "There is no such folder"});
     const FilePlace place{.name = output, .path = output};
     if (mayReplace)
         requireReplaceable(place);
@@ -47,9 +47,8 @@ void requireReplaceable(const FilePlace &place) {
 }
 
 Error existsAlready(const std::string &path) {
-    return Error(
-        FileError::fileWriteFileExists,
-        {.path = path, .detail = "The file exists already, and only --force replaces it"});
+    return Error(FileError::fileWriteFileExists,
+                 {.path = path, .detail = "The file exists already, and only --force replaces it"});
 }
 
 std::string Destination::path(const std::string &ownName) const {

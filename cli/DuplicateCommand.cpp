@@ -125,8 +125,7 @@ Outcome finish(const JobRun &job, const WorkingFolder &folder, const Destination
         const std::string path = deliver(job, folder, destination, options);
         return {path, "Zipped IPA file: " + URL::file(path).absoluteString(), std::nullopt};
     } catch (const Error &error) {
-        const bool isTaken =
-            !options.force && error.code() == FileError::fileWriteFileExists;
+        const bool isTaken = !options.force && error.code() == FileError::fileWriteFileExists;
         const Error shown = isTaken ? existsAlready(error.path()) : error;
         return {std::nullopt, shown.what(), describe(shown)};
     }

@@ -16,7 +16,7 @@ void requireFolderOrNothing(const std::string &path) {
         return; // missing, or unreachable: extraction reports the reason
     if (::stat(path.c_str(), &status) != 0 || !S_ISDIR(status.st_mode))
         throw Error(FileError::fileWriteFileExists,
-                             {.path = path, .detail = "The destination is no folder"});
+                    {.path = path, .detail = "The destination is no folder"});
 }
 
 } // namespace

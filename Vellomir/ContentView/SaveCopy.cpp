@@ -12,7 +12,6 @@
 namespace vellomir {
 namespace {
 
-
 using StatusCall = int (*)(const char *, struct stat *);
 
 std::optional<struct stat> status(StatusCall call, const std::string &path) {

@@ -67,8 +67,8 @@ archive::URL AppLaunchView::packagePlace(const archive::URL &output,
     archive::URL place = files_.withoutLinks(output);
     if (!place.isContained(documentsFolder()) || place.isContained(staging))
         throw Error(FileError::fileReadInvalidFileName,
-                             {.path = output.path(),
-                              .detail = "The app's new name leads out of the folder for results"});
+                    {.path = output.path(),
+                     .detail = "The app's new name leads out of the folder for results"});
     return place;
 }
 

@@ -7,7 +7,6 @@
 namespace vellomir {
 namespace {
 
-
 struct SameReason {
     FileError code;
     int systemError;

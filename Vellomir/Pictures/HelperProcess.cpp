@@ -20,9 +20,9 @@ constexpr int pollInterval = 50; ///< milliseconds
 
 [[noreturn]] void throwMissing(const std::string &program, int systemError) {
     throw Error(PictureError::missingCodec,
-                         {.path = program,
-                          .detail = "The program that reads and writes pictures cannot be started",
-                          .systemError = systemError});
+                {.path = program,
+                 .detail = "The program that reads and writes pictures cannot be started",
+                 .systemError = systemError});
 }
 
 [[noreturn]] void throwStopped(const std::string &why) {

@@ -24,8 +24,7 @@ Picture decoded(const std::string &name, const Decode &decode) {
         DecodedPicture picture = decode();
         return Picture(std::move(picture.bitmap), 1, picture.orientation);
     } catch (const PictureFault &fault) {
-        throw Error(PictureError::unreadablePicture,
-                             {.path = name, .detail = fault.what()});
+        throw Error(PictureError::unreadablePicture, {.path = name, .detail = fault.what()});
     }
 }
 
@@ -59,7 +58,7 @@ Picture Picture::decode(std::span<const std::byte> bytes, const std::string &nam
 archive::Data Picture::pngData(const Cancellation &isCancelled) const {
     if (!hasBitmap())
         throw Error(PictureError::unwritablePicture,
-                             {.detail = "A picture without a bitmap cannot be written"});
+                    {.detail = "A picture without a bitmap cannot be written"});
     try {
         return archive::Data(PictureHelper::find().encode({bitmap_, orientation_}, isCancelled));
     } catch (const PictureFault &fault) {

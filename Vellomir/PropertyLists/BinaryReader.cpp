@@ -40,9 +40,7 @@ public:
     }
 
 private:
-    [[nodiscard]] Error error(const std::string &what) const {
-        return builder_.error(what);
-    }
+    [[nodiscard]] Error error(const std::string &what) const { return builder_.error(what); }
 
     BinaryObject object(std::uint64_t index) {
         const BinaryObject object = objects_.object(index);

@@ -202,8 +202,8 @@ private:
              ++index)
             place += (place.empty() ? "" : " > ") + path_[index].text();
         return Error(PropertyListError::unwritablePropertyList,
-                              {.detail = "The property list cannot be written as XML: " +
-                                         (place.empty() ? "" : place + ": ") + what});
+                     {.detail = "The property list cannot be written as XML: " +
+                                (place.empty() ? "" : place + ": ") + what});
     }
 
     archive::Data xml_;

@@ -143,9 +143,8 @@ InstanceFolder::InstanceFolder(const URL &dataFolder) {
     for (int number = 1; number <= maximumCount; ++number)
         if (take(dataFolder.appendingPathComponent(std::to_string(number) + '/')))
             return;
-    throw Error(
-        FileError::fileWriteFileExists,
-        {.path = dataFolder.path(), .detail = "Every folder for a window is taken"});
+    throw Error(FileError::fileWriteFileExists,
+                {.path = dataFolder.path(), .detail = "Every folder for a window is taken"});
 }
 
 InstanceFolder::~InstanceFolder() {

@@ -24,7 +24,7 @@ void requireRealFolder(const std::string &path) {
         throw readError(path, errno);
     if (!S_ISDIR(status.st_mode))
         throw Error(FileError::fileWriteFileExists,
-                             {.path = path, .detail = "Something that is no folder is in the way"});
+                    {.path = path, .detail = "Something that is no folder is in the way"});
 }
 
 URL makeRoot(const URL &root, Sandbox::RootLinks links) {

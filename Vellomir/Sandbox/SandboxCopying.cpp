@@ -29,8 +29,7 @@ BeforeChunk counting(archive::Progress *progress, const std::string &path) {
         if (copied > 0)
             progress->addCompletedUnitCount(static_cast<std::int64_t>(copied));
         if (progress->isCancelled())
-            throw Error(archive::Archive::ArchiveError::cancelledOperation,
-                                 {.path = path});
+            throw Error(archive::Archive::ArchiveError::cancelledOperation, {.path = path});
     };
 }
 

@@ -149,9 +149,8 @@ SandboxPlace SandboxPath::takePlace(std::string name) {
 }
 
 void SandboxPath::refuse() const {
-    throw Error(
-        FileError::fileReadInvalidFileName,
-        {.path = path_, .detail = "The name leads out of the application's own folders"});
+    throw Error(FileError::fileReadInvalidFileName,
+                {.path = path_, .detail = "The name leads out of the application's own folders"});
 }
 
 } // namespace vellomir

@@ -37,10 +37,10 @@ class AppLaunchState : public QObject {
     Q_PROPERTY(int percent READ percent NOTIFY percentChanged)
     Q_PROPERTY(bool isProcessing READ isProcessing NOTIFY isProcessingChanged)
     Q_PROPERTY(QString errorMessage READ errorMessage NOTIFY errorMessageChanged)
-    Q_PROPERTY(LogModel *logMessages READ logMessages CONSTANT)
+    Q_PROPERTY(vellomir::LogModel *logMessages READ logMessages CONSTANT)
     Q_PROPERTY(
         bool showInfoSheet READ showInfoSheet WRITE setShowInfoSheet NOTIFY showInfoSheetChanged)
-    Q_PROPERTY(Sharing *sharing READ sharing CONSTANT)
+    Q_PROPERTY(vellomir::Sharing *sharing READ sharing CONSTANT)
     /// A message for events that nothing else on the screen shows; empty if there is none.
     Q_PROPERTY(QString alert READ alert WRITE setAlert NOTIFY alertChanged)
 

@@ -8,7 +8,6 @@
 
 namespace vellomir {
 
-
 namespace {
 
 std::string text(const std::exception &error) {

@@ -29,8 +29,7 @@ TEST(ErrorText, FullDiskNamesTheFolder) {
             cli::describe(writeError("/disk/folder/file", reason).about("entry"));
         EXPECT_NE(text.find(" (entry entry): /disk/folder: "), std::string::npos) << text;
     }
-    EXPECT_NE(cli::describe(writeError("/disk/file", EIO)).find("/disk/file: "),
-              std::string::npos);
+    EXPECT_NE(cli::describe(writeError("/disk/file", EIO)).find("/disk/file: "), std::string::npos);
 }
 
 TEST(ErrorText, FolderWithoutPermissionIsNamed) {

@@ -72,13 +72,6 @@ TEST(Deflate, RoundTripAroundTheChunks) {
             }
 }
 
-TEST(Deflate, OutputDoesNotDependOnTheBuffer) {
-    const Data plain = plainBytes(Content::text, 100000);
-    EXPECT_EQ(inflated(deflated(plain, 1), 65536), plain);
-    EXPECT_EQ(inflated(deflated(plain, 65536), 1), plain);
-    EXPECT_EQ(inflated(deflated(plain, 1 << 22), 1 << 22), plain);
-}
-
 TEST(Deflate, DecompressWithoutChecksum) {
     const Data plain = plainBytes(Content::text, 40000);
     Source source(deflated(plain));
@@ -97,15 +90,6 @@ TEST(Stored, NoBytesAreOneEmptyChunk) {
         EXPECT_THAT(source.calls(), ElementsAre());
         EXPECT_THAT(sink.chunks(), ElementsAre(0));
     }
-}
-
-TEST(Stored, CopiesInChunks) {
-    Source source(plainBytes(Content::random, 1100));
-    Sink sink;
-    EXPECT_EQ(Data::consumePart(1100, 512, false, source.provider(), sink.consumer()),
-              plainBytes(Content::random, 1100).crc32(0));
-    EXPECT_THAT(source.calls(), ElementsAre(Pair(0, 512), Pair(512, 512), Pair(1024, 76)));
-    EXPECT_EQ(sink.data(), plainBytes(Content::random, 1100));
 }
 
 TEST(Stored, SizesAroundTheChunks) {

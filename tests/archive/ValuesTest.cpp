@@ -219,6 +219,35 @@ TEST(SystemErrors, HaveTheRightText) {
     EXPECT_THAT(readError("/a", ENAMETOOLONG).what(), StartsWith("The name is not one that can"));
 }
 
+// --- Constants --------------------------------------------------------------------------------
+
+TEST(Constants, AreThoseOfTheFormat) {
+    using namespace archive; // NOLINT(*using-namespace*): all of the constants
+    EXPECT_EQ(maxUInt32, 0xFFFFFFFFU);
+    EXPECT_EQ(maxUInt16, 0xFFFFU);
+    for (const std::uint32_t limit :
+         {maxCompressedSize, maxUncompressedSize, maxOffsetOfLocalFileHeader,
+          maxOffsetOfCentralDirectory, maxSizeOfCentralDirectory})
+        EXPECT_EQ(limit, 0xFFFFFFFFU);
+    EXPECT_EQ(maxTotalNumberOfEntries, 65535U);
+    EXPECT_EQ(defaultReadChunkSize, 16384);
+    EXPECT_EQ(defaultWriteChunkSize, 16384);
+    EXPECT_EQ(defaultPOSIXBufferSize, 16384);
+    EXPECT_EQ(defaultFilePermissions, 0644U);
+    EXPECT_EQ(defaultDirectoryPermissions, 0755U);
+    EXPECT_EQ(defaultDirectoryUnitCount, 1);
+    EXPECT_EQ(minEndOfCentralDirectoryOffset, 22);
+}
+
+TEST(Constants, OnlyVersions20And45AreKnown) {
+    for (unsigned raw = 0; raw <= 0xFFFF; ++raw)
+        EXPECT_EQ(Archive::version(static_cast<std::uint16_t>(raw)).has_value(),
+                  raw == 20 || raw == 45)
+            << raw;
+    EXPECT_EQ(Archive::version(20), Archive::Version::v20);
+    EXPECT_EQ(Archive::version(45), Archive::Version::v45);
+}
+
 } // namespace
 
 } // namespace vellomir

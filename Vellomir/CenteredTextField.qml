@@ -3,7 +3,7 @@ import QtQuick.Templates as T
 import Vellomir
 
 // A centred line of text for a number pad. Line breaks in pasted text are dropped: "4<break>2"
-// becomes "42", so a number can be copied with its line end.
+// becomes "42", so a number can be copied with its line end. Qt's template draws no placeholder.
 T.TextField {
     id: control
 

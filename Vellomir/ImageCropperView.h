@@ -1,8 +1,8 @@
 #pragma once
 
 #include "Vellomir/Concurrency/Property.h"
-#include "Vellomir/ContentView/PresentationMode.h"
 #include "Vellomir/Pictures/Picture.h"
+#include "Vellomir/PresentationMode.h"
 
 #include <optional>
 

@@ -1,7 +1,8 @@
 import QtQuick
+import QtQuick.Layouts
 import Vellomir
 
-// Shows the chosen picture in a square; the user takes it whole or cropped.
+// Shows the chosen picture in a square, and two buttons: use it whole, or crop it.
 Sheet {
     id: sheet
 
@@ -13,10 +14,74 @@ Sheet {
     onDismissed: launchState.showImageCropper = false
 
     contentItem: Item {
-        CropperPage {
+        ColumnLayout {
             anchors.fill: parent
-            launchState: sheet.launchState
-            visible: launchState.hasSelectedImage
+            visible: sheet.launchState.hasSelectedImage
+            spacing: Style.spacing
+
+            Item {
+                Layout.fillWidth: true
+                Layout.fillHeight: true
+                Layout.preferredHeight: width
+                Layout.maximumHeight: width
+                Layout.minimumHeight: 80
+
+                Rectangle {
+                    anchors.centerIn: parent
+                    width: Math.min(parent.width, parent.height)
+                    height: width
+                    color: Style.faded(Style.black, 0.7)
+                    clip: true
+
+                    Image {
+                        objectName: "preview"
+                        anchors.fill: parent
+                        source: sheet.launchState.selectedImage
+                        sourceSize.width: width * Screen.devicePixelRatio
+                        sourceSize.height: height * Screen.devicePixelRatio
+                        fillMode: Image.PreserveAspectFit
+                        asynchronous: true
+                        cache: false
+                        smooth: true
+                        Accessible.role: Accessible.Graphic
+                        Accessible.name: "The chosen picture"
+                    }
+
+                    Rectangle {
+                        anchors.fill: parent
+                        color: "transparent"
+                        border.width: 2
+                        border.color: Style.white
+                    }
+                }
+            }
+
+            Item {
+                Layout.fillHeight: true
+            }
+
+            RowLayout {
+                Layout.fillWidth: true
+                Layout.margins: 25
+                spacing: Style.spacing
+
+                PlainButton {
+                    objectName: "useButton"
+                    Layout.fillWidth: true
+                    // The same preferred width for both buttons: they share the row equally.
+                    Layout.preferredWidth: 1
+                    text: "Use"
+                    onClicked: sheet.launchState.useImage()
+                }
+
+                PlainButton {
+                    objectName: "zoomButton"
+                    Layout.fillWidth: true
+                    Layout.preferredWidth: 1
+                    text: "Zoom it"
+                    onClicked: sheet.launchState.zoomImage()
+                }
+            }
         }
 
         // Without a picture, a press anywhere closes the cropper.

@@ -1,8 +1,9 @@
 import QtQuick
+import QtQuick.Templates as T
 import Vellomir
 
-// The application's one window.
-Window {
+// The application's one window. Its contents get the keyboard's focus back when a sheet closes.
+T.ApplicationWindow {
     id: window
 
     required property AppLaunchState launchState

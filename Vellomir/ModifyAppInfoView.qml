@@ -78,4 +78,37 @@ Rectangle {
             }
         }
     }
+
+    // The text, with a spinner before it while a job runs.
+    component RunButtonLabel: Item {
+        id: label
+
+        required property bool isLoading
+        required property string text
+        required property font font
+
+        implicitWidth: row.implicitWidth
+        implicitHeight: row.implicitHeight
+
+        Row {
+            id: row
+
+            anchors.centerIn: parent
+            spacing: 5
+
+            ActivityIndicator {
+                objectName: "spinner"
+                anchors.verticalCenter: parent.verticalCenter
+                visible: label.isLoading
+            }
+
+            ButtonLabel {
+                text: label.text
+                font: label.font
+                // White on orange has too little contrast without an outline.
+                style: label.isLoading ? Text.Outline : Text.Normal
+                styleColor: Style.faded(Style.black, 0.4)
+            }
+        }
+    }
 }

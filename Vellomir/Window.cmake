@@ -4,45 +4,36 @@ qt_standard_project_setup()
 set(QT_QML_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/qml) # where qmllint looks for the module
 
 set(qml_files
-    ActivityIndicator.qml
-    AlertView.qml
-    ButtonLabel.qml
     CenteredTextField.qml
-    CropperPage.qml
     CustomButtonStyle.qml
-    DragOutRow.qml
-    FileDropArea.qml
-    FocusFollower.qml
-    FocusRing.qml
     ImageCropperView.qml
-    InfoButton.qml
-    InfoPage.qml
     InfoSheetView.qml
     LinkView.qml
-    Links.qml
     MainWindow.qml
-    ModalPopup.qml
     ModifyAppInfoView.qml
-    PlainButton.qml
-    Pressable.qml
-    RunButtonLabel.qml
-    ScrollMark.qml
-    ShareHeader.qml
-    SharePage.qml
-    Sheet.qml
-    SheetRow.qml
-    SheetRowLabel.qml
-    SheetText.qml
-    Style.qml
-    SymbolImage.qml
     ContentView/ActivityView.qml
     ContentView/AppLaunchView.qml
-    ContentView/LogKeys.qml
     ContentView/LogPanel.qml
     ContentView/LogRow.qml
     ContentView/LogSelection.qml
+    ContentView/ShareHeader.qml
+    Controls/ActivityIndicator.qml
+    Controls/AlertView.qml
+    Controls/ButtonLabel.qml
+    Controls/FileDropArea.qml
+    Controls/FocusFollower.qml
+    Controls/FocusRing.qml
+    Controls/ModalPopup.qml
+    Controls/PlainButton.qml
+    Controls/Pressable.qml
+    Controls/Sheet.qml
+    Controls/SheetRow.qml
+    Controls/SheetText.qml
+    Controls/Style.qml
+    Controls/SymbolImage.qml
+    Controls/VerticalScrollBar.qml
 )
-set_source_files_properties(Style.qml PROPERTIES QT_QML_SINGLETON_TYPE TRUE)
+set_source_files_properties(Controls/Style.qml PROPERTIES QT_QML_SINGLETON_TYPE TRUE)
 
 file(GLOB assets RELATIVE ${CMAKE_CURRENT_SOURCE_DIR} CONFIGURE_DEPENDS Assets/*.svg)
 set(launcher_icon ${PROJECT_SOURCE_DIR}/packaging/vellomir.svg)

@@ -2,10 +2,11 @@
 
 #include "archive/ArchiveLock.h"
 #include "archive/DirectoryCheck.h"
+#include "files/FileContent.h"
+#include "files/FileStatus.h"
+#include "files/FolderChanges.h"
 
 #include <cerrno>
-#include <fcntl.h>
-#include <sys/stat.h>
 
 namespace vellomir::archive {
 namespace {
@@ -17,20 +18,20 @@ Error unreadable(std::string detail) {
 }
 
 /// An archive is a regular file: a folder has no bytes, and a pipe no end to look from.
-FileDescriptor openExisting(const std::string &path, int flags) {
-    FileDescriptor file(::open(path.c_str(), flags | O_CLOEXEC | O_NONBLOCK));
+FileDescriptor openExisting(const std::string &path, Access access) {
+    FileDescriptor file = openFile(path, access);
     if (!file.isOpen())
         throw Error(ArchiveError::unreadableArchive,
                     {.detail = "The archive cannot be opened", .systemError = errno});
-    struct stat status {};
-    if (::fstat(file.get(), &status) == 0 && !S_ISREG(status.st_mode))
-        throw unreadable(S_ISDIR(status.st_mode) ? "This is a folder, not an archive"
-                                                 : "This is not a regular file");
+    const auto status = statusOf(file.get());
+    if (status && !status->isRegularFile())
+        throw unreadable(status->isFolder() ? "This is a folder, not an archive"
+                                            : "This is not a regular file");
     return file;
 }
 
 FileDescriptor createNew(const std::string &path) {
-    FileDescriptor file(::open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
+    FileDescriptor file = createFile(path, Access::readAndWrite, 0666);
     if (!file.isOpen())
         throw Error(ArchiveError::unwritableArchive,
                     {.detail = "The archive cannot be created", .systemError = errno});
@@ -38,10 +39,9 @@ FileDescriptor createNew(const std::string &path) {
 }
 
 Archive::FilePointer stream(FileDescriptor descriptor, const char *mode) {
-    Archive::FilePointer file(::fdopen(descriptor.get(), mode));
+    Archive::FilePointer file(openStream(std::move(descriptor), mode));
     if (!file)
         throw Error(Data::DataError::unreadableFile, {.systemError = errno});
-    static_cast<void>(descriptor.release()); // the stream's own from here on
     return file;
 }
 
@@ -115,9 +115,11 @@ Archive::BackingConfiguration Archive::makeBackingConfiguration(const URL &url, 
     const std::string path = url.path();
     switch (mode) {
     case AccessMode::read:
-        return makeBackingConfiguration(stream(openExisting(path, O_RDONLY), "rb"), mode, progress);
+        return makeBackingConfiguration(stream(openExisting(path, Access::read), "rb"), mode,
+                                        progress);
     case AccessMode::update: {
-        FileDescriptor file = openLocked(path, [&] { return openExisting(path, O_RDWR); });
+        FileDescriptor file =
+            openLocked(path, [&] { return openExisting(path, Access::readAndWrite); });
         return makeBackingConfiguration(stream(std::move(file), "rb+"), mode, progress);
     }
     case AccessMode::create:
@@ -127,7 +129,7 @@ Archive::BackingConfiguration Archive::makeBackingConfiguration(const URL &url, 
     try {
         return makeBackingConfiguration(stream(std::move(created), "rb+"), mode, progress);
     } catch (...) {
-        ::unlink(path.c_str()); // made just now, and no archive
+        static_cast<void>(removeFile(path)); // made just now, and no archive
         throw;
     }
 }
@@ -260,7 +262,7 @@ bool Archive::truncate(std::uint64_t size) {
         return true;
     }
     const int descriptor = ::fileno(archiveFile());
-    if (descriptor >= 0 && ::ftruncate(descriptor, static_cast<off_t>(size)) != 0)
+    if (descriptor >= 0 && !setSize(descriptor, size))
         throw Error(Data::DataError::unwritableFile, {.path = filePath(), .systemError = errno});
     return descriptor >= 0;
 }

@@ -7,6 +7,7 @@
 #include "archive/URL.h"
 
 #include <cstdio>
+#include <functional>
 #include <iterator>
 #include <memory>
 #include <optional>
@@ -197,6 +198,31 @@ public:
     };
     /// An iterator before the first entry. It refers to this archive and moves its stream.
     [[nodiscard]] EntryIterator makeIterator() const;
+
+    /// How many entries the directory leads to, and why not to all of them.
+    struct Reach {
+        std::uint64_t promised = 0; ///< entries by the end record
+        std::uint64_t reached = 0;  ///< entries that a walk returns; at most `promised`
+        /// Why the walk ended; `complete` if all promised entries were reached.
+        EntryIterator::End end = EntryIterator::End::complete;
+        /// Records in the directory after the promised ones; looked for after a complete walk.
+        std::uint64_t uncounted = 0;
+        /// Bytes from where the end record places the directory to where it starts if the end
+        /// records follow it directly. Above 0: there are other bytes in front of the archive.
+        /// Below 0: bytes are missing. 0 as a rule.
+        std::int64_t displacement = 0;
+
+        /// Whether a walk returns every entry that the directory holds.
+        [[nodiscard]] bool isComplete() const {
+            return end == EntryIterator::End::complete && uncounted == 0;
+        }
+        friend bool operator==(const Reach &, const Reach &) = default;
+    };
+    /// Walks the whole directory, calls `visit` with each entry on this thread, and returns how far
+    /// the walk came. Throws what `EntryIterator::next` and `visit` throw, and `cancelledOperation`
+    /// before the next record if the progress, which it never changes, was cancelled.
+    [[nodiscard]] Reach reach(const std::function<void(const Entry &)> &visit = nullptr,
+                              const ProgressPointer &progress = nullptr) const;
 
     /// For range-based for. Ends and throws like `EntryIterator`, but has no `end()` with the
     /// reason.

@@ -30,12 +30,8 @@ Archive::EntryIterator &Archive::EntryIterator::operator=(EntryIterator &&) noex
 Archive::EntryIterator::~EntryIterator() = default;
 
 std::optional<CentralDirectoryStructure> Archive::EntryIterator::readDirectoryRecord() {
-    constexpr std::size_t fixed = CentralDirectoryStructure::size;
     try {
-        const auto readTail = [this](std::size_t size) {
-            return window_->bytes(position_ + fixed, size);
-        };
-        return CentralDirectoryStructure::make(window_->bytes(position_, fixed), readTail);
+        return window_->record(position_);
     } catch (const Error &error) {
         if (error.code() == Data::DataError::unreadableFile)
             throw;

@@ -2,11 +2,10 @@
 
 #include "archive/Archive.h"
 #include "archive/Error.h"
+#include "files/FileContent.h"
 #include "files/FileLock.h"
 
 #include <cerrno>
-#include <fcntl.h>
-#include <sys/stat.h>
 #include <thread>
 
 namespace vellomir::archive {
@@ -31,10 +30,6 @@ Error replaced(const std::string &path) {
                  {.path = path, .detail = "Another file has taken the archive's place meanwhile"});
 }
 
-int openFlags(const FilePlace &place) {
-    return O_RDWR | O_CLOEXEC | O_NONBLOCK | (place.folder == AT_FDCWD ? 0 : O_NOFOLLOW);
-}
-
 FileDescriptor openLockedAt(const FilePlace &place, const std::function<FileDescriptor()> &open,
                             const LockWait &wait) {
     const auto deadline = steady_clock::now() + wait.patience;
@@ -44,7 +39,8 @@ FileDescriptor openLockedAt(const FilePlace &place, const std::function<FileDesc
         const LockAttempt attempt = tryToLock(file.get());
         // A lock on a file that was replaced meanwhile does not keep others out of the new one.
         if (attempt == LockAttempt::unsupported ||
-            (attempt == LockAttempt::locked && isFileAt(place, file.get())))
+            (attempt == LockAttempt::locked &&
+             isSameItem(statusOf(file.get()), statusOf(place, place.links()))))
             return file;
         if (isLast)
             throw inUse(place.path, file.get());
@@ -87,30 +83,16 @@ FileDescriptor openLockedForUpdate(const std::string &path, const LockWait &wait
 
 FileDescriptor openLockedForUpdate(const FilePlace &place, const LockWait &wait) {
     const auto open = [&] {
-        FileDescriptor file(::openat(place.folder, place.name.c_str(), openFlags(place)));
-        struct stat status {};
-        const bool isKnown = file.isOpen() && ::fstat(file.get(), &status) == 0;
-        if (isKnown ? !S_ISREG(status.st_mode) : errno == EISDIR)
+        FileDescriptor file = openFile(place, Access::readAndWrite, place.links());
+        const auto status = file.isOpen() ? statusOf(file.get()) : std::nullopt;
+        if (status ? !status->isRegularFile() : errno == EISDIR)
             throw Error(ArchiveError::unwritableArchive,
                         {.path = place.path, .detail = "This is not a regular file"});
-        if (!isKnown)
+        if (!status)
             throw writeError(place.path, errno);
         return file;
     };
     return openLockedAt(place, open, wait);
-}
-
-HeldFile::HeldFile(FilePlace place, const LockWait &wait)
-    : place_(std::move(place)), descriptor_(openLockedForUpdate(place_, wait)),
-      identity_(descriptor_.get(), place_.path) {}
-
-HeldFile::HeldFile(const std::string &path, const LockWait &wait) : HeldFile(placeAt(path), wait) {}
-
-FileDescriptor HeldFile::fromStart() const {
-    FileDescriptor copy(::fcntl(descriptor_.get(), F_DUPFD_CLOEXEC, 0));
-    if (!copy.isOpen() || ::lseek(copy.get(), 0, SEEK_SET) != 0)
-        throw readError(place_.path, errno);
-    return copy;
 }
 
 } // namespace vellomir::archive

@@ -68,8 +68,8 @@ void takeOff(std::uint64_t &left, std::size_t chunkSize, std::uint64_t limit) {
 Consumer counting(const Consumer &consumer, const Archive::ExtractOptions &options) {
     return [&consumer, progress = options.progress.get(), limit = options.sizeLimit,
             left = options.sizeLimit.value_or(0)](std::span<const std::byte> chunk) mutable {
-        if (progress != nullptr && progress->isCancelled())
-            throw Error(ArchiveError::cancelledOperation);
+        if (progress != nullptr)
+            progress->throwIfCancelled();
         if (limit)
             takeOff(left, chunk.size(), *limit);
         consumer(chunk);

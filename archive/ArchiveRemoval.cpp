@@ -110,8 +110,8 @@ public:
 
 private:
     void write(std::span<const std::byte> chunk) {
-        if (progress_ && progress_->isCancelled())
-            throw Error(ArchiveError::cancelledOperation);
+        if (progress_)
+            progress_->throwIfCancelled();
         to_.write(chunk);
         if (progress_)
             progress_->addCompletedUnitCount(static_cast<std::int64_t>(chunk.size()));

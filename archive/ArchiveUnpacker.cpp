@@ -106,8 +106,8 @@ void ArchiveUnpacker::extract(const Entry &entry, const std::string &entryPath) 
 }
 
 void ArchiveUnpacker::throwIfCancelled() const {
-    if (options_.progress && options_.progress->isCancelled())
-        throw Error(Archive::ArchiveError::cancelledOperation);
+    if (options_.progress)
+        options_.progress->throwIfCancelled();
 }
 
 } // namespace vellomir::archive

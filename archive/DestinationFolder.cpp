@@ -1,17 +1,16 @@
 #include "archive/DestinationFolder.h"
 
 #include "archive/Archive.h"
-#include "archive/FolderAttributes.h"
-#include "files/FreeRoom.h"
-#include "files/OpenBelow.h"
+#include "files/FileContent.h"
+#include "files/FolderChanges.h"
+#include "files/ItemAttributes.h"
+#include "files/TargetFolder.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <climits>
-#include <fcntl.h>
-#include <filesystem>
+#include <cmath>
 #include <optional>
-#include <sys/stat.h>
 
 namespace vellomir::archive {
 namespace {
@@ -21,33 +20,35 @@ constexpr mode_t unfinishedFolderMode = 0700;
 
 constexpr std::size_t maxFoldersAfterCancellation = 10'000;
 
-bool isLink(int folder, const std::string &name) {
-    struct stat status {};
-    return ::fstatat(folder, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0 &&
-           S_ISLNK(status.st_mode);
+bool isLink(const ItemName &item) {
+    const auto status = statusOf(item, Links::refuse);
+    return status && status->isLink();
 }
 
 bool isNotFolder(int systemError) {
     return systemError == ENOTDIR || systemError == ELOOP;
 }
 
+timespec time(const Date &date) {
+    const double seconds = std::floor(date.timeIntervalSince1970);
+    return {static_cast<time_t>(seconds),
+            static_cast<long>((date.timeIntervalSince1970 - seconds) * 1e9)};
+}
+
+ItemAttributes itemAttributes(const FileAttributes &attributes) {
+    return {attributes.posixPermissions, time(attributes.modificationDate)};
+}
+
 } // namespace
 
 void DestinationFile::write(std::span<const std::byte> chunk) {
-    while (!chunk.empty()) {
-        const ssize_t count = ::write(descriptor_.get(), chunk.data(), chunk.size());
-        if (count >= 0)
-            chunk = chunk.subspan(static_cast<std::size_t>(count));
-        else if (errno != EINTR)
-            throw Error(Data::DataError::unwritableFile, {.path = path_, .systemError = errno});
-    }
+    if (!writeFully(descriptor_.get(), chunk))
+        throw Error(Data::DataError::unwritableFile, {.path = path_, .systemError = errno});
 }
 
 void DestinationFile::finish(const FileAttributes &attributes) {
-    checkAttributeCall(::fchmod(descriptor_.get(), attributes.posixPermissions), path_);
-    checkAttributeCall(::futimens(descriptor_.get(), times(attributes.modificationDate).data()),
-                       path_);
-    if (::close(descriptor_.release()) != 0 && errno != EINTR)
+    setFileAttributes(descriptor_, itemAttributes(attributes), path_);
+    if (!descriptor_.close())
         throw Error(Data::DataError::unwritableFile, {.path = path_, .systemError = errno});
 }
 
@@ -65,8 +66,8 @@ DestinationFile DestinationFolder::createFile(std::string_view path) {
     if (isTooLong(path))
         throw cannotOpen(ENAMETOOLONG);
     const Item place = item(path, MissingFolders::make);
-    FileDescriptor descriptor(::openat(place.folder, place.name.c_str(),
-                                       O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
+    FileDescriptor descriptor =
+        ::vellomir::createFile(place.itemName(), Access::write, S_IRUSR | S_IWUSR);
     if (!descriptor.isOpen())
         throw errno == EEXIST ? writeError(fullPath(path), errno) : cannotOpen(errno);
     return {std::move(descriptor), fullPath(path)};
@@ -75,45 +76,37 @@ DestinationFile DestinationFolder::createFile(std::string_view path) {
 void DestinationFolder::createDirectory(std::string_view path, const FileAttributes &attributes) {
     openRoot();
     const Item place = path.empty() ? Item{root_.get(), "."} : item(path, MissingFolders::make);
-    const bool isNew =
-        !path.empty() && ::mkdirat(place.folder, place.name.c_str(), unfinishedFolderMode) == 0;
+    const bool isNew = !path.empty() && makeFolder(place.itemName(), unfinishedFolderMode);
     if (!path.empty() && !isNew && errno != EEXIST)
         throw writeError(fullPath(path), errno);
-    const FileDescriptor folder(::openat(place.folder, place.name.c_str(), folderFlags));
-    struct stat status {};
-    if (!folder.isOpen() || ::fstat(folder.get(), &status) != 0)
+    const FileDescriptor folder = ::vellomir::openFolder(place.itemName(), FolderUse::names);
+    const auto status = folder.isOpen() ? statusOf(folder.get()) : std::nullopt;
+    if (!status)
         throw writeError(fullPath(path), isNotFolder(errno) ? EEXIST : errno);
-    if (isNew && (status.st_mode & unfinishedFolderMode) != unfinishedFolderMode)
-        setFolderMode(folder.get(), unfinishedFolderMode, fullPath(path)); // a hostile umask
-    directories_.push_back({std::string(path), attributes, status.st_dev, status.st_ino});
+    if (isNew && (status->mode() & unfinishedFolderMode) != unfinishedFolderMode)
+        setFolderPermissions(folder, unfinishedFolderMode, fullPath(path)); // a hostile umask
+    directories_.push_back({std::string(path), attributes, status->identity()});
 }
 
 void DestinationFolder::createSymbolicLink(std::string_view path, const std::string &target,
                                            const Date &modificationDate) {
     const Item place = item(path, MissingFolders::make);
-    if (::symlinkat(target.c_str(), place.folder, place.name.c_str()) != 0)
+    if (!makeLink(target, place.itemName()))
         throw writeError(fullPath(path), errno);
-    const FileDescriptor link(
-        ::openat(place.folder, place.name.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
-    struct stat status {};
-    if (link.isOpen() ? ::fstat(link.get(), &status) != 0 : errno != ENOENT)
+    const FileDescriptor link = openItem(place.itemName());
+    const auto status = link.isOpen() ? statusOf(link.get()) : std::nullopt;
+    if (!status && (link.isOpen() || errno != ENOENT))
         throw writeError(fullPath(path), errno);
-    if (!S_ISLNK(status.st_mode))
+    if (!status || !status->isLink())
         throw Error(FileError::fileWriteUnknown,
                     {.path = fullPath(path),
                      .detail = "Something else has taken the place of the link meanwhile"});
-    const auto moments = times(modificationDate);
-    int result = ::utimensat(link.get(), "", moments.data(), AT_EMPTY_PATH);
-    if (result != 0 && errno == EINVAL) // kernels before 5.8
-        result = ::utimensat(place.folder, place.name.c_str(), moments.data(), AT_SYMLINK_NOFOLLOW);
-    checkAttributeCall(result, fullPath(path));
+    setLinkTime(link, place.itemName(), time(modificationDate), fullPath(path));
 }
 
 void DestinationFolder::requireNothing(std::string_view path) {
     const Item place = item(path, MissingFolders::refuse);
-    struct stat status {};
-    if (place.folder >= 0 &&
-        ::fstatat(place.folder, place.name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0)
+    if (place.folder >= 0 && statusOf(place.itemName(), Links::refuse))
         throw writeError(fullPath(path), EEXIST);
 }
 
@@ -126,7 +119,7 @@ void DestinationFolder::finishDirectories(const Progress *progress) {
     std::size_t left = maxFoldersAfterCancellation;
     for (const Directory &directory : directories_) {
         if (progress != nullptr && progress->isCancelled() && left-- == 0)
-            throw Error(Archive::ArchiveError::cancelledOperation);
+            progress->throwIfCancelled();
         try {
             finish(directory);
         } catch (const Error &error) {
@@ -142,21 +135,17 @@ void DestinationFolder::finish(const Directory &directory) {
     const std::string path = fullPath(directory.path);
     const Item place = directory.path.empty() ? Item{root_.get(), "."}
                                               : item(directory.path, MissingFolders::refuse);
-    const FileDescriptor folder(
-        place.folder < 0 ? -1 : ::openat(place.folder, place.name.c_str(), folderFlags));
+    const FileDescriptor folder = place.folder < 0
+                                      ? FileDescriptor()
+                                      : ::vellomir::openFolder(place.itemName(), FolderUse::names);
     if (!folder.isOpen() && errno != ENOENT && !isNotFolder(errno))
         throw writeError(path, errno);
-    if (!isSame(directory, folder))
+    const auto status = folder.isOpen() ? statusOf(folder.get()) : std::nullopt;
+    if (!status || status->identity() != directory.identity)
         throw Error(
             FileError::fileWriteUnknown,
             {.path = path, .detail = "Something else has taken the place of the folder meanwhile"});
-    applyToFolder(folder.get(), directory.attributes, path);
-}
-
-bool DestinationFolder::isSame(const Directory &directory, const FileDescriptor &folder) const {
-    struct stat status {};
-    return folder.isOpen() && ::fstat(folder.get(), &status) == 0 &&
-           status.st_dev == directory.device && status.st_ino == directory.inode;
+    setFolderAttributes(folder, itemAttributes(directory.attributes), path);
 }
 
 bool DestinationFolder::isTooLong(std::string_view path) const {
@@ -181,7 +170,7 @@ DestinationFolder::Item DestinationFolder::item(std::string_view path,
 int DestinationFolder::openParent(std::string_view parent, MissingFolders missingFolders) {
     if (!root_.isOpen() && missingFolders == MissingFolders::refuse) {
         // The destination itself may exist already.
-        root_ = FileDescriptor(::open(rootPath_.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+        root_ = ::vellomir::openFolder(rootPath_, FolderUse::names, Links::follow);
         if (!root_.isOpen())
             return -1;
     }
@@ -224,32 +213,28 @@ FileDescriptor DestinationFolder::makeParent(std::string_view parent) const {
 void DestinationFolder::openRoot() {
     if (root_.isOpen())
         return;
-    std::error_code error;
-    std::filesystem::create_directories(rootPath_, error);
-    if (error)
-        throw writeError(rootPath_, error.value());
-    root_ = FileDescriptor(::open(rootPath_.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+    makeFolders(rootPath_, rootPath_);
+    root_ = ::vellomir::openFolder(rootPath_, FolderUse::names, Links::follow);
     if (!root_.isOpen())
         throw writeError(rootPath_, errno);
 }
 
 FileDescriptor DestinationFolder::openFolder(int parent, const std::string &name,
                                              std::string_view path) const {
-    const bool isNew = ::mkdirat(parent, name.c_str(), defaultDirectoryPermissions) == 0;
+    const bool isNew = makeFolder({parent, name}, defaultDirectoryPermissions);
     if (!isNew && errno != EEXIST)
         throw writeError(fullPath(path), errno);
-    FileDescriptor folder(::openat(parent, name.c_str(), folderFlags));
+    FileDescriptor folder = ::vellomir::openFolder({parent, name}, FolderUse::names);
     const int systemError = errno;
-    if (!folder.isOpen() && isLink(parent, name))
+    if (!folder.isOpen() && isLink({parent, name}))
         throw Error(FileError::fileReadInvalidFileName,
                     {.path = fullPath(path), .detail = "The name leads through a link"});
     if (!folder.isOpen())
         throw writeError(fullPath(path), systemError);
-    struct stat status {};
     // The umask, and the folder above, must not change the mode of an implied folder.
-    if (isNew && ::fstat(folder.get(), &status) == 0 &&
-        (status.st_mode & 07777U) != defaultDirectoryPermissions)
-        setFolderMode(folder.get(), defaultDirectoryPermissions, fullPath(path));
+    const auto status = isNew ? statusOf(folder.get()) : std::nullopt;
+    if (status && status->permissions() != defaultDirectoryPermissions)
+        setFolderPermissions(folder, defaultDirectoryPermissions, fullPath(path));
     return folder;
 }
 

@@ -4,13 +4,13 @@
 #include "archive/Progress.h"
 #include "archive/URL.h"
 #include "files/FileDescriptor.h"
+#include "files/FileStatus.h"
 
 #include <array>
 #include <cstdint>
 #include <span>
 #include <string>
 #include <string_view>
-#include <sys/types.h>
 #include <vector>
 
 namespace vellomir::archive {
@@ -78,14 +78,15 @@ private:
     struct Item {
         int folder; ///< −1 if it is missing
         std::string name;
+
+        [[nodiscard]] ItemName itemName() const { return {folder, name}; }
     };
 
     /// One that gets its attributes at the end.
     struct Directory {
         std::string path;
         FileAttributes attributes;
-        dev_t device;
-        ino_t inode;
+        ItemIdentity identity;
     };
 
     [[nodiscard]] Item item(std::string_view path, MissingFolders missingFolders);
@@ -96,7 +97,6 @@ private:
     [[nodiscard]] FileDescriptor openFolder(int parent, const std::string &name,
                                             std::string_view path) const;
     void finish(const Directory &directory);
-    [[nodiscard]] bool isSame(const Directory &directory, const FileDescriptor &folder) const;
 
     /// A folder that an item went into.
     struct Parent {

@@ -20,6 +20,12 @@ std::span<const std::byte> DirectoryWindow::bytes(std::uint64_t offset, std::siz
     return rest.first(std::min(size, rest.size()));
 }
 
+std::optional<CentralDirectoryStructure> DirectoryWindow::record(std::uint64_t offset) {
+    constexpr std::size_t fixed = CentralDirectoryStructure::size;
+    const auto readTail = [&](std::size_t size) { return bytes(offset + fixed, size); };
+    return CentralDirectoryStructure::make(bytes(offset, fixed), readTail);
+}
+
 void DirectoryWindow::read(std::uint64_t offset, std::size_t size) {
     if (!buffer_ || size > capacity_) {
         capacity_ = std::max(size, capacity_);

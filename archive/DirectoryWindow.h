@@ -1,9 +1,12 @@
 #pragma once
 
+#include "archive/Records.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <memory>
+#include <optional>
 #include <span>
 
 namespace vellomir::archive {
@@ -18,6 +21,10 @@ public:
     /// Up to `size` bytes from the absolute offset, fewer at the end of the stream; valid until the
     /// next call. Throws `DataError::unreadableFile`.
     [[nodiscard]] std::span<const std::byte> bytes(std::uint64_t offset, std::size_t size);
+
+    /// The directory's record at the absolute offset; nothing if the bytes there are none, or are
+    /// cut off. Throws what `bytes` and `CentralDirectoryStructure::make` throw.
+    [[nodiscard]] std::optional<CentralDirectoryStructure> record(std::uint64_t offset);
 
 private:
     void read(std::uint64_t offset, std::size_t size);

@@ -86,8 +86,8 @@ std::optional<std::uint64_t> scanForSignature(std::FILE *file, std::uint64_t arc
     std::uint64_t blockSize = 4096;
     while (end > overlap) {
         const std::uint64_t start = end - std::min(end, blockSize);
-        if (progress != nullptr && progress->isCancelled())
-            throw Error(ArchiveError::cancelledOperation);
+        if (progress != nullptr)
+            progress->throwIfCancelled();
         if (::fseeko(file, static_cast<off_t>(start), SEEK_SET) != 0)
             throw Error(Data::DataError::unreadableFile, {.systemError = errno});
         const Data block = Data::readChunk(end - start, file);

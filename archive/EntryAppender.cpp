@@ -15,8 +15,8 @@ using EntryType = Entry::EntryType;
 using Field = ZIP64ExtendedInformation::Field;
 
 void throwIfCancelled(const Archive::ProgressPointer &progress) {
-    if (progress && progress->isCancelled())
-        throw Error(ArchiveError::cancelledOperation);
+    if (progress)
+        progress->throwIfCancelled();
 }
 
 /// A provider that never returns more than it was asked for.
@@ -55,6 +55,10 @@ EntryAppender::~EntryAppender() {
 void EntryAppender::add(const std::string &path, EntryType type, std::int64_t uncompressedSize,
                         Date modificationDate, std::optional<std::uint16_t> permissions,
                         const Provider &provider, const Archive::AddOptions &options) {
+    if (isFinished_)
+        throw Error(ArchiveError::unwritableArchive,
+                    {.path = archive_.filePath(),
+                     .detail = "The batch is finished: nothing more can be added by it"});
     requireBufferSize(options.bufferSize);
     if (uncompressedSize < 0)
         throw Error(ArchiveError::invalidEntrySize);
@@ -84,8 +88,13 @@ void EntryAppender::add(const std::string &path, EntryType type, std::int64_t un
 }
 
 void EntryAppender::finish() {
+    if (isFailed_)
+        throw Error(ArchiveError::unwritableArchive,
+                    {.path = archive_.filePath(),
+                     .detail = "The batch cannot be finished: an entry of it failed"});
+    const bool isNothingLeft = isFinished_ || isDirectoryWritten_;
     isFinished_ = true;
-    if (isDirectoryWritten_)
+    if (isNothingLeft)
         return;
     archive_.isDirectoryChecked_ = false; // until it is written
     writer_.write(directory_);
@@ -274,9 +283,10 @@ void EntryAppender::rollback(std::uint64_t localFileHeaderStart) {
     archive_.setEndRecords(std::move(records_));
 }
 
-/// What is written of the entry stands over the beginning of the directory; where the directory was
-/// never written, its rest must still come behind it.
+/// What was written of the entry has replaced the beginning of the directory. If the current
+/// directory was never written, its rest is written behind that.
 void EntryAppender::leaveAsWritten(std::uint64_t localFileHeaderStart) {
+    isFailed_ = true;
     try {
         Data behind;
         if (!isDirectoryWritten_) {
@@ -288,7 +298,7 @@ void EntryAppender::leaveAsWritten(std::uint64_t localFileHeaderStart) {
             writer_.write(behind.bytes().subspan(written));
         writer_.flush();
         archive_.setEndRecords(std::move(records_));
-    } catch (...) { // the first error is the one to tell
+    } catch (...) { // the caller gets the first error
     }
 }
 

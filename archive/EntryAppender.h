@@ -28,12 +28,14 @@ public:
     EntryAppender(const EntryAppender &) = delete;
     EntryAppender &operator=(const EntryAppender &) = delete;
 
-    /// After an error this is the end: no further entry can be added.
+    /// After an error while the entry was written, no further entry can be added:
+    /// `unwritableArchive`.
     void add(const std::string &path, Entry::EntryType type, std::int64_t uncompressedSize,
              Date modificationDate, std::optional<std::uint16_t> permissions,
              const Provider &provider, const Archive::AddOptions &options);
     /// Writes the directory and the end records, and cuts the file behind them. The archive object
-    /// gets its new end records when all of that has gone well.
+    /// gets its new end records when all of that has gone well. Does nothing the second time, or
+    /// after a cancellation; throws `unwritableArchive` after a failed entry.
     void finish();
 
 private:
@@ -72,7 +74,9 @@ private:
     EndRecords records_;
     /// Whether the directory in the file, where it stands, is the current one.
     bool isDirectoryWritten_ = true;
+    /// Nothing more is added: finished, cancelled or failed.
     bool isFinished_ = false;
+    bool isFailed_ = false;
 };
 
 } // namespace vellomir::archive

@@ -1,25 +1,32 @@
 #include "archive/FileItem.h"
 
 #include "archive/BufferSize.h"
+#include "archive/EntryAppender.h"
+#include "files/FileContent.h"
 #include "files/FileDescriptor.h"
 
 #include <algorithm>
 #include <cerrno>
-#include <fcntl.h>
 #include <memory>
 
 namespace vellomir::archive {
 namespace {
 
 /// Opens a file for reading; never waits, not even for a pipe that took its place.
-FileDescriptor openFile(int folder, const std::string &name, const std::string &path) {
-    FileDescriptor descriptor(
-        ::openat(folder, name.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
+FileDescriptor openForReading(const ItemName &item, const std::string &path) {
+    FileDescriptor descriptor = openFile(item, Access::read, Links::refuse);
     if (descriptor.isOpen())
         return descriptor;
     if (errno == EACCES || errno == EPERM)
         throw readError(path, errno);
     throw Error(FileError::fileNoSuchFile, {.path = path, .systemError = errno});
+}
+
+/// The folder that the item at the path is in. Not open, and errno, if that failed.
+FileDescriptor openFolderOf(const std::string &path) {
+    const std::size_t slash = path.rfind('/');
+    const std::string folder = slash == std::string::npos ? "." : path.substr(0, slash + 1);
+    return openFolder(folder, FolderUse::names, Links::follow);
 }
 
 /// Reads an open file from its beginning to the size it had when it was opened.
@@ -33,17 +40,12 @@ public:
 
     std::span<const std::byte> operator()(std::int64_t /*position*/, std::size_t size) {
         const auto chunk = std::span(buffer_.get(), std::min(size, capacity_));
-        for (std::size_t filled = 0; filled < chunk.size();) {
-            const ssize_t count =
-                ::read(descriptor_.get(), chunk.data() + filled, chunk.size() - filled);
-            if (count == 0)
-                throw Error(Data::DataError::unreadableFile,
-                            {.path = path_, .detail = "The file became shorter while it was read"});
-            if (count > 0)
-                filled += static_cast<std::size_t>(count);
-            else if (errno != EINTR)
-                throw Error(Data::DataError::unreadableFile, {.path = path_, .systemError = errno});
-        }
+        const auto count = readInto(descriptor_.get(), chunk);
+        if (!count)
+            throw Error(Data::DataError::unreadableFile, {.path = path_, .systemError = errno});
+        if (*count < chunk.size())
+            throw Error(Data::DataError::unreadableFile,
+                        {.path = path_, .detail = "The file became shorter while it was read"});
         return chunk;
     }
 
@@ -54,26 +56,13 @@ private:
     std::unique_ptr<std::byte[]> buffer_;
 };
 
-std::string readLink(int folder, const std::string &name, const std::string &path) {
-    std::string target(256, '\0');
-    for (;;) {
-        const ssize_t length = ::readlinkat(folder, name.c_str(), target.data(), target.size());
-        if (length < 0)
-            throw readError(path, errno);
-        const bool isWhole = static_cast<std::size_t>(length) < target.size();
-        target.resize(isWhole ? static_cast<std::size_t>(length) : target.size() * 2);
-        if (isWhole)
-            return target;
-    }
-}
-
 std::span<const std::byte> nothing(std::int64_t /*position*/, std::size_t /*size*/) {
     return {};
 }
 
 } // namespace
 
-FileItem::FileItem(const URL &url) : folder_(AT_FDCWD), name_(url.path()), path_(name_) {
+FileItem::FileItem(const URL &url) : folder_(currentFolder), name_(url.path()), path_(name_) {
     if (!url.isFileURL())
         throw Error(FileError::fileReadNoSuchFile, {.path = path_});
     const std::string name = url.lastPathComponent();
@@ -82,21 +71,14 @@ FileItem::FileItem(const URL &url) : folder_(AT_FDCWD), name_(url.path()), path_
         return;
     }
     name_ = name;
-    const FileDescriptor opened = openFolder();
-    struct stat status {};
-    if (!opened.isOpen() || ::fstat(opened.get(), &status) != 0)
+    const FileDescriptor opened = openFolderOf(path_);
+    const auto status = opened.isOpen() ? statusOf(opened.get()) : std::nullopt;
+    if (!status)
         throwMissing();
-    identity_ = {status.st_dev, status.st_ino};
+    identity_ = status->identity();
     folder_ = opened.get();
     look();
-    folder_ = AT_FDCWD;
-}
-
-/// Not open, and errno, if that failed.
-FileDescriptor FileItem::openFolder() const {
-    const std::size_t slash = path_.rfind('/');
-    const std::string folder = slash == std::string::npos ? "." : path_.substr(0, slash + 1);
-    return FileDescriptor(::open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+    folder_ = currentFolder;
 }
 
 FileItem::FileItem(int folder, std::string name, std::string path)
@@ -105,8 +87,10 @@ FileItem::FileItem(int folder, std::string name, std::string path)
 }
 
 void FileItem::look() {
-    if (::fstatat(folder_, name_.c_str(), &status_, AT_SYMLINK_NOFOLLOW) != 0)
+    const auto status = statusOf({folder_, name_}, Links::refuse);
+    if (!status)
         throwMissing();
+    status_ = *status;
 }
 
 void FileItem::throwMissing() const {
@@ -115,25 +99,25 @@ void FileItem::throwMissing() const {
 }
 
 Date FileItem::modificationDate() const {
-    return {static_cast<double>(status_.st_mtim.tv_sec) +
-            static_cast<double>(status_.st_mtim.tv_nsec) / 1e9};
+    const timespec time = status_.modificationTime();
+    return {static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) / 1e9};
 }
 
 std::int64_t FileItem::size() const {
-    if (status_.st_size < 0)
+    if (status_.size() < 0)
         throw Error(FileError::fileReadTooLarge, {.path = path_});
-    return status_.st_size;
+    return status_.size();
 }
 
 void FileItem::add(EntryAppender &appender, std::string path,
                    const Archive::AddOptions &options) const {
     if (!identity_)
         return addFromFolder(appender, std::move(path), options);
-    const FileDescriptor folder = openFolder();
-    struct stat status {};
-    if (!folder.isOpen() || ::fstat(folder.get(), &status) != 0)
+    const FileDescriptor folder = openFolderOf(path_);
+    const auto status = folder.isOpen() ? statusOf(folder.get()) : std::nullopt;
+    if (!status)
         throw readError(path_, errno);
-    if (status.st_dev != identity_->device || status.st_ino != identity_->number)
+    if (status->identity() != *identity_)
         throw Error(FileError::fileReadUnknown,
                     {.path = path_,
                      .detail = "Another folder has taken the place of the item's meanwhile"});
@@ -153,7 +137,7 @@ void FileItem::addFromFolder(EntryAppender &appender, std::string path,
     case Entry::EntryType::directory:
         break;
     }
-    if (::faccessat(folder_, name_.c_str(), R_OK, AT_EACCESS) != 0)
+    if (!isAllowed(Permission::read, {folder_, name_}))
         throw readError(path_, errno);
     if (!path.ends_with('/'))
         path += '/';
@@ -161,7 +145,7 @@ void FileItem::addFromFolder(EntryAppender &appender, std::string path,
 }
 
 void FileItem::requireRegular() const {
-    if (!S_ISREG(status_.st_mode))
+    if (!status_.isRegularFile())
         throw Error(FileError::fileReadUnknown,
                     {.path = path_, .detail = "The item is no file, no folder and no link"});
 }
@@ -169,10 +153,9 @@ void FileItem::requireRegular() const {
 void FileItem::addFile(EntryAppender &appender, const std::string &path,
                        const Archive::AddOptions &options) const {
     requireRegular();
-    const FileDescriptor descriptor = openFile(folder_, name_, path_);
+    const FileDescriptor descriptor = openForReading({folder_, name_}, path_);
     FileItem opened = *this; // with the size, mode and date of what was opened
-    if (::fstat(descriptor.get(), &opened.status_) != 0)
-        throw readError(path_, errno);
+    opened.status_ = requireStatus(descriptor.get(), path_);
     opened.requireRegular();
     FileProvider provider(descriptor, path_, opened.size(), options.bufferSize);
     appender.add(path, type(), opened.size(), opened.modificationDate(), opened.permissions(),
@@ -181,7 +164,10 @@ void FileItem::addFile(EntryAppender &appender, const std::string &path,
 
 void FileItem::addSymbolicLink(EntryAppender &appender, const std::string &path,
                                const Archive::AddOptions &options) const {
-    const Data target{std::string_view(readLink(folder_, name_, path_))};
+    const auto text = readLink({folder_, name_});
+    if (!text)
+        throw readError(path_, errno);
+    const Data target{std::string_view(*text)};
     const auto provider = [&](std::int64_t, std::size_t) { return target.bytes(); };
     appender.add(path, type(), static_cast<std::int64_t>(target.size()), modificationDate(),
                  permissions(), provider, options);

@@ -1,9 +1,9 @@
 #include "archive/FileManager.h"
 
 #include "archive/FileItem.h"
+#include "files/FileStatus.h"
+#include "files/FolderChanges.h"
 
-#include <cerrno>
-#include <filesystem>
 #include <sys/stat.h>
 
 namespace vellomir::archive {
@@ -19,8 +19,7 @@ std::uint16_t defaultPermissions(Entry::EntryType type) {
 } // namespace
 
 bool FileManager::itemExists(const URL &at) const {
-    struct stat status {};
-    return at.isFileURL() && ::lstat(at.path().c_str(), &status) == 0;
+    return at.isFileURL() && statusOf(at.path(), Links::refuse);
 }
 
 Entry::EntryType FileManager::typeForItem(const URL &at) const {
@@ -29,10 +28,7 @@ Entry::EntryType FileManager::typeForItem(const URL &at) const {
 
 void FileManager::createParentDirectoryStructure(const URL &url) const {
     const std::string folder = url.deletingLastPathComponent().path();
-    std::error_code error;
-    std::filesystem::create_directories(folder, error);
-    if (error)
-        throw writeError(folder, error.value());
+    makeFolders(folder, folder);
 }
 
 FileAttributes FileManager::attributes(const Entry &entry) {
@@ -73,9 +69,8 @@ std::uint32_t FileManager::externalFileAttributesForEntry(Entry::EntryType type,
 }
 
 std::uint16_t FileManager::permissionsForItem(const URL &at) const {
-    struct stat status {};
-    return ::lstat(at.path().c_str(), &status) == 0 ? static_cast<std::uint16_t>(status.st_mode)
-                                                    : std::uint16_t{0};
+    const auto status = statusOf(at.path(), Links::refuse);
+    return status ? static_cast<std::uint16_t>(status->mode()) : std::uint16_t{0};
 }
 
 Date FileManager::fileModificationDateTimeForItem(const URL &at) const {

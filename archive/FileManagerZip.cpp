@@ -74,8 +74,8 @@ std::vector<PlannedItem> plan(SourceFolder &source, const Archive &archive,
     std::vector<PlannedItem> items;
     UnitCount total;
     for (std::string &path : source.subpaths()) {
-        if (progress && progress->isCancelled())
-            throw Error(Archive::ArchiveError::cancelledOperation);
+        if (progress)
+            progress->throwIfCancelled();
         const FileItem item = source.item(path);
         if (own.include(item, path))
             continue;

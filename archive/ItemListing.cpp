@@ -2,23 +2,18 @@
 
 #include "archive/Error.h"
 #include "files/FileDescriptor.h"
-#include "files/OpenBelow.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <climits>
-#include <fcntl.h>
 
 namespace vellomir::archive {
 namespace {
 
-constexpr int flagsBehindLinks = listFlags & ~O_NOFOLLOW;
-
 /// The items of a folder, the first one last.
-std::vector<FolderItem> itemsFromTheEnd(int parent, const std::string &name,
-                                        const std::string &path, WalkLevel level,
-                                        const ListFolder &list) {
-    const FileDescriptor folder(::openat(parent, name.c_str(), listFlags));
+std::vector<FolderItem> itemsFromTheEnd(const ItemName &name, const std::string &path,
+                                        WalkLevel level, const ListFolder &list) {
+    const FileDescriptor folder = openFolder(name, FolderUse::list);
     if (!folder.isOpen())
         throw readError(path, errno);
     std::vector<FolderItem> items = list(folder.get(), path);
@@ -35,19 +30,19 @@ std::vector<FolderItem> itemsBelow(int root, const std::string &rootPath,
         throw readError(path, ENAMETOOLONG);
     const std::size_t slash = relative.rfind('/');
     if (slash == std::string::npos)
-        return itemsFromTheEnd(root, relative, path, WalkLevel::below, list);
+        return itemsFromTheEnd({root, relative}, path, WalkLevel::below, list);
     const FileDescriptor parent = openBelow(root, relative.substr(0, slash));
     if (!parent.isOpen())
         throw readError(path, errno);
     const std::string name = relative.substr(slash + 1);
-    return itemsFromTheEnd(parent.get(), name, path, WalkLevel::below, list);
+    return itemsFromTheEnd({parent.get(), name}, path, WalkLevel::below, list);
 }
 
 } // namespace
 
 std::vector<std::string> subpaths(const URL &folder, const ListFolder &list) {
     const std::string path = folder.path();
-    const FileDescriptor opened(::open(path.c_str(), flagsBehindLinks));
+    const FileDescriptor opened = openFolder(path, FolderUse::list, Links::follow);
     if (!opened.isOpen())
         throw readError(path, errno);
     return subpaths(opened.get(), path, list);
@@ -56,7 +51,7 @@ std::vector<std::string> subpaths(const URL &folder, const ListFolder &list) {
 std::vector<std::string> subpaths(int folder, const std::string &path, const ListFolder &list) {
     std::vector<std::string> found;
     // Still to be visited, the next one last; names are paths below the root.
-    std::vector<FolderItem> pending = itemsFromTheEnd(folder, ".", path, WalkLevel::top, list);
+    std::vector<FolderItem> pending = itemsFromTheEnd({folder, "."}, path, WalkLevel::top, list);
     while (!pending.empty()) {
         FolderItem next = std::move(pending.back());
         pending.pop_back();

@@ -1,5 +1,7 @@
 #include "archive/Progress.h"
 
+#include "archive/Archive.h"
+
 #include <algorithm>
 
 namespace vellomir::archive {
@@ -50,6 +52,11 @@ void Progress::addChild(const std::shared_ptr<Progress> &child, std::int64_t pen
 
 bool Progress::isCancelled() const {
     return cancelled_ || (parent_ && parent_->isCancelled());
+}
+
+void Progress::throwIfCancelled(const std::string &path) const {
+    if (isCancelled())
+        throw Error(Archive::ArchiveError::cancelledOperation, {.path = path});
 }
 
 void Progress::changed() {

@@ -5,6 +5,7 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <string>
 #include <vector>
 
 namespace vellomir::archive {
@@ -44,6 +45,9 @@ public:
     void cancel() { cancelled_ = true; }
     /// Whether this one, or one above it, was cancelled.
     [[nodiscard]] bool isCancelled() const;
+    /// Throws `ArchiveError::cancelledOperation`, with this path, if this one, or one above it, was
+    /// cancelled.
+    void throwIfCancelled(const std::string &path = {}) const;
 
     /// Set before the work begins.
     void setObserver(Observer observer) { observer_ = std::move(observer); }

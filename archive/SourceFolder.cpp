@@ -5,13 +5,12 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <fcntl.h>
 
 namespace vellomir::archive {
 namespace {
 
-FileDescriptor openFolder(int parent, const std::string &name, const std::string &path) {
-    FileDescriptor folder(::openat(parent, name.c_str(), folderFlags));
+FileDescriptor openSource(const ItemName &name, const std::string &path) {
+    FileDescriptor folder = openFolder(name, FolderUse::names);
     if (folder.isOpen())
         return folder;
     if (errno == ENOTDIR || errno == ELOOP)
@@ -23,7 +22,7 @@ FileDescriptor openFolder(int parent, const std::string &name, const std::string
 } // namespace
 
 SourceFolder::SourceFolder(const URL &url)
-    : rootPath_(url.path()), root_(openFolder(AT_FDCWD, rootPath_, rootPath_)) {}
+    : rootPath_(url.path()), root_(openSource(rootPath_, rootPath_)) {}
 
 std::vector<std::string> SourceFolder::subpaths() const {
     return archive::subpaths(root_.get(), rootPath_);
@@ -50,8 +49,8 @@ int SourceFolder::openParent(std::string_view parent) {
     parentPath_.clear();
     while (walked < parent.size()) {
         const std::size_t end = std::min(parent.find('/', walked), parent.size());
-        folder = openFolder(folder.isOpen() ? folder.get() : root_.get(),
-                            std::string(parent.substr(walked, end - walked)),
+        folder = openSource({folder.isOpen() ? folder.get() : root_.get(),
+                             std::string(parent.substr(walked, end - walked))},
                             rootPath_ + '/' + std::string(parent.substr(0, end)));
         walked = end + 1;
     }

@@ -1,14 +1,14 @@
 #include "archive/TemporaryReplacementDirectory.h"
 
 #include "archive/Error.h"
+#include "files/FileContent.h"
 #include "files/FileDescriptor.h"
+#include "files/FolderChanges.h"
+#include "files/ItemAttributes.h"
 
 #include <cerrno>
-#include <cstdio>
 #include <cstdlib>
-#include <fcntl.h>
 #include <filesystem>
-#include <sys/stat.h>
 
 namespace vellomir::archive {
 namespace {
@@ -32,10 +32,9 @@ std::string temporaryFolder() {
 
 /// Whether a file cannot get from one folder to the other by a rename.
 bool areOnDifferentDisks(const std::string &one, const std::string &other) {
-    struct stat left {};
-    struct stat right {};
-    return ::stat(one.c_str(), &left) == 0 && ::stat(other.c_str(), &right) == 0 &&
-           left.st_dev != right.st_dev;
+    const auto left = statusOf(one, Links::follow);
+    const auto right = statusOf(other, Links::follow);
+    return left && right && left->identity().device != right->identity().device;
 }
 
 /// The second choice. Where it is none, the error of the first one is what the user can act on.
@@ -53,19 +52,11 @@ WorkingFolder inTemporaryFolder(const std::string &firstChoice, const Error &rea
     }
 }
 
-/// Best effort for the owner, which only root may give away; the permissions must be right.
-void takeOver(int file, const struct stat &old, const std::string &path) {
-    if (::fchown(file, old.st_uid, old.st_gid) != 0 && ::fchown(file, uid_t(-1), old.st_gid) != 0)
-        errno = 0;
-    if (::fchmod(file, old.st_mode & 07777U) != 0)
-        throw writeError(path, errno);
-}
-
 } // namespace
 
 ArchivePlace::ArchivePlace(const URL &url)
     : path_(realPath(url)), folderPath_(fs::path(path_).parent_path().string()),
-      folder_(::open(folderPath_.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC)) {
+      folder_(openFolder(folderPath_, FolderUse::names, Links::follow)) {
     if (!folder_.isOpen())
         throw readError(folderPath_, errno);
 }
@@ -76,7 +67,7 @@ FilePlace ArchivePlace::file() const {
 
 WorkingFolder temporaryReplacementDirectory(const ArchivePlace &archive) {
     try {
-        FileDescriptor folder(::fcntl(archive.folder().get(), F_DUPFD_CLOEXEC, 0));
+        FileDescriptor folder = duplicate(archive.folder().get());
         if (!folder.isOpen())
             throw readError(archive.folderPath(), errno);
         return {std::move(folder), archive.folderPath()};
@@ -87,17 +78,14 @@ WorkingFolder temporaryReplacementDirectory(const ArchivePlace &archive) {
 
 void replaceItem(const FilePlace &at, const URL &withItemAt) {
     const std::string newPath = withItemAt.path();
-    struct stat old {};
-    const FileDescriptor file(::open(newPath.c_str(), O_WRONLY | O_CLOEXEC | O_NOFOLLOW));
+    const FileDescriptor file = openFile(newPath, Access::write, Links::refuse);
     if (!file.isOpen())
         throw writeError(newPath, errno);
-    if (::fstatat(at.folder, at.name.c_str(), &old, AT_SYMLINK_NOFOLLOW) != 0)
-        throw readError(at.path, errno);
-    takeOver(file.get(), old, newPath);
+    takeOverAttributes(file, requireStatus(at, Links::refuse, at.path), newPath);
     // The new bytes must be on the disk before the old ones can go.
-    if (::fsync(file.get()) != 0)
+    if (!storeOnDisk(file.get()))
         throw writeError(newPath, errno);
-    if (::renameat(AT_FDCWD, newPath.c_str(), at.folder, at.name.c_str()) != 0)
+    if (!renameItem(newPath, at))
         throw writeError(at.path, errno);
 }
 

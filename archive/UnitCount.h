@@ -32,6 +32,12 @@ template <class Count>
     return part;
 }
 
+/// Throws `cancelledOperation` if there is a progress and it was cancelled.
+inline void requireNotCancelled(const std::shared_ptr<Progress> &progress) {
+    if (progress && progress->isCancelled())
+        throw Error(Archive::ArchiveError::cancelledOperation);
+}
+
 /// Sets the completed units to the total, if there is a progress.
 inline void complete(const std::shared_ptr<Progress> &progress) {
     if (progress)

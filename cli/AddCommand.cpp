@@ -4,10 +4,8 @@
 #include "cli/Interruption.h"
 #include "cli/Reach.h"
 
-#include "archive/EntryAppender.h"
-#include "archive/FileItem.h"
+#include "archive/BatchAddition.h"
 #include "archive/FileManager.h"
-#include "archive/UnitCount.h"
 #include "files/FileCopy.h"
 #include "files/PendingFile.h"
 
@@ -21,73 +19,48 @@ using archive::Archive;
 using archive::FileItem;
 using archive::URL;
 
-/// One path of the command line and what lies there.
-struct Addition {
-    std::string path;
-    FileItem item;
-};
+using Additions = std::vector<archive::FileAddition>;
 
-/// As the entry will be called: the engine ends a folder's path in "/".
+/// The path of the entry: the engine ends a folder's path in "/".
 std::string entryPath(const std::string &path, const FileItem &item) {
     const bool isFolder = item.type() == archive::Entry::EntryType::directory;
     return isFolder && !path.ends_with('/') ? path + '/' : path;
 }
 
-std::vector<Addition> findAdditions(const AddOptions &options) try {
+/// Looks at what each path of the command line names.
+Additions findAdditions(const AddOptions &options) {
     const URL base = URL::folder(options.relativeTo == "." ? "" : options.relativeTo);
-    std::vector<Addition> additions;
-    for (const std::string &path : options.paths) {
-        const FileItem item(base.appendingPathComponent(path));
-        additions.push_back({entryPath(path, item), item});
+    Additions additions;
+    try {
+        for (const std::string &path : options.paths) {
+            const FileItem item(base.appendingPathComponent(path));
+            additions.push_back({entryPath(path, item), item});
+        }
+    } catch (const Error &error) {
+        throw Failure(purpose(options) + ": " + describe(error));
     }
     return additions;
-} catch (const Error &error) {
-    throw Failure(purpose(options) + ": " + describe(error));
 }
 
-/// An unpacker would fail at the second entry of one path.
-void requireNewPaths(const Archive &archive, const std::vector<Addition> &additions) {
+/// Two entries of one path cannot both be unpacked.
+void requireNewPaths(const Archive &archive, const Additions &additions) {
     std::set<std::string> paths;
     for (const archive::Entry &entry : archive) {
         Interruption::throwIfInterrupted();
         paths.insert(archive.path(entry));
     }
-    for (const Addition &addition : additions)
+    for (const archive::FileAddition &addition : additions)
         if (!paths.insert(addition.path).second)
             throw Error(FileError::fileWriteFileExists,
                         {.entry = addition.path,
                          .detail = "The archive holds an entry of this path already"});
 }
 
-void add(Archive &archive, const std::vector<Addition> &additions, const AddOptions &options,
-         Session &session) {
-    requireNewPaths(archive, additions);
-    archive::UnitCount total;
-    for (const Addition &addition : additions)
-        total += addition.item.unitCount();
-    session.progress()->setTotalUnitCount(total.value());
-
-    archive::EntryAppender appender(archive);
-    for (const Addition &addition : additions) {
-        Interruption::throwIfInterrupted();
-        const auto part =
-            archive::childProgress(session.progress(), [&] { return addition.item.unitCount(); });
-        try {
-            addition.item.add(appender, addition.path,
-                              {.compressionMethod = options.method, .progress = part});
-        } catch (const Error &error) {
-            throw error.about(addition.path);
-        }
-    }
-    appender.finish();
-}
-
-/// New entries go where the directory begins. If that is not where it should be, they would take
-/// the place of others.
-void requireGoodDirectory(const Archive &archive) {
-    const Reach reach = findReach(archive);
+/// New entries are written over the directory. If it is not where the end record places it, they
+/// would overwrite other entries.
+void requireGoodDirectory(const Archive &archive, const Archive::Reach &reach) {
     const bool isDamaged = reach.end == Archive::EntryIterator::End::damagedRecord;
-    if (isDamaged || findDisplacement(archive) != 0)
+    if (isDamaged || reach.displacement != 0)
         throw Error(Archive::ArchiveError::unreadableArchive,
                     {.path = archive.url().path(),
                      .detail = "Nothing can be added: " +
@@ -95,18 +68,23 @@ void requireGoodDirectory(const Archive &archive) {
                                                          "end record says")});
 }
 
-void addTo(Archive &archive, const std::vector<Addition> &additions, const AddOptions &options,
+void addTo(Archive &archive, const Additions &additions, const AddOptions &options,
            Session &session) {
-    requireGoodDirectory(archive);
-    if (const auto warning = shortfall(findReach(archive)))
+    const auto reach = archive.reach(nullptr, session.progress());
+    requireGoodDirectory(archive, reach);
+    if (const auto warning = shortfall(reach))
         session.warn(options.archive + ": " + *warning);
-    add(archive, additions, options, session);
+    requireNewPaths(archive, additions);
+    archive::BatchAddition batch(archive);
+    batch.addEntries(additions,
+                     {.compressionMethod = options.method, .progress = session.progress()});
+    batch.finish();
 }
 
 /// The archive that is there already; null for a new one.
 using OldArchive = const archive::HeldFile *;
 
-void addInMemory(OldArchive old, const PendingFile &pending, const std::vector<Addition> &additions,
+void addInMemory(OldArchive old, const PendingFile &pending, const Additions &additions,
                  const AddOptions &options, Session &session) {
     const auto archive = old != nullptr
                              ? loadArchive(*old, session.progress())
@@ -116,7 +94,7 @@ void addInMemory(OldArchive old, const PendingFile &pending, const std::vector<A
 }
 
 /// On a copy, which shares the old entries' bytes where the file system can.
-void addInFile(OldArchive old, const PendingFile &pending, const std::vector<Addition> &additions,
+void addInFile(OldArchive old, const PendingFile &pending, const Additions &additions,
                const AddOptions &options, Session &session) {
     if (old != nullptr) {
         requireArchive(*old, session.progress());
@@ -130,13 +108,14 @@ void addInFile(OldArchive old, const PendingFile &pending, const std::vector<Add
 
 } // namespace
 
-/// The new archive takes the old one's place when all is well.
+/// The new archive replaces the old one after everything has succeeded.
 void run(const AddOptions &options, Session &session) {
     const URL archiveURL = URL::file(options.archive);
     const bool isNew = !archive::FileManager().itemExists(archiveURL);
     const std::string target = isNew ? archiveURL.path() : resolvedPath(archiveURL.path());
-    // Before anything is made: who sees the hidden folder is too late to change what is added.
-    const std::vector<Addition> additions = findAdditions(options);
+    // Looked at before the hidden folder is made: another user who sees that folder can no longer
+    // change what is added.
+    const Additions additions = findAdditions(options);
     PendingFile pending(target);
     try {
         std::optional<archive::HeldFile> held;

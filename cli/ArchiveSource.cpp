@@ -2,12 +2,13 @@
 
 #include "cli/Interruption.h"
 
-#include "files/WholeFile.h"
+#include "files/FileContent.h"
+#include "files/FileStatus.h"
 
 #include <cerrno>
 #include <cstdlib>
 #include <limits>
-#include <unistd.h>
+#include <utility>
 
 namespace vellomir::cli {
 namespace {
@@ -21,14 +22,13 @@ archive::Data readBytes(const FileDescriptor &file, const std::string &path) {
 }
 
 archive::Data readBytes(const std::string &path) {
-    return readBytes(FileDescriptor(::open(path.c_str(), wholeFileFlags)), path);
+    return readBytes(openFile(path, Access::read), path);
 }
 
 Archive::FilePointer makeStream(FileDescriptor file, const char *mode, const std::string &path) {
-    Archive::FilePointer stream(::fdopen(file.get(), mode));
+    Archive::FilePointer stream(openStream(std::move(file), mode));
     if (!stream)
         throw readError(path, errno);
-    static_cast<void>(file.release()); // the stream's own from here on
     return stream;
 }
 
@@ -43,22 +43,14 @@ std::unique_ptr<Archive> openArchive(const std::string &path, bool inMemory,
                     : std::move(archive);
 }
 
-Archive::FilePointer openArchiveStream(const std::string &path, bool inMemory) {
-    Archive::FilePointer file(inMemory ? archive::MemoryFile::make(readBytes(path))->open("rb")
-                                       : std::fopen(path.c_str(), "rbe"));
-    if (!file)
-        throw readError(path, errno);
-    return file;
-}
-
 std::unique_ptr<Archive> openForUpdate(const std::string &path,
                                        const Archive::ProgressPointer &progress) {
     // For its words on what is wrong with the file.
     static_cast<void>(
         Archive::open(URL::file(path), Archive::AccessMode::read, std::nullopt, progress));
-    return Archive::open(
-        makeStream(archive::openLockedForUpdate(path, interruptibleWait()), "rb+", path),
-        URL::file(path), Archive::AccessMode::update, std::nullopt, progress);
+    const archive::HeldFile held(path, interruptibleWait());
+    return Archive::open(makeStream(held.fromStart(), "rb+", path), URL::file(path),
+                         Archive::AccessMode::update, std::nullopt, progress);
 }
 
 archive::LockWait interruptibleWait() {
@@ -98,7 +90,7 @@ std::string resolvedPath(const std::string &path) {
 }
 
 void requireWritable(const FilePlace &place) {
-    if (::faccessat(place.folder, place.name.c_str(), W_OK, 0) != 0)
+    if (!isAllowed(Permission::write, place))
         throw writeError(place.path, errno);
 }
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "archive/Archive.h"
-#include "archive/ArchiveLock.h"
+#include "archive/HeldFile.h"
 
 #include <memory>
 #include <optional>
@@ -9,29 +9,25 @@
 
 namespace vellomir::cli {
 
-/// Opens the archive for reading, or a copy of its bytes in memory, which nobody else's changes
-/// reach. Throws what `archive::Archive::open` throws, with the path: also soon after the progress,
-/// here and below, was cancelled.
+/// Opens the archive for reading, or a copy of its bytes in memory, which later changes of the file
+/// don't reach. Throws what `archive::Archive::open` throws, with the path: also soon after the
+/// progress, here and below, was cancelled.
 [[nodiscard]] std::unique_ptr<archive::Archive>
 openArchive(const std::string &path, bool inMemory,
             const archive::Archive::ProgressPointer &progress,
             std::optional<archive::TextEncoding> encoding = std::nullopt);
 
-/// The same bytes as a stream; whether they are an archive's is left open.
-[[nodiscard]] archive::Archive::FilePointer openArchiveStream(const std::string &path,
-                                                              bool inMemory);
-
-/// The archive for changing it in its file, which is locked meanwhile. Throws what
-/// `archive::openLocked` and `archive::Archive::open` throw, with the path, and `Interrupted` while
-/// it waits for the lock.
+/// Opens the archive to change it in its file, which is locked as long as the archive is open.
+/// Throws what `archive::HeldFile` and `archive::Archive::open` throw, with the path, and
+/// `Interrupted` while it waits for the lock.
 [[nodiscard]] std::unique_ptr<archive::Archive>
 openForUpdate(const std::string &path, const archive::Archive::ProgressPointer &progress);
 
 /// Waits for a lock until the user interrupts.
 [[nodiscard]] archive::LockWait interruptibleWait();
 
-/// Throws what opening an archive throws if the file is none, so that it is known before the file
-/// is copied or read into memory.
+/// Throws what `archive::Archive::open` throws if the file is no archive. Called before the file is
+/// copied or read into memory.
 void requireArchive(const archive::HeldFile &file,
                     const archive::Archive::ProgressPointer &progress);
 

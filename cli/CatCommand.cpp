@@ -11,8 +11,9 @@ namespace {
 
 using archive::Archive;
 
-[[noreturn]] void failToFind(const CatOptions &options, const Archive &archive) {
-    const auto unreached = shortfall(findReach(archive));
+[[noreturn]] void failToFind(const CatOptions &options, const Archive &archive,
+                             const Session &session) {
+    const auto unreached = shortfall(archive.reach(nullptr, session.progress()));
     throw Failure(purpose(options) + ": there is no entry of this path" +
                   (unreached ? "; " + *unreached : ""));
 }
@@ -33,7 +34,7 @@ void run(const CatOptions &options, Session &session) {
     const auto archive = openArchive(options.archive, options.memory, session.progress());
     const auto entry = findEntry(*archive, options.entry);
     if (!entry)
-        failToFind(options, *archive);
+        failToFind(options, *archive, session);
     const auto print = [&](std::span<const std::byte> chunk) { session.out().bytes(chunk); };
     const archive::CRC32 checksum = archive->extract(
         *entry, print,

@@ -26,7 +26,7 @@ public:
 
     [[nodiscard]] CLI::App &app() const { return app_; }
 
-    /// Any text. `placeholder` stands for it in the help.
+    /// Any text. The help shows `placeholder` in its place.
     CLI::Option &text(const std::string &name, const std::string &placeholder, std::string &target,
                       const std::string &help) {
         return option(name, placeholder, help,

@@ -33,17 +33,19 @@ std::string purpose(const Options &options) {
     return "cannot " + std::visit(Purpose(), options);
 }
 
-void run(const Request &request, Session &session) try {
-    std::visit([&](const auto &options) { run(options, session); }, request.options);
-    session.out().flush();
-} catch (const std::exception &error) {
-    session.bar().finish();
-    // Whatever failed after a signal, failed because of it.
-    if (Interruption::signal() != 0)
-        throw Interrupted();
-    const bool isWhole = dynamic_cast<const Failure *>(&error) != nullptr;
-    throw Failure(withoutHiddenNames(isWhole ? error.what()
-                                             : purpose(request.options) + ": " + describe(error)));
+void run(const Request &request, Session &session) {
+    try {
+        std::visit([&](const auto &options) { run(options, session); }, request.options);
+        session.out().flush();
+    } catch (const std::exception &error) {
+        session.bar().finish();
+        // A failure after a signal counts as caused by it.
+        if (Interruption::signal() != 0)
+            throw Interrupted();
+        const bool isWhole = dynamic_cast<const Failure *>(&error) != nullptr;
+        throw Failure(withoutHiddenNames(
+            isWhole ? error.what() : purpose(request.options) + ": " + describe(error)));
+    }
 }
 
 } // namespace vellomir::cli

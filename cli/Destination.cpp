@@ -1,20 +1,17 @@
 #include "cli/Destination.h"
 
-#include "files/PendingFile.h"
-
-#include <sys/stat.h>
+#include "files/FileStatus.h"
 
 namespace vellomir::cli {
 namespace {
 
 bool isFolder(const std::string &path) {
-    struct stat status {};
-    return ::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+    const auto status = statusOf(path, Links::follow);
+    return status && status->isFolder();
 }
 
 bool exists(const FilePlace &place) {
-    struct stat status {};
-    return ::fstatat(place.folder, place.name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0;
+    return statusOf(place, Links::refuse).has_value();
 }
 
 } // namespace
@@ -35,9 +32,8 @@ Destination Destination::find(const std::string &output, bool mayReplace) {
 }
 
 void requireReplaceable(const FilePlace &place) {
-    struct stat status {};
-    const bool isRegular =
-        ::fstatat(place.folder, place.name.c_str(), &status, 0) == 0 && S_ISREG(status.st_mode);
+    const auto status = statusOf(place, Links::follow);
+    const bool isRegular = status && status->isRegularFile();
     if (!isRegular && exists(place))
         throw Error(
             FileError::fileWriteFileExists,

@@ -29,12 +29,14 @@ std::optional<Picture> readIcon(const DuplicateOptions &options, const Session &
 }
 
 /// Returns null if the file cannot be opened as an archive. Throws `Interrupted`.
-std::unique_ptr<Archive> openPackage(const std::string &path, Session &session) try {
-    return Archive::open(URL::file(path), Archive::AccessMode::read, std::nullopt,
-                         session.progress());
-} catch (const Error &) {
-    Interruption::throwIfInterrupted();
-    return nullptr;
+std::unique_ptr<Archive> openPackage(const std::string &path, Session &session) {
+    try {
+        return Archive::open(URL::file(path), Archive::AccessMode::read, std::nullopt,
+                             session.progress());
+    } catch (const Error &) {
+        Interruption::throwIfInterrupted();
+        return nullptr;
+    }
 }
 
 /// The job unpacks into a folder with the package's name without its extension, beside a copy of
@@ -55,8 +57,8 @@ std::optional<std::string> examinePackage(const DuplicateOptions &options, Warni
     if (!archive)
         return std::nullopt;
     UnmarkedNames names;
-    const Reach reach =
-        findReach(*archive, [&](const archive::Entry &entry) { names.look(entry); });
+    const auto reach =
+        archive->reach([&](const archive::Entry &entry) { names.look(entry); }, session.progress());
     if (const auto warning = names.warning(); warning && !options.encoding)
         warnings.add(*warning);
     const auto missing = shortfall(reach);
@@ -70,7 +72,7 @@ std::optional<std::string> examinePackage(const DuplicateOptions &options, Warni
 
 void examineCopy(const JobRun &job, Warnings &warnings) {
     const auto copy = Archive::open(*job.result(), Archive::AccessMode::read);
-    for (const std::string &warning : warningsAbout(job.log(), CopyContents::of(*copy)))
+    for (const std::string &warning : warningsAbout(job.complaints(), CopyContents::of(*copy)))
         warnings.add(warning);
 }
 
@@ -111,11 +113,11 @@ struct Outcome {
 Outcome finish(const JobRun &job, const WorkingFolder &folder, const Destination &destination,
                const DuplicateOptions &options, Warnings &warnings) {
     if (!job.result()) {
-        warnings.tellHeldBack();
-        return {std::nullopt, job.errorMessage(), job.reason()};
+        warnings.printHeldBack();
+        return {std::nullopt, job.summary(), reasonOf(job.failure())};
     }
-    if (auto lost = lostPayload(job.log())) {
-        warnings.tellHeldBack();
+    if (auto lost = lostPayload(job.complaints())) {
+        warnings.printHeldBack();
         return {std::nullopt, *lost, *lost};
     }
     examineCopy(job, warnings);
@@ -135,8 +137,8 @@ Outcome finish(const JobRun &job, const WorkingFolder &folder, const Destination
 Outcome runJob(const DuplicateOptions &options, const Destination &destination,
                const std::optional<Picture> &icon, Warnings &warnings, Session &session) {
     const WorkingFolder folder = makeWorkingFolder(destination.folder);
-    JobRun job(folder, options, session);
-    job.run(icon);
+    JobRun job(folder, options, icon, session);
+    job.run();
     Interruption::throwIfInterrupted();
     Outcome outcome = finish(job, folder, destination, options, warnings);
     outcome.log = job.log();
@@ -156,7 +158,7 @@ void run(const DuplicateOptions &options, Session &session) {
     if (!objection)
         objection = examinePackage(options, warnings, session);
     if (objection)
-        warnings.tellHeldBack();
+        warnings.printHeldBack();
     const Outcome outcome = objection ? Outcome{std::nullopt, *objection, *objection}
                                       : runJob(options, destination, icon, warnings, session);
     if (options.json) {

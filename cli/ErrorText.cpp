@@ -1,13 +1,12 @@
 #include "cli/ErrorText.h"
 
 #include "archive/TextEncoding.h"
-#include "files/PendingFile.h"
+#include "files/FileStatus.h"
 
 #include <algorithm>
 #include <cctype>
 #include <cerrno>
 #include <new>
-#include <unistd.h>
 
 namespace vellomir::cli {
 namespace {
@@ -15,7 +14,7 @@ namespace {
 constexpr std::string_view hiddenName = "/.vellomir-";
 
 bool isMissing(const std::string &path) {
-    return ::access(path.c_str(), F_OK) != 0 && errno == ENOENT;
+    return !isAllowed(Permission::exist, path) && errno == ENOENT;
 }
 
 /// Whether the folder of the file is what refused it.
@@ -26,8 +25,8 @@ bool isFoldersFault(const Error &error) {
         return true;
     case EACCES:
     case EROFS:
-        return ::access(folderOf(error.path()).c_str(), W_OK) != 0 &&
-               (isMissing(error.path()) || ::access(error.path().c_str(), W_OK) == 0);
+        return !isAllowed(Permission::write, folderOf(error.path())) &&
+               (isMissing(error.path()) || isAllowed(Permission::write, error.path()));
     default:
         return false;
     }

@@ -6,7 +6,7 @@
 #include <stdexcept>
 #include <string>
 
-/// The words for standard error.
+/// The texts for standard error.
 namespace vellomir::cli {
 
 /// A command that failed, in full: what, and why.

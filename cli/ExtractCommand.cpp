@@ -3,18 +3,17 @@
 #include "cli/Reach.h"
 
 #include "archive/FileManager.h"
-
-#include <sys/stat.h>
+#include "files/FileStatus.h"
 
 namespace vellomir::cli {
 namespace {
 
 /// A missing folder will be made; a link to a folder is one.
 void requireFolderOrNothing(const std::string &path) {
-    struct stat status {};
-    if (::lstat(path.c_str(), &status) != 0)
+    if (!statusOf(path, Links::refuse))
         return; // missing, or unreachable: extraction reports the reason
-    if (::stat(path.c_str(), &status) != 0 || !S_ISDIR(status.st_mode))
+    const auto status = statusOf(path, Links::follow);
+    if (!status || !status->isFolder())
         throw Error(FileError::fileWriteFileExists,
                     {.path = path, .detail = "The destination is no folder"});
 }
@@ -25,7 +24,7 @@ void run(const ExtractOptions &options, Session &session) {
     const auto archiveURL = archive::URL::file(options.archive);
     const auto archive = archive::Archive::open(archiveURL, archive::Archive::AccessMode::read,
                                                 options.encoding, session.progress());
-    const Reach reach = findReach(*archive);
+    const auto reach = archive->reach(nullptr, session.progress());
     const auto destination = archive::URL::folder(options.destination);
     requireFolderOrNothing(destination.path());
     const archive::FileManager files;

@@ -22,7 +22,8 @@ extern "C" void handleSignal(int signal) {
     ::alarm(1);
 }
 
-/// Who began to wait for a reader just behind the first signal notices at this one, or the next.
+/// A system call that started to wait just after the first signal is interrupted by this one, or by
+/// the next.
 extern "C" void handleAlarm(int /*signal*/) {
     ::alarm(1);
 }
@@ -32,7 +33,7 @@ void setAction(int signal, void (*handler)(int)) {
     if (::sigaction(signal, nullptr, &previous) == 0 && previous.sa_handler == SIG_IGN)
         return;
     struct sigaction action {};
-    action.sa_handler = handler; // without SA_RESTART: who waits for a reader is to notice
+    action.sa_handler = handler; // without SA_RESTART: waiting system calls must end
     ::sigaction(signal, &action, nullptr);
 }
 

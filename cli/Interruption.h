@@ -18,7 +18,7 @@ public:
 /// ignored stays ignored. Writing into a closed pipe, or beyond a size limit, becomes an ordinary
 /// error.
 ///
-/// One object, which lives until the program ends. System calls that wait are broken off.
+/// One object, which lives until the program ends. System calls that wait are interrupted.
 class Interruption {
 public:
     explicit Interruption(std::shared_ptr<archive::Progress> progress);

@@ -2,25 +2,25 @@
 
 #include "cli/CopyContents.h"
 
+#include "Vellomir/Job/Job.h"
+
 #include <optional>
 #include <string>
 #include <vector>
 
-/// What a job's words mean for whoever reads only one line.
+/// What the failure and the complaints of a job mean for a user who reads only one line.
 namespace vellomir::cli {
 
-/// Why a job has no result: the step's own line in the log, or, where the log keeps the reason to
-/// itself, the console's. With the name of the error where it is known.
-[[nodiscard]] std::string reasonOf(const std::vector<std::string> &log,
-                                   const std::vector<std::string> &console);
+/// Why a job has no result, with the name of the error where there is one.
+[[nodiscard]] std::string reasonOf(const std::optional<JobProblem> &failure);
 
-/// Why a job that came to its end has lost the app: "Payload" is in the package, but could not be
-/// moved to what was packed. Nothing if it was moved, or if the package has none.
-[[nodiscard]] std::optional<std::string> lostPayload(const std::vector<std::string> &log);
+/// Why a copy is without its app: "Payload" is in the package, but could not be moved to where it
+/// is packed. Nothing if it was moved, or if the package has none.
+[[nodiscard]] std::optional<std::string> lostPayload(const std::vector<JobProblem> &complaints);
 
-/// Why the copy of a job that came to its end may not be the second copy that was wanted: one text
-/// a reason, none if all went well.
-[[nodiscard]] std::vector<std::string> warningsAbout(const std::vector<std::string> &log,
+/// Why a finished copy may not be the second copy that the user wants: one text for each reason,
+/// none if all went well.
+[[nodiscard]] std::vector<std::string> warningsAbout(const std::vector<JobProblem> &complaints,
                                                      const CopyContents &copy);
 
 } // namespace vellomir::cli

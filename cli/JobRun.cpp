@@ -1,7 +1,5 @@
 #include "cli/JobRun.h"
 
-#include "cli/JobReport.h"
-
 #include "archive/URL.h"
 #include "files/PendingFile.h"
 
@@ -20,41 +18,55 @@ encodingOfAllNames(std::optional<archive::TextEncoding> encoding) {
 
 } // namespace
 
-JobRun::JobRun(const WorkingFolder &folder, DuplicateOptions options, Session &session)
-    : folder_(folder), session_(session), options_(std::move(options)), view_(services()),
-      observation_(view_.logMessages.observe([this](const LogChange &change) { print(change); })) {}
+JobRun::JobRun(const WorkingFolder &folder, DuplicateOptions options, std::optional<Picture> icon,
+               Session &session)
+    : folder_(folder), session_(session), options_(std::move(options)),
+      job_(input(std::move(icon)), services(), *this) {}
 
-/// Everything happens on the thread that runs the job, at once.
-Services JobRun::services() {
-    const Queue atOnce = [](const Task &task) { task(); };
-    const auto root = archive::URL::folder(folder_.accessPath()).appendingPathComponent("job/");
-    return {.sandbox = Sandbox(root, {"Documents"}, Sandbox::RootLinks::keep),
-            .mainQueue = atOnce,
-            .backgroundQueue = atOnce,
-            .console = [this](std::string_view line) { note(line); },
-            .progress = session_.progress(),
-            .displayPath = [this](const std::string &path) { return asTyped(path); },
+JobInput JobRun::input(std::optional<Picture> icon) const {
+    return {.package = archive::URL::file(options_.package),
+            .duplicationNumber = [this] { return options_.number; },
+            .icon = [icon = std::move(icon)] { return icon; },
             .nameEncoding = encodingOfAllNames(options_.encoding)};
 }
 
-void JobRun::run(const std::optional<Picture> &icon) {
-    view_.selectedFileURL.set(archive::URL::file(options_.package));
-    view_.duplicationNumber.set(options_.number);
-    view_.selectedImage.set(icon);
-    view_.processIPAFile();
+JobServices JobRun::services() const {
+    const auto root = archive::URL::folder(folder_.accessPath()).appendingPathComponent("job/");
+    const Sandbox sandbox(root, {"Documents"}, Sandbox::RootLinks::keep);
+    return {.sandbox = sandbox,
+            .files = SandboxFiles(sandbox.root()),
+            .progress = session_.progress(),
+            .displayPath = [this](const std::string &path) { return asTyped(path); }};
+}
+
+void JobRun::run() {
+    job_.run();
     session_.bar().hide();
     if (printingFailure_)
         std::rethrow_exception(printingFailure_);
 }
 
-/// The job must not be left by an exception: it stops at its next chunk instead.
-void JobRun::print(const LogChange &change) {
+void JobRun::logRestarted(const std::string &line) {
+    log_.clear();
+    logged(line);
+}
+
+void JobRun::logged(const std::string &line) {
+    log_.push_back(line);
+    print(line);
+}
+
+void JobRun::finished(const archive::URL &result, const ResultRemarks & /*remarks*/) {
+    result_ = result;
+}
+
+/// Must not throw: after a failure the job is cancelled, and it stops at its next chunk.
+void JobRun::print(const std::string &line) {
     if (options_.json || session_.isQuiet() || printingFailure_)
         return;
     try {
         session_.bar().hide();
-        for (const std::string &line : change.lines)
-            session_.out().line(line);
+        session_.out().line(line);
         session_.out().flush();
     } catch (...) {
         printingFailure_ = std::current_exception();
@@ -62,15 +74,7 @@ void JobRun::print(const LogChange &change) {
     }
 }
 
-void JobRun::note(std::string_view line) {
-    console_.emplace_back(line);
-}
-
-std::string JobRun::reason() const {
-    return reasonOf(log(), console_);
-}
-
-/// The package as the user wrote its name, and the folder of the result for the hidden one.
+/// The package under the name that the user wrote; for the hidden folder, the one that it is in.
 std::string JobRun::asTyped(const std::string &path) const {
     if (path == folder_.accessPath())
         return folderOf(folder_.path());

@@ -3,7 +3,7 @@
 #include "cli/Options.h"
 #include "cli/Session.h"
 
-#include "Vellomir/ContentView/AppLaunchView.h"
+#include "Vellomir/Job/Job.h"
 #include "files/WorkingFolder.h"
 
 #include <exception>
@@ -13,36 +13,45 @@
 
 namespace vellomir::cli {
 
-/// One job in a sandbox of its own below a working folder, on the calling thread, with its log
-/// printed line by line as it grows, unless it is to be printed as JSON or the user wants nothing
-/// but errors.
-class JobRun {
+/// One job in a sandbox of its own below a working folder, on the calling thread. Its log is
+/// printed line by line as it grows, unless it is printed as JSON later or the user wants only
+/// errors.
+class JobRun : private JobObserver {
 public:
     /// The folder must live as long as the object.
-    JobRun(const WorkingFolder &folder, DuplicateOptions options, Session &session);
+    JobRun(const WorkingFolder &folder, DuplicateOptions options, std::optional<Picture> icon,
+           Session &session);
 
-    /// To the end, whatever it is. Throws what standard output throws; the job has stopped then.
-    void run(const std::optional<Picture> &icon);
+    /// Runs the job to its end, successful or not. Throws what standard output throws; the job is
+    /// cancelled then.
+    void run();
 
-    [[nodiscard]] std::optional<archive::URL> result() const { return view_.modifiedFileURL.get(); }
-    [[nodiscard]] std::vector<std::string> log() const { return view_.logMessages.get(); }
-    [[nodiscard]] std::string errorMessage() const { return view_.errorMessage.get(); }
-    /// Why there is no result, in one line.
-    [[nodiscard]] std::string reason() const;
+    [[nodiscard]] const std::optional<archive::URL> &result() const { return result_; }
+    [[nodiscard]] const std::vector<std::string> &log() const { return log_; }
+    /// The job's own summary; "" if it has none.
+    [[nodiscard]] const std::string &summary() const { return summary_; }
+    [[nodiscard]] const std::optional<JobProblem> &failure() const { return job_.failure(); }
+    [[nodiscard]] const std::vector<JobProblem> &complaints() const { return job_.complaints(); }
 
 private:
-    [[nodiscard]] Services services();
-    void print(const LogChange &change);
-    void note(std::string_view line);
+    [[nodiscard]] JobInput input(std::optional<Picture> icon) const;
+    [[nodiscard]] JobServices services() const;
+    void logRestarted(const std::string &line) override;
+    void logged(const std::string &line) override;
+    void diagnosed(const std::string & /*line*/) override {} // in `failure` and `complaints`
+    void summarized(const std::string &text) override { summary_ = text; }
+    void finished(const archive::URL &result, const ResultRemarks &remarks) override;
+    void print(const std::string &line);
     [[nodiscard]] std::string asTyped(const std::string &path) const;
 
     const WorkingFolder &folder_;
     Session &session_;
     DuplicateOptions options_;
     std::exception_ptr printingFailure_;
-    std::vector<std::string> console_;
-    AppLaunchView view_;
-    Observation observation_;
+    std::vector<std::string> log_;
+    std::string summary_;
+    std::optional<archive::URL> result_;
+    Job job_;
 };
 
 } // namespace vellomir::cli

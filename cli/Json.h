@@ -8,7 +8,7 @@
 
 /// The objects that `--json` prints, as texts. Bytes that are not UTF-8 become U+FFFD, so that the
 /// result is valid JSON whatever the names hold; control characters are escaped, so that no name
-/// drives a terminal.
+/// controls a terminal.
 namespace vellomir::cli {
 
 /// `{"log":["…"],"errorMessage":"…","result":"path or null","warnings":["…"]}`
@@ -17,12 +17,12 @@ namespace vellomir::cli {
                                   const std::optional<std::string> &result,
                                   const std::vector<std::string> &warnings);
 
-/// `{"archive":"…","zip64":false,"entries":[`: what comes before the entries of a list.
+/// `{"archive":"…","zip64":false,"entries":[`: the text before the entries of a list.
 [[nodiscard]] std::string listHeadJson(const std::string &name, bool isZIP64);
 /// One entry of a list.
 [[nodiscard]] std::string entryJson(const archive::Entry &entry, const std::string &path);
 
-/// What is wrong with an entry; an empty path stands for the archive as a whole.
+/// What is wrong with an entry; an empty path means the archive as a whole.
 struct Problem {
     std::string entry;
     std::string problem;
@@ -30,7 +30,7 @@ struct Problem {
     friend bool operator==(const Problem &, const Problem &) = default;
 };
 
-/// `{"archive":"…","ok":true,"problems":[`: what comes before the problems of a test.
+/// `{"archive":"…","ok":true,"problems":[`: the text before the problems of a test.
 [[nodiscard]] std::string testHeadJson(const std::string &name, bool isGood);
 /// `{"entry":"…","problem":"…"}`
 [[nodiscard]] std::string problemJson(const Problem &problem);

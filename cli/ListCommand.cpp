@@ -1,34 +1,33 @@
 #include "cli/ArchiveSource.h"
 #include "cli/Commands.h"
 #include "cli/EntryText.h"
-#include "cli/Interruption.h"
 #include "cli/Json.h"
 #include "cli/Reach.h"
+
+#include <utility>
 
 namespace vellomir::cli {
 namespace {
 
+using archive::Archive;
+
 /// Prints the entries one by one, so that memory does not grow with their number.
 class Listing {
 public:
-    Listing(const ListOptions &options, const archive::Archive &archive, ResultStream &out)
+    Listing(const ListOptions &options, const Archive &archive, ResultStream &out)
         : options_(options), archive_(archive), out_(out) {}
 
-    Reach print() {
+    Archive::Reach print(const Archive::ProgressPointer &progress) {
         if (options_.json)
             out_.text(
                 listHeadJson(options_.archive, archive_.zip64EndOfCentralDirectory().has_value()));
-        auto walk = archive_.makeIterator();
-        std::uint64_t count = 0;
-        std::uint64_t recordBytes = 0;
-        while (const auto entry = walk.next()) {
-            Interruption::throwIfInterrupted();
-            print(*entry, count++ == 0);
-            recordBytes += entry->centralDirectoryStructure().totalSize();
-        }
+        bool isFirst = true;
+        const auto reach = archive_.reach(
+            [&](const archive::Entry &entry) { print(entry, std::exchange(isFirst, false)); },
+            progress);
         if (options_.json)
             out_.text("]}\n");
-        return reachAfter(archive_, walk, count, recordBytes);
+        return reach;
     }
 
 private:
@@ -41,7 +40,7 @@ private:
     }
 
     const ListOptions &options_;
-    const archive::Archive &archive_;
+    const Archive &archive_;
     ResultStream &out_;
 };
 
@@ -50,7 +49,7 @@ private:
 void run(const ListOptions &options, Session &session) {
     const auto archive =
         openArchive(options.archive, options.memory, session.progress(), options.encoding);
-    const Reach reach = Listing(options, *archive, session.out()).print();
+    const auto reach = Listing(options, *archive, session.out()).print(session.progress());
     session.out().flush();
     if (const auto warning = shortfall(reach))
         session.warn(options.archive + ": " + *warning);

@@ -6,6 +6,7 @@
 
 #include "files/FileCopy.h"
 #include "files/PendingFile.h"
+#include "files/TargetFolder.h"
 
 #include <set>
 
@@ -16,7 +17,8 @@ using archive::Archive;
 using archive::Entry;
 
 /// All entries of these paths.
-std::vector<Entry> findEntries(const Archive &archive, const RemoveOptions &options) {
+std::vector<Entry> findEntries(const Archive &archive, const RemoveOptions &options,
+                               const Session &session) {
     const std::set<std::string> wanted(options.entries.begin(), options.entries.end());
     std::set<std::string> missing = wanted;
     std::vector<Entry> found;
@@ -30,7 +32,7 @@ std::vector<Entry> findEntries(const Archive &archive, const RemoveOptions &opti
     }
     if (missing.empty())
         return found;
-    const auto unreached = shortfall(findReach(archive));
+    const auto unreached = shortfall(archive.reach(nullptr, session.progress()));
     throw Failure(purpose(options) + ": there is no entry " + *missing.begin() +
                   (unreached ? "; " + *unreached : ""));
 }
@@ -39,7 +41,7 @@ std::vector<Entry> findEntries(const Archive &archive, const RemoveOptions &opti
 void removeFromFile(const RemoveOptions &options, Session &session) {
     const auto archive = openForUpdate(options.archive, session.progress());
     requireFolderTakesFiles(folderOf(resolvedPath(options.archive)));
-    archive->remove(findEntries(*archive, options), {.progress = session.progress()});
+    archive->remove(findEntries(*archive, options, session), {.progress = session.progress()});
 }
 
 void removeInMemory(const RemoveOptions &options, Session &session) {
@@ -48,7 +50,7 @@ void removeInMemory(const RemoveOptions &options, Session &session) {
         requireWritable(pending.destination());
         const archive::HeldFile held(pending.destination(), interruptibleWait());
         const auto archive = loadArchive(held, session.progress());
-        archive->remove(findEntries(*archive, options), {.progress = session.progress()});
+        archive->remove(findEntries(*archive, options, session), {.progress = session.progress()});
         storeArchive(*archive, pending.path());
         copyAttributes(held.descriptor(), pending.path());
         Interruption::throwIfInterrupted();
@@ -62,13 +64,15 @@ void removeInMemory(const RemoveOptions &options, Session &session) {
 
 } // namespace
 
-void run(const RemoveOptions &options, Session &session) try {
-    if (options.memory)
-        removeInMemory(options, session);
-    else
-        removeFromFile(options, session);
-} catch (const Error &error) {
-    throw whileWriting(resolvedPath(options.archive), error);
+void run(const RemoveOptions &options, Session &session) {
+    try {
+        if (options.memory)
+            removeInMemory(options, session);
+        else
+            removeFromFile(options, session);
+    } catch (const Error &error) {
+        throw whileWriting(resolvedPath(options.archive), error);
+    }
 }
 
 } // namespace vellomir::cli

@@ -4,20 +4,15 @@
 
 #include "archive/TextEncoding.h"
 #include "files/Error.h"
+#include "files/FileContent.h"
 
 #include <cerrno>
-#include <poll.h>
+#include <unistd.h>
 
 namespace vellomir::cli {
 namespace {
 
 constexpr std::size_t bufferSize = 65536;
-
-/// Someone made the stream non-blocking: until it takes bytes again, or a signal comes.
-void waitUntilWritable(int file) {
-    pollfd request{file, POLLOUT, 0};
-    ::poll(&request, 1, -1);
-}
 
 } // namespace
 
@@ -52,18 +47,8 @@ void ResultStream::flush() {
 }
 
 int writeFully(int file, std::string_view bytes) {
-    while (!bytes.empty()) {
-        const ssize_t count = ::write(file, bytes.data(), bytes.size());
-        if (count >= 0)
-            bytes.remove_prefix(static_cast<std::size_t>(count));
-        else if (errno == EAGAIN)
-            waitUntilWritable(file);
-        else if (errno != EINTR)
-            return errno;
-        if (!bytes.empty() && Interruption::signal() != 0)
-            return EINTR;
-    }
-    return 0;
+    const auto mayGoOn = [] { return Interruption::signal() == 0; };
+    return vellomir::writeFully(file, std::as_bytes(std::span(bytes)), mayGoOn) ? 0 : errno;
 }
 
 } // namespace vellomir::cli

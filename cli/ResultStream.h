@@ -8,8 +8,8 @@
 
 namespace vellomir::cli {
 
-/// Standard output: what a command was asked for. Buffered; what is not flushed is lost. A name
-/// from a package never drives a terminal: there, control characters are shown as \xNN.
+/// Standard output: what a command was asked for. Buffered: what is not flushed is lost. A name
+/// from a package never controls a terminal: there, control characters are shown as \xNN.
 ///
 /// Every function throws `Error` when the system takes no more (a full disk, a reader that
 /// went away), and `Interrupted`. One thread at a time.

@@ -15,7 +15,7 @@ void Session::warn(const std::string &text) {
     if (isQuiet_)
         return;
     bar_.hide();
-    // Nobody is left to tell that standard error is closed.
+    // If standard error is closed, there is no place to report that.
     static_cast<void>(writeFully(STDERR_FILENO, errorLine("warning: " + text)));
 }
 

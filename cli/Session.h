@@ -11,7 +11,7 @@
 
 namespace vellomir::cli {
 
-/// What a command talks to while it runs.
+/// The input and output of a running command: results, warnings, progress.
 class Session {
 public:
     Session(const Feedback &feedback, std::shared_ptr<archive::Progress> progress);

@@ -1,7 +1,9 @@
-#include "cli/ArchiveTest.h"
+#include "cli/ArchiveSource.h"
 #include "cli/Commands.h"
 #include "cli/EntryText.h"
 #include "cli/ErrorText.h"
+#include "cli/FindingText.h"
+#include "cli/Json.h"
 
 namespace vellomir::cli {
 namespace {
@@ -47,12 +49,14 @@ private:
 
 void run(const TestOptions &options, Session &session) {
     ProblemPrinter printer(options, session);
-    const auto print = [&](const Problem &problem) { printer.print(problem); };
+    const auto print = [&](const archive::Finding &finding) {
+        printer.print({findingPath(finding), findingText(finding)});
+    };
     try {
-        ArchiveTest test(options.archive, options.memory, print, session.progress());
-        printer.finish(test.run());
+        const auto archive = openArchive(options.archive, options.memory, session.progress());
+        printer.finish(archive::verify(*archive, print, session.progress()));
     } catch (const Error &error) {
-        // What is no archive at all is a result too, for whoever reads the object.
+        // With --json, a file that is no archive is a result as well.
         if (!options.json || error.code() != Archive::ArchiveError::unreadableArchive)
             throw;
         printer.print({"", error.what()});

@@ -5,13 +5,13 @@ namespace vellomir::cli {
 void Warnings::add(const std::string &text) {
     texts_.push_back(text);
     if (!areStrict_)
-        tell(text);
+        print(text);
 }
 
-void Warnings::tellHeldBack() {
+void Warnings::printHeldBack() {
     if (areStrict_)
         for (const std::string &text : texts_)
-            tell(text);
+            print(text);
 }
 
 std::string Warnings::failure() const {

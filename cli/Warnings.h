@@ -7,17 +7,17 @@
 
 namespace vellomir::cli {
 
-/// The warnings of one command. Each is told as it comes. If they are strict, they are held back
-/// instead and make the command fail: the failure tells them then.
+/// The warnings of one command. Each is printed at once. If they are strict, they are held back and
+/// make the command fail: the failure lists them.
 class Warnings {
 public:
-    /// `subject` stands in front of each warning that is told.
+    /// Each printed warning starts with `subject`.
     Warnings(std::string subject, bool areStrict, Session &session)
         : subject_(std::move(subject)), areStrict_(areStrict), session_(session) {}
 
     void add(const std::string &text);
-    /// For a command that fails for another reason.
-    void tellHeldBack();
+    /// Prints strict warnings after all. For a command that fails for another reason.
+    void printHeldBack();
 
     [[nodiscard]] const std::vector<std::string> &texts() const { return texts_; }
     [[nodiscard]] bool areFailure() const { return areStrict_ && !texts_.empty(); }
@@ -25,7 +25,7 @@ public:
     [[nodiscard]] std::string failure() const;
 
 private:
-    void tell(const std::string &text) { session_.warn(subject_ + ": " + text); }
+    void print(const std::string &text) { session_.warn(subject_ + ": " + text); }
 
     std::string subject_;
     bool areStrict_;

@@ -10,8 +10,8 @@ namespace {
 
 enum ExitCode { done = 0, failed = 1, wrongCommandLine = 2, interrupted = 128 };
 
-/// A closed standard stream would hand its number to the next file that is opened, and what is
-/// meant for the user would end up there. Writing to this one fails.
+/// Opens /dev/null for closed standard streams, read-only so that writing fails. Otherwise the next
+/// opened file would get the number of the stream, and texts for the user would be written into it.
 void occupyStandardStreams() {
     for (const int file : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
         if (::fcntl(file, F_GETFD) < 0)

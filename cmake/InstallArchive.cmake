@@ -9,8 +9,9 @@ set(output ${CMAKE_CURRENT_BINARY_DIR}/package)
 
 install(FILES ${publicHeaders} DESTINATION ${headers}/archive COMPONENT archive)
 # What they include of the layer below.
-install(FILES ${PROJECT_SOURCE_DIR}/files/Error.h ${PROJECT_SOURCE_DIR}/files/PrintableText.h
-    DESTINATION ${headers}/files COMPONENT archive)
+set(filesHeaders Error.h FileDescriptor.h FilePlace.h FileStatus.h PrintableText.h)
+list(TRANSFORM filesHeaders PREPEND ${PROJECT_SOURCE_DIR}/files/)
+install(FILES ${filesHeaders} DESTINATION ${headers}/files COMPONENT archive)
 
 # A file each: who links the shared library does without what the static one needs.
 foreach(form IN ITEMS static shared)

@@ -1,13 +1,15 @@
 #include "files/FileCopy.h"
 
 #include "files/Error.h"
+#include "files/FileContent.h"
+#include "files/ItemAttributes.h"
 
-#include <algorithm>
 #include <cerrno>
-#include <fcntl.h>
 #include <linux/fs.h>
+#include <span>
 #include <sys/ioctl.h>
-#include <sys/stat.h>
+#include <unistd.h>
+#include <utility>
 #include <vector>
 
 namespace vellomir {
@@ -16,8 +18,8 @@ namespace {
 constexpr std::size_t kernelChunkSize = std::size_t{8} << 20U;
 constexpr std::size_t bufferSize = std::size_t{1} << 18U;
 
-/// By the kernel, without a way through this process; false if these two files are not for that and
-/// nothing was copied.
+/// Lets the kernel copy, without the bytes passing through this process. False if it cannot do that
+/// for these two files; then nothing was copied.
 bool copyInKernel(const OpenFile &source, const OpenFile &target, const BeforeChunk &beforeChunk) {
     bool hasCopied = false;
     std::size_t last = 0;
@@ -27,7 +29,7 @@ bool copyInKernel(const OpenFile &source, const OpenFile &target, const BeforeCh
         const ssize_t count = ::copy_file_range(
             source.descriptor.get(), nullptr, target.descriptor.get(), nullptr, kernelChunkSize, 0);
         if (count == 0)
-            return hasCopied; // some file systems answer so without having looked
+            return hasCopied; // some file systems report the end without reading
         if (count > 0) {
             hasCopied = true;
             last = static_cast<std::size_t>(count);
@@ -39,41 +41,28 @@ bool copyInKernel(const OpenFile &source, const OpenFile &target, const BeforeCh
     }
 }
 
-void write(const OpenFile &target, const char *bytes, std::size_t size) {
-    while (size > 0) {
-        const ssize_t count = ::write(target.descriptor.get(), bytes, size);
-        if (count < 0 && errno != EINTR)
-            throw writeError(target.path, errno);
-        bytes += std::max<ssize_t>(count, 0);
-        size -= static_cast<std::size_t>(std::max<ssize_t>(count, 0));
-    }
-}
-
 void copyInChunks(const OpenFile &source, const OpenFile &target, const BeforeChunk &beforeChunk) {
-    std::vector<char> buffer(bufferSize);
+    std::vector<std::byte> buffer(bufferSize);
     std::size_t last = 0;
-    while (true) {
+    do {
         beforeChunk(last);
-        last = 0;
-        const ssize_t count = ::read(source.descriptor.get(), buffer.data(), buffer.size());
-        if (count == 0)
-            return;
-        if (count < 0 && errno != EINTR)
+        const auto count = readInto(source.descriptor.get(), buffer);
+        if (!count)
             throw readError(source.path, errno);
-        last = static_cast<std::size_t>(std::max<ssize_t>(count, 0));
-        write(target, buffer.data(), last);
-    }
+        last = *count;
+        writeAll(target.descriptor.get(), std::span(buffer).first(last), target.path);
+    } while (last == buffer.size());
+    beforeChunk(last);
 }
 
-FileDescriptor openRegular(const std::string &path) {
-    FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
-    struct stat status {};
-    if (!file.isOpen() || ::fstat(file.get(), &status) != 0)
+OpenFile openRegular(const std::string &path) {
+    FileDescriptor file = openFile(path, Access::read);
+    if (!file.isOpen())
         throw readError(path, errno);
-    if (!S_ISREG(status.st_mode))
+    if (!requireStatus(file.get(), path).isRegularFile())
         throw Error(FileError::fileReadUnknown,
                     {.path = path, .detail = "This is not a regular file"});
-    return file;
+    return {std::move(file), path};
 }
 
 } // namespace
@@ -87,27 +76,22 @@ void copyContent(const OpenFile &source, const OpenFile &target, const BeforeChu
 }
 
 void copyFile(const std::string &from, const std::string &to, const BeforeChunk &beforeChunk) {
-    copyFile(OpenFile{openRegular(from), from}, to, beforeChunk);
+    copyFile(openRegular(from), to, beforeChunk);
 }
 
 void copyFile(const OpenFile &from, const std::string &to, const BeforeChunk &beforeChunk) {
-    const OpenFile target{
-        FileDescriptor(::open(to.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600)), to};
+    const OpenFile target{createFile(to, Access::write, S_IRUSR | S_IWUSR), to};
     if (!target.descriptor.isOpen())
         throw writeError(to, errno);
     copyContent(from, target, beforeChunk);
 }
 
-/// The owner first: changing it may take permission bits away.
 void copyAttributes(int from, const std::string &to) {
-    struct stat status {};
-    if (::fstat(from, &status) != 0)
+    const auto status = statusOf(from);
+    const FileDescriptor target = status ? openFile(to, Access::read) : FileDescriptor();
+    if (!target.isOpen())
         throw writeError(to, errno);
-    // Only the superuser may give files away; the group may still be one of the user's own.
-    if (::chown(to.c_str(), status.st_uid, status.st_gid) != 0)
-        static_cast<void>(::chown(to.c_str(), static_cast<uid_t>(-1), status.st_gid) == 0);
-    if (::chmod(to.c_str(), status.st_mode & 07777U) != 0)
-        throw writeError(to, errno);
+    takeOverAttributes(target, *status, to);
 }
 
 } // namespace vellomir

@@ -8,13 +8,14 @@
 
 namespace vellomir {
 
-/// Called before each chunk, with the number of bytes that the last one had; 0 before the first
-/// one. What it throws ends the copying. Not called at all where two files share their bytes.
+/// Called before each chunk, and after the last one, with the number of bytes of the chunk before;
+/// 0 before the first one. An exception of it ends the copying. Not called at all where the two
+/// files share their bytes.
 using BeforeChunk = std::function<void(std::size_t copied)>;
 
-/// Makes a new file, for the user only, with the bytes of a regular one. Shares the bytes where the
-/// file system can. Throws `FileError`s with the path of the side that failed; what was written
-/// until then stays.
+/// Makes a new file, for the user only, with the bytes of a regular one. The two share the bytes
+/// where the file system can do that. Throws `FileError`s with the path of the side that failed; a
+/// part that was written before stays.
 void copyFile(const std::string &from, const std::string &to,
               const BeforeChunk &beforeChunk = nullptr);
 

@@ -1,23 +1,25 @@
 #include "files/FileLock.h"
 
+#include "files/FileStatus.h"
+
 #include <array>
 #include <cerrno>
 #include <cstdio>
 #include <fstream>
 #include <sstream>
 #include <sys/file.h>
-#include <sys/stat.h>
 #include <sys/sysmacros.h>
 
 namespace vellomir {
 namespace {
 
-/// The file as the kernel's list of locks spells it: "08:01:1234", device in hexadecimal digits.
-std::string placeInLockList(const struct stat &status) {
+/// The file in the format of the kernel's list of locks: "08:01:1234", the device in hexadecimal
+/// digits.
+std::string placeInLockList(const ItemIdentity &file) {
     std::array<char, 64> text{};
     static_cast<void>(std::snprintf(text.data(), text.size(), "%02x:%02x:%llu",
-                                    ::major(status.st_dev), ::minor(status.st_dev),
-                                    static_cast<unsigned long long>(status.st_ino)));
+                                    ::major(file.device), ::minor(file.device),
+                                    static_cast<unsigned long long>(file.number)));
     return text.data();
 }
 
@@ -34,13 +36,14 @@ LockAttempt tryToLock(int descriptor) {
 }
 
 std::optional<pid_t> lockHolder(int descriptor) {
-    struct stat status {};
-    if (::fstat(descriptor, &status) != 0)
+    const auto status = statusOf(descriptor);
+    if (!status)
         return std::nullopt;
-    const std::string wanted = placeInLockList(status);
+    const std::string wanted = placeInLockList(status->identity());
     std::ifstream locks("/proc/locks");
     for (std::string line; std::getline(locks, line);) {
-        // "1: FLOCK  ADVISORY  WRITE 4242 08:01:1234 0 EOF"; who waits has "->" behind the number.
+        // "1: FLOCK  ADVISORY  WRITE 4242 08:01:1234 0 EOF"; a waiting process has "->" after
+        // the 1.
         std::istringstream words(line);
         std::string number;
         std::string kind;

@@ -8,10 +8,11 @@ namespace vellomir {
 
 enum class LockAttempt { locked, taken, unsupported };
 
-/// Locks an open file (flock) for as long as the descriptor is open, if nobody else holds a lock.
+/// Locks an open file (flock) until the descriptor is closed, unless another process holds a lock.
+/// `unsupported`, with errno, if the file system has no locks.
 [[nodiscard]] LockAttempt tryToLock(int descriptor);
 
-/// The process that holds a lock on an open file, or nothing if the system does not say.
+/// The process that holds a lock on an open file; none if the system does not report it.
 [[nodiscard]] std::optional<pid_t> lockHolder(int descriptor);
 
 /// The name of a process's program, or "another program".

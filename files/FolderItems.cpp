@@ -2,15 +2,15 @@
 
 #include "files/Error.h"
 #include "files/FileDescriptor.h"
+#include "files/FileStatus.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <dirent.h>
-#include <fcntl.h>
 #include <memory>
 #include <string_view>
-#include <sys/stat.h>
 #include <tuple>
+#include <utility>
 
 namespace vellomir {
 namespace {
@@ -20,22 +20,21 @@ struct CloseFolder {
 };
 using FolderStream = std::unique_ptr<DIR, CloseFolder>;
 
-FolderStream openStream(int folder, const std::string &path) {
-    FileDescriptor copy(::fcntl(folder, F_DUPFD_CLOEXEC, 0));
+/// Null, with errno, if that fails.
+FolderStream openFolderStream(int folder) {
+    FileDescriptor copy = duplicate(folder);
     FolderStream stream(copy.isOpen() ? ::fdopendir(copy.get()) : nullptr);
-    if (!stream)
-        throw readError(path, errno);
-    static_cast<void>(copy.release()); // belongs to the stream now
-    ::rewinddir(stream.get());         // the copy shares the position of the original
+    if (stream) {
+        static_cast<void>(copy.release()); // the stream owns it now
+        ::rewinddir(stream.get());         // the copy shares the position of the original
+    }
     return stream;
 }
 
-const dirent *nextItem(DIR *stream, const std::string &path) {
+/// Null at the end, and with errno if that fails.
+const dirent *nextItem(DIR *stream) {
     errno = 0;
-    const dirent *item = ::readdir(stream);
-    if (item == nullptr && errno != 0)
-        throw readError(path, errno);
-    return item;
+    return ::readdir(stream);
 }
 
 bool isDots(std::string_view name) {
@@ -45,20 +44,30 @@ bool isDots(std::string_view name) {
 bool isFolder(int parent, const dirent &item) {
     if (item.d_type != DT_UNKNOWN)
         return item.d_type == DT_DIR;
-    struct stat status {};
-    return ::fstatat(parent, item.d_name, &status, AT_SYMLINK_NOFOLLOW) == 0 &&
-           S_ISDIR(status.st_mode);
+    const auto status = statusOf({parent, item.d_name}, Links::refuse);
+    return status && status->isFolder();
 }
 
 } // namespace
 
+FolderListing listFolder(int folder) {
+    FolderListing listing;
+    if (const FolderStream stream = openFolderStream(folder)) {
+        while (const dirent *item = nextItem(stream.get()))
+            if (!isDots(item->d_name))
+                listing.items.push_back({item->d_name, isFolder(folder, *item)});
+        listing.systemError = errno;
+    } else {
+        listing.systemError = errno;
+    }
+    return listing;
+}
+
 std::vector<FolderItem> folderItems(int folder, const std::string &path) {
-    const FolderStream stream = openStream(folder, path);
-    std::vector<FolderItem> items;
-    while (const dirent *item = nextItem(stream.get(), path))
-        if (!isDots(item->d_name))
-            items.push_back({item->d_name, isFolder(folder, *item)});
-    return items;
+    FolderListing listing = listFolder(folder);
+    if (listing.systemError != 0)
+        throw readError(path, listing.systemError);
+    return std::move(listing.items);
 }
 
 void sortForWalk(std::vector<FolderItem> &items, WalkLevel level) {

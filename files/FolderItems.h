@@ -14,8 +14,17 @@ struct FolderItem {
     friend bool operator==(const FolderItem &, const FolderItem &) = default;
 };
 
-/// Lists an open folder; `path` is its path for errors. The order of the items is free.
+/// Lists an open folder; `path` is its path for errors. The items may be in any order.
 using ListFolder = std::function<std::vector<FolderItem>(int folder, const std::string &path)>;
+
+/// What a folder holds, as far as it could be listed.
+struct FolderListing {
+    std::vector<FolderItem> items;
+    int systemError = 0; ///< errno, if this is not all
+};
+
+/// Lists a folder that is open for listing, without "." and "..", in the order of the file system.
+[[nodiscard]] FolderListing listFolder(int folder);
 
 /// The items of an open folder without "." and "..", in the order of the file system. Throws a
 /// `FileError` with the path.

@@ -10,24 +10,15 @@ namespace vellomir {
 /// What to do with a file that is already where another one is to be put.
 enum class Existing { refuse, replace };
 
-/// Gives a file its final name in one step: the name stands for the old file, or for nothing, until
-/// it stands for the whole new one. Both names must be in one file system. Throws
-/// `FileError::fileWriteFileExists` with the path if the name is taken and nothing may be replaced,
-/// other write errors otherwise; the file keeps its old name then.
+/// Gives a file its final name in one step: until then the name is that of the old file, or free.
+/// Both names must be in one file system. Throws `FileError::fileWriteFileExists` with the path if
+/// the name is taken and nothing may be replaced, other write errors otherwise; the file keeps its
+/// old name then.
 void putInPlace(const std::string &from, const FilePlace &to, Existing existing);
 
-/// The folder that a file lies in; "." if its name says none.
-[[nodiscard]] std::string folderOf(const std::string &path);
-
-/// The name of a file in its folder.
-[[nodiscard]] std::string nameOf(const std::string &path);
-
-/// Throws a write error with the folder if this process may make no files in it.
-void requireFolderTakesFiles(const std::string &folder);
-
-/// A file on its way: written in a hidden folder beside its destination, then put in place. What
-/// has not been put in place is removed with the object; what a killed process left there, by the
-/// next one.
+/// A new file that is not complete yet: written in a hidden folder beside its destination, then put
+/// in place. Until it is in place, it is removed with the object; after a killed process, by the
+/// next object in the same folder.
 class PendingFile {
 public:
     /// Makes the hidden folder, but no file yet. Throws `FileError::fileReadNoSuchFile` if the
@@ -40,9 +31,10 @@ public:
     [[nodiscard]] const std::string &path() const { return path_; }
     /// Where it will be: a name in the folder that was opened when this object was made.
     [[nodiscard]] FilePlace destination() const;
+    /// Gives it its final name. Throws like `putInPlace`.
     void place(Existing existing);
-    /// A text about the hidden file, with the name that the user knows instead; about the hidden
-    /// folder, with its path.
+    /// The text with the final name in place of the hidden file's, and with the path of the hidden
+    /// folder in place of its `accessPath`.
     [[nodiscard]] std::string underFinalName(std::string text) const;
 
 private:

@@ -1,19 +1,19 @@
 #include "files/WorkingFolder.h"
 
-#include "archive/ArchiveLock.h"
 #include "files/Error.h"
 #include "files/FileLock.h"
+#include "files/FileStatus.h"
+#include "files/FolderChanges.h"
+#include "files/FolderItems.h"
+#include "files/ItemAttributes.h"
 
 #include <algorithm>
-#include <array>
 #include <cctype>
 #include <cerrno>
-#include <dirent.h>
-#include <fcntl.h>
-#include <memory>
+#include <exception>
 #include <optional>
 #include <random>
-#include <sys/stat.h>
+#include <unistd.h>
 #include <vector>
 
 namespace vellomir {
@@ -22,9 +22,9 @@ namespace {
 constexpr std::string_view prefix = ".vellomir-";
 constexpr std::string_view digits = "0123456789abcdef";
 constexpr std::size_t digitCount = 16;
-/// Nothing else is called so: a folder of the user's own that was given the name of a working
-/// folder is not taken for one.
-constexpr const char *lockName = ".vellomir-lock";
+/// A name that no other program uses: a folder of the user with the name of a working folder is not
+/// removed, because it holds no such file.
+const std::string lockName = ".vellomir-lock";
 constexpr mode_t ownerOnly = S_IRWXU;
 constexpr int maxAttempts = 100;
 
@@ -36,46 +36,28 @@ std::string randomName() {
     return name;
 }
 
-struct CloseListing {
-    void operator()(DIR *folder) const { ::closedir(folder); }
-};
-
-struct Listing {
-    std::vector<std::string> names;
-    bool isWhole = false;
-};
-
-/// What is in an open folder, as far as it can be listed.
-Listing list(int folder) {
-    Listing found;
-    FileDescriptor again(::openat(folder, ".", listFlags));
-    const std::unique_ptr<DIR, CloseListing> stream(::fdopendir(again.get()));
-    if (!stream)
-        return found;
-    static_cast<void>(again.release()); // the stream's own from here on
-    errno = 0;
-    while (const dirent *item = ::readdir(stream.get()))
-        if (const std::string name = item->d_name; name != "." && name != "..")
-            found.names.push_back(name);
-    found.isWhole = errno == 0;
-    return found;
+/// What is in an open folder, without the lock.
+FolderListing contentOf(int folder) {
+    FolderListing listing = listFolder(folder);
+    std::erase_if(listing.items, [](const FolderItem &item) { return item.name == lockName; });
+    return listing;
 }
 
-/// Removes what is no folder. A folder is made accessible instead, never through a link.
-bool removeFile(int folder, const std::string &name) {
-    if (::unlinkat(folder, name.c_str(), 0) == 0 || errno != EISDIR)
+/// Removes a file. A folder is made accessible instead, never through a link. Whether it is no
+/// folder.
+bool removeUnlessFolder(int folder, const std::string &name) {
+    if (removeFile({folder, name}) || errno != EISDIR)
         return true;
-    static_cast<void>(::fchmodat(folder, name.c_str(), ownerOnly, AT_SYMLINK_NOFOLLOW));
+    setPermissions(ItemName(folder, name), ownerOnly);
     return false;
 }
 
-/// Moves a nested folder to the top, under a new name. Names may be taken: an earlier removal was
-/// killed. Nothing if that failed.
-std::optional<std::string> moveToTop(int from, const std::string &name, int top,
-                                     unsigned &movedCount) {
+/// Moves a nested folder to the top, under a new name. Names may be taken, by an earlier removal
+/// that was killed. None if that fails.
+std::optional<std::string> moveToTop(const ItemName &folder, int top, unsigned &movedCount) {
     for (;;) {
         std::string target = "moved-" + std::to_string(++movedCount);
-        if (::renameat(from, name.c_str(), top, target.c_str()) == 0)
+        if (renameItem(folder, {top, target}))
             return target;
         if (errno != EEXIST && errno != ENOTEMPTY && errno != ENOTDIR)
             return std::nullopt;
@@ -83,78 +65,76 @@ std::optional<std::string> moveToTop(int from, const std::string &name, int top,
 }
 
 /// Removes everything but the lock. A nested folder is moved to the top before it is emptied, so
-/// that no depth is too large.
+/// that any depth can be removed.
 void removeContent(int folder) {
-    std::vector<std::string> pending = list(folder).names;
-    std::erase(pending, lockName);
+    std::vector<FolderItem> pending = contentOf(folder).items;
     for (unsigned movedCount = 0; !pending.empty();) {
-        const std::string name = std::move(pending.back());
+        const std::string name = std::move(pending.back().name);
         pending.pop_back();
-        if (removeFile(folder, name))
+        if (removeUnlessFolder(folder, name))
             continue;
-        const FileDescriptor below(::openat(folder, name.c_str(), listFlags));
-        for (const std::string &child : list(below.get()).names) {
-            if (removeFile(below.get(), child))
+        const FileDescriptor below = openFolder({folder, name}, FolderUse::list);
+        for (const FolderItem &child : listFolder(below.get()).items) {
+            if (removeUnlessFolder(below.get(), child.name))
                 continue;
-            if (auto target = moveToTop(below.get(), child, folder, movedCount))
-                pending.push_back(std::move(*target));
+            if (auto target = moveToTop({below.get(), child.name}, folder, movedCount))
+                pending.push_back({std::move(*target), true});
         }
-        ::unlinkat(folder, name.c_str(), AT_REMOVEDIR);
+        static_cast<void>(removeFolder({folder, name}));
     }
 }
 
-/// Without its lock a folder that holds something would stay for good: so the lock stays for the
-/// next attempt, unless it is all that is left.
-void removeFolder(int parent, const std::string &name, int folder) {
+/// Removes a working folder. If something in it cannot be removed, its lock stays too: the next
+/// attempt finds the folder by it.
+void removeWorkingFolder(const ItemName &name, int folder) {
     removeContent(folder);
-    Listing rest = list(folder);
-    std::erase(rest.names, lockName);
-    if (!rest.isWhole || !rest.names.empty())
+    const FolderListing rest = contentOf(folder);
+    if (rest.systemError != 0 || !rest.items.empty())
         return;
-    ::unlinkat(folder, lockName, 0);
-    ::unlinkat(parent, name.c_str(), AT_REMOVEDIR);
+    static_cast<void>(removeFile({folder, lockName}));
+    static_cast<void>(removeFolder(name));
 }
 
-/// Whether the folder is one that this user made.
+/// Whether this user made the folder.
 bool isOwn(const FileDescriptor &folder) {
-    struct stat status {};
-    return folder.isOpen() && ::fstat(folder.get(), &status) == 0 && status.st_uid == ::geteuid();
+    const auto status = folder.isOpen() ? statusOf(folder.get()) : std::nullopt;
+    return status && status->owner() == ::geteuid();
 }
 
 /// Gives the owner the rights that the umask may have taken, and keeps the other bits.
-void makeAccessible(int parent, const std::string &name) {
-    struct stat status {};
-    if (::fstatat(parent, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0 &&
-        (status.st_mode & ownerOnly) != ownerOnly)
-        static_cast<void>(::fchmodat(parent, name.c_str(), (status.st_mode & 07777U) | ownerOnly,
-                                     AT_SYMLINK_NOFOLLOW));
+void makeAccessible(const ItemName &folder) {
+    const auto status = statusOf(folder, Links::refuse);
+    if (status && (status->mode() & ownerOnly) != ownerOnly)
+        setPermissions(folder, status->mode() | ownerOnly);
 }
 
-void removeIfAbandoned(int parent, const std::string &name) {
-    const FileDescriptor folder(::openat(parent, name.c_str(), listFlags));
+void removeIfAbandoned(const ItemName &name) {
+    const FileDescriptor folder = openFolder(name, FolderUse::list);
     if (!isOwn(folder))
         return;
-    const FileDescriptor lock(
-        ::openat(folder.get(), lockName, O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    const FileDescriptor lock =
+        openFile({folder.get(), lockName}, Access::readAndWrite, Links::refuse);
     if (!lock.isOpen() && errno == ENOENT) // killed before the lock was made, or just being made
-        ::unlinkat(parent, name.c_str(), AT_REMOVEDIR);
+        static_cast<void>(removeFolder(name));
     else if (lock.isOpen() && tryToLock(lock.get()) == LockAttempt::locked)
-        removeFolder(parent, name, folder.get());
+        removeWorkingFolder(name, folder.get());
 }
 
 FileDescriptor openParent(const std::string &path) {
-    FileDescriptor parent(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    FileDescriptor parent = openFolder(path, FolderUse::list, Links::follow);
     if (!parent.isOpen() && errno == EACCES) // may be written, but not listed
-        parent = FileDescriptor(::open(path.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+        parent = openFolder(path, FolderUse::names, Links::follow);
     if (!parent.isOpen())
         throw readError(path, errno);
     return parent;
 }
 
 void removeAbandonedIn(int parent) {
-    for (const std::string &name : list(parent).names)
-        if (WorkingFolder::isName(name))
-            removeIfAbandoned(parent, name);
+    // A folder for names only cannot be listed, but may be readable.
+    const FileDescriptor listed = openFolder({parent, "."}, FolderUse::list);
+    for (const FolderItem &item : listFolder(listed.get()).items)
+        if (WorkingFolder::isName(item.name))
+            removeIfAbandoned({parent, item.name});
 }
 
 } // namespace
@@ -177,8 +157,8 @@ WorkingFolder::WorkingFolder(FileDescriptor parent, const std::string &path)
     for (int attempt = 0; attempt < maxAttempts; ++attempt) {
         if (make() == Outcome::made) {
             path_ = path + (path.ends_with('/') ? "" : "/") + name_;
-            accessPath_ = "/proc/self/fd/" + std::to_string(folder_.get());
-            if (!isAt(accessPath_))
+            accessPath_ = descriptorPath(folder_.get());
+            if (!isSameItem(statusOf(folder_.get()), statusOf(accessPath_, Links::follow)))
                 accessPath_ = path_;
             return;
         }
@@ -186,13 +166,6 @@ WorkingFolder::WorkingFolder(FileDescriptor parent, const std::string &path)
             throw writeError(path, errno);
     }
     throw writeError(path, EEXIST);
-}
-
-bool WorkingFolder::isAt(const std::string &path) const {
-    struct stat own {};
-    struct stat there {};
-    return ::fstat(folder_.get(), &own) == 0 && ::stat(path.c_str(), &there) == 0 &&
-           own.st_dev == there.st_dev && own.st_ino == there.st_ino;
 }
 
 std::string WorkingFolder::withPath(std::string text) const {
@@ -208,25 +181,23 @@ std::string WorkingFolder::withPath(std::string text) const {
     return text;
 }
 
-/// Lost, with errno, if there is something of this name, or if another process took the new folder
-/// for an abandoned one before it was locked.
+/// Lost, with errno, if the name is taken, or if another process removed the new folder as an
+/// abandoned one before it was locked.
 WorkingFolder::Outcome WorkingFolder::make() {
     name_ = randomName();
-    if (::mkdirat(parent_.get(), name_.c_str(), ownerOnly) != 0)
+    const ItemName folder(parent_.get(), name_);
+    if (!makeFolder(folder, ownerOnly))
         return Outcome::lost;
-    makeAccessible(parent_.get(), name_);
-    folder_ = FileDescriptor(::openat(parent_.get(), name_.c_str(), listFlags));
+    makeAccessible(folder);
+    folder_ = openFolder(folder, FolderUse::list);
     if (!folder_.isOpen())
         return discard();
-    lock_ = FileDescriptor(::openat(folder_.get(), lockName,
-                                    O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
-                                    S_IRUSR | S_IWUSR));
+    lock_ = createFile({folder_.get(), lockName}, Access::readAndWrite, S_IRUSR | S_IWUSR);
     if (!lock_.isOpen())
         return discard();
     const LockAttempt attempt = tryToLock(lock_.get());
-    struct stat status {};
-    const bool isThere = ::fstat(lock_.get(), &status) == 0 && status.st_nlink > 0;
-    if (attempt != LockAttempt::taken && isThere)
+    const auto status = statusOf(lock_.get());
+    if (attempt != LockAttempt::taken && status && status->nameCount() > 0)
         return Outcome::made;
     errno = EEXIST;
     return discard();
@@ -236,8 +207,8 @@ WorkingFolder::Outcome WorkingFolder::make() {
 WorkingFolder::Outcome WorkingFolder::discard() {
     const int error = errno;
     if (folder_.isOpen())
-        ::unlinkat(folder_.get(), lockName, 0);
-    ::unlinkat(parent_.get(), name_.c_str(), AT_REMOVEDIR);
+        static_cast<void>(removeFile({folder_.get(), lockName}));
+    static_cast<void>(removeFolder({parent_.get(), name_}));
     folder_ = FileDescriptor();
     errno = error;
     return Outcome::lost;
@@ -247,8 +218,8 @@ WorkingFolder::~WorkingFolder() {
     if (!folder_.isOpen())
         return;
     try {
-        removeFolder(parent_.get(), name_, folder_.get());
-    } catch (const std::exception &) { // no memory: the next one in this folder removes it
+        removeWorkingFolder({parent_.get(), name_}, folder_.get());
+    } catch (const std::exception &) { // no memory: the next object in this folder removes it
     }
 }
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Vellomir/ContentView/AppLaunchView.h"
-#include "Vellomir/ContentView/PresentationMode.h"
+#include "Vellomir/PresentationMode.h"
 
 #include <exception>
 

@@ -15,8 +15,7 @@ AppLaunchView::AppLaunchView(Services services)
       selectedImage(services.mainQueue), isLoading(services.mainQueue),
       isProcessing(services.mainQueue), errorMessage(services.mainQueue),
       logMessages(services.mainQueue), showInfoSheet(services.mainQueue),
-      services_(std::move(services)), files_(services_.sandbox.root(), services_.listFolder),
-      progress_(services_.progress), decoding_(services_.mainQueue, services_.backgroundQueue),
+      services_(std::move(services)), decoding_(services_.mainQueue, services_.backgroundQueue),
       jobs_(std::make_shared<JobCounter>()) {
     imageObservation_ =
         selectedImage.observe([this](const std::optional<Picture> &image) { imageChanged(image); });
@@ -49,8 +48,7 @@ void AppLaunchView::doItAction() {
     isLoading.set(true);
     isProcessing.set(true);
     // A file that was picked just before belongs to this job, even if reading it takes long.
-    whenFileIsSettled(
-        whileAlive([this] { whenImageIsSettled(whileAlive([this] { startJob(); })); }));
+    whenFileIsRead(whileAlive([this] { decoded_.whenOpen(whileAlive([this] { startJob(); })); }));
 }
 
 void AppLaunchView::startJob() {
@@ -73,6 +71,13 @@ void AppLaunchView::completeJob() {
     showShareSheet.set(true);
     modifiedFileURL.set(result);
     selectedFileURL.set(std::nullopt);
+}
+
+void AppLaunchView::close() {
+    if (services_.progress)
+        services_.progress->cancel();
+    jobs_->waitForAll();
+    newJob().clearAllBut(modifiedFileURL.get());
 }
 
 } // namespace vellomir

@@ -1,14 +1,12 @@
 #pragma once
 
 #include "Vellomir/Concurrency/BackgroundWork.h"
+#include "Vellomir/Concurrency/Gate.h"
 #include "Vellomir/Concurrency/Property.h"
 #include "Vellomir/ContentView/LogMessages.h"
 #include "Vellomir/ContentView/Services.h"
-#include "Vellomir/Job/JobProgress.h"
-#include "Vellomir/Job/ResultRemarks.h"
+#include "Vellomir/Job/Job.h"
 #include "Vellomir/Pictures/Picture.h"
-#include "Vellomir/PropertyLists/PropertyList.h"
-#include "Vellomir/Sandbox/SandboxFiles.h"
 #include "archive/URL.h"
 
 #include <exception>
@@ -24,19 +22,18 @@ class ImagePicker;
 class JobCounter;
 struct PresentationMode;
 
-/// The state and the actions of the main screen, and the job that makes the second copy of a
-/// package. No user interface.
+/// The state and the actions of the main screen. No user interface.
 ///
-/// The steps of the job do not throw: when they fail, they return nothing and add a line to
-/// `logMessages`. Details that the log omits go to the console.
-class AppLaunchView {
+/// The operations that change the package use a `Job`, whose log, result and summary become this
+/// state. Details that the log omits go to the console.
+class AppLaunchView : private JobObserver {
 public:
     class DocumentPickerManager;
     struct ActivityView;
 
     explicit AppLaunchView(Services services);
     /// Waits for running jobs. Their completion steps that have not run by then are dropped.
-    ~AppLaunchView();
+    ~AppLaunchView() override;
     AppLaunchView(const AppLaunchView &) = delete;
     AppLaunchView &operator=(const AppLaunchView &) = delete;
 
@@ -97,66 +94,42 @@ public:
     /// Must not outlive this object.
     [[nodiscard]] ImageCropperView imageCropperView();
 
-    // --- The job: synchronous, on the calling thread ------------------------------------------
+    // --- The operations of the job: synchronous, on the calling thread -----------------------
 
+    /// Runs all steps with the state's file, number and image. Does nothing without a file.
     void processIPAFile();
-    /// Copies the package into Documents and unpacks it there. Returns the folder.
+    /// The steps, one by one: see `Job`.
     std::optional<archive::URL> unzipIPA(const archive::URL &url);
-    /// Writes the icon files into the bundle below the folder. Returns the bundle's path.
     std::optional<std::string> updateAppIcon(const archive::URL &url, const Picture &newIcon);
-    /// Changes the names in the bundle's property list. Returns the new display name.
     std::optional<std::string> updateInfoPlist(const archive::URL &url);
-    /// Packs the folder's Payload. Returns the new package.
     std::optional<archive::URL> zipUpdatedIPA(const archive::URL &url,
                                               const std::string &updatedAppName);
     void clearTemporaryFiles();
 
 private:
+    [[nodiscard]] Job newJob();
+    void logRestarted(const std::string &line) override;
+    void logged(const std::string &line) override;
+    void diagnosed(const std::string &line) override;
+    void summarized(const std::string &text) override;
+    void finished(const archive::URL &result, const ResultRemarks &remarks) override;
+
     [[nodiscard]] Task whileAlive(Task task) const;
     [[nodiscard]] PresentationMode presentationMode(Property<bool> &isShown) const;
     void imageChanged(const std::optional<Picture> &image);
-
-    [[nodiscard]] std::string reason(const std::exception &error) const;
-    [[nodiscard]] std::string rawReason(const std::exception &error) const;
-
     void clearDocumentsAndThen(Task next);
-    void whenFileIsSettled(Task task);
+    void whenFileIsRead(Task task);
     void reportPicture(const std::exception_ptr &failure);
-    void finishDecoding();
-    void whenImageIsSettled(Task task);
     void startJob();
     void completeJob();
-    void fail(const std::string &message);
-    [[nodiscard]] archive::URL documentsFolder() const;
-    void clearAtTheEnd(const archive::URL &folder) const;
-
-    [[nodiscard]] std::optional<archive::URL> findBundle(const archive::URL &url) const;
-    [[nodiscard]] std::optional<archive::Data> encodeIcon(const Picture &newIcon);
-    [[nodiscard]] bool writeIcons(const archive::URL &bundle, const archive::Data &png);
-
-    [[nodiscard]] std::optional<archive::URL> firstInfoPlist(const archive::URL &url) const;
-    [[nodiscard]] std::optional<archive::URL> findInfoPlist(const archive::URL &url) const;
-    [[nodiscard]] std::optional<PropertyList> readInfoPlist(const archive::URL &file) const;
-    [[nodiscard]] std::string renameBundle(PropertyList &propertyList);
-    void writeInfoPlist(const PropertyList &propertyList, const archive::URL &file);
-
-    void stagePayload(const archive::URL &url, const archive::URL &staging);
-    void removeAllButPayload(const archive::URL &staging) const;
-    [[nodiscard]] archive::URL packagePlace(const archive::URL &output,
-                                            const archive::URL &staging) const;
-    void removeOldPackage(const archive::URL &place) const;
 
     Services services_;
-    SandboxFiles files_;
-    JobProgress progress_;
     Observation imageObservation_;
     std::optional<Picture> imageBefore_;
     BackgroundWork decoding_;
     std::shared_ptr<JobCounter> jobs_;
-    bool isClearing_ = false;               ///< main thread
-    std::vector<Task> waitingForDocuments_; ///< main thread
-    bool isDecoding_ = false;               ///< main thread
-    std::vector<Task> waitingForImage_;     ///< main thread
+    Gate clearing_; ///< closed while the Documents folder is emptied
+    Gate decoded_;  ///< closed while a photo is decoded
     std::shared_ptr<const bool> isAlive_ = std::make_shared<const bool>(true);
 };
 

@@ -1,5 +1,6 @@
 import QtQuick
 import QtQuick.Layouts
+import QtQuick.Templates as T
 import Vellomir
 
 // The main screen. It shows the state and calls the state's actions; it holds no logic.
@@ -27,6 +28,7 @@ Rectangle {
         contentHeight: Math.max(height, column.implicitHeight + 2 * Style.padding)
         boundsBehavior: Flickable.StopAtBounds
         interactive: contentHeight > height
+        T.ScrollBar.vertical: VerticalScrollBar {}
 
         ColumnLayout {
             id: column
@@ -146,10 +148,6 @@ Rectangle {
         }
     }
 
-    ScrollMark {
-        panel: page
-    }
-
     FocusFollower {
         page: page
     }
@@ -182,5 +180,26 @@ Rectangle {
         id: alert
 
         launchState: screen.launchState
+    }
+
+    // Opens the about sheet. Its touch area is larger than the symbol.
+    component InfoButton: Pressable {
+        id: control
+
+        text: "About Vellomir"
+        pressedOpacity: 0.6
+        padding: 11
+
+        contentItem: SymbolImage {
+            symbol: "info.circle"
+            size: Style.title2Size
+        }
+
+        background: Item {
+            FocusRing {
+                anchors.margins: 4
+                isShown: control.visualFocus
+            }
+        }
     }
 }

@@ -1,8 +1,7 @@
 #include "Vellomir/ContentView/DocumentPickerManager.h"
 
-#include "files/WholeFile.h"
+#include "files/FileContent.h"
 
-#include <cerrno>
 #include <utility>
 
 namespace vellomir {
@@ -14,11 +13,11 @@ constexpr std::size_t pieceSize = std::size_t{64} << 10U;
 bool readToEnd(const FileDescriptor &file, const BackgroundWork::CancellationFlag &isCancelled) {
     std::vector<std::byte> buffer(pieceSize);
     while (!isCancelled) {
-        const ssize_t count = ::read(file.get(), buffer.data(), buffer.size());
-        if (count == 0)
-            return true;
-        if (count < 0 && errno != EINTR)
+        const auto count = readInto(file.get(), buffer);
+        if (!count)
             return false;
+        if (*count < buffer.size())
+            return true;
     }
     return false;
 }
@@ -28,7 +27,7 @@ bool isReadable(const archive::URL &url, const BackgroundWork::CancellationFlag 
         return false;
     try {
         const std::string path = url.path();
-        const FileDescriptor file(::open(path.c_str(), wholeFileFlags));
+        const FileDescriptor file = openFile(path, Access::read);
         static_cast<void>(regularFileSize(file, path));
         return readToEnd(file, isCancelled);
     } catch (const std::exception &) {
@@ -46,7 +45,7 @@ void AppLaunchView::DocumentPickerManager::documentPicker(
     const std::vector<archive::URL> &didPickDocumentsAt) {
     if (didPickDocumentsAt.empty())
         return;
-    isReading_ = true;
+    read_.close();
     reading_.start([this, url = didPickDocumentsAt.front()](const auto &isCancelled) -> Task {
         const bool succeeded = isReadable(url, isCancelled);
         return [this, url, succeeded] { finish(url, succeeded); };
@@ -57,16 +56,7 @@ void AppLaunchView::DocumentPickerManager::finish(const archive::URL &url, bool 
     console_(isReadable ? "File data read successfully" : "Error reading file");
     if (const auto action = callback; action && isReadable)
         action(url);
-    isReading_ = false;
-    for (const Task &task : std::exchange(waiting_, {}))
-        task();
-}
-
-void AppLaunchView::DocumentPickerManager::afterReading(Task task) {
-    if (isReading_)
-        waiting_.push_back(std::move(task));
-    else
-        task();
+    read_.open();
 }
 
 } // namespace vellomir

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Vellomir/Concurrency/BackgroundWork.h"
+#include "Vellomir/Concurrency/Gate.h"
 #include "Vellomir/ContentView/AppLaunchView.h"
 
 #include <functional>
@@ -24,15 +25,14 @@ public:
 
     /// Runs the task after the file that is being read has succeeded or failed, and after the
     /// callback; at once if no file is being read.
-    void afterReading(Task task);
+    void afterReading(Task task) { read_.whenOpen(std::move(task)); }
 
 private:
     void finish(const archive::URL &url, bool isReadable);
 
     Console console_;
     BackgroundWork reading_;
-    bool isReading_ = false;
-    std::vector<Task> waiting_;
+    Gate read_; ///< closed while a file is read
 };
 
 } // namespace vellomir

@@ -1,4 +1,5 @@
 import QtQuick
+import QtQuick.Templates as T
 import Vellomir
 
 // The status log. It grows with its lines up to 450 points, or less if there is less room, then it
@@ -19,11 +20,31 @@ Flickable {
     boundsBehavior: Flickable.StopAtBounds
     interactive: contentHeight > height
     activeFocusOnTab: !isEmpty
+    T.ScrollBar.vertical: VerticalScrollBar {
+        id: bar
+    }
 
     function scroll(distance: real): void {
         cancelFlick();
         contentY = Math.max(0, Math.min(contentY + distance, contentHeight - height));
         lookWhetherAtEnd();
+    }
+    function scrollByKey(key: int, modifiers: int): bool {
+        const line = 40;
+        const page = Math.max(line, height - line);
+        const distances = new Map([
+            [Qt.Key_Up, -line],
+            [Qt.Key_Down, line],
+            [Qt.Key_PageUp, -page],
+            [Qt.Key_PageDown, page],
+            [Qt.Key_Home, -Infinity],
+            [Qt.Key_End, Infinity]
+        ]);
+        if (!distances.has(key) || (modifiers !== Qt.NoModifier && modifiers !== Qt.KeypadModifier))
+            return false;
+        isClicked = false;
+        scroll(distances.get(key));
+        return true;
     }
     function lookWhetherAtEnd(): void {
         isAtEnd = contentY >= contentHeight - height - 1;
@@ -38,19 +59,21 @@ Flickable {
     Accessible.role: Accessible.List
     Accessible.name: "Status log"
 
-    LogKeys {
-        id: keys
-
-        pageHeight: panel.height
-        selection: selection
-        onScrolled: distance => {
-            panel.isClicked = false;
-            panel.scroll(distance);
-        }
+    Keys.onPressed: event => {
+        event.accepted = true;
+        if (event.matches(StandardKey.Copy))
+            selection.copy();
+        else if (event.matches(StandardKey.SelectAll))
+            selection.selectAll();
+        else
+            event.accepted = scrollByKey(event.key, event.modifiers);
     }
-    Keys.onPressed: event => keys.take(event)
 
     onMovementEnded: lookWhetherAtEnd()
+    onContentYChanged: {
+        if (bar.pressed)
+            lookWhetherAtEnd();
+    }
     onContentHeightChanged: keepEnd()
     onHeightChanged: keepEnd()
     onActiveFocusChanged: {
@@ -125,11 +148,6 @@ Flickable {
                 color: Style.faded(Style.logPanel, 0)
             }
         }
-    }
-
-    ScrollMark {
-        panel: panel
-        onMoved: panel.lookWhetherAtEnd()
     }
 
     Rectangle {

@@ -1,57 +1,50 @@
 #include "Vellomir/ContentView/SaveCopy.h"
 
-#include "archive/Archive.h"
 #include "files/Error.h"
 #include "files/FileCopy.h"
+#include "files/FileStatus.h"
+#include "files/ItemAttributes.h"
 #include "files/PendingFile.h"
 
 #include <cerrno>
 #include <optional>
-#include <sys/stat.h>
 
 namespace vellomir {
 namespace {
 
-using StatusCall = int (*)(const char *, struct stat *);
-
-std::optional<struct stat> status(StatusCall call, const std::string &path) {
-    struct stat status {};
-    if (call(path.c_str(), &status) == 0)
-        return status;
-    if (errno == ENOENT)
-        return std::nullopt;
-    throw readError(path, errno);
+/// None if there is no such item.
+std::optional<FileStatus> statusIfThere(const std::string &path, Links links) {
+    auto status = statusOf(path, links);
+    if (!status && errno != ENOENT)
+        throw readError(path, errno);
+    return status;
 }
 
-bool isSame(const std::optional<struct stat> &one, const struct stat &other) {
-    return one && one->st_dev == other.st_dev && one->st_ino == other.st_ino;
-}
-
-/// Whether what is there may make room. A link to the file that is copied may: the file stays.
+/// Whether an existing item may be replaced. A link to the file that is copied may: the file stays.
 void requireReplaceable(const std::string &from, const std::string &to) {
-    const auto existing = status(::lstat, to);
+    const auto existing = statusIfThere(to, Links::refuse);
     if (!existing)
         return;
-    if (isSame(status(::lstat, from), *existing) || isSame(status(::stat, from), *existing))
+    if (isSameItem(statusIfThere(from, Links::refuse), existing) ||
+        isSameItem(statusIfThere(from, Links::follow), existing))
         throw Error(FileError::fileWriteFileExists,
                     {.path = to, .detail = "A file cannot be saved as a copy of itself"});
-    if (!S_ISREG(existing->st_mode) && !S_ISLNK(existing->st_mode))
+    if (!existing->isRegularFile() && !existing->isLink())
         throw Error(FileError::fileWriteFileExists,
                     {.path = to,
-                     .detail = S_ISDIR(existing->st_mode)
-                                   ? "A folder of this name is in the way"
-                                   : "Something that is no file is in the way"});
+                     .detail = existing->isFolder() ? "A folder of this name is in the way"
+                                                    : "Something that is no file is in the way"});
 }
 
 void throwIfCancelled(const archive::Progress *progress, const std::string &path) {
-    if (progress != nullptr && progress->isCancelled())
-        throw Error(archive::Archive::ArchiveError::cancelledOperation, {.path = path});
+    if (progress != nullptr)
+        progress->throwIfCancelled(path);
 }
 
 /// As far as the file system can: that of a memory stick knows no permissions.
 void copyPermissions(const std::string &from, const std::string &to) {
-    if (const auto source = status(::stat, from))
-        static_cast<void>(::chmod(to.c_str(), source->st_mode & 0777U));
+    if (const auto source = statusIfThere(from, Links::follow))
+        setPermissions(ItemName(to), source->permissions() & 0777U);
 }
 
 } // namespace

@@ -5,9 +5,9 @@
 
 namespace vellomir {
 
-/// Copies a regular file to where the user wants to have it, with its permissions where the file
-/// system knows any. A file or a link that stands there is replaced in one step when the copy is
-/// whole; until then, and if anything fails, it stays as it was, and nothing else is left over.
+/// Copies a regular file to a place of the user's choice, with its permissions if the file system
+/// has any. An existing file or link is replaced in one step when the copy is
+/// whole; until then, and if anything fails, it is unchanged, and nothing else is left behind.
 ///
 /// Any thread; takes as long as copying takes. `progress` may be null; it is only asked whether it
 /// is cancelled, which throws `ArchiveError::cancelledOperation`. Throws a `FileError` with the

@@ -38,7 +38,7 @@ void AppLaunchView::onAppear() {
 }
 
 void AppLaunchView::selectFile() {
-    if (isLoading.get() || isClearing_)
+    if (isLoading.get() || !clearing_.isOpen())
         return;
     clearDocumentsAndThen([this] {
         if (!services_.presentDocumentPicker)
@@ -52,16 +52,17 @@ void AppLaunchView::selectFile() {
 }
 
 bool AppLaunchView::openDocuments(const std::vector<URL> &urls) {
-    if (isLoading.get() || isClearing_ || urls.empty())
+    if (isLoading.get() || !clearing_.isOpen() || urls.empty())
         return false;
     if (isInside(urls.front(), services_.sandbox.root())) {
-        services_.tell(urls.front().lastPathComponent() +
-                       " lies in a folder that is emptied when a file is opened. Save a copy of it "
-                       "somewhere else first.");
+        services_.showMessage(
+            urls.front().lastPathComponent() +
+            " lies in a folder that is emptied when a file is opened. Save a copy of it "
+            "somewhere else first.");
         return false;
     }
     if (urls.size() > 1)
-        services_.tell(
+        services_.showMessage(
             "Only one file can be opened at a time. " + urls.front().lastPathComponent() +
             " was taken, the other " +
             (urls.size() == 2 ? "file was" : std::to_string(urls.size() - 1) + " files were") +
@@ -72,23 +73,18 @@ bool AppLaunchView::openDocuments(const std::vector<URL> &urls) {
 
 /// In the background: deleting an unpacked package of many files would block the window.
 void AppLaunchView::clearDocumentsAndThen(Task next) {
-    isClearing_ = true;
-    services_.backgroundQueue([this, next = std::move(next), token = jobs_->startJob()] {
+    clearing_.close();
+    clearing_.whenOpen(std::move(next));
+    services_.backgroundQueue([this, token = jobs_->startJob()] {
         clearDocuments();
-        services_.mainQueue(whileAlive([this, next] {
-            isClearing_ = false;
-            next();
-            for (Task &task : std::exchange(waitingForDocuments_, {}))
-                whenFileIsSettled(std::move(task));
-        }));
+        services_.mainQueue(whileAlive([this] { clearing_.open(); }));
     });
 }
 
-void AppLaunchView::whenFileIsSettled(Task task) {
-    if (isClearing_)
-        waitingForDocuments_.push_back(std::move(task));
-    else
-        documentPickerManager->afterReading(std::move(task));
+/// Runs the task when no file is about to be read.
+void AppLaunchView::whenFileIsRead(Task task) {
+    clearing_.whenOpen(
+        [this, task = std::move(task)] { documentPickerManager->afterReading(task); });
 }
 
 } // namespace vellomir

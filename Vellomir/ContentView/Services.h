@@ -3,12 +3,10 @@
 #include "Vellomir/Concurrency/Queue.h"
 #include "Vellomir/Sandbox/Sandbox.h"
 #include "archive/Progress.h"
-#include "archive/TextEncoding.h"
 #include "archive/URL.h"
-#include "files/FolderItems.h"
 
+#include <functional>
 #include <memory>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -42,11 +40,7 @@ struct Services {
     };
     /// Shows a message of one or two sentences to the user, for events that neither the log nor the
     /// screen shows. Main thread.
-    std::function<void(const std::string &message)> tell = [](const std::string &) {};
-    /// Lists folders when the job looks for the bundle; replaced in tests.
-    ListFolder listFolder = folderItems;
-    /// The encoding of names in the package; without it, each entry's flag decides.
-    std::optional<archive::TextEncoding> nameEncoding = std::nullopt;
+    std::function<void(const std::string &message)> showMessage = [](const std::string &) {};
 };
 
 } // namespace vellomir

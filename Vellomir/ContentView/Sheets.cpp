@@ -50,7 +50,7 @@ ImageCropperView AppLaunchView::imageCropperView() {
 }
 
 void AppLaunchView::pickedImage(const archive::URL &url) {
-    isDecoding_ = true;
+    decoded_.close();
     decoding_.start([this, url](const auto &isCancelled) -> Task {
         std::optional<Picture> picture;
         std::exception_ptr failure;
@@ -59,12 +59,12 @@ void AppLaunchView::pickedImage(const archive::URL &url) {
         } catch (...) {
             failure = std::current_exception();
         }
-        // The reason is put into words on the main thread: this object may have gone by now.
+        // The reason is worded on the main thread, because this object may be destroyed by now.
         return [this, picture = std::move(picture), failure = std::move(failure)] {
             if (failure)
                 reportPicture(failure);
             imagePicker().makeCoordinator()->imagePickerController(picture);
-            finishDecoding();
+            decoded_.open();
         };
     });
 }
@@ -73,29 +73,16 @@ void AppLaunchView::reportPicture(const std::exception_ptr &failure) {
     try {
         std::rethrow_exception(failure);
     } catch (const std::exception &error) {
-        const std::string text = reason(error);
+        const std::string text = newJob().reason(error);
         services_.console("Error reading picture: " + text);
-        services_.tell(text + ". The icon stays as it was.");
+        services_.showMessage(text + ". The icon stays as it was.");
     }
 }
 
 void AppLaunchView::imagePickerCancelled() {
     decoding_.cancel();
     imagePicker().makeCoordinator()->imagePickerControllerDidCancel();
-    finishDecoding();
-}
-
-void AppLaunchView::finishDecoding() {
-    isDecoding_ = false;
-    for (Task &task : std::exchange(waitingForImage_, {}))
-        task();
-}
-
-void AppLaunchView::whenImageIsSettled(Task task) {
-    if (isDecoding_)
-        waitingForImage_.push_back(std::move(task));
-    else
-        task();
+    decoded_.open();
 }
 
 /// Opens the cropper for a picked image. The square that the cropper makes is a change too, and

@@ -41,4 +41,9 @@ std::string errorText(const std::exception &error, const Renaming &rename) {
     return Error(known->code(), std::move(context)).what();
 }
 
+std::string rawText(const std::exception &error, const std::string &description) {
+    const auto *known = dynamic_cast<const Error *>(&error);
+    return (known == nullptr ? std::string() : known->name() + ": ") + description;
+}
+
 } // namespace vellomir

@@ -15,4 +15,7 @@ using Renaming = std::function<void(ErrorContext &context)>;
 /// system's reason where the first words say the same. Other exceptions: `what()`.
 [[nodiscard]] std::string errorText(const std::exception &error, const Renaming &rename);
 
+/// The error for the console: its name in the source, if it has one, and this description.
+[[nodiscard]] std::string rawText(const std::exception &error, const std::string &description);
+
 } // namespace vellomir

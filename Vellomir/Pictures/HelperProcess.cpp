@@ -5,6 +5,7 @@
 #include "Vellomir/Pictures/PictureBytes.h"
 #include "archive/Archive.h"
 #include "files/FileDescriptor.h"
+#include "files/FileStatus.h"
 
 #include <cerrno>
 #include <csignal>
@@ -94,7 +95,7 @@ void requireSuccess(const HelperRun &run, int status) {
 } // namespace
 
 void runHelper(const HelperRun &run, const Cancellation &isCancelled) {
-    if (::access(run.program.c_str(), X_OK) != 0)
+    if (!isAllowed(Permission::execute, run.program))
         throwMissing(run.program, errno);
     Life life;
     const pid_t process = startHelper(run, life.held.get());

@@ -2,6 +2,7 @@
 
 #include "Vellomir/Pictures/PictureBytes.h"
 #include "Vellomir/Pictures/PictureLimits.h"
+#include "files/FileContent.h"
 
 #include <cerrno>
 #include <cstring>
@@ -18,7 +19,7 @@ constexpr std::size_t longestRefusal = 300;
 }
 
 void writeRecord(int descriptor, const HelperRecord &record) {
-    if (::ftruncate(descriptor, 0) != 0 || ::lseek(descriptor, 0, SEEK_SET) != 0)
+    if (!emptyFile(descriptor))
         throw PictureFault("There is no room for the picture: " +
                            std::generic_category().message(errno));
     writeAll(descriptor, std::as_bytes(std::span(&record, 1)));

@@ -3,7 +3,7 @@
 #include "Vellomir/Pictures/PictureBytes.h"
 #include "Vellomir/Pictures/PictureHelper.h"
 #include "files/ErrorCategory.h"
-#include "files/WholeFile.h"
+#include "files/FileContent.h"
 
 #include <array>
 
@@ -37,7 +37,7 @@ std::error_code make_error_code(PictureError error) {
 Picture Picture::read(const archive::URL &url, const DecodingOptions &options,
                       const Cancellation &isCancelled) {
     const std::string path = url.path();
-    const FileDescriptor file(::open(path.c_str(), wholeFileFlags));
+    const FileDescriptor file = openFile(path, Access::read);
     const std::uint64_t size = regularFileSize(file, path);
     if (size > maximumPictureFile)
         throw Error(FileError::fileReadTooLarge, {.path = path});

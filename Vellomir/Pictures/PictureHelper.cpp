@@ -1,6 +1,7 @@
 #include "Vellomir/Pictures/PictureHelper.h"
 
 #include "Vellomir/Pictures/PictureLimits.h"
+#include "files/FileStatus.h"
 
 #include <algorithm>
 #include <array>
@@ -27,7 +28,7 @@ std::array<fs::path, 2> places() {
 PictureHelper PictureHelper::find() {
     const auto all = places();
     const auto *const found = std::find_if(all.begin(), all.end(), [](const fs::path &place) {
-        return ::access(place.c_str(), X_OK) == 0;
+        return isAllowed(Permission::execute, place.string());
     });
     return PictureHelper((found == all.end() ? all.front() : *found).string());
 }

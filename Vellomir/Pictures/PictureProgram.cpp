@@ -3,7 +3,7 @@
 #include "Vellomir/Pictures/PictureBytes.h"
 #include "Vellomir/Pictures/PictureDecoder.h"
 #include "Vellomir/Pictures/PictureGeometry.h"
-#include "files/WholeFile.h"
+#include "files/FileContent.h"
 
 #include <charconv>
 #include <cstdlib>
@@ -43,7 +43,8 @@ void limitMemory(std::int64_t pixels) {
 
 void decodeInput(const DecodingOptions &options) {
     const FileDescriptor input(helperInput);
-    ::lseek(input.get(), 0, SEEK_SET); // It may have been written through the same descriptor.
+    // It may have been written by the same descriptor.
+    static_cast<void>(rewindFile(input.get()));
     const archive::Data bytes(readWholeFile(input, "picture", maximumPictureFile));
     writeBitmap(helperOutput, decodePicture(bytes, options, limitMemory));
 }

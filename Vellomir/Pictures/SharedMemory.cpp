@@ -1,10 +1,12 @@
 #include "Vellomir/Pictures/SharedMemory.h"
 
 #include "Vellomir/Pictures/PictureBytes.h"
+#include "files/FileContent.h"
+#include "files/FileStatus.h"
 
 #include <cerrno>
+#include <fcntl.h>
 #include <sys/mman.h>
-#include <sys/stat.h>
 #include <system_error>
 
 namespace vellomir {
@@ -16,10 +18,10 @@ namespace {
 }
 
 std::size_t sizeOf(int descriptor) {
-    struct stat status {};
-    if (::fstat(descriptor, &status) != 0)
+    const auto status = statusOf(descriptor);
+    if (!status)
         throwNoMemory();
-    return static_cast<std::size_t>(status.st_size);
+    return static_cast<std::size_t>(status->size());
 }
 
 } // namespace
@@ -32,14 +34,8 @@ FileDescriptor makeSharedMemory() {
 }
 
 void writeAll(int descriptor, std::span<const std::byte> bytes) {
-    while (!bytes.empty()) {
-        const ssize_t count = ::write(descriptor, bytes.data(), bytes.size());
-        if (count < 0 && errno == EINTR)
-            continue;
-        if (count <= 0)
-            throwNoMemory();
-        bytes = bytes.subspan(static_cast<std::size_t>(count));
-    }
+    if (!writeFully(descriptor, bytes))
+        throwNoMemory();
 }
 
 void seal(int descriptor) {

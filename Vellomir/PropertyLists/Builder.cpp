@@ -59,8 +59,8 @@ std::size_t textSizeOf(const PropertyListValue &value) {
 } // namespace
 
 void requireNotCancelled(const archive::Progress *progress) {
-    if (progress != nullptr && progress->isCancelled())
-        throw Error(archive::Archive::ArchiveError::cancelledOperation);
+    if (progress != nullptr)
+        progress->throwIfCancelled();
 }
 
 void PropertyListBuilder::poll() {

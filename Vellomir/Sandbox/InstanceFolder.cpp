@@ -2,16 +2,17 @@
 
 #include "Vellomir/Sandbox/SandboxFiles.h"
 #include "files/Error.h"
+#include "files/FileContent.h"
+#include "files/FileLock.h"
+#include "files/FileStatus.h"
+#include "files/FolderChanges.h"
 #include "files/FolderItems.h"
 #include "files/WorkingFolder.h"
 
 #include <algorithm>
 #include <cerrno>
-#include <fcntl.h>
-#include <filesystem>
+#include <span>
 #include <string_view>
-#include <sys/file.h>
-#include <sys/stat.h>
 #include <vector>
 
 namespace vellomir {
@@ -19,44 +20,31 @@ namespace {
 
 using archive::URL;
 
-/// Many more windows than anybody opens, so that a file system whose locks never work ends this.
+/// Many more windows than a user opens: ends the search where locks never work.
 constexpr int maximumCount = 1000;
 
-/// For the owner only, unless it is there already.
-void makePrivateFolder(const std::string &path) {
-    if (::mkdir(path.c_str(), S_IRWXU) != 0 && errno != EEXIST)
-        throw writeError(path, errno);
-}
-
 bool isRealFolder(const std::string &path) {
-    struct stat status {};
-    if (::lstat(path.c_str(), &status) != 0)
-        throw readError(path, errno);
-    return S_ISDIR(status.st_mode);
+    return requireStatus(path, Links::refuse, path).isFolder();
 }
 
 void makeDataFolder(const std::string &path) {
-    std::error_code error;
-    std::filesystem::create_directories(std::filesystem::path(path).parent_path(), error);
-    if (error)
-        throw writeError(path, error.value());
+    makeFolders(folderOf(path), path);
     makePrivateFolder(path);
 }
 
-constexpr int lockFlags = O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
-
-/// None if another one holds it.
-FileDescriptor lock(const std::string &path, int flags = lockFlags) {
-    FileDescriptor file(::open(path.c_str(), flags, S_IRUSR | S_IWUSR));
+/// Locks a file that `openFile` or `createFile` opened. None if another process holds the lock.
+FileDescriptor lock(FileDescriptor file, const std::string &path) {
     if (!file.isOpen())
         throw writeError(path, errno);
-    while (::flock(file.get(), LOCK_EX | LOCK_NB) != 0) {
-        if (errno == EWOULDBLOCK)
-            return {};
-        if (errno != EINTR)
-            throw writeError(path, errno);
+    switch (tryToLock(file.get())) {
+    case LockAttempt::locked:
+        return file;
+    case LockAttempt::taken:
+        return {};
+    case LockAttempt::unsupported:
+        break;
     }
-    return file;
+    throw writeError(path, errno);
 }
 
 // While its program runs, a lock file holds a mark, the path of the result, a zero byte, and the
@@ -65,19 +53,19 @@ FileDescriptor lock(const std::string &path, int flags = lockFlags) {
 constexpr std::string_view runningMark = "running\n";
 
 void setRecord(const FileDescriptor &lock, const std::string &text) {
-    if (::ftruncate(lock.get(), 0) == 0)
-        static_cast<void>(::pwrite(lock.get(), text.data(), text.size(), 0) >= 0);
+    if (emptyFile(lock.get()))
+        static_cast<void>(writeFully(lock.get(), std::as_bytes(std::span(text))));
 }
 
+/// Of a lock file that was just opened.
 std::string record(const FileDescriptor &lock) {
     std::string text(std::size_t{1} << 16U, '\0');
-    const ssize_t size = ::pread(lock.get(), text.data(), text.size(), 0);
-    text.resize(size > 0 ? static_cast<std::size_t>(size) : 0);
+    text.resize(readInto(lock.get(), std::as_writable_bytes(std::span(text))).value_or(0));
     return text;
 }
 
-/// Removes all but the file with this path, and the folders that it is in; goes on behind what
-/// cannot be removed.
+/// Removes all but the file with this path, and the folders that it is in. Skips items that cannot
+/// be removed.
 void clear(const SandboxFiles &files, const URL &folder, const std::string &kept) {
     std::vector<URL> children;
     try {
@@ -89,19 +77,19 @@ void clear(const SandboxFiles &files, const URL &folder, const std::string &kept
         if (kept != child.path() && !kept.starts_with(child.path() + '/'))
             try {
                 files.remove(child);
-            } catch (const Error &) { // the next one tries again
+            } catch (const Error &) { // the next window tries again
             }
 }
 
-/// Removes what was left of copies; goes on if that cannot be done.
+/// Removes incomplete copies. A failure is no error.
 void clearSaving(const std::string &folder) {
     try {
         WorkingFolder::removeAbandoned(folder);
-    } catch (const Error &) { // it has gone
+    } catch (const Error &) { // the folder was removed
     }
 }
 
-/// Removes what a killed program left. Its lock is held.
+/// Removes the files of a killed program. The caller holds its lock.
 void clearAfterKill(const URL &folder, const FileDescriptor &lock) {
     const std::string text = record(lock);
     if (text.empty() || !isRealFolder(folder.path()))
@@ -117,20 +105,22 @@ void clearAfterKill(const URL &folder, const FileDescriptor &lock) {
     setRecord(lock, "");
 }
 
-/// The folders whose programs are gone. Those in use are locked.
+/// Clears the folders whose programs have ended. Those in use are locked.
 void clearAbandoned(const std::string &dataFolder) {
     constexpr std::string_view extension = ".lock";
-    const FileDescriptor opened(::open(dataFolder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    const FileDescriptor opened = openFolder(dataFolder, FolderUse::list, Links::follow);
     if (!opened.isOpen())
-        return; // taking a folder fails, and says why
+        return; // taking a folder fails with the reason
     for (const FolderItem &item : folderItems(opened.get(), dataFolder)) {
         if (!item.name.ends_with(extension))
             continue;
         const std::string path = dataFolder + '/' + item.name;
         try {
-            if (const FileDescriptor held = lock(path); held.isOpen())
+            if (const FileDescriptor held =
+                    lock(openFile(path, Access::readAndWrite, Links::refuse), path);
+                held.isOpen())
                 clearAfterKill(URL::folder(path.substr(0, path.size() - extension.size())), held);
-        } catch (const Error &) { // no lock of ours
+        } catch (const Error &) { // not a lock file of this program
         }
     }
 }
@@ -168,13 +158,14 @@ void InstanceFolder::writeRecord() const {
 /// Locks a file beside the folder, which must never be deleted: a new file of that name would be
 /// another inode, with a lock of its own. Leaves everything alone if the path is no folder.
 bool InstanceFolder::take(const URL &folder) {
-    lock_ = lock(folder.path() + ".lock", lockFlags | O_CREAT);
+    const std::string path = folder.path() + ".lock";
+    lock_ = lock(createFile(path, Access::readAndWrite, S_IRUSR | S_IWUSR, IfThere::open), path);
     if (!lock_.isOpen())
         return false;
     makePrivateFolder(folder.path());
     if (!isRealFolder(folder.path()))
         return false;
-    clearAfterKill(folder, lock_); // killed since the others were looked at
+    clearAfterKill(folder, lock_); // its program may have been killed just now
     url_ = folder;
     recordResult(std::nullopt);
     return true;

@@ -2,10 +2,10 @@
 
 #include "Vellomir/Sandbox/SandboxFiles.h"
 #include "Vellomir/Sandbox/SandboxPath.h"
-#include "archive/Archive.h"
 #include "files/Error.h"
+#include "files/FileContent.h"
 #include "files/FileCopy.h"
-#include "files/WholeFile.h"
+#include "files/FolderChanges.h"
 
 #include <cerrno>
 
@@ -15,7 +15,7 @@ namespace {
 using archive::URL;
 
 OpenFile openSource(const std::string &path, archive::Progress *progress) {
-    FileDescriptor source(::open(path.c_str(), wholeFileFlags));
+    FileDescriptor source = openFile(path, Access::read);
     const std::uint64_t size = regularFileSize(source, path);
     if (progress != nullptr)
         progress->setTotalUnitCount(static_cast<std::int64_t>(size));
@@ -28,26 +28,22 @@ BeforeChunk counting(archive::Progress *progress, const std::string &path) {
     return [progress, path](std::size_t copied) {
         if (copied > 0)
             progress->addCompletedUnitCount(static_cast<std::int64_t>(copied));
-        if (progress->isCancelled())
-            throw Error(archive::Archive::ArchiveError::cancelledOperation, {.path = path});
+        progress->throwIfCancelled(path);
     };
 }
 
 /// Removes what was copied if that fails.
 void copyTo(const SandboxPlace &place, const std::string &path, const OpenFile &source,
             const BeforeChunk &beforeChunk) {
-    OpenFile target{{}, path};
-    target.descriptor =
-        FileDescriptor(::openat(place.folder.get(), place.name.c_str(),
-                                O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
+    OpenFile target{createFile(place.itemName(), Access::write, S_IRUSR | S_IWUSR), path};
     if (!target.descriptor.isOpen())
         throw writeError(path, errno);
     try {
         copyContent(source, target, beforeChunk);
-        if (::close(target.descriptor.release()) != 0 && errno != EINTR)
+        if (!target.descriptor.close())
             throw writeError(path, errno);
     } catch (...) {
-        ::unlinkat(place.folder.get(), place.name.c_str(), 0);
+        static_cast<void>(removeFile(place.itemName()));
         throw;
     }
 }

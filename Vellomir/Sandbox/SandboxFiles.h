@@ -14,11 +14,11 @@
 
 namespace vellomir {
 
-/// Files below one root folder, and nowhere else: names are walked one by one from the root, links
-/// are followed only as far as they stay below it, and what leads out is refused with
+/// Access to files below one root folder only. Each path is walked name by name from the root.
+/// Links are followed only if they stay below it; other paths are refused with
 /// `FileError::fileReadInvalidFileName`. All errors are `FileError`s with the path.
 ///
-/// No state but the root; any thread. Trees may be of any depth.
+/// For any thread. Trees may have any depth.
 class SandboxFiles {
 public:
     using ProgressPointer = std::shared_ptr<archive::Progress>;
@@ -27,7 +27,7 @@ public:
     /// the folders of a search.
     explicit SandboxFiles(archive::URL root, ListFolder list = folderItems);
 
-    /// Throws if nothing is there, or only a link that dangles or leads out.
+    /// Throws if there is no such item, or only a link that dangles or leads out.
     void requireItem(const archive::URL &url) const;
     /// The same, and throws for a folder.
     void requireFile(const archive::URL &url) const;
@@ -43,24 +43,24 @@ public:
 
     /// The folder and all missing ones above it; an existing folder is welcome.
     void createFolder(const archive::URL &url) const;
-    /// Copies a regular file from anywhere to a new one inside, in the place of whatever is there.
-    /// What was copied is removed again if that fails. Throws `ArchiveError::cancelledOperation`
-    /// when the progress is cancelled.
+    /// Copies a regular file from anywhere to a new one inside, and replaces an item of that name.
+    /// Removes an incomplete copy. Throws `ArchiveError::cancelledOperation` when the progress is
+    /// cancelled.
     void copyIn(const archive::URL &from, const archive::URL &to,
                 const ProgressPointer &progress) const;
     /// Moves an item; nothing is overwritten. A link moves itself.
     void move(const archive::URL &from, const archive::URL &to) const;
-    /// Removes an item with everything in it, folders without write permission too. A link goes
-    /// itself, not what it leads to.
+    /// Removes an item with everything in it, also folders without write permission. Of a link only
+    /// the link is removed.
     void remove(const archive::URL &url) const;
-    /// The same, content with finding nothing there.
+    /// The same; does nothing if there is no such item.
     void removeIfThere(const archive::URL &url) const;
 
     /// The direct children, in the order of the file system.
     [[nodiscard]] std::vector<archive::URL> children(const archive::URL &folder) const;
     /// The first item below the folder that passes the test, a folder before its content, otherwise
-    /// in the order of `sortForWalk`. Links are reported and not entered; what cannot be
-    /// read is skipped.
+    /// in the order of `sortForWalk`. Links are reported and not entered; folders that
+    /// cannot be read are skipped.
     [[nodiscard]] std::optional<archive::URL>
     findFirst(const archive::URL &folder,
               const std::function<bool(const archive::URL &)> &test) const;

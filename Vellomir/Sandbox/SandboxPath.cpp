@@ -1,17 +1,12 @@
 #include "Vellomir/Sandbox/SandboxPath.h"
 
 #include "files/Error.h"
+#include "files/FolderChanges.h"
 
-#include <algorithm>
-#include <array>
 #include <cerrno>
-#include <climits>
-#include <fcntl.h>
 
 namespace vellomir {
 namespace {
-
-constexpr int pathFlags = O_PATH | O_NOFOLLOW | O_CLOEXEC;
 
 /// Cuts the folder off the path if the path lies below it.
 bool removeFolder(std::string_view &path, std::string_view folder) {
@@ -25,13 +20,6 @@ bool removeFolder(std::string_view &path, std::string_view folder) {
 }
 
 } // namespace
-
-std::optional<struct stat> SandboxPlace::status() const {
-    struct stat status {};
-    if (::fstatat(folder.get(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0)
-        return std::nullopt;
-    return status;
-}
 
 SandboxPath::SandboxPath(const archive::URL &root, const archive::URL &url)
     : rootPath_(root.path()), path_(url.path()) {
@@ -74,18 +62,17 @@ SandboxPlace SandboxPath::item(const archive::URL &root, const archive::URL &url
 SandboxPath::Item SandboxPath::open(const std::string &name, MissingFolders missingFolders) const {
     if (stepsLeft_ == 0)
         throw readError(path_, ELOOP);
-    const int folder = folder_.get();
-    Item item{FileDescriptor(::openat(folder, name.c_str(), pathFlags))};
+    const ItemName place(folder_.get(), name);
+    Item item{openItem(place)};
     if (!item.descriptor.isOpen() && errno == ENOENT && missingFolders == MissingFolders::make) {
-        if (::mkdirat(folder, name.c_str(), 0777) != 0 && errno != EEXIST)
+        if (!makeFolder(place, 0777) && errno != EEXIST)
             throw writeError(path_, errno);
-        item.descriptor = FileDescriptor(::openat(folder, name.c_str(), pathFlags));
+        item.descriptor = openItem(place);
     }
-    struct stat status {};
-    if (item.descriptor.isOpen() ? ::fstat(item.descriptor.get(), &status) != 0
-                                 : errno != ENOENT || !names_.empty())
+    if (item.descriptor.isOpen())
+        item.mode = requireStatus(item.descriptor.get(), path_).mode();
+    else if (errno != ENOENT || !names_.empty())
         throw readError(path_, errno);
-    item.mode = status.st_mode;
     return item;
 }
 
@@ -96,8 +83,8 @@ void SandboxPath::enter(Item item, std::string name) {
     folderNames_.push_back(std::move(name));
 }
 
-/// By walking the names above once more: one open folder serves for any depth, and ".." of the
-/// system's would lead wherever the folder has been moved meanwhile.
+/// Walks the names above once more. So one open folder is enough at any depth; the ".." of the
+/// system could lead outside after the folder was moved.
 void SandboxPath::enterParent() {
     if (folderNames_.empty())
         refuse();
@@ -109,11 +96,10 @@ void SandboxPath::enterParent() {
 void SandboxPath::followLink(const Item &link) {
     if (linksLeft_-- == 0)
         throw readError(path_, ELOOP);
-    std::array<char, PATH_MAX> buffer{};
-    const ssize_t length = ::readlinkat(link.descriptor.get(), "", buffer.data(), buffer.size());
-    if (length < 0)
+    const auto text = readLink({link.descriptor.get(), ""});
+    if (!text)
         throw readError(path_, errno);
-    std::string_view target(buffer.data(), static_cast<std::size_t>(length));
+    std::string_view target = *text;
     if (target.starts_with('/')) {
         if (!removeFolder(target, rootPath_))
             refuse();
@@ -125,7 +111,7 @@ void SandboxPath::followLink(const Item &link) {
 /// Back to the root.
 void SandboxPath::restart() {
     folderNames_.clear();
-    folder_ = FileDescriptor(::open(rootPath_.c_str(), pathFlags | O_DIRECTORY));
+    folder_ = openFolder(rootPath_, FolderUse::names);
     if (!folder_.isOpen())
         throw readError(rootPath_, errno);
 }

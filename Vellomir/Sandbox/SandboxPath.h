@@ -2,18 +2,17 @@
 
 #include "archive/URL.h"
 #include "files/FileDescriptor.h"
+#include "files/FileStatus.h"
 
 #include <deque>
 #include <optional>
 #include <string>
 #include <string_view>
-#include <sys/stat.h>
 #include <vector>
 
 namespace vellomir {
 
-/// A name in an open folder: what the `at` calls of the system take. The name is "." if the path
-/// ends at the folder itself, never "..".
+/// A name in an open folder. The name is "." if the path ends at the folder itself, never "..".
 struct SandboxPlace {
     FileDescriptor folder;
     std::string name;
@@ -22,13 +21,17 @@ struct SandboxPlace {
     [[nodiscard]] std::string path() const {
         return name == "." ? folderPath : folderPath + '/' + name;
     }
-    /// Of the item itself, if it is a link. Nothing, and errno, if it cannot be told.
-    [[nodiscard]] std::optional<struct stat> status() const;
+    /// For the functions of the file layer; refers to this object.
+    [[nodiscard]] ItemName itemName() const { return {folder.get(), name}; }
+    /// Of the item itself, if it is a link. None, with errno, if that fails.
+    [[nodiscard]] std::optional<FileStatus> status() const {
+        return statusOf(itemName(), Links::refuse);
+    }
 };
 
 /// Walks one path from the root of a sandbox, name by name, each from the descriptor of the folder
-/// before it, so that a folder exchanged for a link meanwhile leads nowhere else. Links are
-/// followed by their text as long as they stay below the root.
+/// before it: a folder that another program replaces by a link meanwhile cannot lead outside. Links
+/// are followed by their text if they stay below the root.
 class SandboxPath {
 public:
     enum class FinalLink { follow, keep };
@@ -61,11 +64,11 @@ private:
     std::string rootPath_;
     std::string path_;
     std::deque<std::string> names_;        ///< still to walk
-    FileDescriptor folder_;                ///< where the walk has come to
-    std::vector<std::string> folderNames_; ///< from the root to there
+    FileDescriptor folder_;                ///< the current folder of the walk
+    std::vector<std::string> folderNames_; ///< from the root to the current folder
     int linksLeft_ = 40;
-    /// Names that may still be opened. Every ".." in a link opens all names above it again, so that
-    /// a few links could ask for millions.
+    /// Names that may still be opened. Every ".." in a link opens all names above it again, so a
+    /// few links could need millions of steps.
     int stepsLeft_ = 20'000;
 };
 

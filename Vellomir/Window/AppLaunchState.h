@@ -37,6 +37,7 @@ class AppLaunchState : public QObject {
     Q_PROPERTY(int percent READ percent NOTIFY percentChanged)
     Q_PROPERTY(bool isProcessing READ isProcessing NOTIFY isProcessingChanged)
     Q_PROPERTY(QString errorMessage READ errorMessage NOTIFY errorMessageChanged)
+    // Types of the module by their full names: Qt's checker finds them only so.
     Q_PROPERTY(vellomir::LogModel *logMessages READ logMessages CONSTANT)
     Q_PROPERTY(
         bool showInfoSheet READ showInfoSheet WRITE setShowInfoSheet NOTIFY showInfoSheetChanged)

@@ -1,12 +1,15 @@
 #include "Vellomir/Window/LogModel.h"
 
-#include <algorithm>
+#include <utility>
 
 namespace vellomir {
 
 LogModel::LogModel(LogMessages &log, QObject *parent) : QAbstractListModel(parent) {
-    for (const std::string &line : log.get())
-        rows_.push_back({QString::fromStdString(line), false});
+    for (const std::string &each : log.get()) {
+        const QString line = QString::fromStdString(each);
+        rows_.push_back({line, false});
+        lines_.insert(line);
+    }
     observation_ = log.observe([this](const LogChange &change) { apply(change); });
 }
 
@@ -46,26 +49,22 @@ void LogModel::append(const std::vector<std::string> &lines) {
     beginInsertRows({}, first, first + static_cast<int>(lines.size()) - 1);
     for (const std::string &each : lines) {
         const QString line = QString::fromStdString(each);
-        const bool appears = !contains(rows_, line);
-        rows_.push_back({line, appears});
+        rows_.push_back({line, !lines_.contains(line)});
+        lines_.insert(line);
     }
     endInsertRows();
 }
 
 void LogModel::replace(const std::vector<std::string> &lines) {
     beginResetModel();
-    std::vector<Row> rows;
+    rows_.clear();
+    const QSet<QString> before = std::exchange(lines_, {});
     for (const std::string &each : lines) {
         const QString line = QString::fromStdString(each);
-        rows.push_back({line, !contains(rows_, line) && !contains(rows, line)});
+        rows_.push_back({line, !before.contains(line) && !lines_.contains(line)});
+        lines_.insert(line);
     }
-    rows_ = std::move(rows);
     endResetModel();
-}
-
-bool LogModel::contains(const std::vector<Row> &rows, const QString &line) {
-    return std::any_of(rows.begin(), rows.end(),
-                       [&line](const Row &row) { return row.line == line; });
 }
 
 } // namespace vellomir

@@ -3,6 +3,7 @@
 #include "Vellomir/ContentView/LogMessages.h"
 
 #include <QAbstractListModel>
+#include <QSet>
 #include <QtQml/qqmlregistration.h>
 
 namespace vellomir {
@@ -34,9 +35,9 @@ private:
     void apply(const LogChange &change);
     void append(const std::vector<std::string> &lines);
     void replace(const std::vector<std::string> &lines);
-    [[nodiscard]] static bool contains(const std::vector<Row> &rows, const QString &line);
 
     std::vector<Row> rows_;
+    QSet<QString> lines_; ///< of all rows
     Observation observation_;
 };
 

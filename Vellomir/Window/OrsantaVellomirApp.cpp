@@ -135,7 +135,7 @@ Services OrsantaVellomirApp::services(const Surroundings &surroundings) {
                 [](const std::string &path) {
                     return abbreviatedPath(QString::fromStdString(path)).toStdString();
                 },
-            .tell =
+            .showMessage =
                 [this](const std::string &message) {
                     if (state_)
                         state_->setAlert(QString::fromStdString(message));

@@ -1,5 +1,5 @@
 #include "Vellomir/ContentView/DocumentPickerManager.h"
-#include "tests/Vellomir/JobFixture.h"
+#include "tests/Vellomir/ScreenFixture.h"
 
 #include <fstream>
 #include <sys/resource.h>
@@ -8,8 +8,8 @@
 namespace vellomir {
 
 using archive::URL;
-using test::Job;
 using test::Lines;
+using test::Screen;
 using test::writeFile;
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -21,7 +21,7 @@ namespace {
 const std::string success = "File data read successfully";
 const std::string failure = "Error reading file";
 
-/// As many bytes as nobody reads in a test's time, or as many as are asked for.
+/// By default too large to be read during the test.
 void writeSparseFile(const fs::path &path, std::uintmax_t size = std::uintmax_t{1} << 42U) {
     writeFile(path, "");
     fs::resize_file(path, size);
@@ -42,7 +42,7 @@ void waitUntil(const std::function<bool()> &condition) {
 }
 
 /// A manager with queues of its own. Lines and callbacks come into one list, in their order.
-class TheManager : public testing::Test {
+class PickerManager : public testing::Test {
 protected:
     void SetUp() override { install(); }
 
@@ -55,7 +55,7 @@ protected:
         };
     }
 
-    void runUntilTold(std::size_t count = 1) {
+    void runUntilEvents(std::size_t count = 1) {
         while (events_.size() < count) {
             loop_.runPending();
             std::this_thread::yield();
@@ -83,16 +83,16 @@ protected:
     std::unique_ptr<Manager> manager_;
 };
 
-TEST_F(TheManager, TellsOfAFileThatCanBeReadOnTheMainQueue) {
+TEST_F(PickerManager, ReportsReadableFileOnMainQueue) {
     writeFile(folder_ / "a b.ipa", "content");
     manager_->documentPicker({folder_.url("a b.ipa")});
     test::finish(background_);
     EXPECT_THAT(events_, IsEmpty());
-    runUntilTold(2);
+    runUntilEvents(2);
     EXPECT_THAT(events_, ElementsAre(success, "picked a b.ipa"));
 }
 
-TEST_F(TheManager, TakesAnyRegularFileHoweverItIsCalledOrReached) {
+TEST_F(PickerManager, TakesAnyRegularFile) {
     writeFile(folder_ / "text", std::string(200'001, 'x'));
     writeFile(folder_ / "empty", "");
     fs::create_symlink("text", folder_ / "link");
@@ -101,31 +101,31 @@ TEST_F(TheManager, TakesAnyRegularFileHoweverItIsCalledOrReached) {
     EXPECT_THAT(pick("link"), ElementsAre(success, "picked link"));
 }
 
-TEST_F(TheManager, LooksAtTheFirstFileOnly) {
+TEST_F(PickerManager, TakesFirstFileOnly) {
     writeFile(folder_ / "a", "");
     EXPECT_THAT(pick({folder_.url("a"), folder_.url("missing")}), ElementsAre(success, "picked a"));
     EXPECT_THAT(pick({folder_.url("missing"), folder_.url("a")}), ElementsAre(failure));
 }
 
-TEST_F(TheManager, DoesNothingWithoutAFile) {
+TEST_F(PickerManager, DoesNothingWithoutFile) {
     EXPECT_THAT(pick(std::vector<URL>()), IsEmpty());
 }
 
-TEST_F(TheManager, LetsAnEmptyListNotTouchTheFileThatIsBeingRead) {
+TEST_F(PickerManager, EmptyListDoesNotStopReading) {
     writeFile(folder_ / "a", "");
     manager_->documentPicker({folder_.url("a")});
     manager_->documentPicker({});
-    runUntilTold(2);
+    runUntilEvents(2);
     EXPECT_THAT(events_, ElementsAre(success, "picked a"));
 }
 
-TEST_F(TheManager, NeedsNoCallback) {
+TEST_F(PickerManager, CallbackMayBeNull) {
     writeFile(folder_ / "a", "");
     manager_->callback = nullptr;
     EXPECT_THAT(pick("a"), ElementsAre(success));
 }
 
-TEST_F(TheManager, RefusesWhatIsNoRegularFileAndWaitsForNobody) {
+TEST_F(PickerManager, RefusesIrregularFilesWithoutBlocking) {
     ASSERT_EQ(::mkfifo((folder_ / "pipe").c_str(), 0600), 0);
     fs::create_directory(folder_ / "folder");
     fs::create_symlink("nowhere", folder_ / "dangling");
@@ -137,12 +137,12 @@ TEST_F(TheManager, RefusesWhatIsNoRegularFileAndWaitsForNobody) {
     EXPECT_THAT(pick({URL("memory", (folder_ / "folder").string())}), ElementsAre(failure));
 }
 
-TEST_F(TheManager, RefusesAFileOfAnotherScheme) {
+TEST_F(PickerManager, RefusesOtherSchemes) {
     writeFile(folder_ / "a", "");
     EXPECT_THAT(pick({URL("memory", (folder_ / "a").string())}), ElementsAre(failure));
 }
 
-TEST_F(TheManager, RefusesAFileThatItMayNotRead) {
+TEST_F(PickerManager, RefusesUnreadableFile) {
     if (::geteuid() == 0)
         GTEST_SKIP() << "root may read everything";
     writeFile(folder_ / "a", "secret");
@@ -150,17 +150,17 @@ TEST_F(TheManager, RefusesAFileThatItMayNotRead) {
     EXPECT_THAT(pick("a"), ElementsAre(failure));
 }
 
-TEST_F(TheManager, ReadsAFileThatVanishesMeanwhileToItsEnd) {
+TEST_F(PickerManager, ReadsDeletedFileToItsEnd) {
     writeSparseFile(folder_ / "a");
     manager_->documentPicker({folder_.url("a")});
     waitUntil([this] { return isOpen(folder_ / "a"); });
     fs::resize_file(folder_ / "a", 1);
     fs::remove(folder_ / "a");
-    runUntilTold(2);
+    runUntilEvents(2);
     EXPECT_THAT(events_, ElementsAre(success, "picked a"));
 }
 
-TEST_F(TheManager, ReadsAHugeFileInLittleMemory) {
+TEST_F(PickerManager, ReadsHugeFileInLittleMemory) {
     writeSparseFile(folder_ / "huge", std::uintmax_t{5} << 30U);
     struct rusage before {};
     struct rusage after {};
@@ -170,7 +170,7 @@ TEST_F(TheManager, ReadsAHugeFileInLittleMemory) {
     EXPECT_LT(after.ru_maxrss - before.ru_maxrss, 16 << 10U) << "in KiB";
 }
 
-TEST_F(TheManager, ForgetsAFileThatIsBeingReadWhenANewerOneIsPicked) {
+TEST_F(PickerManager, NewerPickStopsReading) {
     writeSparseFile(folder_ / "old");
     writeFile(folder_ / "new", "");
     manager_->documentPicker({folder_.url("old")});
@@ -179,7 +179,7 @@ TEST_F(TheManager, ForgetsAFileThatIsBeingReadWhenANewerOneIsPicked) {
     EXPECT_FALSE(isOpen(folder_ / "old"));
 }
 
-TEST_F(TheManager, ForgetsAFileThatWasReadButNotYetTold) {
+TEST_F(PickerManager, NewerPickReplacesUnreportedFile) {
     writeFile(folder_ / "old", "");
     writeFile(folder_ / "new", "");
     manager_->documentPicker({folder_.url("old")});
@@ -187,7 +187,7 @@ TEST_F(TheManager, ForgetsAFileThatWasReadButNotYetTold) {
     EXPECT_THAT(pick("new"), ElementsAre(success, "picked new"));
 }
 
-TEST_F(TheManager, MayBeAskedForAnotherFileByItsCallback) {
+TEST_F(PickerManager, CallbackMayPickAgain) {
     writeFile(folder_ / "a", "");
     writeFile(folder_ / "b", "");
     manager_->callback = [this](const URL &url) {
@@ -198,11 +198,11 @@ TEST_F(TheManager, MayBeAskedForAnotherFileByItsCallback) {
         manager_->documentPicker({folder_.url("b")});
     };
     manager_->documentPicker({folder_.url("a")});
-    runUntilTold(4);
+    runUntilEvents(4);
     EXPECT_THAT(events_, ElementsAre(success, "a", success, "then b"));
 }
 
-TEST_F(TheManager, StopsReadingWhenItGoes) {
+TEST_F(PickerManager, DestructorStopsReading) {
     writeSparseFile(folder_ / "a");
     manager_->documentPicker({folder_.url("a")});
     waitUntil([this] { return isOpen(folder_ / "a"); });
@@ -212,7 +212,7 @@ TEST_F(TheManager, StopsReadingWhenItGoes) {
     EXPECT_THAT(events_, IsEmpty());
 }
 
-TEST_F(TheManager, SaysNothingMoreWhenItHasGone) {
+TEST_F(PickerManager, ReportsNothingAfterDestruction) {
     writeFile(folder_ / "a", "");
     for (int round = 0; round < 200; ++round) {
         manager_->documentPicker({folder_.url("a")});
@@ -223,7 +223,7 @@ TEST_F(TheManager, SaysNothingMoreWhenItHasGone) {
     EXPECT_THAT(events_, IsEmpty());
 }
 
-TEST(AManager, WorksWithQueuesThatRunTasksAtOnce) {
+TEST(PickerManagerAlone, WorksWithSynchronousQueues) {
     const test::TemporaryFolder folder;
     writeFile(folder / "a", "");
     const Queue atOnce = [](const Task &task) { task(); };
@@ -249,10 +249,10 @@ protected:
         return job_.folder.url(name);
     }
 
-    Job job_;
+    Screen job_;
 };
 
-TEST_F(PickingAFile, EmptiesDocumentsAndShowsThePicker) {
+TEST_F(PickingAFile, EmptiesDocumentsAndShowsPicker) {
     writeFile(job_.documents() / "old", "");
     job_.view.logMessages.append("old");
     job_.selectFile();
@@ -267,7 +267,7 @@ TEST_F(PickingAFile, EmptiesDocumentsAndShowsThePicker) {
     EXPECT_EQ(job_.view.selectedFileURL.get(), picked);
 }
 
-TEST_F(PickingAFile, ThatCannotBeReadKeepsTheOneBefore) {
+TEST_F(PickingAFile, UnreadableFileKeepsPreviousOne) {
     job_.view.filePicked(file("Notes.ipa"));
     job_.selectFile();
     job_.didPickDocuments({job_.folder.url("missing")});
@@ -277,7 +277,7 @@ TEST_F(PickingAFile, ThatCannotBeReadKeepsTheOneBefore) {
     EXPECT_EQ(job_.view.selectedFileURL.get(), job_.folder.url("Notes.ipa"));
 }
 
-TEST_F(PickingAFile, CancelledOnlyEmptiesDocuments) {
+TEST_F(PickingAFile, CancellingOnlyEmptiesDocuments) {
     const URL picked = file("Notes.ipa");
     job_.view.filePicked(picked);
     job_.selectFile();
@@ -287,7 +287,7 @@ TEST_F(PickingAFile, CancelledOnlyEmptiesDocuments) {
     EXPECT_THAT(job_.console(), ElementsAre("Selected file URL: " + picked.absoluteString()));
 }
 
-TEST_F(PickingAFile, DoesNothingWhileAJobRuns) {
+TEST_F(PickingAFile, DoesNothingWhileJobRuns) {
     writeFile(job_.documents() / "old", "");
     job_.view.isLoading.set(true);
     job_.view.selectFile();
@@ -296,7 +296,7 @@ TEST_F(PickingAFile, DoesNothingWhileAJobRuns) {
     EXPECT_TRUE(fs::exists(job_.documents() / "old"));
 }
 
-TEST_F(PickingAFile, DoesNothingWhileDocumentsIsBeingEmptied) {
+TEST_F(PickingAFile, DoesNothingWhileDocumentsIsEmptied) {
     job_.selectFile();
     job_.didPickDocuments = nullptr;
     job_.view.selectFile();
@@ -310,20 +310,20 @@ TEST_F(PickingAFile, DoesNothingWhileDocumentsIsBeingEmptied) {
     EXPECT_FALSE(job_.didPickDocuments) << "a second picker for the second press";
 }
 
-TEST_F(PickingAFile, IsWaitedForByTheJobThatIsStartedMeanwhile) {
+TEST_F(PickingAFile, JobWaitsForFileBeingRead) {
     job_.selectFile();
     job_.didPickDocuments({file("Notes.ipa", test::notesPackage())});
     job_.doIt();
     EXPECT_EQ(job_.log().back(), "Temporary files cleared");
 }
 
-TEST_F(PickingAFile, ByDroppingItIsWaitedForAsWell) {
+TEST_F(PickingAFile, JobWaitsForDroppedFile) {
     EXPECT_TRUE(job_.view.openDocuments({file("Notes.ipa", test::notesPackage())}));
     job_.doIt();
     EXPECT_EQ(job_.log().back(), "Temporary files cleared");
 }
 
-TEST_F(PickingAFile, ThatCannotBeReadHoldsUpNoJob) {
+TEST_F(PickingAFile, JobStartsAfterUnreadableFile) {
     job_.selectFile();
     job_.didPickDocuments({job_.folder.url("missing")});
     job_.doIt();
@@ -331,7 +331,7 @@ TEST_F(PickingAFile, ThatCannotBeReadHoldsUpNoJob) {
     EXPECT_THAT(job_.log(), IsEmpty());
 }
 
-TEST_F(PickingAFile, WithoutAPickerStopsSilentlyOverEmptyDocuments) {
+TEST_F(PickingAFile, WithoutPickerOnlyEmptiesDocuments) {
     const test::TemporaryFolder folder;
     Lines console;
     const Queue atOnce = [](const Task &task) { task(); };
@@ -346,7 +346,7 @@ TEST_F(PickingAFile, WithoutAPickerStopsSilentlyOverEmptyDocuments) {
     EXPECT_THAT(console, IsEmpty());
 }
 
-TEST_F(PickingAFile, ByDroppingItTakesTheSameRoad) {
+TEST_F(PickingAFile, DroppedFileIsReadThroughToo) {
     writeFile(job_.documents() / "old", "");
     EXPECT_TRUE(job_.view.openDocuments({file("Notes.ipa"), file("Other.ipa")}));
     job_.runUntilConsoleHas(2);
@@ -356,13 +356,13 @@ TEST_F(PickingAFile, ByDroppingItTakesTheSameRoad) {
     EXPECT_FALSE(job_.didPickDocuments);
 }
 
-TEST_F(PickingAFile, ByDroppingNothingDoesNothing) {
+TEST_F(PickingAFile, EmptyDropDoesNothing) {
     writeFile(job_.documents() / "old", "");
     EXPECT_FALSE(job_.view.openDocuments({}));
     EXPECT_TRUE(fs::exists(job_.documents() / "old"));
 }
 
-TEST_F(PickingAFile, DoesNotDestroyAFileThatLiesInTheOwnFolders) {
+TEST_F(PickingAFile, FileInOwnFoldersIsRefused) {
     writeFile(job_.documents() / "Notes2.ipa", "result");
     writeFile(job_.temporary() / "x", "");
     file("outside");
@@ -378,7 +378,7 @@ TEST_F(PickingAFile, DoesNotDestroyAFileThatLiesInTheOwnFolders) {
     EXPECT_THAT(job_.console(), IsEmpty());
 }
 
-TEST_F(PickingAFile, TakesOneBesideTheOwnFolders) {
+TEST_F(PickingAFile, FileBesideOwnFoldersIsTaken) {
     writeFile(job_.documents() / "old", "");
     fs::create_symlink("../outside", job_.folder / "box/link");
     const URL beside = file("boxes/Notes.ipa");
@@ -389,7 +389,7 @@ TEST_F(PickingAFile, TakesOneBesideTheOwnFolders) {
     EXPECT_EQ(job_.console().back(), failure);
 }
 
-TEST(AScreen, ThatHasGoneHearsOfNoFile) {
+TEST(PickingAFile, DestroyedScreenGetsNoFile) {
     const test::TemporaryFolder folder;
     EventLoop loop;
     BackgroundQueue background;

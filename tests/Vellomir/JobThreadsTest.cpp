@@ -1,12 +1,12 @@
 // Jobs that run while the screen looks, edits, or goes. Meant for the thread sanitizer.
 
-#include "tests/Vellomir/JobFixture.h"
+#include "tests/Vellomir/ScreenFixture.h"
 
 #include <thread>
 
 namespace vellomir {
 
-using test::Job;
+using test::Screen;
 using testing::AnyOf;
 using testing::Contains;
 using testing::ElementsAre;
@@ -19,8 +19,8 @@ std::string package() {
     return test::notesPackage({{.name = "Payload/large", .data = std::string(200'000, 'x')}});
 }
 
-TEST(AJobInTheBackground, MayBeWatchedAndEditedMeanwhile) {
-    Job job;
+TEST(JobThreads, StateMayBeReadAndEditedMeanwhile) {
+    Screen job;
     job.pick(package());
     std::size_t lines = 0;
     const auto observation = job.view.logMessages.observe([&lines](const LogChange &change) {
@@ -41,8 +41,8 @@ TEST(AJobInTheBackground, MayBeWatchedAndEditedMeanwhile) {
     EXPECT_EQ(lines, job.log().size());
 }
 
-TEST(TwoJobsInOneSandbox, NeitherCrashNorHang) {
-    Job job;
+TEST(JobThreads, TwoJobsInOneSandboxEnd) {
+    Screen job;
     for (int round = 0; round < 5; ++round) {
         job.pick(package());
         std::atomic<int> left = 2;
@@ -60,7 +60,7 @@ TEST(TwoJobsInOneSandbox, NeitherCrashNorHang) {
     EXPECT_TRUE(fs::is_empty(job.documents()));
 }
 
-TEST(AScreenThatGoes, WaitsForItsJobAndSkipsTheCompletionStep) {
+TEST(JobThreads, DestructorWaitsForJobAndSkipsCompletion) {
     auto progress = archive::Progress::make();
     std::atomic<int> steps = 0;
     progress->setObserver([&steps](const archive::Progress &) { ++steps; });
@@ -87,9 +87,9 @@ TEST(AScreenThatGoes, WaitsForItsJobAndSkipsTheCompletionStep) {
     EXPECT_EQ(hidings, 1);
 }
 
-TEST(AJobThatIsCancelledFromTheScreen, Ends) {
+TEST(JobThreads, CancelledJobEnds) {
     const auto progress = archive::Progress::make();
-    Job job(progress);
+    Screen job(progress);
     job.pick(package());
     std::atomic<bool> hasBegun = false;
     progress->setObserver([&hasBegun](const archive::Progress &) { hasBegun = true; });

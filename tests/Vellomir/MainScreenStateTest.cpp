@@ -3,12 +3,12 @@
 #include "Vellomir/ContentView/ActivityView.h"
 #include "Vellomir/ContentView/DocumentPickerManager.h"
 #include "Vellomir/ImageCropperView.h"
-#include "tests/Vellomir/JobFixture.h"
+#include "tests/Vellomir/ScreenFixture.h"
 
 namespace vellomir {
 
 using archive::URL;
-using test::Job;
+using test::Screen;
 using testing::ElementsAre;
 using testing::IsEmpty;
 namespace fs = std::filesystem;
@@ -33,7 +33,7 @@ struct Shown {
     }
 };
 
-class TheMainScreen : public testing::Test {
+class MainScreen : public testing::Test {
 protected:
     void SetUp() override {
         view_.onAppear();
@@ -95,11 +95,11 @@ protected:
         run();
     }
 
-    Job job_;
+    Screen job_;
     AppLaunchView &view_ = job_.view;
 };
 
-TEST_F(TheMainScreen, GoesFromPickToShareAndBack) {
+TEST_F(MainScreen, GoesFromPickToShareAndBack) {
     EXPECT_EQ(shown(), Shown());
     select("Notes.ipa");
     EXPECT_EQ(shown(), (Shown{.selected = "Notes.ipa"}));
@@ -131,7 +131,7 @@ TEST_F(TheMainScreen, GoesFromPickToShareAndBack) {
     EXPECT_EQ(shown(), (Shown{.modified = "Notes2.ipa"}));
 }
 
-TEST_F(TheMainScreen, StartsAfreshWithTheNextPick) {
+TEST_F(MainScreen, NextPickStartsAgain) {
     select("Notes.ipa");
     doIt();
     finishSharing();
@@ -146,7 +146,7 @@ TEST_F(TheMainScreen, StartsAfreshWithTheNextPick) {
     EXPECT_EQ(shown(), (Shown{.modified = "Notes7.ipa", .sheets = "share "}));
 }
 
-TEST_F(TheMainScreen, OffersNothingAfterAFirstRunThatFails) {
+TEST_F(MainScreen, FailedFirstRunOffersNothing) {
     select("Notes.ipa", "no archive");
     view_.duplicationNumber.set("2");
     chooseIcon();
@@ -156,7 +156,7 @@ TEST_F(TheMainScreen, OffersNothingAfterAFirstRunThatFails) {
     EXPECT_FALSE(view_.activityView());
 }
 
-TEST_F(TheMainScreen, OffersTheOlderResultAfterARunThatFails) {
+TEST_F(MainScreen, FailedRunOffersOlderResult) {
     select("Notes.ipa");
     view_.duplicationNumber.set("2");
     doIt();
@@ -170,7 +170,7 @@ TEST_F(TheMainScreen, OffersTheOlderResultAfterARunThatFails) {
     EXPECT_THAT(job_.log().back(), testing::StartsWith("Error unzipping IPA file: "));
 }
 
-TEST_F(TheMainScreen, ResetsTheFormAfterARunWithoutAFile) {
+TEST_F(MainScreen, RunWithoutFileResetsForm) {
     view_.duplicationNumber.set("2");
     chooseIcon();
     zoom();
@@ -180,7 +180,7 @@ TEST_F(TheMainScreen, ResetsTheFormAfterARunWithoutAFile) {
     EXPECT_EQ(view_.errorMessage.get(), "");
 }
 
-TEST_F(TheMainScreen, KeepsAllStateWhenPickingFails) {
+TEST_F(MainScreen, FailedPickKeepsState) {
     select("Notes.ipa");
     view_.duplicationNumber.set("2");
     chooseIcon();
@@ -195,7 +195,7 @@ TEST_F(TheMainScreen, KeepsAllStateWhenPickingFails) {
     EXPECT_THAT(job_.log(), IsEmpty());
 }
 
-TEST_F(TheMainScreen, TakesThePhotoThatIsStillBeingDecoded) {
+TEST_F(MainScreen, RunWaitsForPhotoBeingDecoded) {
     select("Notes.ipa");
     view_.pickIconAction();
     view_.pickedImage(job_.folder.url("icon.png"));
@@ -203,7 +203,7 @@ TEST_F(TheMainScreen, TakesThePhotoThatIsStillBeingDecoded) {
     EXPECT_THAT(job_.log(), testing::Contains("Image picked"));
 }
 
-TEST_F(TheMainScreen, WaitsForNoPhotoThatWasCancelled) {
+TEST_F(MainScreen, RunDoesNotWaitForCancelledPhoto) {
     select("Notes.ipa");
     view_.pickIconAction();
     view_.pickedImage(job_.folder.url("icon.png"));
@@ -212,7 +212,7 @@ TEST_F(TheMainScreen, WaitsForNoPhotoThatWasCancelled) {
     EXPECT_THAT(job_.log(), testing::Contains("No image selected"));
 }
 
-TEST_F(TheMainScreen, RunsTwoJobsAtOnceAndCompletesBoth) {
+TEST_F(MainScreen, TwoJobsAtOnceComplete) {
     select("Notes.ipa");
     view_.duplicationNumber.set("2");
     const int before = job_.keyboardHidings;
@@ -236,7 +236,7 @@ TEST_F(TheMainScreen, RunsTwoJobsAtOnceAndCompletesBoth) {
     EXPECT_EQ(shown(), (Shown{.modified = "Notes3.ipa", .sheets = "share "}));
 }
 
-TEST_F(TheMainScreen, RunsTwoJobsAndStaysLoadingUntilTheFirstIsDone) {
+TEST_F(MainScreen, LoadingEndsWithFirstOfTwoJobs) {
     std::vector<bool> states;
     const auto observation =
         view_.isLoading.observe([&states](bool isLoading) { states.push_back(isLoading); });
@@ -248,7 +248,7 @@ TEST_F(TheMainScreen, RunsTwoJobsAndStaysLoadingUntilTheFirstIsDone) {
     EXPECT_THAT(states, ElementsAre(true, false));
 }
 
-TEST_F(TheMainScreen, TakesNoFileWhileItRuns) {
+TEST_F(MainScreen, RunTakesNoFile) {
     test::writeFile(job_.folder / "Other.ipa", "");
     select("Notes.ipa");
     view_.doItAction();
@@ -261,7 +261,7 @@ TEST_F(TheMainScreen, TakesNoFileWhileItRuns) {
     EXPECT_TRUE(view_.openDocuments({job_.folder.url("Other.ipa")}));
 }
 
-TEST_F(TheMainScreen, RemovesTheImageWithoutOpeningTheCropper) {
+TEST_F(MainScreen, RemovingImageDoesNotOpenCropper) {
     chooseIcon();
     zoom();
     view_.removeImageAction();
@@ -269,7 +269,7 @@ TEST_F(TheMainScreen, RemovesTheImageWithoutOpeningTheCropper) {
     EXPECT_EQ(shown(), Shown());
 }
 
-TEST_F(TheMainScreen, DoesNotOpenTheCropperWhenARunResetsTheImage) {
+TEST_F(MainScreen, ResetOfImageDoesNotOpenCropper) {
     chooseIcon();
     zoom();
     int openings = 0;
@@ -280,7 +280,7 @@ TEST_F(TheMainScreen, DoesNotOpenTheCropperWhenARunResetsTheImage) {
     EXPECT_FALSE(shown().hasImage);
 }
 
-TEST_F(TheMainScreen, KeepsThePictureThatWasPickedWhenTheCropperIsSwipedAway) {
+TEST_F(MainScreen, ClosedCropperKeepsPickedPicture) {
     chooseIcon();
     view_.showImageCropper.set(false);
     run();

@@ -17,7 +17,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-class SavingACopy : public testing::Test {
+class SavingCopy : public testing::Test {
 protected:
     void SetUp() override {
         writeFile(folder_ / "box/Notes2.ipa", content_);
@@ -54,7 +54,7 @@ protected:
     test::TemporaryFolder folder_;
 };
 
-TEST_F(SavingACopy, MakesANewFileLikeTheFirst) {
+TEST_F(SavingCopy, NewFileHasContentAndMode) {
     fs::permissions(folder_ / "box/Notes2.ipa", fs::perms(0640));
     save("out/Saved.ipa");
     EXPECT_EQ(readFile(folder_ / "out/Saved.ipa"), content_);
@@ -63,7 +63,7 @@ TEST_F(SavingACopy, MakesANewFileLikeTheFirst) {
     EXPECT_THAT(names(), UnorderedElementsAre("Saved.ipa"));
 }
 
-TEST_F(SavingACopy, ReplacesAFileThatIsThere) {
+TEST_F(SavingCopy, ReplacesExistingFile) {
     writeFile(folder_ / "out/Saved.ipa", "old" + std::string(400'000, 'o'));
     fs::create_hard_link(folder_ / "out/Saved.ipa", folder_ / "out/other name");
     save("out/Saved.ipa");
@@ -72,7 +72,7 @@ TEST_F(SavingACopy, ReplacesAFileThatIsThere) {
     EXPECT_EQ(names().size(), 2U);
 }
 
-TEST_F(SavingACopy, ReplacesALinkAndNotWhatItLeadsTo) {
+TEST_F(SavingCopy, ReplacesLinkAndKeepsTarget) {
     writeFile(folder_ / "elsewhere", "old");
     fs::create_symlink("../elsewhere", folder_ / "out/link");
     fs::create_symlink("nowhere", folder_ / "out/dangling");
@@ -87,13 +87,13 @@ TEST_F(SavingACopy, ReplacesALinkAndNotWhatItLeadsTo) {
     EXPECT_EQ(readFile(folder_ / "box/Notes2.ipa"), content_);
 }
 
-TEST_F(SavingACopy, GoesThroughALinkedFolder) {
+TEST_F(SavingCopy, FollowsLinkedFolder) {
     fs::create_directory_symlink("out", folder_ / "linked");
     save("linked/Saved.ipa");
     EXPECT_EQ(readFile(folder_ / "out/Saved.ipa"), content_);
 }
 
-TEST_F(SavingACopy, IsRefusedOntoTheFileItself) {
+TEST_F(SavingCopy, RefusesToReplaceItself) {
     fs::create_directory_symlink("box", folder_ / "linked");
     fs::create_hard_link(folder_ / "box/Notes2.ipa", folder_ / "out/hard");
     for (const char *name : {"box/Notes2.ipa", "linked/Notes2.ipa", "out/hard"})
@@ -105,7 +105,7 @@ TEST_F(SavingACopy, IsRefusedOntoTheFileItself) {
     EXPECT_TRUE(fs::is_symlink(folder_ / "link"));
 }
 
-TEST_F(SavingACopy, IsRefusedWhereSomethingElseIsInTheWay) {
+TEST_F(SavingCopy, RefusesToReplaceFolderOrPipe) {
     writeFile(folder_ / "out/folder/x", "");
     fs::create_directory(folder_ / "out/empty");
     ASSERT_EQ(::mkfifo((folder_ / "out/pipe").c_str(), 0600), 0);
@@ -115,14 +115,14 @@ TEST_F(SavingACopy, IsRefusedWhereSomethingElseIsInTheWay) {
     EXPECT_THAT(names(), UnorderedElementsAre("folder", "empty", "pipe"));
 }
 
-TEST_F(SavingACopy, NeedsTheFolder) {
+TEST_F(SavingCopy, FailsWithoutFolder) {
     writeFile(folder_ / "out/file", "x");
     EXPECT_EQ(refusal("out/missing/Saved.ipa", "out/missing"), FileError::fileReadNoSuchFile);
     EXPECT_EQ(refusal("out/file/Saved.ipa", "out/file/Saved.ipa"), FileError::fileReadNoSuchFile);
     EXPECT_EQ(readFile(folder_ / "out/file"), "x");
 }
 
-TEST_F(SavingACopy, NeedsAFileToCopy) {
+TEST_F(SavingCopy, FailsWithoutSource) {
     fs::create_directory(folder_ / "folder");
     ASSERT_EQ(::mkfifo((folder_ / "pipe").c_str(), 0600), 0);
     writeFile(folder_ / "out/Saved.ipa", "old");
@@ -138,7 +138,7 @@ TEST_F(SavingACopy, NeedsAFileToCopy) {
     EXPECT_EQ(names().size(), 1U);
 }
 
-TEST_F(SavingACopy, ThatDoesNotFitLeavesTheOldOne) {
+TEST_F(SavingCopy, FullDiskKeepsOldFile) {
     writeFile(folder_ / "out/Saved.ipa", "old");
     {
         const test::FileSizeLimit limit(100'000);
@@ -149,7 +149,7 @@ TEST_F(SavingACopy, ThatDoesNotFitLeavesTheOldOne) {
     EXPECT_THAT(names(), UnorderedElementsAre("Saved.ipa"));
 }
 
-TEST_F(SavingACopy, ThatIsCancelledLeavesTheOldOne) {
+TEST_F(SavingCopy, CancellingKeepsOldFile) {
     writeFile(folder_ / "out/Saved.ipa", "old");
     const auto progress = archive::Progress::make();
     save("out/Other.ipa", progress.get());
@@ -160,7 +160,7 @@ TEST_F(SavingACopy, ThatIsCancelledLeavesTheOldOne) {
     EXPECT_THAT(names(), UnorderedElementsAre("Saved.ipa", "Other.ipa"));
 }
 
-TEST_F(SavingACopy, CopiesNothingFromAnEmptyFile) {
+TEST_F(SavingCopy, CopiesEmptyFile) {
     writeFile(folder_ / "box/Notes2.ipa", "");
     save("out/Saved.ipa");
     EXPECT_EQ(fs::file_size(folder_ / "out/Saved.ipa"), 0U);

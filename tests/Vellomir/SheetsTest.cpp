@@ -1,21 +1,21 @@
 #include "Vellomir/ContentView/ActivityView.h"
 #include "Vellomir/ImageCropperView.h"
 #include "Vellomir/ImagePicker.h"
-#include "tests/Vellomir/JobFixture.h"
+#include "tests/Vellomir/ScreenFixture.h"
 
 #include <thread>
 
 namespace vellomir {
 
 using archive::URL;
-using test::Job;
+using test::Screen;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::StartsWith;
 
 namespace {
 
-/// So large that nobody would hold its pixels in memory. Each call's are others.
+/// Large pictures: their pixels are not in memory. Each call has its own pixels.
 Picture sized(int width, int height, double scale = 1, Orientation orientation = Orientation::up) {
     const Bitmap bitmap{.width = width,
                         .height = height,
@@ -62,13 +62,13 @@ protected:
 
     static std::string png() { return std::string(test::dot().pngData().text()); }
 
-    Job job_;
+    Screen job_;
     AppLaunchView &view_ = job_.view;
 };
 
 // --- Sharing ----------------------------------------------------------------------------------
 
-class TheShareSheet : public Sheets {
+class ShareSheet : public Sheets {
 protected:
     void SetUp() override {
         view_.modifiedFileURL.set(result_);
@@ -79,19 +79,19 @@ protected:
     const URL result_ = URL::file("/box/Documents/Notes2.ipa");
 };
 
-TEST_F(TheShareSheet, OffersTheResultAndNothingElse) {
+TEST_F(ShareSheet, OffersResultOnly) {
     const auto sheet = view_.activityView();
     ASSERT_TRUE(sheet);
     EXPECT_THAT(sheet->activityItems, ElementsAre(result_));
     EXPECT_FALSE(sheet->applicationActivities);
 }
 
-TEST_F(TheShareSheet, IsEmptyWithoutAResult) {
+TEST_F(ShareSheet, EmptyWithoutResult) {
     view_.modifiedFileURL.set(std::nullopt);
     EXPECT_FALSE(view_.activityView());
 }
 
-TEST_F(TheShareSheet, ClosesOnTheMainQueueHoweverSharingEnded) {
+TEST_F(ShareSheet, ClosesOnMainQueueAfterAnyOutcome) {
     const std::exception_ptr error = std::make_exception_ptr(std::runtime_error("no room"));
     for (const bool completed : {true, false}) {
         view_.showShareSheet.set(true);
@@ -111,15 +111,15 @@ TEST_F(TheShareSheet, ClosesOnTheMainQueueHoweverSharingEnded) {
     EXPECT_THAT(job_.console(), IsEmpty());
 }
 
-TEST_F(TheShareSheet, HandsOverWhatForgetsThePickedFile) {
+TEST_F(ShareSheet, DismissActionClearsPickedFile) {
     view_.activityView()->onDismiss();
     EXPECT_EQ(view_.selectedFileURL.get(), std::nullopt);
     EXPECT_EQ(view_.modifiedFileURL.get(), result_);
     EXPECT_TRUE(view_.showShareSheet.get());
 }
 
-TEST_F(TheShareSheet, MayOutliveTheScreen) {
-    auto job = std::make_unique<Job>();
+TEST_F(ShareSheet, MayOutliveScreen) {
+    auto job = std::make_unique<Screen>();
     job->view.modifiedFileURL.set(result_);
     const auto sheet = job->view.activityView();
     job.reset();
@@ -131,9 +131,9 @@ TEST_F(TheShareSheet, MayOutliveTheScreen) {
 
 // --- Picking a picture ------------------------------------------------------------------------
 
-using ThePhotoPicker = Sheets;
+using PhotoPicker = Sheets;
 
-TEST_F(ThePhotoPicker, WritesWhatWasPickedClosesAndOpensTheCropper) {
+TEST_F(PhotoPicker, PickClosesPickerAndOpensCropper) {
     const Picture wide = sized(3000, 2000);
     view_.pickIconAction();
     EXPECT_TRUE(view_.showImagePicker.get());
@@ -146,7 +146,7 @@ TEST_F(ThePhotoPicker, WritesWhatWasPickedClosesAndOpensTheCropper) {
     EXPECT_TRUE(view_.showImageCropper.get());
 }
 
-TEST_F(ThePhotoPicker, ClosesBeforeTheCropperOpens) {
+TEST_F(PhotoPicker, PickerClosesBeforeCropperOpens) {
     std::vector<std::string> events;
     view_.pickIconAction();
     run();
@@ -159,7 +159,7 @@ TEST_F(ThePhotoPicker, ClosesBeforeTheCropperOpens) {
     EXPECT_THAT(events, ElementsAre("picker closes", "cropper opens"));
 }
 
-TEST_F(ThePhotoPicker, LeavesTheImageAsItIsIfNoPictureWasPicked) {
+TEST_F(PhotoPicker, NoPictureKeepsImage) {
     const Picture before = sized(2, 3);
     pick(before);
     view_.showImageCropper.set(false);
@@ -173,7 +173,7 @@ TEST_F(ThePhotoPicker, LeavesTheImageAsItIsIfNoPictureWasPicked) {
     }
 }
 
-TEST_F(ThePhotoPicker, CancelledNeverOpensTheCropper) {
+TEST_F(PhotoPicker, CancellingDoesNotOpenCropper) {
     view_.pickIconAction();
     view_.imagePickerCancelled();
     run();
@@ -182,7 +182,7 @@ TEST_F(ThePhotoPicker, CancelledNeverOpensTheCropper) {
     EXPECT_EQ(view_.selectedImage.get(), std::nullopt);
 }
 
-TEST_F(ThePhotoPicker, DecodesAFileInTheBackground) {
+TEST_F(PhotoPicker, DecodesFileInBackground) {
     pickFile("icon.png", png());
     const auto image = view_.selectedImage.get();
     ASSERT_TRUE(image);
@@ -192,7 +192,7 @@ TEST_F(ThePhotoPicker, DecodesAFileInTheBackground) {
     EXPECT_THAT(job_.log(), IsEmpty());
 }
 
-TEST_F(ThePhotoPicker, TellsOfAFileThatIsNoPicture) {
+TEST_F(PhotoPicker, ReportsFileThatIsNoPicture) {
     pickFile("icon.png", "text");
     pickFile("missing");
     EXPECT_EQ(view_.selectedImage.get(), std::nullopt);
@@ -206,7 +206,7 @@ TEST_F(ThePhotoPicker, TellsOfAFileThatIsNoPicture) {
     EXPECT_THAT(job_.log(), IsEmpty());
 }
 
-TEST_F(ThePhotoPicker, ForgetsAPictureThatIsBeingDecodedWhenItIsCancelled) {
+TEST_F(PhotoPicker, CancellingStopsDecoding) {
     test::writeFile(job_.folder / "icon.png", png());
     view_.pickIconAction();
     view_.pickedImage(job_.folder.url("icon.png"));
@@ -217,7 +217,7 @@ TEST_F(ThePhotoPicker, ForgetsAPictureThatIsBeingDecodedWhenItIsCancelled) {
     EXPECT_FALSE(view_.showImageCropper.get());
 }
 
-TEST_F(ThePhotoPicker, TakesThePictureThatWasPickedLast) {
+TEST_F(PhotoPicker, LastPickWins) {
     test::writeFile(job_.folder / "icon.png", png());
     view_.pickedImage(job_.folder.url("missing"));
     view_.pickedImage(job_.folder.url("icon.png"));
@@ -227,7 +227,7 @@ TEST_F(ThePhotoPicker, TakesThePictureThatWasPickedLast) {
     EXPECT_THAT(job_.console(), IsEmpty());
 }
 
-TEST(APhoto, ThatIsBeingDecodedIsForgottenWhenTheScreenGoes) {
+TEST(PhotoDecoding, IsDroppedWithTheScreen) {
     const test::TemporaryFolder folder;
     test::writeFile(folder / "icon.png", test::dot().pngData().text());
     EventLoop loop;
@@ -248,9 +248,9 @@ TEST(APhoto, ThatIsBeingDecodedIsForgottenWhenTheScreenGoes) {
 
 // --- Cropping ---------------------------------------------------------------------------------
 
-using TheCropper = Sheets;
+using Cropper = Sheets;
 
-TEST_F(TheCropper, PutsTheCentredSquareInThePicturesPlace) {
+TEST_F(Cropper, ReplacesPictureByCentredSquare) {
     for (const auto &[width, height, x, y] :
          {std::array{3000, 2000, 500, 0}, std::array{2000, 3000, 0, 500}}) {
         const Picture whole = sized(width, height, 2);
@@ -269,7 +269,7 @@ TEST_F(TheCropper, PutsTheCentredSquareInThePicturesPlace) {
     }
 }
 
-TEST_F(TheCropper, LeavesASquareWhole) {
+TEST_F(Cropper, SquareStaysWhole) {
     const Picture square = sized(1024, 1024);
     pick(square);
     EXPECT_TRUE(view_.showImageCropper.get());
@@ -278,7 +278,7 @@ TEST_F(TheCropper, LeavesASquareWhole) {
     EXPECT_FALSE(view_.showImageCropper.get());
 }
 
-TEST_F(TheCropper, KeepsEveryOrientation) {
+TEST_F(Cropper, KeepsEveryOrientation) {
     for (int value = 1; value <= 8; ++value) {
         const auto orientation = static_cast<Orientation>(value);
         const Picture whole = sized(30, 20, 3, orientation);
@@ -292,7 +292,7 @@ TEST_F(TheCropper, KeepsEveryOrientation) {
     }
 }
 
-TEST_F(TheCropper, KeepsThePictureWholeWhenItIsUsed) {
+TEST_F(Cropper, UseKeepsPictureWhole) {
     const Picture wide = sized(3000, 2000);
     pick(wide);
     view_.imageCropperView().use();
@@ -301,7 +301,7 @@ TEST_F(TheCropper, KeepsThePictureWholeWhenItIsUsed) {
     EXPECT_FALSE(view_.showImageCropper.get());
 }
 
-TEST_F(TheCropper, IsNotOpenedBySquaresOfItsOwn) {
+TEST_F(Cropper, OwnSquareDoesNotOpenIt) {
     int openings = 0;
     const auto observation =
         view_.showImageCropper.observe([&openings](bool isShown) { openings += isShown; });
@@ -312,7 +312,7 @@ TEST_F(TheCropper, IsNotOpenedBySquaresOfItsOwn) {
     EXPECT_EQ(openings, 1);
 }
 
-TEST_F(TheCropper, IsOpenedByEveryPick) {
+TEST_F(Cropper, EveryPickOpensIt) {
     const Picture wide = sized(3000, 2000);
     const Picture square = sized(1024, 1024);
     for (const Picture &picture : {wide, wide, square, square, wide, sized(2, 3), square}) {
@@ -331,7 +331,7 @@ TEST_F(TheCropper, IsOpenedByEveryPick) {
     }
 }
 
-TEST_F(TheCropper, IsOpenedByTheVerySameFileAgain) {
+TEST_F(Cropper, SameFileOpensItAgain) {
     pickFile("icon.png", png());
     for (int round = 0; round < 3; ++round) {
         EXPECT_TRUE(view_.showImageCropper.get());
@@ -341,7 +341,7 @@ TEST_F(TheCropper, IsOpenedByTheVerySameFileAgain) {
     }
 }
 
-TEST_F(TheCropper, DoesNothingWithoutAPicture) {
+TEST_F(Cropper, DoesNothingWithoutPicture) {
     ImageCropperView cropper = view_.imageCropperView();
     cropper.zoomIt();
     EXPECT_EQ(cropper.cropped, std::nullopt);
@@ -354,7 +354,7 @@ TEST_F(TheCropper, DoesNothingWithoutAPicture) {
     EXPECT_TRUE(view_.showImageCropper.get());
 }
 
-TEST(ACropperDeathTest, EndsTheProgramWithoutABitmap) {
+TEST(CropperDeathTest, PictureWithoutBitmapEndsTheProgram) {
     EXPECT_DEATH(static_cast<void>(ImageCropperView::cropImageToSquare(Picture())), "Fatal error");
 }
 

@@ -9,81 +9,76 @@ using testing::IsEmpty;
 
 namespace {
 
-TEST(JobReport, ReasonComesFromLogAndIdentifierFromConsole) {
-    EXPECT_EQ(cli::reasonOf({"Unzipping IPA...", "Error unzipping IPA file: Broken: a: b"},
-                            {"ArchiveError.unreadableArchive: Broken: a: b"}),
+using Kind = JobProblem::Kind;
+
+TEST(JobReport, ReasonEndsWithNameOfError) {
+    EXPECT_EQ(reasonOf(JobProblem{.kind = Kind::packageNotUnzipped,
+                                  .text = "Error unzipping IPA file: Broken: a: b",
+                                  .reason = "Broken: a: b",
+                                  .errorName = "ArchiveError.unreadableArchive"}),
               "Error unzipping IPA file: Broken: a: b (ArchiveError.unreadableArchive)");
 }
 
-TEST(JobReport, ConsoleIsUsedIfLogHasNoReason) {
-    EXPECT_EQ(cli::reasonOf({"Updating Info.plist", "Error while processing the IPA file"},
-                            {"PropertyListError.unreadablePropertyList: No list"}),
-              "No list (PropertyListError.unreadablePropertyList)");
-    EXPECT_EQ(cli::reasonOf({"Updating Info.plist"}, {"There is not enough memory: 3.5 GB"}),
-              "There is not enough memory: 3.5 GB");
-}
-
-TEST(JobReport, EarlierErrorsAreIgnored) {
-    EXPECT_EQ(cli::reasonOf({"Error while updating icon.png: No room",
-                             "Info.plist not found in the unzipped folder",
-                             "Error while processing the IPA file"},
-                            {"FileError.fileWriteOutOfSpace: No room"}),
-              "Info.plist not found in the unzipped folder");
-}
-
-TEST(JobReport, LogAloneGivesReason) {
-    EXPECT_EQ(cli::reasonOf({"a", "b"}, {}), "b");
-    EXPECT_EQ(cli::reasonOf({}, {}), "the job did not start");
+TEST(JobReport, ReasonWithoutNameIsTextOnly) {
+    EXPECT_EQ(reasonOf(JobProblem{.kind = Kind::infoPlistNotFound, .text = "Not found"}),
+              "Not found");
+    EXPECT_EQ(reasonOf(std::nullopt), "the job did not start");
 }
 
 // --- Warnings ---------------------------------------------------------------------------------
 
-const cli::CopyContents whole = {.hasPayload = true, .apps = {"A.app"}, .hasPropertyList = true};
+const CopyContents whole = {.hasPayload = true, .apps = {"A.app"}, .hasPropertyList = true};
 
 TEST(JobWarnings, WholeCopyHasNone) {
-    EXPECT_THAT(
-        cli::warningsAbout({"Unzipping IPA...", "New App Name: Error", "icon.png updated",
-                            "Info.plist updated successfully", "Zipped IPA file: Error .ipa"},
-                           whole),
-        IsEmpty());
+    EXPECT_THAT(warningsAbout({}, whole), IsEmpty());
 }
 
 TEST(JobWarnings, PropertyListNotWritten) {
-    EXPECT_THAT(cli::warningsAbout({"Unable to update the Info.plist file"}, whole),
+    EXPECT_THAT(warningsAbout({{.kind = Kind::infoPlistNotSerialized,
+                                .text = "Unable to update the Info.plist file",
+                                .reason = "a control character"}},
+                              whole),
                 ElementsAre("the property list could not be written, so the copy is not a second "
                             "one"));
-    EXPECT_THAT(
-        cli::warningsAbout({"Error while writing the updated Info.plist data: No room: a"}, whole),
-        ElementsAre("the property list could not be written, so the copy is not a second one: No "
-                    "room: a"));
+    EXPECT_THAT(warningsAbout({{.kind = Kind::infoPlistNotWritten,
+                                .text = "Error while writing the updated Info.plist data: No room",
+                                .reason = "No room"}},
+                              whole),
+                ElementsAre("the property list could not be written, so the copy is not a second "
+                            "one: No room"));
 }
 
-TEST(JobWarnings, FailedIconHasTextOfLog) {
-    EXPECT_THAT(cli::warningsAbout({"Image picked", "Error converting new icon to PNG data",
-                                    "App directory not found in the unzipped folder"},
-                                   whole),
-                ElementsAre("Error converting new icon to PNG data",
-                            "App directory not found in the unzipped folder"));
+TEST(JobWarnings, OtherComplaintsHaveTextOfLogInItsOrder) {
+    EXPECT_THAT(warningsAbout({{.kind = Kind::iconNotEncoded, .text = "a"},
+                               {.kind = Kind::bundleNotFound, .text = "b"},
+                               {.kind = Kind::iconNotWritten, .text = "c"},
+                               {.kind = Kind::stagingFolderNotCreated, .text = "d"},
+                               {.kind = Kind::temporaryFilesNotCleared, .text = "e"}},
+                              whole),
+                ElementsAre("a", "b", "c", "d", "e"));
+}
+
+JobProblem notMoved(std::error_code code) {
+    return {.kind = Kind::payloadNotMoved, .text = "not moved", .code = code};
 }
 
 TEST(JobWarnings, MissingPayloadIsReportedOnce) {
-    const std::string moving = "Error while moving Payload folder: There is no such file";
-    EXPECT_THAT(cli::warningsAbout({moving}, {}),
+    EXPECT_THAT(warningsAbout({notMoved(FileError::fileReadNoSuchFile)}, {}),
                 ElementsAre("the package has no folder \"Payload\", so the copy is empty"));
-    EXPECT_THAT(cli::warningsAbout({moving}, whole), ElementsAre(moving));
+    EXPECT_THAT(warningsAbout({notMoved(FileError::fileReadNoSuchFile)}, whole),
+                ElementsAre("not moved"));
 }
 
-TEST(LostPayload, IsOneThatIsThereAndCouldNotBeMoved) {
-    const std::string moving = "Error while moving Payload folder: ";
-    EXPECT_EQ(
-        cli::lostPayload({"Unzipping IPA...", moving + "The file cannot be written: a: Input"}),
-        moving + "The file cannot be written: a: Input");
-    EXPECT_EQ(cli::lostPayload({moving + "There is no such file: Payload"}), std::nullopt);
-    EXPECT_EQ(cli::lostPayload({"Moved Payload folder"}), std::nullopt);
+TEST(LostPayload, ExistsButCouldNotBeMoved) {
+    EXPECT_EQ(lostPayload({{.kind = Kind::iconNotEncoded, .text = "icon"},
+                           notMoved(FileError::fileWriteUnknown)}),
+              "not moved");
+    EXPECT_EQ(lostPayload({notMoved(FileError::fileReadNoSuchFile)}), std::nullopt);
+    EXPECT_EQ(lostPayload({}), std::nullopt);
 }
 
 TEST(JobWarnings, NothingRewritten) {
-    EXPECT_THAT(cli::warningsAbout({}, {.hasPayload = true}),
+    EXPECT_THAT(warningsAbout({}, {.hasPayload = true}),
                 ElementsAre("no app in the folder \"Payload\" has a property list, so nothing in "
                             "the copy has changed"));
 }
@@ -91,12 +86,12 @@ TEST(JobWarnings, NothingRewritten) {
 TEST(JobWarnings, SeveralAppsAreNamed) {
     const std::string start =
         "the folder \"Payload\" holds more than one app, and only one of them has changed: ";
-    cli::CopyContents copy = whole;
+    CopyContents copy = whole;
     copy.apps = {"B.app", "A.app"};
-    EXPECT_THAT(cli::warningsAbout({}, copy), ElementsAre(start + "A.app, B.app"));
+    EXPECT_THAT(warningsAbout({}, copy), ElementsAre(start + "A.app, B.app"));
     for (const char *name : {"C.app", "D.app", "E.app", "F.app", "G.app"})
         copy.apps.insert(name);
-    EXPECT_THAT(cli::warningsAbout({}, copy),
+    EXPECT_THAT(warningsAbout({}, copy),
                 ElementsAre(start + "A.app, B.app, C.app, D.app, E.app and 2 more"));
 }
 

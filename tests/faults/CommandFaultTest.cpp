@@ -2,8 +2,10 @@
 
 #include "archive/FileManager.h"
 #include "cli/Commands.h"
-#include "tests/Vellomir/JobFixture.h"
+#include "files/FileDescriptor.h"
+#include "tests/Job/Packages.h"
 #include "tests/faults/FaultRuns.h"
+#include "tests/support/TemporaryFolder.h"
 
 #include <cstdio>
 #include <fcntl.h>

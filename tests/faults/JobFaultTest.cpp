@@ -8,7 +8,7 @@
 #include "files/Error.h"
 #include "files/FileCopy.h"
 #include "files/PendingFile.h"
-#include "tests/Vellomir/JobFixture.h"
+#include "tests/Job/JobBench.h"
 #include "tests/faults/FaultRuns.h"
 
 #include <algorithm>
@@ -24,57 +24,33 @@ namespace fs = std::filesystem;
 
 namespace {
 
-/// The main screen in a sandbox of its own, without threads.
-class Job {
+/// A bench with a picked package.
+class Bench : public test::JobBench {
 public:
-    explicit Job(const std::string &package) {
-        writeFile(folder / "picked/Notes.ipa", package);
-        view.selectedFileURL.set(picked());
-        view.duplicationNumber.set("2");
+    explicit Bench(const std::string &content) {
+        pick(content);
+        number = "2";
     }
 
-    test::TemporaryFolder folder;
-    AppLaunchView view{services()};
-
-    [[nodiscard]] URL picked() const { return folder.url("picked/Notes.ipa"); }
-    [[nodiscard]] fs::path documents() const { return folder / "box/Documents"; }
-    [[nodiscard]] fs::path temporary() const { return folder / "box/tmp"; }
-    [[nodiscard]] fs::path unzipped() const { return documents() / "Notes/unzipped"; }
-    [[nodiscard]] URL unzippedURL() const { return URL::folder(unzipped().string()); }
-    [[nodiscard]] test::Lines log() const { return view.logMessages.get(); }
-    [[nodiscard]] const test::Lines &console() const { return console_; }
-
-    /// The failure of a step that does not throw: all that the log and the console say.
+    /// The failure of a step that does not throw: all lines of the log and the console.
     void throwWords() const {
-        std::string text;
-        for (const test::Lines &lines : {log(), console_})
-            for (const std::string &line : lines)
-                text += line + '\n';
+        std::string text = consoleText();
+        for (const std::string &line : log())
+            text += line + '\n';
         throw Error(FileError::fileWriteUnknown, {.detail = text});
     }
-
-private:
-    Services services() {
-        const Queue atOnce = [](const Task &task) { task(); };
-        return {.sandbox = Sandbox(folder.url("box")),
-                .mainQueue = atOnce,
-                .backgroundQueue = atOnce,
-                .console = [this](std::string_view line) { console_.emplace_back(line); }};
-    }
-
-    test::Lines console_;
 };
 
 class JobFaults : public testing::Test {
 protected:
-    /// A new job with a picked package.
+    /// A new bench with a picked package.
     void reset() { job_.emplace(package_); }
     void unpack() {
         reset();
-        ASSERT_TRUE(job_->view.unzipIPA(picked()));
+        ASSERT_TRUE(job_->unzipIPA(picked()));
     }
-    [[nodiscard]] Job &job() { return *job_; }
-    [[nodiscard]] URL picked() const { return job_->picked(); }
+    [[nodiscard]] Bench &job() { return *job_; }
+    [[nodiscard]] URL picked() const { return *job_->package; }
     [[nodiscard]] fs::path bundle() const { return job_->unzipped() / "Payload/Notes.app"; }
 
     void expectSourceUntouched() {
@@ -99,7 +75,7 @@ protected:
     std::string package_ = test::notesPackage({test::rawDeflated("Payload/Notes.app/image", image_),
                                                test::rawLink("Payload/Notes.app/link", "image")});
     Picture icon_ = test::dot();
-    std::optional<Job> job_;
+    std::optional<Bench> job_;
 };
 
 bool saysFailure(const test::Lines &lines) {
@@ -114,8 +90,8 @@ TEST_F(JobFaults, WholeJob) {
                          .prepare = [&] { reset(); },
                          .run =
                              [&] {
-                                 job().view.processIPAFile();
-                                 if (!job().view.modifiedFileURL.get())
+                                 job().run();
+                                 if (!job().result())
                                      job().throwWords();
                              },
                          .checkDone =
@@ -135,7 +111,7 @@ TEST_F(JobFaults, Unpacking) {
                          .prepare = [&] { reset(); },
                          .run =
                              [&] {
-                                 if (!job().view.unzipIPA(picked()))
+                                 if (!job().unzipIPA(picked()))
                                      job().throwWords();
                              },
                          .checkDone =
@@ -155,7 +131,7 @@ TEST_F(JobFaults, Icons) {
          .prepare = [&] { unpack(); },
          .run =
              [&] {
-                 if (!job().view.updateAppIcon(job().unzippedURL(), icon_))
+                 if (!job().updateAppIcon(job().unzippedURL(), icon_))
                      job().throwWords();
              },
          .checkDone =
@@ -171,7 +147,7 @@ TEST_F(JobFaults, InfoPlist) {
                          .prepare = [&] { unpack(); },
                          .run =
                              [&] {
-                                 if (!job().view.updateInfoPlist(job().unzippedURL()) ||
+                                 if (!job().updateInfoPlist(job().unzippedURL()) ||
                                      saysFailure(job().log()))
                                      job().throwWords();
                              },
@@ -189,7 +165,7 @@ TEST_F(JobFaults, Packing) {
                          .prepare = [&] { unpack(); },
                          .run =
                              [&] {
-                                 if (!job().view.zipUpdatedIPA(job().unzippedURL(), "Notes2"))
+                                 if (!job().zipUpdatedIPA(job().unzippedURL(), "Notes2"))
                                      job().throwWords();
                              },
                          .checkDone =
@@ -212,8 +188,8 @@ TEST_F(JobFaults, Cleaning) {
                              },
                          .run =
                              [&] {
-                                 job().view.clearDocuments();
-                                 job().view.clearTemporaryFiles();
+                                 job().clearDocuments();
+                                 job().clearTemporaryFiles();
                                  if (saysFailure(job().log()) || !job().console().empty())
                                      job().throwWords();
                              },

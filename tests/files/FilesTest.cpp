@@ -1,10 +1,9 @@
-// Copying and reading files, listing and opening folders.
+// Copying and reading files, and listing folders.
 
+#include "files/FileContent.h"
 #include "files/FileCopy.h"
 #include "files/FileDescriptor.h"
 #include "files/FolderItems.h"
-#include "files/OpenBelow.h"
-#include "files/WholeFile.h"
 #include "tests/support/Errors.h"
 #include "tests/support/Random.h"
 #include "tests/support/TemporaryFolder.h"
@@ -107,7 +106,7 @@ constexpr std::size_t block = 16U << 20U;
 class WholeFile : public testing::Test {
 protected:
     std::string read(std::size_t limit, const std::function<void()> &beforeBlock) {
-        const FileDescriptor file(::open(path_.c_str(), wholeFileFlags));
+        const FileDescriptor file = openFile(path_.string(), Access::read);
         const auto bytes = readWholeFile(file, path_.string(), limit, beforeBlock);
         return {reinterpret_cast<const char *>(bytes.data()), bytes.size()};
     }
@@ -146,57 +145,6 @@ TEST_F(WholeFile, CanBeStopped) {
 TEST_F(WholeFile, LongerThanTheLimitIsRefused) {
     test::writeFile(path_, "content");
     EXPECT_EQ(errorOf([&] { static_cast<void>(read(6, [] {})); }), FileError::fileReadTooLarge);
-}
-
-// --- Opening below a folder -------------------------------------------------------------------
-
-using Open = FileDescriptor (*)(int, const std::string &);
-
-class OpenBelow : public testing::TestWithParam<Open> {
-protected:
-    void SetUp() override {
-        fs::create_directories(folder_ / "a/b/c");
-        test::writeFile(folder_ / "a/file", "");
-        fs::create_directory_symlink("a", folder_ / "link");
-        fs::create_directory_symlink("b", folder_ / "a/last");
-    }
-
-    [[nodiscard]] FileDescriptor open(const std::string &path) const {
-        const FileDescriptor root(::open(folder_.path().c_str(), O_PATH | O_DIRECTORY));
-        return GetParam()(root.get(), path);
-    }
-
-    [[nodiscard]] int failure(const std::string &path) const {
-        return open(path).isOpen() ? 0 : errno;
-    }
-
-    test::TemporaryFolder folder_;
-};
-
-INSTANTIATE_TEST_SUITE_P(Ways, OpenBelow, testing::Values(&openBelow, &openBelowByComponents));
-
-TEST_P(OpenBelow, OpensTheFolderAtThePath) {
-    for (const std::string path : {"a", "a/b", "a/b/c"}) {
-        struct stat opened {};
-        struct stat named {};
-        ASSERT_EQ(::fstat(open(path).get(), &opened), 0) << path;
-        ASSERT_EQ(::stat((folder_ / path).c_str(), &named), 0);
-        EXPECT_EQ(opened.st_ino, named.st_ino) << path;
-    }
-}
-
-TEST_P(OpenBelow, DoesNotFollowLinks) {
-    EXPECT_NE(failure("link"), 0);
-    EXPECT_NE(failure("link/b"), 0);
-    EXPECT_NE(failure("a/last"), 0);
-    EXPECT_NE(failure("a/last/c"), 0);
-}
-
-TEST_P(OpenBelow, ReportsTheReason) {
-    EXPECT_EQ(failure("x"), ENOENT);
-    EXPECT_EQ(failure("a/x/c"), ENOENT);
-    EXPECT_EQ(failure("a/file"), ENOTDIR);
-    EXPECT_EQ(failure("a/file/x"), ENOTDIR);
 }
 
 // --- Order of items ---------------------------------------------------------------------------

@@ -8,13 +8,11 @@ namespace vellomir {
 
 using test::distance;
 using test::Drawing;
+using test::colours::ground, test::colours::white;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
 namespace {
-
-const QColor ground("#13131B");
-const QColor white("#FFFFFF");
 
 class AboutSheet : public test::WindowTest {
 protected:
@@ -24,7 +22,7 @@ protected:
     std::vector<std::string> sheetTexts() {
         std::vector<std::pair<double, std::string>> found;
         for (QQuickItem *const each : items())
-            if (test::isText(*each) && overlay().isAncestorOf(each))
+            if (test::isText(*each) && openPopup()->isAncestorOf(each))
                 found.emplace_back(placeOf(*each).top(), test::plainText(*each));
         std::sort(found.begin(), found.end());
         std::vector<std::string> texts;
@@ -33,16 +31,9 @@ protected:
         return texts;
     }
 
-    QQuickItem &overlay() {
-        for (QQuickItem *const each : items())
-            if (each->inherits("QQuickOverlay"))
-                return *each;
-        throw std::runtime_error("no sheet is open");
-    }
-
     QQuickItem &sheetText(const std::string &content) {
         for (QQuickItem *const each : items())
-            if (test::isText(*each) && overlay().isAncestorOf(each) &&
+            if (test::isText(*each) && openPopup()->isAncestorOf(each) &&
                 test::plainText(*each) == content)
                 return *each;
         throw std::runtime_error("the sheet does not show \"" + content + '"');
@@ -164,31 +155,22 @@ TEST_F(AboutSheet, OpensScrolledToTop) {
     resize({320, 400});
     item("closeButton").forceActiveFocus(Qt::TabFocusReason);
     settle();
-    QQuickItem *page = item("closeButton").parentItem();
-    while (!page->inherits("QQuickFlickable"))
-        page = page->parentItem();
-    ASSERT_GT(page->property("contentY").toDouble(), 0);
+    const QQuickItem &page = pageOf(item("closeButton"));
+    ASSERT_GT(page.property("contentY").toDouble(), 0);
     key(Qt::Key_Escape);
     view().showInfoSheet.set(true);
     settle();
-    EXPECT_EQ(page->property("contentY").toDouble(), 0);
+    EXPECT_EQ(page.property("contentY").toDouble(), 0);
     EXPECT_FALSE(item("closeButton").hasActiveFocus());
 }
 
 TEST_F(AboutSheet, ClosesBySwipeDownFromUpperEdge) {
-    const QPoint from(195, 12 + 10);
-    const auto swipe = [&](int distance) {
-        QTest::mousePress(&window(), Qt::LeftButton, {}, from);
-        for (int step = 1; step <= 10; ++step)
-            QTest::mouseMove(&window(), from + QPoint(0, distance * step / 10));
-        QTest::mouseRelease(&window(), Qt::LeftButton, {}, from + QPoint(0, distance));
-        settle();
-    };
+    const QPointF from(195, 12 + 10);
     const QRectF place = placeOf(item("closeButton"));
-    swipe(40);
+    drag(from, from + QPointF(0, 40));
     EXPECT_TRUE(view().showInfoSheet.get());
     EXPECT_EQ(placeOf(item("closeButton")), place) << "it does not spring back";
-    swipe(200);
+    drag(from, from + QPointF(0, 200));
     EXPECT_FALSE(view().showInfoSheet.get());
 }
 

@@ -1,6 +1,6 @@
 // What assistive programs can read and do.
 
-#include "tests/Vellomir/JobFixture.h"
+#include "tests/Job/Packages.h"
 #include "tests/window/WindowFixture.h"
 
 #include <QAccessible>
@@ -87,13 +87,6 @@ protected:
         ASSERT_NE(actions, nullptr) << itsName;
         ASSERT_TRUE(actions->actionNames().contains(QAccessibleActionInterface::pressAction()));
         actions->doAction(QAccessibleActionInterface::pressAction());
-        settle();
-    }
-
-    void openShareSheet() {
-        test::writeFile(folder_ / "Notes2.ipa", std::string(2500, 'x'));
-        view().modifiedFileURL.set(folder_.url("Notes2.ipa"));
-        view().showShareSheet.set(true);
         settle();
     }
 };

@@ -7,11 +7,9 @@ namespace vellomir {
 using test::distance;
 using test::Drawing;
 using test::textProperty;
+using test::colours::field, test::colours::white;
 
 namespace {
-
-const QColor field("#1D1E24");
-const QColor white("#FFFFFF");
 
 /// A picture of a single colour.
 Picture plain(int width, int height, const QColor &colour) {

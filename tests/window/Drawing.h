@@ -6,6 +6,19 @@
 
 namespace vellomir::test {
 
+/// The application's colours.
+namespace colours {
+
+inline const QColor ground("#13131B");
+inline const QColor field("#1D1E24");
+inline const QColor logPanel("#1D1D24");
+inline const QColor orange("#FFA828");
+inline const QColor white("#FFFFFF");
+inline const QColor grey("#8E8E93");
+inline const QColor red("#FF453A");
+
+} // namespace colours
+
 /// A screenshot of the window. Positions are in points, as on the screen.
 class Drawing {
 public:

@@ -16,12 +16,6 @@ class NumberField : public test::WindowTest {
 protected:
     QQuickItem &field() { return item("duplicationNumber"); }
 
-    void fillLog(int count) {
-        for (int line = 1; line <= count; ++line)
-            view().logMessages.append("Line " + std::to_string(line));
-        settle();
-    }
-
     /// Whether a click there removes the focus from the field.
     bool endsEditing(const QPointF &place) {
         click(field());
@@ -30,12 +24,7 @@ protected:
         return !field().hasActiveFocus();
     }
 
-    QQuickItem &page() {
-        for (QQuickItem *const each : items())
-            if (each->inherits("QQuickFlickable"))
-                return *each;
-        throw std::runtime_error("the window has no page");
-    }
+    QQuickItem &page() { return pageOf(field()); }
 
     std::string number() { return view().duplicationNumber.get(); }
 
@@ -48,7 +37,7 @@ protected:
 // --- What ends editing --------------------------------------------------------------------------
 
 TEST_F(NumberField, LosesFocusToPressOnScrollingLog) {
-    fillLog(40);
+    appendLines(40);
     const QRectF log = placeOf(item("logPanel"));
     for (const QPointF &place :
          {log.center(), log.topLeft() + QPointF(5, 30), log.bottomRight() - QPointF(40, 5)})
@@ -57,7 +46,7 @@ TEST_F(NumberField, LosesFocusToPressOnScrollingLog) {
 
 TEST_F(NumberField, LosesFocusToPressOnScrollingPage) {
     resize({320, 400});
-    fillLog(30);
+    appendLines(30);
     ASSERT_TRUE(page().property("interactive").toBool());
     EXPECT_TRUE(endsEditing(placeOf(text("Vellomir")).center()));
     EXPECT_TRUE(endsEditing(placeOf(text("Modify App's Information")).center()));
@@ -68,13 +57,11 @@ TEST_F(NumberField, LosesFocusToPressOnScrollingPage) {
 }
 
 TEST_F(NumberField, LosesFocusToTap) {
-    fillLog(40);
-    const auto finger = std::unique_ptr<QPointingDevice>(QTest::createTouchDevice());
+    appendLines(40);
     for (const QPointF &place : {placeOf(item("logPanel")).center(), QPointF(2, 2)}) {
         click(field());
         ASSERT_TRUE(field().hasActiveFocus());
-        QTest::touchEvent(&window(), finger.get()).press(1, place.toPoint());
-        QTest::touchEvent(&window(), finger.get()).release(1, place.toPoint());
+        tap(place);
         settle();
         EXPECT_FALSE(field().hasActiveFocus()) << place.x() << ' ' << place.y();
     }

@@ -3,7 +3,7 @@
 #include "tests/window/WindowFixture.h"
 
 #include "Vellomir/Window/Fonts.h"
-#include "tests/Vellomir/JobFixture.h"
+#include "tests/Job/Packages.h"
 
 namespace vellomir {
 
@@ -76,15 +76,8 @@ protected:
 
 private:
     bool isInFront(const QQuickItem &item) {
-        const QQuickItem *const overlay = openSheet();
-        return overlay == nullptr || overlay->isAncestorOf(&item);
-    }
-
-    const QQuickItem *openSheet() {
-        for (const QQuickItem *const each : items())
-            if (each->inherits("QQuickOverlay"))
-                return each;
-        return nullptr;
+        const QQuickItem *const popup = openPopup();
+        return popup == nullptr || popup->isAncestorOf(&item);
     }
 };
 
@@ -125,16 +118,11 @@ TEST_F(WindowLayout, FitsLongLines) {
 
 TEST_F(WindowLayout, EverythingCanBeScrolledIntoView) {
     resize({320, 400});
-    for (int line = 0; line < 30; ++line)
-        view().logMessages.append("Line " + std::to_string(line));
-    settle();
-    QQuickItem *page = item("selectButton").parentItem();
-    while (page != nullptr && !page->inherits("QQuickFlickable"))
-        page = page->parentItem();
-    ASSERT_NE(page, nullptr);
+    appendLines(30);
+    const QQuickItem &page = pageOf(item("selectButton"));
     const QRectF footer = placeOf(text("Made with ❤️ By Orsanta Team"));
-    EXPECT_TRUE(page->property("interactive").toBool());
-    EXPECT_LE(footer.bottom(), page->property("contentHeight").toDouble());
+    EXPECT_TRUE(page.property("interactive").toBool());
+    EXPECT_LE(footer.bottom(), page.property("contentHeight").toDouble());
     EXPECT_GT(item("logPanel").height(), 100) << "the log can be read";
 }
 
@@ -149,10 +137,7 @@ TEST_F(WindowLayout, FitsAboutSheet) {
 }
 
 TEST_F(WindowLayout, FitsShareSheet) {
-    test::writeFile(folder_ / (longName + ".ipa"), std::string(1234, 'x'));
-    view().modifiedFileURL.set(folder_.url(longName + ".ipa"));
-    view().showShareSheet.set(true);
-    settle();
+    openShareSheet(longName + ".ipa");
     click("copyRow");
     expectToFitInAllSizes("share sheet", true);
     for (QQuickItem *const each : frontTexts())

@@ -2,7 +2,7 @@
 
 #include "Vellomir/Window/SystemDesktop.h"
 
-#include "tests/Vellomir/JobFixture.h"
+#include "tests/Job/Packages.h"
 #include "tests/window/WindowFixture.h"
 
 namespace vellomir {

@@ -1,11 +1,12 @@
 // The window, used with the keyboard only.
 
-#include "tests/Vellomir/JobFixture.h"
+#include "tests/Job/Packages.h"
 #include "tests/window/WindowFixture.h"
 
 namespace vellomir {
 
 using test::textProperty;
+using test::colours::white;
 using testing::ElementsAre;
 
 namespace {
@@ -39,18 +40,6 @@ protected:
         ASSERT_EQ(focus(), place);
     }
 
-    void openShareSheet() {
-        test::writeFile(folder_ / "Notes2.ipa", std::string(2500, 'x'));
-        view().modifiedFileURL.set(folder_.url("Notes2.ipa"));
-        view().showShareSheet.set(true);
-        settle();
-    }
-
-    void openCropper() {
-        view().selectedImage.set(test::dot());
-        settle();
-    }
-
     /// The visible focus rings.
     std::vector<QQuickItem *> rings() {
         std::vector<QQuickItem *> rings = items();
@@ -69,7 +58,6 @@ protected:
         const QRectF place = placeOf(*shown.front());
         const QRectF focused = placeOf(*window().activeFocusItem());
         EXPECT_TRUE(focused.adjusted(-6, -6, 6, 6).contains(place)) << focus();
-        const QColor white(Qt::white);
         EXPECT_EQ(drawing.at({place.left() + 1, place.center().y()}), white) << focus();
         EXPECT_EQ(drawing.at({place.center().x(), place.top() + 1}), white) << focus();
         EXPECT_EQ(drawing.at({place.center().x(), place.bottom() - 1}), white) << focus();
@@ -93,9 +81,7 @@ TEST_F(Keyboard, TabSkipsDisabledControls) {
 }
 
 TEST_F(Keyboard, TabReachesScrollingLog) {
-    for (int line = 0; line < 40; ++line)
-        view().logMessages.append("Line " + std::to_string(line));
-    settle();
+    appendLines(40);
     goTo("runButton");
     EXPECT_THAT(walk(2), ElementsAre("logPanel", "infoButton"));
     goTo("logPanel");

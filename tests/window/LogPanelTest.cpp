@@ -9,14 +9,11 @@ namespace vellomir {
 
 using test::distance;
 using test::Drawing;
+using test::colours::ground, test::colours::logPanel, test::colours::orange;
 using testing::Contains;
 using testing::Each;
 
 namespace {
-
-const QColor ground("#13131B");
-const QColor panelColour("#1D1D24");
-const QColor orange("#FFA828");
 
 constexpr double mostHeight = 450;
 
@@ -27,12 +24,6 @@ protected:
     QQuickItem &panel() { return item("logPanel"); }
     double number(const char *name) { return panel().property(name).toDouble(); }
     double end() { return number("contentHeight") - panel().height(); }
-
-    void append(int count) {
-        for (int added = 0; added < count; ++added)
-            view().logMessages.append("Line " + std::to_string(++lines_));
-        settle();
-    }
 
     /// Turns the wheel, upwards if positive, and processes the events.
     void turnWheel(int eighthsOfADegree) {
@@ -52,7 +43,6 @@ protected:
     }
 
 private:
-    int lines_ = 0;
     quint64 wheelTime_ = 0;
 };
 
@@ -68,7 +58,7 @@ TEST_F(LogPanel, EmptyLogIsHidden) {
 }
 
 TEST_F(LogPanel, LinesAreOrangeOnPanel) {
-    append(2);
+    appendLines(2);
     const QRectF place = placeOf(panel());
     const QRectF first = placeOf(text("Line 1"));
     const QRectF second = placeOf(text("Line 2"));
@@ -79,11 +69,11 @@ TEST_F(LogPanel, LinesAreOrangeOnPanel) {
     EXPECT_EQ(text("Line 1").property("font").value<QFont>().pixelSize(), 17);
     const Drawing drawing = draw();
     EXPECT_EQ(drawing.at(place.topLeft()), ground) << "the corner is round";
-    EXPECT_EQ(drawing.at(place.topLeft() + QPointF(10, 1)), panelColour);
-    EXPECT_EQ(drawing.at({place.left() + 1, second.center().y()}), panelColour);
-    EXPECT_EQ(drawing.at({place.left() + 20, second.bottom() + 14}), panelColour);
+    EXPECT_EQ(drawing.at(place.topLeft() + QPointF(10, 1)), logPanel);
+    EXPECT_EQ(drawing.at({place.left() + 1, second.center().y()}), logPanel);
+    EXPECT_EQ(drawing.at({place.left() + 20, second.bottom() + 14}), logPanel);
     EXPECT_EQ(drawing.at({place.left() + 20, second.bottom() + 17}), ground);
-    EXPECT_LT(distance(drawing.ink(first, panelColour), orange), 90);
+    EXPECT_LT(distance(drawing.ink(first, logPanel), orange), 90);
 }
 
 TEST_F(LogPanel, MarkupInFileNamesIsPlainText) {
@@ -109,31 +99,31 @@ TEST_F(LogPanel, EqualLinesAreShownTwice) {
 
 TEST_F(LogPanelOfTallWindow, HeightIsLimited) {
     for (int count = 0; count < 30; ++count) {
-        append(1);
+        appendLines(1);
         ASSERT_LE(panel().height(), mostHeight);
     }
     EXPECT_EQ(panel().height(), mostHeight);
     EXPECT_GT(number("contentHeight"), mostHeight);
     const QRectF place = placeOf(panel());
     const Drawing drawing = draw();
-    EXPECT_EQ(drawing.at({place.left() + 4, place.bottom() - 20}), panelColour);
+    EXPECT_EQ(drawing.at({place.left() + 4, place.bottom() - 20}), logPanel);
     EXPECT_EQ(drawing.at({place.left() + 4, place.bottom() + 1}), ground) << "it is not clipped";
     for (int line = 1; line <= 30; ++line)
         EXPECT_TRUE(showsText("Line " + std::to_string(line)));
 }
 
 TEST_F(LogPanelOfTallWindow, FooterStaysBelow) {
-    append(60);
+    appendLines(60);
     EXPECT_GE(placeOf(text("Made with ❤️ By Orsanta Team")).top(), placeOf(panel()).bottom());
 }
 
 // --- Scroll position ----------------------------------------------------------------------------
 
 TEST_F(LogPanel, FollowsNewLinesAtEnd) {
-    append(40);
+    appendLines(40);
     EXPECT_GT(end(), 0);
     EXPECT_EQ(number("contentY"), end());
-    append(1);
+    appendLines(1);
     EXPECT_EQ(number("contentY"), end());
     EXPECT_LE(placeOf(text("Line 41")).bottom(), placeOf(panel()).bottom());
     resize({390, 700});
@@ -143,57 +133,52 @@ TEST_F(LogPanel, FollowsNewLinesAtEnd) {
 }
 
 TEST_F(LogPanel, WheelScrollingStopsFollowing) {
-    append(40);
+    appendLines(40);
     turnWheel(240);
     const double place = number("contentY");
     ASSERT_LT(place, end() - 10);
-    append(5);
+    appendLines(5);
     EXPECT_EQ(number("contentY"), place);
     for (int turn = 0; turn < 50 && number("contentY") < end(); ++turn)
         turnWheel(-960);
     EXPECT_EQ(number("contentY"), end());
-    append(5);
+    appendLines(5);
     EXPECT_EQ(number("contentY"), end()) << "back at its end, it follows it again";
 }
 
 TEST_F(LogPanel, KeyScrollingStopsFollowing) {
-    append(40);
+    appendLines(40);
     focusByKeyboard();
     key(Qt::Key_Up);
     key(Qt::Key_Up);
     const double place = number("contentY");
     ASSERT_LT(place, end() - 10);
-    append(5);
+    appendLines(5);
     EXPECT_EQ(number("contentY"), place);
     for (int press = 0; press < 50; ++press)
         key(Qt::Key_Down);
     EXPECT_EQ(number("contentY"), end());
-    append(5);
+    appendLines(5);
     EXPECT_EQ(number("contentY"), end());
 }
 
 TEST_F(LogPanel, TouchScrollingStopsFollowing) {
-    append(40);
-    const QPoint from = placeOf(panel()).center().toPoint();
-    const auto finger = std::unique_ptr<QPointingDevice>(QTest::createTouchDevice());
-    QTest::touchEvent(&window(), finger.get()).press(1, from);
-    for (int step = 1; step <= 10; ++step)
-        QTest::touchEvent(&window(), finger.get()).move(1, from + QPoint(0, 10 * step));
-    QTest::touchEvent(&window(), finger.get()).release(1, from + QPoint(0, 100));
-    ASSERT_TRUE(becomes([this] { return !panel().property("moving").toBool(); }));
+    appendLines(40);
+    const QPointF from = placeOf(panel()).center();
+    swipe(from, from + QPointF(0, 100));
     const double place = number("contentY");
     ASSERT_LT(place, end() - 10);
-    append(5);
+    appendLines(5);
     EXPECT_EQ(number("contentY"), place);
 }
 
 TEST_F(LogPanel, ClearedLogFollowsAgain) {
-    append(40);
+    appendLines(40);
     turnWheel(240);
     ASSERT_LT(number("contentY"), end() - 10);
     view().logMessages.replace({});
     settle();
-    append(40);
+    appendLines(40);
     EXPECT_EQ(number("contentY"), end());
 }
 
@@ -236,7 +221,7 @@ private:
 
 TEST_F(LogRows, SlideInFromLeadingEdge) {
     app_->motion().setReduced(false);
-    append(1);
+    appendLines(1);
     ASSERT_EQ(places.size(), 1);
     ASSERT_TRUE(areAtRest());
     EXPECT_LE(places[0].front(), -placeOf(panel()).width());
@@ -257,7 +242,7 @@ TEST_F(LogRows, RepeatedLinesDoNotSlideIn) {
 }
 
 TEST_F(LogRows, ReducedMotionDisablesSlidingIn) {
-    append(3);
+    appendLines(3);
     ASSERT_EQ(places.size(), 3);
     EXPECT_THAT(places, Each(testing::ElementsAre(0)));
 }

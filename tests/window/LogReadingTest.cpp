@@ -9,10 +9,9 @@ namespace vellomir {
 
 using test::distance;
 using test::Drawing;
+using test::colours::logPanel;
 
 namespace {
-
-const QColor panelColour("#1D1D24");
 
 class LogReading : public test::WindowTest {
 protected:
@@ -20,23 +19,8 @@ protected:
     double position() { return panel().property("contentY").toDouble(); }
     double end() { return panel().property("contentHeight").toDouble() - panel().height(); }
 
-    void fill(int count) {
-        for (int line = 1; line <= count; ++line)
-            view().logMessages.append("Line " + std::to_string(line));
-        settle();
-    }
-
     void focusPanel() {
         panel().forceActiveFocus(Qt::TabFocusReason);
-        settle();
-    }
-
-    void drag(const QPointF &from, const QPointF &to) {
-        QTest::mousePress(&window(), Qt::LeftButton, {}, from.toPoint());
-        constexpr int steps = 10;
-        for (int step = 1; step <= steps; ++step)
-            QTest::mouseMove(&window(), (from + (to - from) * step / steps).toPoint());
-        QTest::mouseRelease(&window(), Qt::LeftButton, {}, to.toPoint());
         settle();
     }
 
@@ -62,7 +46,7 @@ protected:
 // --- Keys ---------------------------------------------------------------------------------------
 
 TEST_F(LogReading, KeysScrollByPagesAndToEnds) {
-    fill(60);
+    appendLines(60);
     focusPanel();
     ASSERT_EQ(position(), end());
     key(Qt::Key_PageUp);
@@ -77,7 +61,7 @@ TEST_F(LogReading, KeysScrollByPagesAndToEnds) {
 }
 
 TEST_F(LogReading, NewLinesScrollOnlyAtTheEnd) {
-    fill(60);
+    appendLines(60);
     focusPanel();
     key(Qt::Key_Home);
     view().logMessages.append("One more");
@@ -92,7 +76,7 @@ TEST_F(LogReading, NewLinesScrollOnlyAtTheEnd) {
 // --- The scroll bar -----------------------------------------------------------------------------
 
 TEST_F(LogReading, ScrollBarCanBeDragged) {
-    fill(60);
+    appendLines(60);
     const QRectF box = placeOf(panel());
     const double x = box.right() - 5;
     drag({x, box.bottom() - 10}, {x, box.top() + 2});
@@ -108,25 +92,55 @@ TEST_F(LogReading, ScrollBarCanBeDragged) {
 }
 
 TEST_F(LogReading, PressOnScrollBarJumpsThere) {
-    fill(60);
+    appendLines(60);
     const QRectF box = placeOf(panel());
     click({box.right() - 5, box.center().y()});
     EXPECT_NEAR(position(), end() / 2, panel().height() / 4);
 }
 
+TEST_F(LogReading, DraggedScrollBarStaysUnderPointer) {
+    appendLines(300);
+    const QRectF box = placeOf(panel());
+    const double x = box.right() - 5;
+    const double grip = box.bottom() - 10;
+    QTest::mousePress(&window(), Qt::LeftButton, {}, QPointF(x, grip).toPoint());
+    for (const double y : {box.center().y(), box.top() + 60, box.bottom() - 60}) {
+        QTest::mouseMove(&window(), QPointF(x, y).toPoint());
+        const Drawing drawing = draw();
+        EXPECT_GT(distance(drawing.at({x, y}), logPanel), 200) << y;
+        EXPECT_EQ(drawing.at({x, y - 30}), logPanel) << y;
+        EXPECT_EQ(drawing.at({x, y + 30}), logPanel) << y;
+    }
+    QTest::mouseRelease(&window(), Qt::LeftButton, {}, QPointF(x, grip).toPoint());
+    EXPECT_TRUE(becomes([this] { return position() == end(); }));
+}
+
+TEST_F(LogReading, ScrollBarIsHiddenWhileLogFits) {
+    appendLines(2);
+    const auto isShown = [this] {
+        const QRectF lines = placeOf(text("Line 1")).united(placeOf(text("Line 2")));
+        return draw().hasInk({placeOf(panel()).right() - 12, lines.top(), 12, lines.height()},
+                             logPanel);
+    };
+    EXPECT_FALSE(isShown());
+    appendLines(60);
+    panel().setProperty("contentY", 0);
+    EXPECT_TRUE(isShown());
+}
+
 // --- The upper edge -----------------------------------------------------------------------------
 
 TEST_F(LogReading, ScrolledLogFadesAtUpperEdge) {
-    fill(60);
+    appendLines(60);
     const QRectF box = placeOf(panel());
     const QRectF top(box.left() + 16, box.top(), 60, 2);
     for (double offset = 18; offset < 50; offset += 3) {
         panel().setProperty("contentY", offset);
         settle();
-        EXPECT_LT(distance(draw().ink(top, panelColour), panelColour), 60) << offset;
+        EXPECT_LT(distance(draw().ink(top, logPanel), logPanel), 60) << offset;
     }
     const QRectF below(box.left() + 16, box.top() + 40, 60, 40);
-    EXPECT_GT(distance(draw().ink(below, panelColour), panelColour), 200);
+    EXPECT_GT(distance(draw().ink(below, logPanel), logPanel), 200);
 }
 
 // --- Selecting and copying ----------------------------------------------------------------------
@@ -147,7 +161,7 @@ TEST_F(LogReading, CopiesPartOfALine) {
 }
 
 TEST_F(LogReading, CopiesSeveralLinesInOrder) {
-    fill(4);
+    appendLines(4);
     drag(before("Line 2"), behind("Line 4"));
     copy();
     EXPECT_EQ(copied(), "Line 2\nLine 3\nLine 4");
@@ -157,7 +171,7 @@ TEST_F(LogReading, CopiesSeveralLinesInOrder) {
 }
 
 TEST_F(LogReading, SelectionIsHighlighted) {
-    fill(3);
+    appendLines(3);
     const Drawing plain = draw();
     drag(before("Line 1"), behind("Line 2"));
     EXPECT_FALSE(draw() == plain);
@@ -177,7 +191,7 @@ TEST_F(LogReading, DoubleClickSelectsWord) {
 }
 
 TEST_F(LogReading, KeyboardSelectsAll) {
-    fill(60);
+    appendLines(60);
     focusPanel();
     key(Qt::Key_A, Qt::ControlModifier);
     copy();
@@ -186,7 +200,7 @@ TEST_F(LogReading, KeyboardSelectsAll) {
 }
 
 TEST_F(LogReading, SelectionSurvivesNewLinesUntilLogIsCleared) {
-    fill(3);
+    appendLines(3);
     drag(before("Line 1"), behind("Line 2"));
     view().logMessages.append("One more");
     settle();
@@ -199,7 +213,7 @@ TEST_F(LogReading, SelectionSurvivesNewLinesUntilLogIsCleared) {
 }
 
 TEST_F(LogReading, DraggingOverClearedLogSelectsNothing) {
-    fill(3);
+    appendLines(3);
     const QPointF from = before("Line 1");
     const QPointF to = behind("Line 3");
     QTest::mousePress(&window(), Qt::LeftButton, {}, from.toPoint());
@@ -213,7 +227,7 @@ TEST_F(LogReading, DraggingOverClearedLogSelectsNothing) {
 }
 
 TEST_F(LogReading, KeyboardSelectsNothingInClearedLog) {
-    fill(3);
+    appendLines(3);
     focusPanel();
     view().logMessages.replace({});
     settle();
@@ -224,14 +238,9 @@ TEST_F(LogReading, KeyboardSelectsNothingInClearedLog) {
 }
 
 TEST_F(LogReading, TouchScrollsWithoutSelecting) {
-    fill(60);
-    const auto finger = std::unique_ptr<QPointingDevice>(QTest::createTouchDevice());
-    const QPoint from = placeOf(panel()).center().toPoint();
-    QTest::touchEvent(&window(), finger.get()).press(1, from);
-    for (int step = 1; step <= 10; ++step)
-        QTest::touchEvent(&window(), finger.get()).move(1, from + QPoint(0, 10 * step));
-    QTest::touchEvent(&window(), finger.get()).release(1, from + QPoint(0, 100));
-    ASSERT_TRUE(becomes([this] { return !panel().property("moving").toBool(); }));
+    appendLines(60);
+    const QPointF from = placeOf(panel()).center();
+    swipe(from, from + QPointF(0, 100));
     EXPECT_LT(position(), end() - 20);
     focusPanel();
     copy();
@@ -239,7 +248,7 @@ TEST_F(LogReading, TouchScrollsWithoutSelecting) {
 }
 
 TEST_F(LogReading, DraggingSelectionBeyondEdgeScrolls) {
-    fill(60);
+    appendLines(60);
     const QRectF box = placeOf(panel());
     QTest::mousePress(&window(), Qt::LeftButton, {}, box.center().toPoint());
     QTest::mouseMove(&window(), QPoint(100, static_cast<int>(box.center().y()) - 20));

@@ -1,6 +1,6 @@
 // The main screen: its contents and its controls.
 
-#include "tests/Vellomir/JobFixture.h"
+#include "tests/Job/Packages.h"
 #include "tests/window/WindowFixture.h"
 
 #include <QClipboard>
@@ -11,17 +11,12 @@ namespace vellomir {
 using test::distance;
 using test::Drawing;
 using test::textProperty;
+using test::colours::field, test::colours::grey, test::colours::ground, test::colours::orange,
+    test::colours::red, test::colours::white;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
 namespace {
-
-const QColor ground("#13131B");
-const QColor field("#1D1E24");
-const QColor orange("#FFA828");
-const QColor red("#FF453A");
-const QColor grey("#8E8E93");
-const QColor white("#FFFFFF");
 
 constexpr double padding = 16;
 constexpr double radius = 10;

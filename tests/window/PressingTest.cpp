@@ -6,6 +6,7 @@
 
 namespace vellomir {
 
+using test::colours::ground;
 using testing::ElementsAre;
 
 namespace {
@@ -86,7 +87,6 @@ TEST_F(PressedButton, SpringsBothWays) {
 }
 
 TEST_F(PressedButton, IsSmallerButNotDimmed) {
-    const QColor ground("#13131B");
     QQuickItem &button = item("selectButton");
     const QRectF whole = placeOf(button);
     const QPointF edge(whole.left() + 2, whole.center().y());

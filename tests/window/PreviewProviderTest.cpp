@@ -1,6 +1,6 @@
 #include "Vellomir/Window/PreviewProvider.h"
 
-#include "tests/Vellomir/JobFixture.h"
+#include "tests/Job/Packages.h"
 
 #include <QImage>
 

@@ -4,6 +4,8 @@
 
 namespace vellomir {
 
+using test::colours::ground;
+
 namespace {
 
 const QSize sizes[] = {{320, 400}, {320, 568}, {390, 844}, {1200, 900}};
@@ -20,12 +22,6 @@ protected:
     void setResult(const std::string &name) {
         test::writeFile(folder_ / name, std::string(2500, 'x'));
         view().modifiedFileURL.set(folder_.url(name));
-    }
-
-    void openStill(const std::string &name) {
-        setResult(name);
-        view().showShareSheet.set(true);
-        settle();
     }
 
     /// Opens the sheet with motion and waits for the end of the animation.
@@ -81,7 +77,7 @@ TEST_F(ShareSheetLayout, WindowMayGrowDuringAnimation) {
 TEST_F(ShareSheetLayout, LongNameIsElidedInTheMiddle) {
     for (const QSize &size : sizes) {
         resize(size);
-        openStill(longestName);
+        openShareSheet(longestName);
         const QQuickItem &name = item("resultName");
         EXPECT_LE(name.property("lineCount").toInt(), 2);
         const std::string shown = test::textProperty(name, "text");
@@ -92,28 +88,28 @@ TEST_F(ShareSheetLayout, LongNameIsElidedInTheMiddle) {
 }
 
 TEST_F(ShareSheetLayout, NameOfTwoLinesIsNotElided) {
-    openStill(longName);
+    openShareSheet(longName);
     EXPECT_EQ(item("resultName").property("lineCount").toInt(), 2);
     EXPECT_EQ(test::textProperty(item("resultName"), "text"), longName);
 }
 
 TEST_F(ShareSheetLayout, RightToLeftNameIsBesideSymbol) {
-    openStill(rightToLeftName);
+    openShareSheet(rightToLeftName);
     const QRectF place = placeOf(item("resultName"));
     const test::Drawing drawing = draw();
-    EXPECT_TRUE(drawing.hasInk({place.left(), place.top(), 20, place.height()}, "#13131B"));
-    EXPECT_FALSE(drawing.hasInk({place.right() - 60, place.top(), 60, place.height()}, "#13131B"));
+    EXPECT_TRUE(drawing.hasInk({place.left(), place.top(), 20, place.height()}, ground));
+    EXPECT_FALSE(drawing.hasInk({place.right() - 60, place.top(), 60, place.height()}, ground));
 }
 
 TEST_F(ShareSheetLayout, LineBreaksInNameAreHidden) {
-    openStill("Two\nlines2.ipa");
+    openShareSheet("Two\nlines2.ipa");
     EXPECT_EQ(item("resultName").property("lineCount").toInt(), 1);
 }
 
 TEST_F(ShareSheetLayout, MessagesDoNotResizeSheet) {
     for (const QSize &size : sizes) {
         resize(size);
-        openStill(shortName);
+        openShareSheet(shortName);
         const QRectF close = placeOf(item("doneButton"));
         const double top = sheetTop();
         click("copyRow");
@@ -127,7 +123,7 @@ TEST_F(ShareSheetLayout, MessagesDoNotResizeSheet) {
 }
 
 TEST_F(ShareSheetLayout, MessageHasRoomForThreeLines) {
-    openStill(shortName);
+    openShareSheet(shortName);
     QQuickItem &message = item("sharingMessage");
     ASSERT_EQ(test::textProperty(message, "text"), "");
     const double room = message.height();

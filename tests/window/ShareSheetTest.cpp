@@ -8,6 +8,7 @@ namespace vellomir {
 
 using test::distance;
 using test::textProperty;
+using test::colours::ground, test::colours::orange, test::colours::red;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::Not;
@@ -16,18 +17,11 @@ namespace fs = std::filesystem;
 
 namespace {
 
-const QColor ground("#13131B");
-const QColor orange("#FFA828");
-const QColor red("#FF453A");
-
 class ShareSheet : public test::WindowTest {
 protected:
     ShareSheet() {
-        test::writeFile(result_, std::string(2500, 'x'));
         view().selectedFileURL.set(folder_.url("Notes.ipa"));
-        view().modifiedFileURL.set(folder_.url("Notes2.ipa"));
-        view().showShareSheet.set(true);
-        settle();
+        openShareSheet();
     }
 
     std::string message() { return textProperty(item("sharingMessage"), "text"); }

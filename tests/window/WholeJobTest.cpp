@@ -1,6 +1,6 @@
 // End to end: from a package to its second copy, in the window, with real jobs.
 
-#include "tests/Vellomir/JobFixture.h"
+#include "tests/Job/Packages.h"
 #include "tests/support/Referee.h"
 #include "tests/window/WindowFixture.h"
 

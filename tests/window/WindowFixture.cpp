@@ -1,5 +1,7 @@
 #include "tests/window/WindowFixture.h"
 
+#include "tests/Vellomir/JobFixture.h"
+
 #include <QTextDocumentFragment>
 
 #include <algorithm>
@@ -10,6 +12,8 @@ namespace {
 
 /// Milliseconds; only a failing test waits this long.
 constexpr int timeout = 30'000;
+/// Movements of one drag.
+constexpr int steps = 10;
 
 void gather(QQuickItem *item, std::vector<QQuickItem *> &items) {
     if (!item->isVisible())
@@ -127,6 +131,20 @@ std::vector<std::string> WindowTest::texts() {
     return texts;
 }
 
+QQuickItem *WindowTest::openPopup() {
+    for (QQuickItem *const item : items())
+        if (item->inherits("QQuickOverlay"))
+            return item;
+    return nullptr;
+}
+
+QQuickItem &WindowTest::pageOf(QQuickItem &item) {
+    for (QQuickItem *above = item.parentItem(); above != nullptr; above = above->parentItem())
+        if (above->inherits("QQuickFlickable"))
+            return *above;
+    throw std::runtime_error("the item is on no page");
+}
+
 QRectF WindowTest::placeOf(const QQuickItem &item) {
     return item.mapRectToScene({0, 0, item.width(), item.height()});
 }
@@ -134,6 +152,24 @@ QRectF WindowTest::placeOf(const QQuickItem &item) {
 Drawing WindowTest::draw() {
     settle();
     return Drawing(window());
+}
+
+void WindowTest::appendLines(int count) {
+    for (int added = 0; added < count; ++added)
+        view().logMessages.append("Line " + std::to_string(++lines_));
+    settle();
+}
+
+void WindowTest::openShareSheet(const std::string &name) {
+    writeFile(folder_ / name, std::string(2500, 'x'));
+    view().modifiedFileURL.set(folder_.url(name));
+    view().showShareSheet.set(true);
+    settle();
+}
+
+void WindowTest::openCropper() {
+    view().selectedImage.set(dot());
+    settle();
 }
 
 void WindowTest::click(const QPointF &place) {
@@ -158,6 +194,33 @@ void WindowTest::type(const char *characters) {
     for (const char *character = characters; *character != '\0'; ++character)
         QTest::keyClick(&window(), *character);
     settle();
+}
+
+void WindowTest::drag(const QPointF &from, const QPointF &to) {
+    QTest::mousePress(&window(), Qt::LeftButton, {}, from.toPoint());
+    for (int step = 1; step <= steps; ++step)
+        QTest::mouseMove(&window(), (from + (to - from) * step / steps).toPoint());
+    QTest::mouseRelease(&window(), Qt::LeftButton, {}, to.toPoint());
+    settle();
+}
+
+void WindowTest::tap(const QPointF &place) {
+    QTest::touchEvent(&window(), finger_.get()).press(1, place.toPoint());
+    QTest::touchEvent(&window(), finger_.get()).release(1, place.toPoint());
+}
+
+void WindowTest::swipe(const QPointF &from, const QPointF &to) {
+    QTest::touchEvent(&window(), finger_.get()).press(1, from.toPoint());
+    for (int step = 1; step <= steps; ++step)
+        QTest::touchEvent(&window(), finger_.get())
+            .move(1, (from + (to - from) * step / steps).toPoint());
+    QTest::touchEvent(&window(), finger_.get()).release(1, to.toPoint());
+    ASSERT_TRUE(becomes([this] {
+        const auto shown = items();
+        return std::none_of(shown.begin(), shown.end(), [](const QQuickItem *item) {
+            return item->property("moving").toBool();
+        });
+    }));
 }
 
 } // namespace vellomir::test

@@ -62,9 +62,22 @@ protected:
     [[nodiscard]] bool showsText(const std::string &content);
     /// All visible texts that are not empty, from top to bottom.
     [[nodiscard]] std::vector<std::string> texts();
+    /// The open sheet or alert; null if there is none.
+    [[nodiscard]] QQuickItem *openPopup();
+    /// The scrolling area that contains the item; throws if there is none.
+    [[nodiscard]] static QQuickItem &pageOf(QQuickItem &item);
     /// In window coordinates, in points, including scale.
     [[nodiscard]] static QRectF placeOf(const QQuickItem &item);
     [[nodiscard]] Drawing draw();
+
+    // --- States ---------------------------------------------------------------------------------
+
+    /// Appends "Line 1", "Line 2" and so on to the log.
+    void appendLines(int count);
+    /// Opens the share sheet with a file of 2500 bytes.
+    void openShareSheet(const std::string &name = "Notes2.ipa");
+    /// Opens the cropper with a small picture.
+    void openCropper();
 
     // --- Input ----------------------------------------------------------------------------------
 
@@ -75,6 +88,12 @@ protected:
     void release(QQuickItem &item);
     void key(Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier);
     void type(const char *characters);
+    /// Drags with the mouse, in steps.
+    void drag(const QPointF &from, const QPointF &to);
+    /// Puts a finger down and up again; does not wait for events.
+    void tap(const QPointF &place);
+    /// Drags with a finger, and waits until nothing scrolls any more.
+    void swipe(const QPointF &from, const QPointF &to);
 
     /// Counts the clicked signals of a button from now on.
     [[nodiscard]] QSignalSpy clicksOf(const char *objectName) {
@@ -85,6 +104,10 @@ protected:
     FakePickers pickers_;
     FakeDesktop desktop_;
     std::unique_ptr<OrsantaVellomirApp> app_;
+
+private:
+    std::unique_ptr<QPointingDevice> finger_{QTest::createTouchDevice()};
+    int lines_ = 0; ///< appended to the log
 };
 
 } // namespace vellomir::test

@@ -1,0 +1,34 @@
+// Job: unpacking the picked package.
+
+#include "Vellomir/Job/Job.h"
+#include "archive/FileManager.h"
+
+namespace vellomir {
+
+std::optional<archive::URL> Job::unzipIPA(const archive::URL &url) {
+    try {
+        const archive::URL copy = documentsFolder().appendingPathComponent(url.lastPathComponent());
+        const archive::URL folder =
+            copy.deletingPathExtension().appendingPathComponent("unzipped/");
+        observer_.logRestarted("Unzipping IPA...");
+
+        progress_.run(JobProgress::Share::copying,
+                      [&](const auto &progress) { services_.files.copyIn(url, copy, progress); });
+        services_.files.removeIfThere(folder);
+        services_.files.createFolder(folder);
+        progress_.run(JobProgress::Share::unpacking, [&](const auto &progress) {
+            archive::FileManager().unzipItem(copy, folder,
+                                             {.progress = progress,
+                                              .preferredEncoding = input_.nameEncoding,
+                                              .holdsToDirectory = true});
+        });
+
+        observer_.logged("Unzipped IPA file successfully");
+        return folder;
+    } catch (const std::exception &error) {
+        failure_ = report(Kind::packageNotUnzipped, "Error unzipping IPA file: ", error);
+        return std::nullopt;
+    }
+}
+
+} // namespace vellomir

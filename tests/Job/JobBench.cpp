@@ -1,0 +1,48 @@
+#include "tests/Job/JobBench.h"
+
+namespace vellomir::test {
+
+using archive::URL;
+
+JobBench::JobBench(std::shared_ptr<archive::Progress> progress, ListFolder listFolder,
+                   const std::vector<std::string> &documentFolders)
+    : progress_(std::move(progress)), listFolder_(std::move(listFolder)),
+      sandbox_(folder.url("box"), documentFolders) {}
+
+void JobBench::pick(const std::string &content, const std::string &name) {
+    writeFile(folder / "picked" / name, content);
+    package = URL::file((folder / "picked" / name).string());
+}
+
+Job &JobBench::newJob() {
+    return job_.emplace(JobInput{.package = package,
+                                 .duplicationNumber = [this] { return number; },
+                                 .icon = [this] { return icon; }},
+                        JobServices{.sandbox = sandbox_,
+                                    .files = SandboxFiles(sandbox_.root(), listFolder_),
+                                    .progress = progress_},
+                        static_cast<JobObserver &>(*this));
+}
+
+JobProblem JobBench::failure() const {
+    if (job_ && job_->failure())
+        return *job_->failure();
+    ADD_FAILURE() << "the job did not fail";
+    return {};
+}
+
+std::vector<JobProblem::Kind> JobBench::complaints() const {
+    std::vector<JobProblem::Kind> kinds;
+    for (const JobProblem &complaint : job_->complaints())
+        kinds.push_back(complaint.kind);
+    return kinds;
+}
+
+std::string JobBench::consoleText() const {
+    std::string text;
+    for (const std::string &line : console_)
+        text += line + '\n';
+    return text;
+}
+
+} // namespace vellomir::test

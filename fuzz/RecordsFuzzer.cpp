@@ -17,23 +17,20 @@ using fuzz::require;
 
 namespace {
 
-/// A field as the format describes it, and as it was parsed.
+/// A field: its bytes in the format, and its parsed value.
 struct ExpectedField {
-    unsigned offset;
     unsigned width;
     std::uint64_t parsed;
 };
 
-/// Ends the run unless the fields cover the record's fixed bytes, each with its own value.
+/// Ends the run unless the record's fixed bytes are these fields in this order.
 void requireFields(Bytes bytes, std::size_t size, std::initializer_list<ExpectedField> fields) {
-    unsigned end = 0;
-    for (const ExpectedField &field : fields) {
-        require(field.offset == end, "the second decoder leaves no byte out");
-        require(numberAt(bytes, field.offset, field.width) == field.parsed,
-                "a field has the value of its bytes");
-        end += field.width;
+    unsigned offset = 0;
+    for (const auto &[width, parsed] : fields) {
+        require(numberAt(bytes, offset, width) == parsed, "a field has the value of its bytes");
+        offset += width;
     }
-    require(end == size, "the record has the size of its fields");
+    require(offset == size, "the record has the size of its fields");
 }
 
 /// Ends the run unless the variable part is where the lengths before it say.
@@ -44,17 +41,17 @@ void requireTail(Bytes bytes, std::size_t offset, std::size_t size, const Data &
 
 void decodeAgain(const LocalFileHeader &record, Bytes bytes) {
     requireFields(bytes, 30,
-                  {{0, 4, 0x04034b50},
-                   {4, 2, record.versionNeededToExtract},
-                   {6, 2, record.generalPurposeBitFlag},
-                   {8, 2, record.compressionMethod},
-                   {10, 2, record.lastModFileTime},
-                   {12, 2, record.lastModFileDate},
-                   {14, 4, record.crc32},
-                   {18, 4, record.compressedSize},
-                   {22, 4, record.uncompressedSize},
-                   {26, 2, record.fileNameLength},
-                   {28, 2, record.extraFieldLength}});
+                  {{4, 0x04034b50},
+                   {2, record.versionNeededToExtract},
+                   {2, record.generalPurposeBitFlag},
+                   {2, record.compressionMethod},
+                   {2, record.lastModFileTime},
+                   {2, record.lastModFileDate},
+                   {4, record.crc32},
+                   {4, record.compressedSize},
+                   {4, record.uncompressedSize},
+                   {2, record.fileNameLength},
+                   {2, record.extraFieldLength}});
     requireTail(bytes, 30, record.fileNameLength, record.fileNameData);
     requireTail(bytes, 30U + record.fileNameLength, record.extraFieldLength, record.extraFieldData);
 }
@@ -76,23 +73,23 @@ void requireLargeValues(const CentralDirectoryStructure &record) {
 
 void decodeAgain(const CentralDirectoryStructure &record, Bytes bytes) {
     requireFields(bytes, 46,
-                  {{0, 4, 0x02014b50},
-                   {4, 2, record.versionMadeBy},
-                   {6, 2, record.versionNeededToExtract},
-                   {8, 2, record.generalPurposeBitFlag},
-                   {10, 2, record.compressionMethod},
-                   {12, 2, record.lastModFileTime},
-                   {14, 2, record.lastModFileDate},
-                   {16, 4, record.crc32},
-                   {20, 4, record.compressedSize},
-                   {24, 4, record.uncompressedSize},
-                   {28, 2, record.fileNameLength},
-                   {30, 2, record.extraFieldLength},
-                   {32, 2, record.fileCommentLength},
-                   {34, 2, record.diskNumberStart},
-                   {36, 2, record.internalFileAttributes},
-                   {38, 4, record.externalFileAttributes},
-                   {42, 4, record.relativeOffsetOfLocalHeader}});
+                  {{4, 0x02014b50},
+                   {2, record.versionMadeBy},
+                   {2, record.versionNeededToExtract},
+                   {2, record.generalPurposeBitFlag},
+                   {2, record.compressionMethod},
+                   {2, record.lastModFileTime},
+                   {2, record.lastModFileDate},
+                   {4, record.crc32},
+                   {4, record.compressedSize},
+                   {4, record.uncompressedSize},
+                   {2, record.fileNameLength},
+                   {2, record.extraFieldLength},
+                   {2, record.fileCommentLength},
+                   {2, record.diskNumberStart},
+                   {2, record.internalFileAttributes},
+                   {4, record.externalFileAttributes},
+                   {4, record.relativeOffsetOfLocalHeader}});
     const std::size_t extraStart = 46U + record.fileNameLength;
     requireTail(bytes, 46, record.fileNameLength, record.fileNameData);
     requireTail(bytes, extraStart, record.extraFieldLength, record.extraFieldData);
@@ -116,37 +113,37 @@ void decodeAgain(const BasicDataDescriptor<Size> &record, Bytes bytes) {
 
 void decodeAgain(const EndOfCentralDirectoryRecord &record, Bytes bytes) {
     requireFields(bytes, 22,
-                  {{0, 4, 0x06054b50},
-                   {4, 2, record.numberOfDisk},
-                   {6, 2, record.numberOfDiskStart},
-                   {8, 2, record.totalNumberOfEntriesOnDisk},
-                   {10, 2, record.totalNumberOfEntriesInCentralDirectory},
-                   {12, 4, record.sizeOfCentralDirectory},
-                   {16, 4, record.offsetToStartOfCentralDirectory},
-                   {20, 2, record.zipFileCommentLength}});
+                  {{4, 0x06054b50},
+                   {2, record.numberOfDisk},
+                   {2, record.numberOfDiskStart},
+                   {2, record.totalNumberOfEntriesOnDisk},
+                   {2, record.totalNumberOfEntriesInCentralDirectory},
+                   {4, record.sizeOfCentralDirectory},
+                   {4, record.offsetToStartOfCentralDirectory},
+                   {2, record.zipFileCommentLength}});
     requireTail(bytes, 22, record.zipFileCommentLength, record.zipFileCommentData);
 }
 
 void decodeAgain(const ZIP64EndOfCentralDirectoryRecord &record, Bytes bytes) {
     requireFields(bytes, 56,
-                  {{0, 4, 0x06064b50},
-                   {4, 8, record.sizeOfZIP64EndOfCentralDirectoryRecord},
-                   {12, 2, record.versionMadeBy},
-                   {14, 2, record.versionNeededToExtract},
-                   {16, 4, record.numberOfDisk},
-                   {20, 4, record.numberOfDiskStart},
-                   {24, 8, record.totalNumberOfEntriesOnDisk},
-                   {32, 8, record.totalNumberOfEntriesInCentralDirectory},
-                   {40, 8, record.sizeOfCentralDirectory},
-                   {48, 8, record.offsetToStartOfCentralDirectory}});
+                  {{4, 0x06064b50},
+                   {8, record.sizeOfZIP64EndOfCentralDirectoryRecord},
+                   {2, record.versionMadeBy},
+                   {2, record.versionNeededToExtract},
+                   {4, record.numberOfDisk},
+                   {4, record.numberOfDiskStart},
+                   {8, record.totalNumberOfEntriesOnDisk},
+                   {8, record.totalNumberOfEntriesInCentralDirectory},
+                   {8, record.sizeOfCentralDirectory},
+                   {8, record.offsetToStartOfCentralDirectory}});
 }
 
 void decodeAgain(const ZIP64EndOfCentralDirectoryLocator &record, Bytes bytes) {
     requireFields(bytes, 20,
-                  {{0, 4, 0x07064b50},
-                   {4, 4, record.numberOfDiskWithZIP64EOCDRecordStart},
-                   {8, 8, record.relativeOffsetOfZIP64EOCDRecord},
-                   {16, 4, record.totalNumberOfDisk}});
+                  {{4, 0x07064b50},
+                   {4, record.numberOfDiskWithZIP64EOCDRecordStart},
+                   {8, record.relativeOffsetOfZIP64EOCDRecord},
+                   {4, record.totalNumberOfDisk}});
 }
 
 /// Bytes of a whole record with so many fixed ones, whose lengths are at these offsets.

@@ -1,6 +1,8 @@
-#include "archive/Archive.h"
-#include "tests/support/RawArchive.h"
-#include "tests/support/TemporaryFolder.h"
+// Opening archives, in files and in memory, and walking their entries.
+
+#include "tests/support/Archives.h"
+#include "tests/support/Errors.h"
+#include "tests/support/RecordArchive.h"
 
 #include <gmock/gmock.h>
 
@@ -8,6 +10,8 @@ namespace vellomir::archive {
 
 using AccessMode = Archive::AccessMode;
 using End = Archive::EntryIterator::End;
+using test::bytes;
+using test::paths;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
@@ -16,27 +20,11 @@ namespace {
 
 const std::string emptyArchive = test::rawArchive({});
 
-Data bytes(const std::string &text) {
-    return Data(std::string_view(text));
+std::string openingError(const URL &url, AccessMode mode) {
+    const Error error = test::thrownBy([&] { static_cast<void>(Archive::open(url, mode)); });
+    return error.name() + ": " + error.what();
 }
 
-std::vector<std::string> paths(const Archive &archive) {
-    std::vector<std::string> found;
-    for (const Entry &entry : archive)
-        found.push_back(archive.path(entry));
-    return found;
-}
-
-std::string openingError(const archive::URL &url, AccessMode mode) {
-    try {
-        static_cast<void>(Archive::open(url, mode));
-    } catch (const Error &error) {
-        return error.name() + ": " + error.what();
-    }
-    return "opened";
-}
-
-/// Every way to open the same bytes must see the same archive.
 class Opening : public testing::TestWithParam<bool> {
 protected:
     std::unique_ptr<Archive> open(const std::string &content, AccessMode mode = AccessMode::read,
@@ -50,113 +38,105 @@ protected:
     test::TemporaryFolder folder_;
 };
 
-INSTANTIATE_TEST_SUITE_P(FileAndMemory, Opening, testing::Bool(),
-                         [](const auto &each) { return each.param ? "Memory" : "File"; });
+INSTANTIATE_TEST_SUITE_P(FileAndMemory, Opening, testing::Bool(), test::placeName);
 
-TEST_P(Opening, AnEmptyArchiveIteratesAsEmpty) {
+TEST_P(Opening, ShortestArchiveIsAnEmptyOne) {
     ASSERT_EQ(emptyArchive.size(), 22U);
     const auto archive = open(emptyArchive);
     ASSERT_TRUE(archive);
     EXPECT_THAT(paths(*archive), IsEmpty());
     EXPECT_EQ(archive->totalNumberOfEntriesInCentralDirectory(), 0U);
-}
-
-TEST_P(Opening, AFileShorterThanTheEndRecordDoesNotOpen) {
     EXPECT_FALSE(open(emptyArchive.substr(0, 21)));
     EXPECT_FALSE(open(""));
 }
 
-TEST_P(Opening, EntriesComeInTheDirectorysOrder) {
-    const auto archive = open(test::rawArchive({{"b", "2"}, {"a", "1"}, {"c", ""}}));
-    ASSERT_TRUE(archive);
-    EXPECT_THAT(paths(*archive), ElementsAre("b", "a", "c"));
-    EXPECT_THAT(paths(*archive), ElementsAre("b", "a", "c")) << "a second walk begins anew";
+TEST_P(Opening, EntriesAreInTheOrderOfTheDirectory) {
+    for (const AccessMode mode : {AccessMode::read, AccessMode::update}) {
+        const auto archive = open(test::rawArchive({{"b", "2"}, {"a", "1"}, {"c", ""}}), mode);
+        ASSERT_TRUE(archive);
+        EXPECT_THAT(paths(*archive), ElementsAre("b", "a", "c"));
+        EXPECT_THAT(paths(*archive), ElementsAre("b", "a", "c")) << "a second walk";
+        auto walk = archive->begin();
+        walk++;
+        EXPECT_EQ(walk->path(), "a");
+        auto entries = archive->makeIterator();
+        EXPECT_TRUE(entries.next());
+        entries = archive->makeIterator();
+        EXPECT_EQ(entries.next()->path(), "b");
+    }
 }
 
-TEST_P(Opening, UpdateStartsAtTheBeginningAndReadsTheSame) {
-    const auto archive = open(test::rawArchive({{"a", "1"}}), AccessMode::update);
-    ASSERT_TRUE(archive);
-    EXPECT_THAT(paths(*archive), ElementsAre("a"));
-}
-
-TEST_P(Opening, TheFirstSignatureFromTheEndCountsAlsoInsideAComment) {
-    const std::string signature = emptyArchive.substr(0, 4);
+TEST_P(Opening, FirstSignatureFromTheEndCounts) {
     const auto archive = open(test::rawArchive({{"a", "1"}}, "xx" + emptyArchive));
     ASSERT_TRUE(archive);
     EXPECT_THAT(paths(*archive), IsEmpty()) << "the record in the comment was taken";
     std::string damaged = emptyArchive;
     damaged[20] = 9; // a comment that is not there
     EXPECT_FALSE(open(test::rawArchive({{"a", "1"}}, damaged)));
-    EXPECT_TRUE(open(test::rawArchive({{"a", "1"}}, signature)))
+    EXPECT_TRUE(open(test::rawArchive({{"a", "1"}}, emptyArchive.substr(0, 4))))
         << "too near the end to start a record";
 }
 
-TEST_P(Opening, ACommentPastTheEndDoesNotOpen) {
+TEST_P(Opening, CommentsAreSkipped) {
     std::string content = test::rawArchive({{"a", "1"}}, "comment");
     content.pop_back();
-    EXPECT_FALSE(open(content));
-}
-
-TEST_P(Opening, ALongCommentIsFoundBehind) {
+    EXPECT_FALSE(open(content)) << "it is longer than the file";
     const auto archive = open(test::rawArchive({{"a", "1"}}, std::string(65535, 'c')));
     ASSERT_TRUE(archive);
     EXPECT_THAT(paths(*archive), ElementsAre("a"));
 }
 
-TEST_P(Opening, TheScanHasNoLimit) {
-    const auto archive = open(test::rawArchive({{"a", "1"}}) + std::string(1000000, 'P'));
-    ASSERT_TRUE(archive);
-    EXPECT_THAT(paths(*archive), ElementsAre("a"));
-}
-
-/// The signature at every place relative to the blocks in which the scan reads.
-TEST_P(Opening, TheSignatureIsFoundAcrossBlocks) {
+/// The signature at every place relative to the blocks in which it is searched.
+TEST_P(Opening, SignatureIsFoundAtAnyDistanceFromTheEnd) {
     const std::string content = test::rawArchive({{"a", "1"}});
     for (std::size_t behind = 4060; behind < 4110; ++behind)
-        ASSERT_TRUE(open(content + std::string(behind, '\x50'))) << behind;
+        ASSERT_TRUE(open(content + std::string(behind, 'P'))) << behind;
     for (std::size_t behind = 266220; behind < 266250; ++behind)
         ASSERT_TRUE(open(content + std::string(behind, '\0'))) << behind;
+    const auto archive = open(content + std::string(1000000, 'P'));
+    ASSERT_TRUE(archive);
+    EXPECT_THAT(paths(*archive), ElementsAre("a"));
 }
 
-TEST_P(Opening, AnEncryptedEntryEndsTheSequence) {
+/// Replaces the first byte of the last record with this signature.
+std::string damagedAt(std::string content, const char *signature) {
+    content[content.rfind(signature)] = 'X';
+    return content;
+}
+
+TEST_P(Opening, SequenceEndsAtAnEntryThatCannotBeRead) {
+    const std::string sound = test::rawArchive({{"a", "1"}, {"b", "2"}});
     test::RawEntry encrypted{"b", "2"};
-    encrypted.flags |= archive::encryptedFlag;
-    const auto archive = open(test::rawArchive({{"a", "1"}, encrypted, {"c", "3"}}));
-    ASSERT_TRUE(archive);
-    EXPECT_THAT(paths(*archive), ElementsAre("a"));
-    auto entries = archive->makeIterator();
-    EXPECT_TRUE(entries.next());
-    EXPECT_EQ(entries.end(), End::notYet);
-    EXPECT_FALSE(entries.next());
-    EXPECT_EQ(entries.end(), End::encryptedEntry);
-    EXPECT_EQ(entries.recordsRead(), 2U);
-    EXPECT_FALSE(entries.next()) << "an ended sequence stays ended";
-}
-
-TEST_P(Opening, ADamagedDirectoryShortensTheSequence) {
-    std::string content = test::rawArchive({{"a", "1"}, {"b", "2"}});
-    content[content.rfind("PK\1\2")] = 'X';
-    const auto archive = open(content);
-    ASSERT_TRUE(archive);
-    EXPECT_THAT(paths(*archive), ElementsAre("a"));
-    auto entries = archive->makeIterator();
-    while (entries.next()) {
+    encrypted.flags |= encryptedFlag;
+    std::string far = sound;
+    far.replace(far.size() - 6, 4, "\xFE\xFF\xFF\xFF"); // the directory is far behind the end
+    struct Case {
+        std::string content;
+        End end;
+        std::size_t count;
+    };
+    for (const auto &[content, end, count] :
+         {Case{test::rawArchive({{"a", "1"}, encrypted, {"c", "3"}}), End::encryptedEntry, 1},
+          {damagedAt(sound, "PK\1\2"), End::damagedRecord, 1},
+          {damagedAt(sound, "PK\3\4"), End::damagedLocalHeader, 1},
+          {far, End::damagedRecord, 0},
+          {sound, End::complete, 2}}) {
+        const auto archive = open(content);
+        ASSERT_TRUE(archive);
+        auto entries = archive->makeIterator();
+        for (std::size_t index = 0; index < count; ++index) {
+            EXPECT_TRUE(entries.next());
+            EXPECT_EQ(entries.end(), End::notYet);
+        }
+        EXPECT_FALSE(entries.next());
+        EXPECT_EQ(entries.end(), end);
+        EXPECT_FALSE(entries.next()) << "an ended sequence stays ended";
+        EXPECT_EQ(paths(*archive).size(), count);
+        EXPECT_EQ(entries.recordsRead(), end == End::encryptedEntry ? count + 1 : count);
     }
-    EXPECT_EQ(entries.end(), End::damagedRecord);
 }
 
-TEST_P(Opening, ADamagedLocalHeaderShortensTheSequence) {
-    std::string content = test::rawArchive({{"a", "1"}, {"b", "2"}});
-    content[content.rfind("PK\3\4")] = 'X';
-    const auto archive = open(content);
-    ASSERT_TRUE(archive);
-    auto entries = archive->makeIterator();
-    EXPECT_TRUE(entries.next());
-    EXPECT_FALSE(entries.next());
-    EXPECT_EQ(entries.end(), End::damagedLocalHeader);
-}
-
-TEST_P(Opening, MoreEntriesAreNotReadThanTheRecordCounts) {
+TEST_P(Opening, CountOfTheEndRecordLimitsTheSequence) {
     std::string content = test::rawArchive({{"a", "1"}, {"b", "2"}});
     content[content.size() - 12] = 1;
     const auto archive = open(content);
@@ -174,84 +154,49 @@ TEST_P(Opening, LookUpIsExact) {
     EXPECT_FALSE((*archive)[""]);
 }
 
-TEST_P(Opening, OfTwoEqualPathsTheFirstIsFound) {
+TEST_P(Opening, LookUpFindsTheFirstOfEqualPaths) {
     const auto archive = open(test::rawArchive({{"a", "first"}, {"a", "other"}}));
     ASSERT_TRUE(archive);
     EXPECT_EQ((*archive)["a"]->checksum(), bytes("first").crc32(0));
 }
 
-TEST_P(Opening, LookUpDecodesWithThePreferredEncoding) {
+TEST_P(Opening, LookUpUsesThePreferredEncoding) {
     test::RawEntry entry{"\x81", "1"};
     entry.flags = 0;
     const std::string content = test::rawArchive({entry});
     EXPECT_TRUE((*open(content))["\xC3\xBC"]) << "code page 437 where nothing else is said";
     const auto archive = open(content, AccessMode::read, TextEncoding::utf8);
+    EXPECT_EQ(archive->preferredEncoding(), TextEncoding::utf8);
     EXPECT_FALSE((*archive)["\xC3\xBC"]);
     EXPECT_TRUE((*archive)[""]) << "no valid UTF-8: the empty path";
 }
 
-TEST_P(Opening, DataDescriptorsAreReadBehindTheData) {
-    test::RawEntry stored{"stored", "content"};
-    stored.flags |= archive::dataDescriptorFlag;
-    Data descriptor;
-    descriptor.appendValue(archive::dataDescriptorStructSignature);
-    descriptor.appendValue(stored.checksum);
-    descriptor.appendValue(std::uint32_t{7});
-    descriptor.appendValue(std::uint32_t{7});
-    stored.trailer = descriptor.text();
-    test::RawEntry deflated = test::rawDeflated("deflated", std::string(1000, 'x'));
-    deflated.flags |= archive::dataDescriptorFlag;
-    deflated.trailer = stored.trailer;
-    const auto archive = open(test::rawArchive({stored, deflated}));
-    ASSERT_TRUE(archive);
-    for (const Entry &entry : *archive) {
-        ASSERT_TRUE(entry.dataDescriptor()) << entry.path();
-        EXPECT_EQ(entry.dataDescriptor()->uncompressedSize, 7U);
-        EXPECT_EQ(entry.checksum(), stored.checksum);
-        EXPECT_FALSE(entry.zip64DataDescriptor());
-    }
-}
-
-/// A position that wraps at 2^64 would lead back to the descriptor.
-TEST_P(Opening, ADescriptorWhosePositionDoesNotFitIsAbsent) {
-    Data bytesOfDescriptor;
-    bytesOfDescriptor.appendValue(archive::dataDescriptorStructSignature);
-    bytesOfDescriptor.appendValue(std::uint32_t{0x12345678});
-    bytesOfDescriptor.appendValue(std::uint64_t{7});
-    bytesOfDescriptor.appendValue(std::uint64_t{7});
-    archive::LocalFileHeader header;
-    header.generalPurposeBitFlag = archive::dataDescriptorFlag | archive::utf8PathFlag;
-    header.fileNameLength = 1;
-    header.fileNameData = bytes("a");
-    header.compressedSize = header.uncompressedSize = archive::maxUInt32;
-    Data data = bytesOfDescriptor; // at 0
-    const auto headerOffset = static_cast<std::uint32_t>(data.size());
-    data.append(header.data());
-    archive::ZIP64ExtendedInformation field;
+/// A position that wraps at 2^64 would lead back to the descriptor at the start.
+TEST_P(Opening, DataDescriptorBeyondAnyFileIsAbsent) {
+    test::RecordEntry first("a", "");
+    first.data = test::descriptor<std::uint64_t>(0x12345678, 7, 7);
+    const std::size_t start = test::localSize(first);
+    test::RecordEntry entry("b", "");
+    ZIP64ExtendedInformation field;
     field.dataSize = 16;
-    field.compressedSize = field.uncompressedSize = 0 - std::uint64_t{data.size()};
-    const Data record =
-        archive::CentralDirectoryStructure::from(header, 0100644U << 16U, headerOffset, field)
-            .data();
-    archive::EndOfCentralDirectoryRecord end;
-    end.totalNumberOfEntriesOnDisk = end.totalNumberOfEntriesInCentralDirectory = 1;
-    end.sizeOfCentralDirectory = static_cast<std::uint32_t>(record.size());
-    end.offsetToStartOfCentralDirectory = static_cast<std::uint32_t>(data.size());
-    data.append(record);
-    data.append(end.data());
-    const auto archive = open(std::string(data.text()));
+    field.compressedSize = field.uncompressedSize =
+        0 - std::uint64_t{start + 31} + LocalFileHeader::size + 1;
+    entry.record.generalPurposeBitFlag |= dataDescriptorFlag;
+    entry.record.compressedSize = entry.record.uncompressedSize = maxUInt32;
+    test::setTail(entry.record.extraFieldLength, entry.record.extraFieldData, field.data().text());
+    const auto archive = open(test::recordArchive({first, entry}));
     ASSERT_TRUE(archive);
-    const auto entry = archive->makeIterator().next();
-    ASSERT_TRUE(entry);
-    EXPECT_FALSE(entry->zip64DataDescriptor());
+    const auto found = (*archive)["b"];
+    ASSERT_TRUE(found);
+    EXPECT_FALSE(found->zip64DataDescriptor());
 }
 
 /// A ZIP64 record with its locator, and `gap` bytes between the two.
 std::string withZIP64(const std::string &content, std::uint64_t count, std::size_t gap) {
     const std::size_t end = content.size() - 22;
-    const auto plain = archive::EndOfCentralDirectoryRecord::make(
+    const auto plain = EndOfCentralDirectoryRecord::make(
         bytes(content.substr(end)), [](std::size_t) { return std::span<const std::byte>(); });
-    archive::ZIP64EndOfCentralDirectory zip64;
+    ZIP64EndOfCentralDirectory zip64;
     zip64.record.sizeOfZIP64EndOfCentralDirectoryRecord = 44;
     zip64.record.versionNeededToExtract = 45;
     zip64.record.totalNumberOfEntriesInCentralDirectory = count;
@@ -263,7 +208,7 @@ std::string withZIP64(const std::string &content, std::uint64_t count, std::size
            std::string(gap, '\0') + std::string(zip64.locator.data().text()) + content.substr(end);
 }
 
-TEST_P(Opening, ZIP64TotalsWinWithoutSentinels) {
+TEST_P(Opening, ZIP64TotalsAreUsedWithoutSentinels) {
     const auto archive = open(withZIP64(test::rawArchive({{"a", "1"}, {"b", "2"}}), 1, 0));
     ASSERT_TRUE(archive);
     ASSERT_TRUE(archive->zip64EndOfCentralDirectory());
@@ -271,19 +216,11 @@ TEST_P(Opening, ZIP64TotalsWinWithoutSentinels) {
     EXPECT_THAT(paths(*archive), ElementsAre("a"));
 }
 
-TEST_P(Opening, AZIP64RecordThatIsNotBeforeItsLocatorIsIgnored) {
+TEST_P(Opening, ZIP64RecordNotBeforeItsLocatorIsIgnored) {
     const auto archive = open(withZIP64(test::rawArchive({{"a", "1"}, {"b", "2"}}), 1, 4));
     ASSERT_TRUE(archive);
     EXPECT_FALSE(archive->zip64EndOfCentralDirectory());
     EXPECT_THAT(paths(*archive), ElementsAre("a", "b"));
-}
-
-TEST_P(Opening, ADirectoryFarBehindTheEndIteratesAsEmpty) {
-    std::string content = test::rawArchive({{"a", "1"}});
-    content.replace(content.size() - 6, 4, "\xFE\xFF\xFF\xFF");
-    const auto archive = open(content);
-    ASSERT_TRUE(archive);
-    EXPECT_THAT(paths(*archive), IsEmpty());
 }
 
 TEST(Creating, WritesAnEmptyArchive) {
@@ -304,33 +241,30 @@ TEST(Creating, RefusesAnExistingFile) {
                           "exists: "));
 }
 
-TEST(Creating, InMemoryStartsEmptyWhateverTheBytes) {
+TEST(Creating, InMemoryIgnoresTheBytes) {
     const auto archive = Archive::make(bytes("anything"), AccessMode::create);
     ASSERT_TRUE(archive);
     EXPECT_EQ(archive->data()->text(), emptyArchive);
     EXPECT_TRUE(archive->isMemory());
 }
 
-TEST(OpeningErrors, ACancelledSearchIsNoDamage) {
-    const auto progress = archive::Progress::make();
+TEST(OpeningErrors, CancelledSearchHasItsOwnError) {
+    const auto progress = Progress::make();
     const test::TemporaryFolder folder;
     test::writeFile(folder / "no.zip", std::string(10'000'000, 'x'));
-    const auto errorCode = [&](const auto &what) {
-        try {
+    const auto opening = [&](const auto &what) {
+        return test::errorOf([&] {
             static_cast<void>(Archive::open(what, AccessMode::read, std::nullopt, progress));
-        } catch (const Error &error) {
-            return error.code();
-        }
-        return std::error_code();
+        });
     };
-    EXPECT_EQ(errorCode(folder.url("no.zip")), Archive::ArchiveError::unreadableArchive);
+    EXPECT_EQ(opening(folder.url("no.zip")), Archive::ArchiveError::unreadableArchive);
     progress->cancel();
-    EXPECT_EQ(errorCode(folder.url("no.zip")), Archive::ArchiveError::cancelledOperation);
-    EXPECT_EQ(errorCode(Data(std::string_view("short"))), Archive::ArchiveError::unreadableArchive);
-    EXPECT_EQ(errorCode(bytes(std::string(1000, 'x'))), Archive::ArchiveError::cancelledOperation);
+    EXPECT_EQ(opening(folder.url("no.zip")), Archive::ArchiveError::cancelledOperation);
+    EXPECT_EQ(opening(bytes("short")), Archive::ArchiveError::unreadableArchive);
+    EXPECT_EQ(opening(bytes(std::string(1000, 'x'))), Archive::ArchiveError::cancelledOperation);
 }
 
-TEST(OpeningErrors, SayWhatIsWrong) {
+TEST(OpeningErrors, NameTheProblem) {
     const test::TemporaryFolder folder;
     test::writeFile(folder / "empty", "");
     test::writeFile(folder / "text", "this is no archive at all");
@@ -356,9 +290,6 @@ TEST(AccessModes, HaveTheirRawValues) {
     EXPECT_EQ(static_cast<unsigned>(AccessMode::create), 0U);
     EXPECT_EQ(static_cast<unsigned>(AccessMode::read), 1U);
     EXPECT_EQ(static_cast<unsigned>(AccessMode::update), 2U);
-    EXPECT_EQ(Archive::version(20), Archive::Version::v20);
-    EXPECT_EQ(Archive::version(45), Archive::Version::v45);
-    EXPECT_FALSE(Archive::version(46));
 }
 
 } // namespace

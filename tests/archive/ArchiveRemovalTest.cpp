@@ -1,9 +1,10 @@
-#include "archive/Archive.h"
-#include "archive/EndRecords.h"
+// Which bytes removing entries leaves, in files and in memory, and when it is refused.
+
 #include "archive/EntryAppender.h"
+#include "tests/support/Archives.h"
+#include "tests/support/Errors.h"
 #include "tests/support/Random.h"
-#include "tests/support/RawArchive.h"
-#include "tests/support/TemporaryFolder.h"
+#include "tests/support/RecordArchive.h"
 
 #include <gmock/gmock.h>
 #include <sys/stat.h>
@@ -13,105 +14,61 @@ namespace vellomir::archive {
 
 using AccessMode = Archive::AccessMode;
 using ArchiveError = Archive::ArchiveError;
+using test::errorOf;
 using testing::ElementsAre;
 namespace fs = std::filesystem;
 
 namespace {
 
-Data bytes(const std::string &text) {
-    return Data(std::string_view(text));
-}
-
-std::error_code errorOf(const std::function<void()> &action) {
-    try {
-        action();
-    } catch (const Error &error) {
-        return error.code();
-    }
-    return {};
-}
-
-class Removing : public testing::TestWithParam<bool> {
+class Removing : public test::FileOrMemory {
 protected:
-    void open(const std::string &content, AccessMode mode = AccessMode::update) {
-        archive_.reset();
-        if (GetParam()) {
-            archive_ = Archive::open(bytes(content), mode);
-            return;
-        }
-        test::writeFile(folder_ / "a.zip", content);
-        archive_ = Archive::open(folder_.url("a.zip"), mode);
-    }
-
-    std::string content() {
-        return GetParam() ? std::string(archive_->data()->text())
-                          : test::readFile(folder_ / "a.zip");
-    }
-
     void remove(const std::string &path, const Archive::RemoveOptions &options = {}) {
         const auto entry = (*archive_)[path];
         ASSERT_TRUE(entry) << path;
         archive_->remove(*entry, options);
     }
-
-    std::vector<std::string> contents() {
-        std::vector<std::string> found;
-        for (const Entry &entry : *archive_) {
-            std::string text;
-            const auto take = [&](std::span<const std::byte> chunk) { text += Data(chunk).text(); };
-            EXPECT_EQ(archive_->extract(entry, take), entry.checksum());
-            found.push_back(entry.path() + "=" + text);
-        }
-        return found;
-    }
+    [[nodiscard]] std::vector<std::string> contents() const { return test::contentsOf(*archive_); }
 
     /// Nothing but the archive is left in its folder.
     void expectNoTemporaryFolder() {
         for (const auto &item : fs::directory_iterator(folder_.path()))
             EXPECT_EQ(item.path().filename(), "a.zip");
     }
-
-    test::TemporaryFolder folder_;
-    std::unique_ptr<Archive> archive_;
 };
 
-INSTANTIATE_TEST_SUITE_P(FileAndMemory, Removing, testing::Bool(),
-                         [](const auto &each) { return each.param ? "Memory" : "File"; });
+INSTANTIATE_TEST_SUITE_P(FileAndMemory, Removing, testing::Bool(), test::placeName);
 
 const std::vector<test::RawEntry> three = {
     {"a", "first"}, test::rawDeflated("b", std::string(50000, 'b')), test::rawLink("c", "target")};
 
-TEST_P(Removing, TheFirstTheMiddleAndTheLastOfThree) {
+TEST_P(Removing, AnyEntryLeavesTheOthers) {
     for (std::size_t removed = 0; removed < 3; ++removed) {
         open(test::rawArchive(three, "comment"));
         remove(three[removed].name);
         auto others = three;
         others.erase(others.begin() + static_cast<std::ptrdiff_t>(removed));
         EXPECT_TRUE(content() == test::rawArchive(others, "comment")) << removed;
-        EXPECT_EQ(contents().size(), 2U) << "the object goes on with the new archive";
+        EXPECT_EQ(contents().size(), 2U) << "the object uses the new archive";
         expectNoTemporaryFolder();
     }
 }
 
-TEST_P(Removing, TheOnlyEntryLeavesAnEmptyArchive) {
+TEST_P(Removing, OnlyEntryLeavesAnEmptyArchive) {
     open(test::rawArchive({{"a", "content"}}));
     remove("a");
     EXPECT_EQ(content(), test::rawArchive({}));
-    EXPECT_EQ(archive_->endOfCentralDirectoryRecord(), archive::EndOfCentralDirectoryRecord());
+    EXPECT_EQ(archive_->endOfCentralDirectoryRecord(), EndOfCentralDirectoryRecord());
 }
 
-TEST_P(Removing, OfTwoEqualPathsOnlyThatEntryGoes) {
+TEST_P(Removing, OfTwoEqualPathsRemovesTheGivenEntry) {
     open(test::rawArchive({{"a", "same"}, {"b", "other"}, {"a", "same"}}));
-    std::vector<Entry> entries;
-    for (const Entry &entry : *archive_)
-        entries.push_back(entry);
-    archive_->remove(entries.back());
+    archive_->remove(test::entries(*archive_).back());
     EXPECT_EQ(content(), test::rawArchive({{"a", "same"}, {"b", "other"}}));
     remove("a");
     EXPECT_EQ(content(), test::rawArchive({{"b", "other"}}));
 }
 
-TEST_P(Removing, SeveralAtOnceGoTogetherOrNotAtAll) {
+TEST_P(Removing, SeveralEntriesIsAllOrNothing) {
     open(test::rawArchive(three));
     const std::vector<Entry> entries = {*(*archive_)["c"], *(*archive_)["a"]};
     archive_->remove(entries, {});
@@ -121,7 +78,7 @@ TEST_P(Removing, SeveralAtOnceGoTogetherOrNotAtAll) {
     EXPECT_EQ(content(), test::rawArchive({three[1]}));
 }
 
-TEST_P(Removing, TwoRecordsOfOneEntryGoTogether) {
+TEST_P(Removing, TwoRecordsOfOneEntryRemovesBoth) {
     std::string content = test::rawArchive({{"a", "same"}, {"b", "other"}});
     const std::size_t directory = content.find("PK\1\2");
     const std::string record = content.substr(directory, 47);
@@ -135,7 +92,7 @@ TEST_P(Removing, TwoRecordsOfOneEntryGoTogether) {
     EXPECT_EQ(this->content(), test::rawArchive({{"b", "other"}}));
 }
 
-TEST_P(Removing, CountsTheBytesThatAreKept) {
+TEST_P(Removing, ProgressCountsTheBytesKept) {
     open(test::rawArchive(three));
     const auto entry = (*archive_)["a"];
     const auto progress = Progress::make();
@@ -147,16 +104,13 @@ TEST_P(Removing, CountsTheBytesThatAreKept) {
     EXPECT_EQ(progress->completedUnitCount(), expected);
 }
 
-TEST_P(Removing, CancellingLeavesEverythingAsItWas) {
+TEST_P(Removing, CancellingChangesNothing) {
     const std::string before = test::rawArchive(
         {{"a", test::randomText(40000)}, {"b", "removed"}, {"c", test::randomText(40000)}});
     open(before);
     for (const std::int64_t units : {1, 20000, 50000, 80000}) {
         const auto progress = Progress::make();
-        progress->setObserver([=](const Progress &each) {
-            if (each.completedUnitCount() >= units)
-                const_cast<Progress &>(each).cancel();
-        });
+        progress->setObserver(test::cancellingAt(units));
         EXPECT_EQ(errorOf([&] { remove("b", {.bufferSize = 1000, .progress = progress}); }),
                   ArchiveError::cancelledOperation);
         EXPECT_TRUE(content() == before);
@@ -167,14 +121,14 @@ TEST_P(Removing, CancellingLeavesEverythingAsItWas) {
     EXPECT_EQ(contents().size(), 2U);
 }
 
-TEST_P(Removing, FromAnArchiveForReadingFailsBeforeATemporaryFileIsMade) {
+TEST_P(Removing, FromAnArchiveOpenForReadingFails) {
     open(test::rawArchive(three), AccessMode::read);
     fs::permissions(folder_.path(), fs::perms(0500));
     EXPECT_EQ(errorOf([&] { remove("a"); }), ArchiveError::unwritableArchive);
     EXPECT_EQ(content(), test::rawArchive(three));
 }
 
-TEST_P(Removing, WhatIsNotThereCannotBeRemoved) {
+TEST_P(Removing, MissingEntryFails) {
     open(test::rawArchive(three));
     const auto entry = (*archive_)["a"];
     remove("a");
@@ -184,9 +138,9 @@ TEST_P(Removing, WhatIsNotThereCannotBeRemoved) {
     EXPECT_EQ(errorOf([&] { remove("b", {.bufferSize = 0}); }), ArchiveError::invalidBufferSize);
 }
 
-TEST_P(Removing, EntriesThatCannotBeReachedAreNotLost) {
+TEST_P(Removing, FailsWhereEntriesCannotBeReached) {
     auto entries = three;
-    entries[1].flags |= archive::encryptedFlag;
+    entries[1].flags |= encryptedFlag;
     const std::string before = test::rawArchive(entries);
     open(before);
     EXPECT_EQ(errorOf([&] { remove("a"); }), ArchiveError::unreadableArchive);
@@ -194,7 +148,7 @@ TEST_P(Removing, EntriesThatCannotBeReachedAreNotLost) {
     expectNoTemporaryFolder();
 }
 
-TEST_P(Removing, DataThatIsCutShortIsNotCopied) {
+TEST_P(Removing, FailsWhereDataIsCutShort) {
     auto entries = three;
     entries[1].method = entries[1].directoryMethod = 0;
     entries[1].uncompressedSize = 1000000;
@@ -205,9 +159,9 @@ TEST_P(Removing, DataThatIsCutShortIsNotCopied) {
 }
 
 /// The directory may name its entries in another order than they lie, with room between them.
-TEST_P(Removing, TheOrderAndTheGapsOfTheDataDoNotMatter) {
+TEST_P(Removing, AcceptsAnyOrderAndGapsOfTheData) {
     auto entries = three;
-    entries[0].trailer = "a gap that belongs to nobody";
+    entries[0].trailer = "a gap that belongs to no entry";
     std::string content = test::rawArchive(entries);
     const std::size_t directory = content.find("PK\1\2");
     const std::size_t end = content.size() - 22;
@@ -220,42 +174,33 @@ TEST_P(Removing, TheOrderAndTheGapsOfTheDataDoNotMatter) {
     EXPECT_EQ(before.size(), 3U);
 }
 
-TEST_P(Removing, DescriptorsStayBehindTheirData) {
-    std::vector<test::RawEntry> entries;
-    for (const std::string name : {"a", "b", "c"}) {
-        test::RawEntry entry{name, "content of " + name};
-        entry.flags |= archive::dataDescriptorFlag;
-        Data descriptor;
-        descriptor.appendValue(archive::dataDescriptorStructSignature);
-        descriptor.appendValue(entry.checksum);
-        descriptor.appendValue(static_cast<std::uint32_t>(entry.data.size()));
-        descriptor.appendValue(static_cast<std::uint32_t>(entry.data.size()));
-        entry.trailer = descriptor.text();
-        entries.push_back(entry);
-    }
-    open(test::rawArchive(entries));
+TEST_P(Removing, DataDescriptorsMoveWithTheirData) {
+    const std::string text(1000, 'x');
+    std::vector<test::RecordEntry> entries = {test::wide({"a", text}), test::wide({"b", text}),
+                                              test::wide(test::deflatedRecordEntry("c", text)),
+                                              test::narrow({"d", text})};
+    open(test::recordArchive(entries));
     remove("a");
     entries.erase(entries.begin());
-    EXPECT_EQ(content(), test::rawArchive(entries));
+    EXPECT_EQ(content(), test::recordArchive(entries));
+    test::writeFile(folder_ / "b.zip", content());
+    test::expectOthersRead(folder_ / "b.zip", {"7z", "python3"});
 }
 
-TEST_P(Removing, AddingGoesOnAfterwards) {
+TEST_P(Removing, EntriesCanBeAddedAfterwards) {
     open(test::rawArchive(three));
     remove("b");
-    const std::string text = "new";
-    archive_->addEntry("d", Entry::EntryType::file, std::int64_t{3}, {0}, std::nullopt,
-                       [&](std::int64_t, std::size_t) { return std::as_bytes(std::span(text)); });
+    test::add(*archive_, "d", "new");
     EXPECT_THAT(contents(), ElementsAre("a=first", "c=target", "d=new"));
 }
 
-TEST_P(Removing, TheZIP64RecordsGoWithTheEntryThatNeededThem) {
+TEST_P(Removing, DropsZIP64RecordsThatNothingNeeds) {
     open(test::rawArchive({}));
     {
-        archive::EntryAppender appender(*archive_);
+        EntryAppender appender(*archive_);
         for (int index = 0; index < 65535; ++index)
             appender.add(std::to_string(index), Entry::EntryType::directory, 0, {0}, std::nullopt,
-                         [](std::int64_t, std::size_t) { return std::span<const std::byte>(); },
-                         {});
+                         test::nothing, {});
         appender.finish();
     }
     ASSERT_TRUE(archive_->zip64EndOfCentralDirectory());
@@ -269,7 +214,7 @@ TEST_P(Removing, TheZIP64RecordsGoWithTheEntryThatNeededThem) {
 class RemovingFromAFile : public Removing {};
 INSTANTIATE_TEST_SUITE_P(File, RemovingFromAFile, testing::Values(false));
 
-TEST_P(RemovingFromAFile, ItsPermissionsStayAndSoDoesALinkToIt) {
+TEST_P(RemovingFromAFile, KeepsPermissionsAndALinkToIt) {
     test::writeFile(folder_ / "real/a.zip", test::rawArchive(three));
     fs::permissions(folder_ / "real/a.zip", fs::perms(0640));
     fs::create_symlink("real/a.zip", folder_ / "a.zip");
@@ -281,7 +226,7 @@ TEST_P(RemovingFromAFile, ItsPermissionsStayAndSoDoesALinkToIt) {
     EXPECT_EQ(fs::status(folder_ / "real/a.zip").permissions(), fs::perms(0640));
 }
 
-TEST_P(RemovingFromAFile, ItsOwnerStays) {
+TEST_P(RemovingFromAFile, KeepsItsOwner) {
     if (::geteuid() != 0)
         GTEST_SKIP() << "only root may give files away";
     open(test::rawArchive(three));
@@ -293,8 +238,8 @@ TEST_P(RemovingFromAFile, ItsOwnerStays) {
     EXPECT_EQ(status.st_gid, 54321U);
 }
 
-/// The file went away under the object's hands: it cannot be replaced, and the stream still reads.
-TEST_P(RemovingFromAFile, AFailedReplacementLeavesTheObjectOnTheOldFile) {
+/// Another program moved the file: it cannot be replaced, and the stream still reads.
+TEST_P(RemovingFromAFile, FailedReplacementKeepsTheOldFile) {
     open(test::rawArchive(three));
     fs::rename(folder_ / "a.zip", folder_ / "b.zip");
     EXPECT_EQ(errorOf([&] { remove("a"); }), FileError::fileReadNoSuchFile);
@@ -303,45 +248,6 @@ TEST_P(RemovingFromAFile, AFailedReplacementLeavesTheObjectOnTheOldFile) {
     remove("a");
     EXPECT_EQ(content(), test::rawArchive({three[1], three[2]}));
     expectNoTemporaryFolder();
-}
-
-TEST(EndRecordsTest, ShrinkByTheRecordThatWasRemoved) {
-    archive::CentralDirectoryStructure record;
-    record.fileNameLength = 4;
-    record.extraFieldLength = 6;
-    record.fileCommentLength = 10;
-    archive::EndRecords records = archive::EndRecords().with(2, 1000, 5000);
-    records = records.after(Archive::ModifyOperation::remove, record, 4000);
-    EXPECT_EQ(records.numberOfEntries(), 1U);
-    EXPECT_EQ(records.sizeOfCentralDirectory(), 1000U - 66);
-    EXPECT_EQ(records.offsetToStartOfCentralDirectory(), 4000U);
-    records = records.after(Archive::ModifyOperation::add, record, 6000);
-    EXPECT_EQ(records.numberOfEntries(), 2U);
-    EXPECT_EQ(records.sizeOfCentralDirectory(), 1000U);
-}
-
-TEST(EndRecordsTest, DoNotOverflow) {
-    constexpr std::uint64_t most = std::numeric_limits<std::uint64_t>::max();
-    const archive::CentralDirectoryStructure record;
-    const auto add = [&](const archive::EndRecords &records) {
-        return errorOf(
-            [&] { static_cast<void>(records.after(Archive::ModifyOperation::add, record, 0)); });
-    };
-    EXPECT_EQ(add(archive::EndRecords().with(1, most - 45, 0)),
-              ArchiveError::invalidCentralDirectorySize);
-    EXPECT_EQ(add(archive::EndRecords().with(most, 0, 0)),
-              ArchiveError::invalidCentralDirectoryEntryCount);
-    EXPECT_EQ(add(archive::EndRecords().with(most - 1, most - 46, 0)), std::error_code());
-}
-
-TEST(EndRecordsTest, TurnToZIP64AtEachSentinel) {
-    const auto isZIP64 = [](std::uint64_t count, std::uint64_t size, std::uint64_t start) {
-        return archive::EndRecords().with(count, size, start).zip64.has_value();
-    };
-    EXPECT_FALSE(isZIP64(65534, 0xFFFFFFFE, 0xFFFFFFFE));
-    EXPECT_TRUE(isZIP64(65535, 0, 0));
-    EXPECT_TRUE(isZIP64(0, 0xFFFFFFFF, 0));
-    EXPECT_TRUE(isZIP64(0, 0, 0xFFFFFFFF));
 }
 
 } // namespace

@@ -1,7 +1,8 @@
 #include "archive/Data.h"
 
 #include "archive/RecordLayout.h"
-#include "files/Error.h"
+#include "tests/support/Errors.h"
+#include "tests/support/FailingStream.h"
 #include "tests/support/Streams.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -10,6 +11,7 @@
 #include <cerrno>
 #include <limits>
 #include <memory>
+#include <sys/mman.h>
 
 namespace vellomir::archive {
 
@@ -40,15 +42,10 @@ protected:
     std::filesystem::path path_ = folder_ / "file";
 };
 
-template <class Call>
-void expectDataError(const Call &call, Data::DataError error, int systemError) {
-    try {
-        call();
-        ADD_FAILURE() << "nothing was thrown";
-    } catch (const Error &caught) {
-        EXPECT_EQ(caught.code(), error) << caught.what();
-        EXPECT_EQ(caught.systemError(), systemError) << caught.what();
-    }
+void expectDataError(const std::function<void()> &call, Data::DataError code, int systemError) {
+    const Error error = test::thrownBy(call);
+    EXPECT_EQ(error.code(), code) << error.what();
+    EXPECT_EQ(error.systemError(), systemError) << error.what();
 }
 
 // --- Values -----------------------------------------------------------------------------------
@@ -118,7 +115,7 @@ TEST_F(DataTest, ReadChunkCrossesItsOwnSteps) {
     }
 }
 
-TEST_F(DataTest, MemoryFollowsTheFileAndNotTheRequest) {
+TEST_F(DataTest, MemoryIsThatOfTheFileAndNotOfTheRequest) {
     const File file = reading("short");
     EXPECT_EQ(Data::readChunk(std::numeric_limits<std::size_t>::max() / 2, file.get()).text(),
               "short");
@@ -252,7 +249,7 @@ TEST_F(DataTest, ReadStructFindsNothing) {
     EXPECT_FALSE(isThere(std::numeric_limits<std::uint64_t>::max()));
 }
 
-TEST_F(DataTest, ReadStructDoesNotTakeWhatStandsElsewhere) {
+TEST_F(DataTest, ReadStructSeeksEachTime) {
     const File file = reading(std::string("\1\0a\1\0b", 6));
     EXPECT_FALSE(Data::readStruct<Label>(file.get(), std::uint64_t{1} << 63U));
     EXPECT_EQ(Data::readStruct<Label>(file.get(), 3)->text.text(), "b");
@@ -262,6 +259,148 @@ TEST_F(DataTest, ReadStructDoesNotTakeWhatStandsElsewhere) {
 TEST_F(DataTest, ReadStructOfAnUnreadableStreamFindsNothing) {
     const File file = open(path_, "wb");
     EXPECT_FALSE(Data::readStruct<Label>(file.get(), 0));
+}
+
+// --- Streams in unusual states ----------------------------------------------------------------
+
+TEST(StreamChunks, EmptyBufferReadsNothing) {
+    test::FailingStream stream("0123456789");
+    EXPECT_TRUE(Data::readChunk(std::span<std::byte>(), stream.file()).empty());
+    EXPECT_TRUE(Data::readChunk(0, stream.file()).empty());
+    EXPECT_EQ(stream.reads(), 0);
+    EXPECT_EQ(Data::readChunk(10, stream.file()).text(), "0123456789");
+}
+
+TEST(StreamChunks, EmptyChunkWritesNothing) {
+    test::FailingStream stream;
+    stream.writable = 0;
+    EXPECT_EQ(Data::write({}, stream.file()), 0U);
+}
+
+/// So that an archive can be put right again after a full disk.
+TEST(StreamChunks, WritingWorksAgainAfterAFailure) {
+    test::FailingStream stream;
+    std::setvbuf(stream.file(), nullptr, _IONBF, 0);
+    stream.writable = 0;
+    const Data chunk(std::string_view("text"));
+    EXPECT_THROW(Data::write(chunk, stream.file()), Error);
+    stream.writable = test::FailingStream::unlimited;
+    EXPECT_EQ(Data::write(chunk, stream.file()), chunk.size());
+}
+
+/// A stream on which every call fails, with this errno, or without any if it is 0.
+File broken(int &systemError) {
+    const auto fail = [](void *cookie) {
+        if (const int code = *static_cast<int *>(cookie); code != 0)
+            errno = code;
+        return -1;
+    };
+    cookie_io_functions_t functions{};
+    functions.read = [](void *cookie, char *, std::size_t) -> ssize_t {
+        return decltype(fail)()(cookie);
+    };
+    functions.write = [](void *cookie, const char *, std::size_t) -> ssize_t {
+        static_cast<void>(decltype(fail)()(cookie));
+        return 0;
+    };
+    functions.seek = [](void *cookie, off64_t *, int) { return decltype(fail)()(cookie); };
+    File file(::fopencookie(&systemError, "r+", functions), &std::fclose);
+    std::setvbuf(file.get(), nullptr, _IONBF, 0);
+    return file;
+}
+
+/// And never that of an earlier call.
+TEST(StreamErrors, HaveTheErrnoOfTheFailedCall) {
+    for (int systemError : {0, EIO}) {
+        const File file = broken(systemError);
+        const auto expectCode = [&](const std::function<void()> &call, Data::DataError code) {
+            errno = ENOENT;
+            expectDataError(call, code, systemError);
+        };
+        expectCode([&] { static_cast<void>(Data::readChunk(1, file.get())); },
+                   Data::DataError::unreadableFile);
+        expectCode([&] { Data::write(Data(std::string_view("x")), file.get()); },
+                   Data::DataError::unwritableFile);
+        errno = ENOENT;
+        if (systemError == 0) {
+            EXPECT_FALSE(Data::seek(file.get(), 100000));
+        } else {
+            expectCode([&] { static_cast<void>(Data::seek(file.get(), 100000)); },
+                       Data::DataError::unreadableFile);
+        }
+    }
+}
+
+// --- Checksums --------------------------------------------------------------------------------
+
+struct Checksum {
+    const char *name;
+    CRC32 (*continued)(std::span<const std::byte>, CRC32);
+};
+
+class ChecksumTest : public testing::TestWithParam<Checksum> {};
+
+/// By Python's zlib.crc32.
+struct Known {
+    const char *text;
+    CRC32 checksum;
+};
+constexpr Known known[] = {
+    {"", 0},
+    {"1", 0x83DCEFB7},
+    {"a", 0xE8B7BE43},
+    {"abc", 0x352441C2},
+    {"123456789", 0xCBF43926},
+    {"The quick brown fox jumps over the lazy dog", 0x414FA339},
+};
+
+TEST_P(ChecksumTest, KnownTexts) {
+    for (const Known &each : known)
+        EXPECT_EQ(GetParam().continued(Data(std::string_view(each.text)), 0), each.checksum)
+            << each.text;
+}
+
+TEST_P(ChecksumTest, NoBytesKeepTheRunningValue) {
+    EXPECT_EQ(GetParam().continued({}, 0xCBF43926), 0xCBF43926U);
+}
+
+TEST_P(ChecksumTest, ChunksGiveTheChecksumOfAll) {
+    const Data data = test::makeContent(test::Content::random, 70000);
+    const CRC32 whole = GetParam().continued(data, 0);
+    for (const std::size_t chunkSize : {1U, 7U, 512U, 16384U, 69999U}) {
+        CRC32 checksum = 0;
+        for (auto rest = data.bytes(); !rest.empty();) {
+            const auto chunk = rest.first(std::min(rest.size(), chunkSize));
+            checksum = GetParam().continued(chunk, checksum);
+            rest = rest.subspan(chunk.size());
+        }
+        EXPECT_EQ(checksum, whole) << chunkSize;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Both, ChecksumTest,
+                         testing::Values(Checksum{"zlib", &Data::crc32},
+                                         Checksum{"builtIn", &Data::builtInCRC32}),
+                         [](const auto &each) { return each.param.name; });
+
+TEST(Checksums, AgreeOnEveryByteValueAndLength) {
+    Data data;
+    for (unsigned value = 0; value < 256; ++value) {
+        data.appendValue(static_cast<std::uint8_t>(value));
+        ASSERT_EQ(data.crc32(value), data.builtInCRC32(value)) << value;
+    }
+}
+
+/// Pages that are only read need no memory.
+TEST(Checksums, SpanMayBeLongerThan4GiB) {
+    constexpr std::size_t size = (std::size_t{1} << 32U) + 5;
+    void *zeros =
+        ::mmap(nullptr, size, PROT_READ, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+    if (zeros == MAP_FAILED)
+        GTEST_SKIP() << "no address space for 4 GiB";
+    const CRC32 checksum = Data::crc32({static_cast<const std::byte *>(zeros), size}, 0);
+    ::munmap(zeros, size);
+    EXPECT_EQ(checksum, 0xB1C2A1A3U); // zlib.crc32 of as many zeros in Python
 }
 
 } // namespace

@@ -1,3 +1,5 @@
+// Entries: type, path, sizes, checksum and position, from their records.
+
 #include "archive/Entry.h"
 
 #include "archive/Constants.h"
@@ -13,7 +15,7 @@ using OSType = Entry::OSType;
 
 namespace {
 
-/// What an entry is made of; every test changes some of it.
+/// The records of an entry.
 struct Parts {
     CentralDirectoryStructure directory;
     LocalFileHeader header;
@@ -27,7 +29,7 @@ struct Parts {
     }
 };
 
-Parts named(std::string_view name, unsigned flags = archive::utf8PathFlag) {
+Parts named(std::string_view name, unsigned flags = utf8PathFlag) {
     Parts parts;
     parts.directory.generalPurposeBitFlag = static_cast<std::uint16_t>(flags);
     parts.directory.fileNameData = Data(name);
@@ -44,7 +46,7 @@ Entry hosted(unsigned versionMadeBy, std::uint32_t attributes, std::string_view 
     return parts.entry();
 }
 
-/// Every size there can be, each with a value of its own.
+/// All sizes, with different values.
 Parts sized() {
     Parts parts = named("a");
     parts.directory.compressedSize = 101;
@@ -69,7 +71,7 @@ ZIP64ExtendedInformation zip64Sizes() {
 const DataDescriptor narrow = DataDescriptor::from(Data(), 403, 401, 402);
 const ZIP64DataDescriptor wide = ZIP64DataDescriptor::from(Data(), 503, 501, 502);
 
-// --- What it is -------------------------------------------------------------------------------
+// --- Types -------------------------------------------------------------------------------
 
 TEST(EntryTypes, FollowThePOSIXMode) {
     EXPECT_EQ(Entry::entryType(0040755), EntryType::directory);
@@ -131,14 +133,14 @@ TEST(EntryTypes, OfOtherHostsComeFromTheName) {
 
 // --- Its path ---------------------------------------------------------------------------------
 
-TEST(EntryPath, IsInTheEncodingThatTheFlagNames) {
-    EXPECT_EQ(named("Bj\xC3\xB6rn/", archive::utf8PathFlag).entry().path(), "Björn/");
+TEST(EntryPath, HasTheEncodingOfTheFlag) {
+    EXPECT_EQ(named("Bj\xC3\xB6rn/", utf8PathFlag).entry().path(), "Björn/");
     EXPECT_EQ(named("Bj\x94rn", 0).entry().path(), "Björn");
     EXPECT_EQ(named("\x81", 0).entry().path(), "ü");
     EXPECT_EQ(named("\xC3\xBC", 0).entry().path(), "├╝");
 }
 
-TEST(EntryPath, IsInThePreferredEncodingWhereOneIsGiven) {
+TEST(EntryPath, HasThePreferredEncodingIfGiven) {
     const Entry utf8 = named("\xC3\xBC", 0).entry();
     EXPECT_EQ(utf8.path(TextEncoding::utf8), "ü");
     EXPECT_EQ(utf8.path(std::optional(TextEncoding::utf8)), "ü");
@@ -147,7 +149,7 @@ TEST(EntryPath, IsInThePreferredEncodingWhereOneIsGiven) {
     EXPECT_EQ(flagged.path(TextEncoding::codePage437), "├╝");
 }
 
-TEST(EntryPath, IsEmptyWhereTheBytesAreNotValid) {
+TEST(EntryPath, IsEmptyIfTheBytesAreInvalid) {
     const Entry entry = named("a\xFF/").entry();
     EXPECT_EQ(entry.path(), "");
     EXPECT_EQ(entry.path(TextEncoding::codePage437), "a\u00A0/");
@@ -157,7 +159,7 @@ TEST(EntryPath, IsEmptyWhereTheBytesAreNotValid) {
 
 // --- Sizes and checksum -----------------------------------------------------------------------
 
-TEST(EntrySizes, AreTheDirectorysWithoutDescriptor) {
+TEST(EntrySizes, AreThoseOfTheDirectoryWithoutADescriptor) {
     Parts parts = sized();
     EXPECT_EQ(parts.entry().compressedSize(), 101U);
     EXPECT_EQ(parts.entry().uncompressedSize(), 102U);
@@ -173,7 +175,7 @@ TEST(EntrySizes, AreTheDirectorysWithoutDescriptor) {
     EXPECT_EQ(parts.entry().uncompressedSize(), 302U);
 }
 
-TEST(EntrySizes, AreTheMatchingDescriptors) {
+TEST(EntrySizes, AreThoseOfTheMatchingDescriptor) {
     Parts parts = sized();
     parts.descriptor = narrow;
     EXPECT_EQ(parts.entry().compressedSize(), 401U);
@@ -189,7 +191,7 @@ TEST(EntrySizes, AreTheMatchingDescriptors) {
     EXPECT_EQ(parts.entry().uncompressedSize(), 102U);
 }
 
-TEST(EntrySizes, OfAZIP64DescriptorWinOverTheField) {
+TEST(EntrySizes, AreThoseOfAZIP64DescriptorBeforeTheField) {
     Parts parts = sized();
     parts.directory.versionNeededToExtract = 20;
     parts.directory.extraFields = {{zip64Sizes()}};
@@ -198,12 +200,12 @@ TEST(EntrySizes, OfAZIP64DescriptorWinOverTheField) {
     EXPECT_EQ(parts.entry().uncompressedSize(), 502U);
 }
 
-TEST(EntryChecksum, IsTheDescriptorsOnlyWithTheFlag) {
+TEST(EntryChecksum, IsThatOfTheDescriptorWithTheFlag) {
     Parts parts = sized();
     parts.descriptor = narrow;
     parts.zip64Descriptor = wide;
     EXPECT_EQ(parts.entry().checksum(), 103U);
-    parts.directory.generalPurposeBitFlag |= archive::dataDescriptorFlag;
+    parts.directory.generalPurposeBitFlag |= dataDescriptorFlag;
     EXPECT_EQ(parts.entry().checksum(), 503U);
     parts.zip64Descriptor.reset();
     EXPECT_EQ(parts.entry().checksum(), 403U);
@@ -211,7 +213,7 @@ TEST(EntryChecksum, IsTheDescriptorsOnlyWithTheFlag) {
     EXPECT_EQ(parts.entry().checksum(), 0U);
 }
 
-TEST(EntrySizes, CompressedIsWhatTheLocalHeaderSays) {
+TEST(EntrySizes, IsCompressedByTheMethodOfTheLocalHeader) {
     Parts parts = sized();
     EXPECT_FALSE(parts.entry().isCompressed());
     parts.directory.compressionMethod = 8;
@@ -222,9 +224,9 @@ TEST(EntrySizes, CompressedIsWhatTheLocalHeaderSays) {
     }
 }
 
-// --- Places -----------------------------------------------------------------------------------
+// --- Positions -----------------------------------------------------------------------------------
 
-TEST(EntryPlace, DataBeginsBehindTheLocalHeader) {
+TEST(EntryPosition, DataFollowsTheLocalHeader) {
     Parts parts = sized();
     EXPECT_EQ(parts.entry().dataOffset(), 104U + 30 + 5 + 7);
     parts.directory.versionNeededToExtract = 45;
@@ -235,7 +237,7 @@ TEST(EntryPlace, DataBeginsBehindTheLocalHeader) {
     EXPECT_EQ(parts.entry().dataOffset(), (1ULL << 40U) + 30 + 2 * 65535);
 }
 
-TEST(EntryPlace, DataOffsetSaturatesOnOverflow) {
+TEST(EntryPosition, DataOffsetSaturatesOnOverflow) {
     constexpr std::uint64_t greatest = std::numeric_limits<std::uint64_t>::max();
     Parts parts = sized();
     parts.directory.versionNeededToExtract = 45;
@@ -246,14 +248,14 @@ TEST(EntryPlace, DataOffsetSaturatesOnOverflow) {
     }
 }
 
-TEST(EntryPlace, LocalSizeCountsTheStoredBytes) {
+TEST(EntryPosition, LocalSizeCountsTheStoredBytes) {
     Parts parts = sized();
     EXPECT_EQ(parts.entry().localSize(), 30U + 5 + 7 + 102);
     parts.header.compressionMethod = 8;
     EXPECT_EQ(parts.entry().localSize(), 30U + 5 + 7 + 101);
 }
 
-TEST(EntryPlace, LocalSizeCountsTheMatchingDescriptor) {
+TEST(EntryPosition, LocalSizeCountsTheMatchingDescriptor) {
     Parts parts = sized();
     parts.header.compressionMethod = 8;
     parts.descriptor = narrow;
@@ -269,19 +271,19 @@ TEST(EntryPlace, LocalSizeCountsTheMatchingDescriptor) {
     EXPECT_EQ(parts.entry().localSize(), 30U + 5 + 7 + 102);
 }
 
-TEST(EntryPlace, LocalSizeOfALieIsTheGreatestValue) {
+TEST(EntryPosition, LocalSizeSaturatesOnOverflow) {
     Parts parts = sized();
     parts.directory.versionNeededToExtract = 45;
     parts.zip64Descriptor = wide;
-    for (const std::uint64_t lie : {0ULL, 1ULL, 65ULL}) {
-        parts.zip64Descriptor->uncompressedSize = std::numeric_limits<std::uint64_t>::max() - lie;
-        EXPECT_EQ(parts.entry().localSize(), std::numeric_limits<std::uint64_t>::max()) << lie;
+    for (const std::uint64_t less : {0ULL, 1ULL, 65ULL}) {
+        parts.zip64Descriptor->uncompressedSize = std::numeric_limits<std::uint64_t>::max() - less;
+        EXPECT_EQ(parts.entry().localSize(), std::numeric_limits<std::uint64_t>::max()) << less;
     }
 }
 
 // --- As a value -------------------------------------------------------------------------------
 
-TEST(EntryValue, EncryptedOnesAreNone) {
+TEST(EntryValue, EncryptedEntriesAreAbsent) {
     for (unsigned bit = 0; bit < 16; ++bit) {
         const Parts parts = named("a", 1U << bit);
         EXPECT_EQ(
@@ -291,7 +293,7 @@ TEST(EntryValue, EncryptedOnesAreNone) {
     }
 }
 
-TEST(EntryValue, KeepsItsPartsUnchanged) {
+TEST(EntryValue, KeepsItsRecords) {
     Parts parts = sized();
     parts.descriptor = narrow;
     parts.zip64Descriptor = wide;
@@ -302,7 +304,7 @@ TEST(EntryValue, KeepsItsPartsUnchanged) {
     EXPECT_EQ(entry.zip64DataDescriptor(), wide);
 }
 
-TEST(EntryValue, EqualityIsPathLocalChecksumAndPlace) {
+TEST(EntryValue, ComparesPathLocalChecksumAndOffset) {
     const Parts original = sized();
     const auto expect = [&](bool isEqual, const auto &change) {
         Parts parts = original;
@@ -320,14 +322,14 @@ TEST(EntryValue, EqualityIsPathLocalChecksumAndPlace) {
     expect(false, [](Parts &parts) { parts.directory.extraFields = {{zip64Sizes()}}; });
 }
 
-TEST(EntryValue, AttributesAreWhatExtractionApplies) {
+TEST(EntryValue, HasTheAttributesForExtraction) {
     Parts parts = named("a");
     parts.directory.versionMadeBy = 0x0314;
     parts.directory.externalFileAttributes = 0x81800000; // 0100600
     parts.directory.lastModFileDate = 0x5A21;
     parts.directory.lastModFileTime = 0x6B3D;
     parts.header.lastModFileDate = 0x0021;
-    const archive::FileAttributes attributes = parts.entry().fileAttributes();
+    const FileAttributes attributes = parts.entry().fileAttributes();
     EXPECT_EQ(attributes.posixPermissions, 0600);
     EXPECT_EQ(attributes.modificationDate.timeIntervalSince1970, 1735737958);
     EXPECT_EQ(named("a/").entry().fileAttributes().posixPermissions, 0755);

@@ -95,22 +95,21 @@ constexpr long manyAllocations = 100000;
 
 /// Empty files whose records share one local header, as large as one can be.
 std::string sharedHeaderArchive(std::uint16_t count) {
-    archive::LocalFileHeader header;
-    header.generalPurposeBitFlag = archive::utf8PathFlag;
+    LocalFileHeader header;
+    header.generalPurposeBitFlag = utf8PathFlag;
     header.fileNameLength = header.extraFieldLength = 0xFFFF;
     header.fileNameData = Data(std::string_view(std::string(0xFFFF, 'n')));
     header.extraFieldData = Data(std::string_view(std::string(0xFFFF, 'e')));
     Data data = header.data();
     const std::size_t start = data.size();
     for (std::uint16_t index = 0; index < count; ++index) {
-        archive::LocalFileHeader named = header;
+        LocalFileHeader named = header;
         named.fileNameData = Data(std::string_view("file" + std::to_string(index)));
         named.fileNameLength = static_cast<std::uint16_t>(named.fileNameData.size());
         data.append(
-            archive::CentralDirectoryStructure::from(named, 0100644U << 16U, 0, std::nullopt)
-                .data());
+            CentralDirectoryStructure::from(named, 0100644U << 16U, 0, std::nullopt).data());
     }
-    archive::EndOfCentralDirectoryRecord end;
+    EndOfCentralDirectoryRecord end;
     end.totalNumberOfEntriesOnDisk = end.totalNumberOfEntriesInCentralDirectory = count;
     end.sizeOfCentralDirectory = static_cast<std::uint32_t>(data.size() - start);
     end.offsetToStartOfCentralDirectory = static_cast<std::uint32_t>(start);
@@ -127,7 +126,7 @@ TEST(MemoryOfUnpacking, DoesNotGrowWithTheLocalHeaders) {
     EXPECT_TRUE(fs::exists(folder / "out/file299"));
 }
 
-TEST(MemoryOfUnpacking, IsAFewBytesAnEntry) {
+TEST(MemoryOfUnpacking, IsSmallForEachEntry) {
     std::vector<test::RawEntry> entries;
     const auto memory = [&](std::size_t count) {
         entries.clear();
@@ -142,15 +141,15 @@ TEST(MemoryOfUnpacking, IsAFewBytesAnEntry) {
 }
 
 TEST(MemoryOfProgress, DoesNotGrowWithUnfinishedChildren) {
-    const auto progress = archive::Progress::make(1'000'000);
+    const auto progress = Progress::make(1'000'000);
     EXPECT_LT(memoryOf([&] {
                   for (int index = 0; index < 100'000; ++index)
-                      progress->addChild(archive::Progress::make(10), 10);
+                      progress->addChild(Progress::make(10), 10);
               }),
               10'000U);
 }
 
-TEST(RefusedMemory, NeverShortensTheSequenceOfEntries) {
+TEST(RefusedMemory, WalksAllEntriesOrThrows) {
     const auto archive = Archive::open(
         Data(std::string_view(test::rawArchive({{"a", "1"}, {"b", "2"}, {"c", "3"}}))),
         Archive::AccessMode::read);
@@ -171,7 +170,7 @@ TEST(RefusedMemory, NeverShortensTheSequenceOfEntries) {
     EXPECT_LT(allocation, manyAllocations);
 }
 
-TEST(RefusedMemory, NeverUnpacksApartOfTheEntriesWithoutAnError) {
+TEST(RefusedMemory, UnpacksAllEntriesOrThrows) {
     const test::TemporaryFolder folder;
     test::writeFile(folder / "a.zip",
                     test::rawArchive({test::rawDirectory("d/"),
@@ -181,7 +180,7 @@ TEST(RefusedMemory, NeverUnpacksApartOfTheEntriesWithoutAnError) {
     long allocation = 0;
     const auto unpack = [&] {
         FileManager().unzipItem(folder.url("a.zip"), folder.url("out"),
-                                {.progress = archive::Progress::make(), .holdsToDirectory = true});
+                                {.progress = Progress::make(), .holdsToDirectory = true});
     };
     for (; allocation < manyAllocations; ++allocation) {
         fs::remove_all(folder / "out");

@@ -1,11 +1,12 @@
 // Packing a folder writes the directory once; adding its items one by one writes it every time.
-// Both must leave the same bytes behind, whatever happens on the way.
+// Both must leave the same bytes, also when they fail or are cancelled.
 
 #include "archive/EntryAppender.h"
 #include "archive/FileManager.h"
 #include "archive/ItemListing.h"
+#include "tests/support/Archives.h"
+#include "tests/support/Errors.h"
 #include "tests/support/Random.h"
-#include "tests/support/TemporaryFolder.h"
 
 #include <array>
 #include <gmock/gmock.h>
@@ -33,12 +34,10 @@ protected:
     /// As the engine packs it. The progress is cancelled, or the item fails, by the caller's means.
     std::string packed(const std::shared_ptr<Progress> &progress) {
         fs::remove(folder_ / "packed.zip");
-        try {
+        error_ = nameOf([&] {
             FileManager().zipItem(folder_.url("in"), folder_.url("packed.zip"), false, GetParam(),
                                   progress);
-        } catch (const Error &error) {
-            error_ = error.name();
-        }
+        });
         return test::readFile(folder_ / "packed.zip");
     }
 
@@ -47,30 +46,27 @@ protected:
         fs::remove(folder_ / "added.zip");
         const auto archive = Archive::open(folder_.url("added.zip"), AccessMode::create);
         const auto total = Progress::make(1);
-        total->setObserver(cancellingAt(cancelAt));
+        total->setObserver(test::cancellingAt(cancelAt));
         std::string caught;
-        for (const std::string &path : archive::subpaths(folder_.url("in"))) {
+        for (const std::string &path : subpaths(folder_.url("in"))) {
             const auto progress =
                 Archive::makeProgressForAddingItem(folder_.url("in").appendingPathComponent(path));
             total->addChild(progress, progress->totalUnitCount());
-            try {
+            caught = nameOf([&] {
                 archive->addEntry(path, folder_.url("in"),
                                   {.compressionMethod = GetParam(), .progress = progress});
-            } catch (const Error &error) {
-                caught = error.name();
+            });
+            if (!caught.empty())
                 break;
-            }
         }
         EXPECT_EQ(caught, error_);
         return test::readFile(folder_ / "added.zip");
     }
 
-    /// Cancels when the finished items count so much: in the middle of the next one with data.
-    static Progress::Observer cancellingAt(std::int64_t units) {
-        return [units](const Progress &progress) {
-            if (progress.completedUnitCount() >= units)
-                const_cast<Progress &>(progress).cancel();
-        };
+    /// The name of an action's error, or an empty text.
+    static std::string nameOf(const std::function<void()> &action) {
+        const Error error = test::thrownBy(action);
+        return error.code() ? error.name() : std::string();
     }
 
     test::TemporaryFolder folder_;
@@ -93,9 +89,8 @@ TEST_P(Packing, FinishedBytesAreTheSame) {
 
 TEST_P(Packing, CancelledBytesAreTheSame) {
     for (const std::int64_t units : {1, 2, 5000, 100000, 400000, 700000}) {
-        error_.clear();
         const auto progress = Progress::make();
-        progress->setObserver(cancellingAt(units));
+        progress->setObserver(test::cancellingAt(units));
         const std::string bytes = packed(progress);
         EXPECT_EQ(error_, "ArchiveError.cancelledOperation") << units;
         EXPECT_TRUE(bytes == addedOneByOne(units)) << units;
@@ -104,15 +99,15 @@ TEST_P(Packing, CancelledBytesAreTheSame) {
 }
 
 TEST_P(Packing, FailedBytesAreTheSame) {
-    // No file, and so refused; the listing puts it somewhere among the others.
+    // It is refused; the listing puts it between the other items.
     ASSERT_EQ(::mkfifo((folder_ / "in/d1/pipe").c_str(), 0600), 0);
     const std::string bytes = packed(nullptr);
     EXPECT_EQ(error_, "FileError.fileReadUnknown");
     EXPECT_TRUE(bytes == addedOneByOne(never));
 }
 
-/// An archive in the folder that it packs is skipped, and not counted.
-TEST_P(Packing, IntoThePackedFolderEndsAtTheTotal) {
+/// An archive in the folder that is packed is skipped, and not counted.
+TEST_P(Packing, IntoThePackedFolderCompletesTheProgress) {
     const auto inside = folder_.url("in/d1/packed.zip");
     const auto progress = Progress::make();
     FileManager().zipItem(folder_.url("in"), inside, false, GetParam(), progress);
@@ -121,8 +116,8 @@ TEST_P(Packing, IntoThePackedFolderEndsAtTheTotal) {
     EXPECT_GT(progress->totalUnitCount(), 800000);
 }
 
-/// What grows or shrinks after it was counted doesn't move the end.
-TEST_P(Packing, OfFilesThatChangeEndsAtTheTotal) {
+/// Files that grow or shrink after they were counted.
+TEST_P(Packing, OfFilesThatChangeCompletesTheProgress) {
     const auto progress = Progress::make();
     bool isChanged = false;
     progress->setObserver([&](const Progress &each) {
@@ -137,15 +132,11 @@ TEST_P(Packing, OfFilesThatChangeEndsAtTheTotal) {
     EXPECT_EQ(progress->completedUnitCount(), progress->totalUnitCount());
 }
 
-TEST_P(Packing, KeepsTheRealNameOfAParentThatIsDots) {
+TEST_P(Packing, ResolvesDotsInTheNameOfTheParent) {
     const auto names = [&](const std::string &source) {
         fs::remove(folder_ / "packed.zip");
         FileManager().zipItem(folder_.url(source), folder_.url("packed.zip"), true, GetParam());
-        const auto archive = Archive::open(folder_.url("packed.zip"), AccessMode::read);
-        std::vector<std::string> found;
-        for (const auto &entry : *archive)
-            found.push_back(entry.path());
-        return found;
+        return test::paths(*Archive::open(folder_.url("packed.zip"), AccessMode::read));
     };
     const auto expected = names("in");
     EXPECT_THAT(expected, testing::Each(testing::StartsWith("in/")));
@@ -160,7 +151,6 @@ TEST_P(Packing, KeepsTheRealNameOfAParentThatIsDots) {
 /// An entry that fails after some of its data, behind others in the same appender, or behind others
 /// that were added one by one.
 TEST_P(Packing, BytesOfAnEntryThatFailsHalfwayAreTheSame) {
-    using archive::Entry;
     const std::string text = test::randomText(60000);
     const auto failingAt = [&](std::int64_t limit) {
         return [&text, limit](std::int64_t position, std::size_t size) {
@@ -170,7 +160,7 @@ TEST_P(Packing, BytesOfAnEntryThatFailsHalfwayAreTheSame) {
         };
     };
     for (const std::int64_t limit : {0, 100, 1000, 20000, 50000}) {
-        const auto add = [&](archive::EntryAppender &appender, int index) {
+        const auto add = [&](EntryAppender &appender, int index) {
             const bool isLast = index == 60;
             appender.add("entry" + std::to_string(index), Entry::EntryType::file,
                          isLast ? 60000 : 40, {0}, std::nullopt, failingAt(isLast ? limit : never),
@@ -180,7 +170,7 @@ TEST_P(Packing, BytesOfAnEntryThatFailsHalfwayAreTheSame) {
         for (const std::size_t way : {0U, 1U}) {
             fs::remove(folder_ / "a.zip");
             const auto archive = Archive::open(folder_.url("a.zip"), AccessMode::create);
-            std::optional<archive::EntryAppender> appender;
+            std::optional<EntryAppender> appender;
             for (int index = 0; index < 60; ++index) {
                 if (!appender)
                     appender.emplace(*archive);

@@ -128,7 +128,7 @@ TEST(ProgressChildren, WithoutUnitsCountNothing) {
     }
 }
 
-TEST(ProgressChildren, ThatGoUnfinishedCountNothing) {
+TEST(ProgressChildren, ThatAreDestroyedUnfinishedCountNothing) {
     const auto parent = Progress::make(10);
     {
         const auto child = addedTo(parent, 5, 2);
@@ -139,8 +139,8 @@ TEST(ProgressChildren, ThatGoUnfinishedCountNothing) {
     EXPECT_EQ(parent->fractionCompleted(), 0);
 }
 
-TEST(ProgressChildren, AreNotTakenForOnesThatAreGone) {
-    // A new object often stands where one was that went unfinished.
+TEST(ProgressChildren, AreNotConfusedWithDestroyedOnes) {
+    // A new object often has the address of a destroyed one.
     const auto parent = Progress::make(1000000);
     std::int64_t finished = 0;
     for (std::int64_t units = 1; units <= 200; ++units) {
@@ -165,7 +165,7 @@ TEST(ProgressChildren, KeepTheirParent) {
 
 // --- Cancelling -------------------------------------------------------------------------------
 
-TEST(ProgressCancelling, ReachesAllBelow) {
+TEST(ProgressCancelling, ReachesAllDescendants) {
     const auto top = Progress::make(1);
     const auto middle = addedTo(top, 1, 1);
     const auto low = addedTo(middle, 0, 1);
@@ -176,7 +176,7 @@ TEST(ProgressCancelling, ReachesAllBelow) {
     EXPECT_TRUE(addedTo(low, 1, 1)->isCancelled());
 }
 
-TEST(ProgressCancelling, ReachesNobodyAboveOrBeside) {
+TEST(ProgressCancelling, DoesNotReachParentsAndSiblings) {
     const auto top = Progress::make(2);
     const auto left = addedTo(top, 1, 1);
     const auto right = addedTo(top, 1, 1);
@@ -202,7 +202,7 @@ TEST(ProgressObserver, SeesEachChange) {
     EXPECT_THAT(seen, ElementsAre(110, 120, 520));
 }
 
-TEST(ProgressObserver, SeesEachChangeBelow) {
+TEST(ProgressObserver, SeesChangesOfDescendants) {
     const auto top = Progress::make(4);
     const auto middle = addedTo(top, 2, 2);
     const auto low = addedTo(middle, 2, 2);
@@ -245,7 +245,7 @@ TEST(ProgressThreads, CancellingStopsAWorkerOnAnotherThread) {
     EXPECT_TRUE(progress->isCancelled());
 }
 
-TEST(ProgressThreads, FractionNeverGoesBackForAWatcher) {
+TEST(ProgressThreads, FractionNeverDecreases) {
     constexpr int children = 20000;
     const auto progress = Progress::make(children * 10);
     std::atomic<bool> isDone = false;

@@ -1,6 +1,6 @@
 #include "files/PendingFile.h"
 
-#include "files/Error.h"
+#include "tests/support/Errors.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
@@ -8,24 +8,16 @@
 
 namespace vellomir {
 
+using test::errorOf;
 namespace fs = std::filesystem;
 
 namespace {
-
-std::error_code codeOf(const std::function<void()> &action) {
-    try {
-        action();
-    } catch (const Error &error) {
-        return error.code();
-    }
-    return {};
-}
 
 long count(const fs::path &folder) {
     return std::distance(fs::directory_iterator(folder), fs::directory_iterator());
 }
 
-TEST(PendingFile, IsHiddenBesideItsDestinationAndGoesIfItIsNotPlaced) {
+TEST(PendingFile, IsHiddenBesideItsDestinationAndRemovedUnlessPlaced) {
     const test::TemporaryFolder folder;
     {
         const PendingFile pending((folder / "result").string());
@@ -37,7 +29,7 @@ TEST(PendingFile, IsHiddenBesideItsDestinationAndGoesIfItIsNotPlaced) {
     EXPECT_EQ(count(folder.path()), 0);
 }
 
-TEST(PendingFile, AppearsUnderItsNameWhenItIsPlaced) {
+TEST(PendingFile, HasItsNameWhenPlaced) {
     const test::TemporaryFolder folder;
     {
         PendingFile pending((folder / "result").string());
@@ -49,7 +41,7 @@ TEST(PendingFile, AppearsUnderItsNameWhenItIsPlaced) {
 }
 
 /// Another user may have the right to swap the folder of the destination.
-TEST(PendingFile, GoesToTheFolderThatWasOpened) {
+TEST(PendingFile, KeepsTheOpenedFolder) {
     const test::TemporaryFolder folder;
     for (const Existing existing : {Existing::refuse, Existing::replace}) {
         fs::create_directory(folder / "in");
@@ -70,23 +62,23 @@ TEST(PendingFile, GoesToTheFolderThatWasOpened) {
     }
 }
 
-TEST(PendingFile, ReplacesOnlyWhenItMay) {
+TEST(PendingFile, ReplacesOnlyIfAllowed) {
     const test::TemporaryFolder folder;
     test::writeFile(folder / "result", "old");
     PendingFile pending((folder / "result").string());
     test::writeFile(pending.path(), "new");
-    EXPECT_EQ(codeOf([&] { pending.place(Existing::refuse); }), FileError::fileWriteFileExists);
+    EXPECT_EQ(errorOf([&] { pending.place(Existing::refuse); }), FileError::fileWriteFileExists);
     EXPECT_EQ(test::readFile(folder / "result"), "old");
     pending.place(Existing::replace);
     EXPECT_EQ(test::readFile(folder / "result"), "new");
 }
 
-TEST(PendingFile, ADanglingLinkIsInTheWayToo) {
+TEST(PendingFile, DanglingLinkCountsAsAFile) {
     const test::TemporaryFolder folder;
     fs::create_symlink("nowhere", folder / "result");
     PendingFile pending((folder / "result").string());
     test::writeFile(pending.path(), "new");
-    EXPECT_EQ(codeOf([&] { pending.place(Existing::refuse); }), FileError::fileWriteFileExists);
+    EXPECT_EQ(errorOf([&] { pending.place(Existing::refuse); }), FileError::fileWriteFileExists);
     EXPECT_TRUE(fs::is_symlink(folder / "result"));
 }
 
@@ -94,7 +86,7 @@ TEST(PendingFile, TheFolderMustExist) {
     const test::TemporaryFolder folder;
     test::writeFile(folder / "file", "");
     for (const char *path : {"missing/result", "file/result"})
-        EXPECT_EQ(codeOf([&] { const PendingFile pending((folder / path).string()); }),
+        EXPECT_EQ(errorOf([&] { const PendingFile pending((folder / path).string()); }),
                   FileError::fileReadNoSuchFile);
 }
 
@@ -104,16 +96,13 @@ TEST(PendingFile, TheFolderMustTakeFiles) {
     const test::TemporaryFolder folder;
     fs::create_directory(folder / "closed");
     fs::permissions(folder / "closed", fs::perms(0500));
-    try {
-        const PendingFile pending((folder / "closed/result").string());
-        ADD_FAILURE();
-    } catch (const Error &error) {
-        EXPECT_EQ(error.code(), FileError::fileWriteNoPermission);
-        EXPECT_EQ(error.path(), (folder / "closed").string());
-    }
+    const Error error =
+        test::thrownBy([&] { const PendingFile pending((folder / "closed/result").string()); });
+    EXPECT_EQ(error.code(), FileError::fileWriteNoPermission);
+    EXPECT_EQ(error.path(), (folder / "closed").string());
 }
 
-TEST(PendingFile, TextsSpeakOfTheFinalName) {
+TEST(PendingFile, TextsHaveTheFinalName) {
     const test::TemporaryFolder folder;
     const std::string name = (folder / "result").string();
     const PendingFile pending(name);

@@ -8,7 +8,7 @@
 namespace vellomir::test {
 
 /// "50 4b 03 04" and "504B0304" as four bytes.
-[[nodiscard]] inline archive::Data bytes(std::string_view hex) {
+[[nodiscard]] inline archive::Data fromHex(std::string_view hex) {
     static constexpr std::string_view digits = "0123456789abcdef0123456789ABCDEF";
     archive::Data data;
     std::string pair;

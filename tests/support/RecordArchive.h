@@ -2,6 +2,7 @@
 
 #include "archive/Records.h"
 
+#include <concepts>
 #include <optional>
 #include <string>
 #include <vector>
@@ -21,6 +22,39 @@ struct RecordEntry {
 
 /// A file deflated by zlib.
 [[nodiscard]] RecordEntry deflatedRecordEntry(const std::string &name, const std::string &content);
+
+/// The bytes of a data descriptor. `Size` is std::uint32_t, or std::uint64_t for ZIP64.
+template <std::unsigned_integral Size>
+[[nodiscard]] std::string descriptor(archive::CRC32 checksum, Size compressed, Size uncompressed,
+                                     bool isSigned = true) {
+    archive::Data data;
+    if (isSigned)
+        data.appendValue(archive::dataDescriptorStructSignature);
+    data.appendValue(checksum);
+    data.appendValue(compressed);
+    data.appendValue(uncompressed);
+    return std::string(data.text());
+}
+
+/// Moves checksum and sizes from the local header into a descriptor, as a writer does that cannot
+/// seek.
+template <std::unsigned_integral Size>
+[[nodiscard]] RecordEntry described(RecordEntry entry, bool isSigned = true) {
+    entry.trailer = descriptor<Size>(entry.record.crc32, entry.record.compressedSize,
+                                     entry.record.uncompressedSize, isSigned);
+    entry.header.generalPurposeBitFlag |= archive::dataDescriptorFlag;
+    entry.record.generalPurposeBitFlag |= archive::dataDescriptorFlag;
+    entry.header.crc32 = entry.header.compressedSize = entry.header.uncompressedSize = 0;
+    if (sizeof(Size) == 8)
+        entry.header.versionNeededToExtract = entry.record.versionNeededToExtract = 45;
+    return entry;
+}
+[[nodiscard]] inline RecordEntry narrow(const RecordEntry &entry) {
+    return described<std::uint32_t>(entry);
+}
+[[nodiscard]] inline RecordEntry wide(const RecordEntry &entry) {
+    return described<std::uint64_t>(entry);
+}
 
 /// The size of the local header, the data and the trailer in bytes.
 [[nodiscard]] std::size_t localSize(const RecordEntry &entry);

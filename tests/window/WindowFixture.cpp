@@ -1,6 +1,6 @@
 #include "tests/window/WindowFixture.h"
 
-#include "tests/Vellomir/JobFixture.h"
+#include "tests/Vellomir/ScreenFixture.h"
 
 #include <QTextDocumentFragment>
 

@@ -48,10 +48,8 @@ public:
     void add(EntryAppender &appender, std::string path, const AddOptions &options) const;
 
 private:
-    void addFromFolder(EntryAppender &appender, std::string path,
-                       const AddOptions &options) const;
-    void addFile(EntryAppender &appender, const std::string &path,
-                 const AddOptions &options) const;
+    void addFromFolder(EntryAppender &appender, std::string path, const AddOptions &options) const;
+    void addFile(EntryAppender &appender, const std::string &path, const AddOptions &options) const;
     void addSymbolicLink(EntryAppender &appender, const std::string &path,
                          const AddOptions &options) const;
 

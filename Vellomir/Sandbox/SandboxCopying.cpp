@@ -35,7 +35,8 @@ BeforeChunk counting(archive::Progress *progress, const std::string &path) {
 /// Removes what was copied if that fails.
 void copyTo(const SandboxPlace &place, const std::string &path, const OpenFile &source,
             const BeforeChunk &beforeChunk) {
-    OpenFile target{createFile(place.itemName(), Access::write, S_IRUSR | S_IWUSR), path};
+    OpenFile target{.path = path}; // before the file is made, for it may need memory
+    target.descriptor = createFile(place.itemName(), Access::write, S_IRUSR | S_IWUSR);
     if (!target.descriptor.isOpen())
         throw writeError(path, errno);
     try {

@@ -389,7 +389,7 @@ TEST_F(PickingAFile, FileBesideOwnFoldersIsTaken) {
     EXPECT_EQ(job_.console().back(), failure);
 }
 
-TEST(PickingAFile, DestroyedScreenGetsNoFile) {
+TEST_F(PickingAFile, DestroyedScreenGetsNoFile) {
     const test::TemporaryFolder folder;
     EventLoop loop;
     BackgroundQueue background;

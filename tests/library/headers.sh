@@ -39,5 +39,5 @@ END
 "$1" -std=c++20 "${options[@]}" "$folder/all.cpp"
 "$1" -std=gnu++20 "${options[@]}" "$folder/all.cpp"
 # The check above is of a dialect that has the macro.
-"$1" -std=gnu++20 -dM -E -x c++ /dev/null | grep -q '^#define unix '
+"$1" -std=gnu++20 -dM -E -x c++ /dev/null | grep '^#define unix ' >/dev/null
 echo "${#headers[@]} headers"

@@ -5,15 +5,15 @@
 namespace vellomir::cli {
 namespace {
 
-using Kind = JobProblem::Kind;
+using Problem = JobProblem::Kind;
 
 std::string warningOf(const JobProblem &complaint) {
     static const std::string notWritten =
         "the property list could not be written, so the copy is not a second one";
     switch (complaint.kind) {
-    case Kind::infoPlistNotSerialized:
+    case Problem::infoPlistNotSerialized:
         return notWritten;
-    case Kind::infoPlistNotWritten:
+    case Problem::infoPlistNotWritten:
         return notWritten + ": " + complaint.reason;
     default:
         return complaint.text;
@@ -45,7 +45,7 @@ std::string reasonOf(const std::optional<JobProblem> &failure) {
 std::optional<std::string> lostPayload(const std::vector<JobProblem> &complaints) {
     const auto found =
         std::find_if(complaints.begin(), complaints.end(),
-                     [](const JobProblem &each) { return each.kind == Kind::payloadNotMoved; });
+                     [](const JobProblem &each) { return each.kind == Problem::payloadNotMoved; });
     if (found == complaints.end() || found->code == FileError::fileReadNoSuchFile)
         return std::nullopt;
     return found->text;
@@ -55,7 +55,7 @@ std::vector<std::string> warningsAbout(const std::vector<JobProblem> &complaints
                                        const CopyContents &copy) {
     std::vector<std::string> warnings;
     for (const JobProblem &complaint : complaints)
-        if (complaint.kind != Kind::payloadNotMoved || copy.hasPayload)
+        if (complaint.kind != Problem::payloadNotMoved || copy.hasPayload)
             warnings.push_back(warningOf(complaint));
     if (!copy.hasPayload)
         warnings.emplace_back("the package has no folder \"Payload\", so the copy is empty");

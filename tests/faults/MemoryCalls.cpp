@@ -6,10 +6,8 @@
 #include <cstdlib>
 #include <new>
 
-namespace vellomir {
-
-using test::Call;
-using test::fails;
+using vellomir::test::Call;
+using vellomir::test::fails;
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 #define VELLOMIR_SANITIZED
@@ -72,5 +70,3 @@ void *realloc(void *memory, std::size_t size) noexcept {
 }
 
 #endif
-
-} // namespace vellomir

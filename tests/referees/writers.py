@@ -34,6 +34,9 @@ class Packing:
     def hasEmptyFiles(self):
         return any(item.content == digest(b"") for item in self.items.values())
 
+    def hasOnlyFolders(self):
+        return all(item.kind == FOLDER for item in self.items.values())
+
     def run(self, command):
         """Fails with what the tool said."""
         self.description = " ".join(command)
@@ -54,11 +57,13 @@ def infoZip(packing):
     isPiped = packing.choices.random() < 0.5
     if packing.hasLinks():
         isPiped, form = False, []
-    if form == ["-fz"] and (isPiped or packing.hasEmptyFiles()):
+    if form == ["-fz"] and (isPiped or packing.hasEmptyFiles() or packing.hasOnlyFolders()):
         form = []
     level = packing.choices.randint(1 if isPiped or form == ["-fd"] else 0, 9)
     options = ["-qry", f"-{level}", *packing.maybe("-X"), *form]
     packing.withoutFolders = form == ["-fz"] or packing.choices.random() < 0.3
+    if packing.hasOnlyFolders():
+        packing.withoutFolders = False  # zip makes no archive without entries
     if packing.withoutFolders:
         options.append("-D")
     packing.readOptions = ["--encoding", "utf-8"]  # zip does not set the flag

@@ -12,7 +12,7 @@ namespace {
 
 using Kind = FindingKind;
 
-constexpr std::int64_t chunkSize = 65536;
+constexpr std::int64_t readingSize = 65536;
 
 /// The data cannot be read to its end, and why.
 struct Obstacle {
@@ -25,7 +25,7 @@ struct Obstacle {
 class StoredBytes {
 public:
     StoredBytes(std::FILE *file, std::uint64_t size, const Archive::ProgressPointer &progress)
-        : file_(file), size_(size), progress_(progress), buffer_(chunkSize) {}
+        : file_(file), size_(size), progress_(progress), buffer_(readingSize) {}
 
     std::span<const std::byte> operator()(std::int64_t /*position*/, std::size_t size) {
         requireNotCancelled(progress_);
@@ -49,7 +49,7 @@ private:
 
 DeflateStreamTotals readStored(StoredBytes &source, std::int64_t size) {
     const auto ignore = [](std::span<const std::byte>) {};
-    const CRC32 checksum = Data::consumePart(size, chunkSize, false, std::ref(source), ignore);
+    const CRC32 checksum = Data::consumePart(size, readingSize, false, std::ref(source), ignore);
     const auto count = static_cast<std::uint64_t>(size);
     return {checksum, count, count};
 }
@@ -61,7 +61,7 @@ DeflateStreamTotals readDeflated(StoredBytes &source, std::int64_t size, std::ui
         if (produced > promised)
             throw Obstacle{Kind::dataIsTooLong, promised};
     };
-    const DeflateStream stream{.size = size, .bufferSize = chunkSize};
+    const DeflateStream stream{.size = size, .bufferSize = readingSize};
     // zlib is strict: a faster codec may accept codes that other readers refuse.
     const auto codec = makeZlibCodec(stream.operation);
     return process(stream, *codec, std::ref(source), count);

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <optional>
 #include <string_view>
+#include <tuple>
 #include <vector>
 
 namespace vellomir::archive {
@@ -29,7 +30,9 @@ private:
     struct Place {
         std::size_t hash;       ///< of the path
         std::uint64_t position; ///< of the record in the directory
-        friend auto operator<=>(const Place &, const Place &) = default;
+        friend bool operator<(const Place &left, const Place &right) {
+            return std::tie(left.hash, left.position) < std::tie(right.hash, right.position);
+        }
     };
 
     void build();

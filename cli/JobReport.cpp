@@ -5,15 +5,13 @@
 namespace vellomir::cli {
 namespace {
 
-using Problem = JobProblem::Kind;
-
 std::string warningOf(const JobProblem &complaint) {
     static const std::string notWritten =
         "the property list could not be written, so the copy is not a second one";
     switch (complaint.kind) {
-    case Problem::infoPlistNotSerialized:
+    case JobProblem::Kind::infoPlistNotSerialized:
         return notWritten;
-    case Problem::infoPlistNotWritten:
+    case JobProblem::Kind::infoPlistNotWritten:
         return notWritten + ": " + complaint.reason;
     default:
         return complaint.text;
@@ -44,8 +42,9 @@ std::string reasonOf(const std::optional<JobProblem> &failure) {
 
 std::optional<std::string> lostPayload(const std::vector<JobProblem> &complaints) {
     const auto found =
-        std::find_if(complaints.begin(), complaints.end(),
-                     [](const JobProblem &each) { return each.kind == Problem::payloadNotMoved; });
+        std::find_if(complaints.begin(), complaints.end(), [](const JobProblem &each) {
+            return each.kind == JobProblem::Kind::payloadNotMoved;
+        });
     if (found == complaints.end() || found->code == FileError::fileReadNoSuchFile)
         return std::nullopt;
     return found->text;
@@ -55,7 +54,7 @@ std::vector<std::string> warningsAbout(const std::vector<JobProblem> &complaints
                                        const CopyContents &copy) {
     std::vector<std::string> warnings;
     for (const JobProblem &complaint : complaints)
-        if (complaint.kind != Problem::payloadNotMoved || copy.hasPayload)
+        if (complaint.kind != JobProblem::Kind::payloadNotMoved || copy.hasPayload)
             warnings.push_back(warningOf(complaint));
     if (!copy.hasPayload)
         warnings.emplace_back("the package has no folder \"Payload\", so the copy is empty");

@@ -141,7 +141,7 @@ void requireIcon(const Picture &picture) {
     const Picture square = cropImageToSquare(picture);
     const int side = std::min(upright.width, upright.height);
     const Outcome squareIcon =
-        decoded(encodePicture(upright(square.bitmap(), square.orientation())));
+        decoded(encodePicture(vellomir::upright(square.bitmap(), square.orientation())));
     require(squareIcon.picture && squareIcon.picture->bitmap().width == side &&
                 squareIcon.picture->bitmap().height == side,
             "a square icon has the picture's shorter side");

@@ -2,6 +2,7 @@
 
 #include "files/Error.h"
 #include "files/FileStatus.h"
+#include "tests/files/Items.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <cerrno>
@@ -13,21 +14,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-class FolderChanges : public testing::Test {
-protected:
-    FolderChanges() {
-        test::writeFile(folder_ / "file", "content");
-        fs::create_directory(folder_ / "folder");
-        fs::create_symlink("file", folder_ / "link");
-    }
-
-    [[nodiscard]] std::string path(const char *name) const { return folder_ / name; }
-    [[nodiscard]] mode_t permissions(const char *name) const {
-        return statusOf(path(name), Links::refuse)->permissions();
-    }
-
-    test::TemporaryFolder folder_;
-};
+class FolderChanges : public test::Items {};
 
 TEST_F(FolderChanges, PrivateFoldersAreForTheOwnerOnly) {
     const mode_t before = ::umask(0);

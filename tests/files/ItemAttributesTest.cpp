@@ -2,6 +2,7 @@
 
 #include "files/FileDescriptor.h"
 #include "files/FileStatus.h"
+#include "tests/files/Items.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <array>
@@ -13,21 +14,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-class ItemAttributesTest : public testing::Test {
-protected:
-    ItemAttributesTest() {
-        test::writeFile(folder_ / "file", "content");
-        fs::create_directory(folder_ / "folder");
-        fs::create_symlink("file", folder_ / "link");
-    }
-
-    [[nodiscard]] std::string path(const char *name) const { return folder_ / name; }
-    [[nodiscard]] mode_t permissions(const char *name) const {
-        return statusOf(path(name), Links::refuse)->permissions();
-    }
-
-    test::TemporaryFolder folder_;
-};
+class ItemAttributesTest : public test::Items {};
 
 TEST_F(ItemAttributesTest, PermissionsAreSetByAnyDescriptor) {
     for (const FileDescriptor &item :

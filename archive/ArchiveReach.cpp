@@ -7,8 +7,8 @@
 namespace vellomir::archive {
 namespace {
 
-/// Counts the records of a directory after its first `recordBytes` bytes. What is no record, such
-/// as a digital signature, and what cannot be read ends the count.
+/// The number of directory records that follow the first `recordBytes` bytes. Counting stops at the
+/// first bytes that are not a record, such as a digital signature, and at a read error.
 std::uint64_t countRecordsAfter(const Archive &archive, std::uint64_t recordBytes,
                                 const Archive::ProgressPointer &progress) {
     const std::uint64_t size = archive.sizeOfCentralDirectory();

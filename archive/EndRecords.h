@@ -9,7 +9,7 @@
 
 namespace vellomir::archive {
 
-/// What stands behind the central directory: the ZIP64 records where they are needed, then the
+/// What follows the central directory: the ZIP64 records where they are needed, then the
 /// plain one.
 struct EndRecords {
     EndOfCentralDirectoryRecord record;
@@ -19,7 +19,7 @@ struct EndRecords {
     [[nodiscard]] std::uint64_t sizeOfCentralDirectory() const;
     [[nodiscard]] std::uint64_t offsetToStartOfCentralDirectory() const;
 
-    /// The bytes as they stand in a file.
+    /// The bytes as they are written in a file.
     [[nodiscard]] Data data() const;
     friend bool operator==(const EndRecords &, const EndRecords &) = default;
 

@@ -38,7 +38,7 @@ public:
     enum class OSType : unsigned { msdos = 0, unix = 3, osx = 19, unused = 20 };
     using EntryError = archive::EntryError;
 
-    /// The type that a POSIX mode word stands for.
+    /// The type that a POSIX mode word means.
     [[nodiscard]] static EntryType entryType(std::uint32_t mode);
     /// Nothing for a host that the engine does not know.
     [[nodiscard]] static std::optional<OSType> osType(unsigned rawValue);

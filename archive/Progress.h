@@ -24,12 +24,12 @@ public:
 
     /// All units there are to be; bytes, for most operations. They set it when they begin.
     [[nodiscard]] std::int64_t totalUnitCount() const { return total_; }
-    /// Tells the observers.
+    /// Calls the observers.
     void setTotalUnitCount(std::int64_t count);
 
     /// The own units and the pending counts of the children that are finished.
     [[nodiscard]] std::int64_t completedUnitCount() const { return completed_; }
-    /// Tells the observers. At the total, the progress above counts this one as finished.
+    /// Calls the observers. At the total, the progress above counts this one as finished.
     void setCompletedUnitCount(std::int64_t count);
     /// The same with what is completed in addition.
     void addCompletedUnitCount(std::int64_t count);

@@ -115,7 +115,7 @@ struct LocalFileHeader {
     /// Nothing if the bytes, `size` of them and what the provider adds, are no such record.
     [[nodiscard]] static std::optional<LocalFileHeader>
     make(std::span<const std::byte> data, const AdditionalDataProvider &additionalDataProvider);
-    /// The bytes as they stand in a file.
+    /// The bytes as they are written in a file.
     [[nodiscard]] Data data() const;
 
     /// The members of a ZIP64 field that the sentinels announce.
@@ -176,7 +176,7 @@ struct CentralDirectoryStructure {
     /// Nothing if the bytes, `size` of them and what the provider adds, are no such record.
     [[nodiscard]] static std::optional<CentralDirectoryStructure>
     make(std::span<const std::byte> data, const AdditionalDataProvider &additionalDataProvider);
-    /// The bytes as they stand in a file.
+    /// The bytes as they are written in a file.
     [[nodiscard]] Data data() const;
 
     /// The record of an entry just written: what the local header says, the 32-bit offset, and the
@@ -194,7 +194,7 @@ struct CentralDirectoryStructure {
 
     /// By bit 0 of the flags.
     [[nodiscard]] bool isEncrypted() const { return (generalPurposeBitFlag & encryptedFlag) != 0; }
-    /// By bit 3 of the flags: checksum and sizes stand behind the data.
+    /// By bit 3 of the flags: checksum and sizes follow the data.
     [[nodiscard]] bool usesDataDescriptor() const {
         return (generalPurposeBitFlag & dataDescriptorFlag) != 0;
     }
@@ -293,7 +293,7 @@ struct EndOfCentralDirectoryRecord {
     /// Nothing if the bytes, `size` of them and what the provider adds, are no such record.
     [[nodiscard]] static std::optional<EndOfCentralDirectoryRecord>
     make(std::span<const std::byte> data, const AdditionalDataProvider &additionalDataProvider);
-    /// The bytes as they stand in a file.
+    /// The bytes as they are written in a file.
     [[nodiscard]] Data data() const;
 
     /// A copy with other totals; disk numbers and comment stay.
@@ -338,7 +338,7 @@ struct ZIP64EndOfCentralDirectoryRecord {
     /// Nothing for a record that needs less than version 4.5.
     [[nodiscard]] static std::optional<ZIP64EndOfCentralDirectoryRecord>
     make(std::span<const std::byte> data, const AdditionalDataProvider &additionalDataProvider);
-    /// The bytes as they stand in a file.
+    /// The bytes as they are written in a file.
     [[nodiscard]] Data data() const;
 
     /// A copy with other totals.
@@ -368,7 +368,7 @@ struct ZIP64EndOfCentralDirectoryLocator {
     /// Nothing if the bytes, `size` of them and what the provider adds, are no such record.
     [[nodiscard]] static std::optional<ZIP64EndOfCentralDirectoryLocator>
     make(std::span<const std::byte> data, const AdditionalDataProvider &additionalDataProvider);
-    /// The bytes as they stand in a file.
+    /// The bytes as they are written in a file.
     [[nodiscard]] Data data() const;
 
     /// A copy with another record offset.
@@ -380,12 +380,12 @@ struct ZIP64EndOfCentralDirectoryLocator {
 };
 static_assert(ZIP64EndOfCentralDirectoryLocator::size == 20);
 
-/// The two ZIP64 records that stand before the end of central directory record.
+/// The two ZIP64 records before the end of central directory record.
 struct ZIP64EndOfCentralDirectory {
     ZIP64EndOfCentralDirectoryRecord record;
     ZIP64EndOfCentralDirectoryLocator locator;
 
-    /// The bytes as they stand in a file.
+    /// The bytes as they are written in a file.
     [[nodiscard]] Data data() const;
 
     friend bool operator==(const ZIP64EndOfCentralDirectory &,

@@ -27,7 +27,7 @@ public:
     [[nodiscard]] bool isFileURL() const { return scheme_ == "file"; }
     /// Without a trailing "/", except for the root.
     [[nodiscard]] std::string path() const;
-    /// Whether the text ends in "/"; nobody looks at the disk.
+    /// Whether the text ends in "/"; the disk is not asked.
     [[nodiscard]] bool hasDirectoryPath() const { return path_.ends_with('/'); }
     /// "" for the root.
     [[nodiscard]] std::string lastPathComponent() const;

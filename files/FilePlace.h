@@ -5,7 +5,7 @@
 
 namespace vellomir {
 
-/// Stands for the current folder where an open folder is asked for.
+/// Means the current folder, in place of a folder's descriptor (AT_FDCWD).
 inline constexpr int currentFolder = AT_FDCWD;
 
 /// Whether a link is followed if it is the last name of a path.

@@ -56,7 +56,7 @@ private:
 [[nodiscard]] bool isSameItem(const std::optional<FileStatus> &left,
                               const std::optional<FileStatus> &right);
 
-/// Tells a file from another one, and from an earlier state of itself.
+/// Identifies a file and its state: device, inode, size and modification time.
 class FileIdentity {
 public:
     /// Of an open file. Throws a `FileError` with the path.

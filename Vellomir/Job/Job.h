@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Vellomir/Inspection/IconFiles.h"
 #include "Vellomir/Job/JobProgress.h"
 #include "Vellomir/Job/ResultRemarks.h"
 #include "Vellomir/Pictures/Picture.h"
@@ -18,12 +19,6 @@
 #include <vector>
 
 namespace vellomir {
-
-/// The files that take the new icon, in the order in which they are written and listed. All hold
-/// the same picture, whatever size the name promises.
-inline const std::vector<std::string> iconFileNames = {
-    "icon.png", "icon@2x.png", "icon@3x.png", "AppIcon76x76@2x~ipad.png", "AppIcon60x60@2x.png",
-};
 
 /// What a job makes its copy from. The functions are called on the job's thread, each when a step
 /// needs the value, so that a form may still be edited while a job runs.

@@ -27,6 +27,7 @@ public:
 
 private:
     void declareDuplicate();
+    void declareInspect();
     void declareList(CLI::App &parent);
     void declareExtract(CLI::App &parent);
     void declareCreate(CLI::App &parent);
@@ -52,6 +53,7 @@ private:
                   "vellomir-cli"};
     Request request_;
     DuplicateOptions duplicate_;
+    InspectOptions inspect_;
     ListOptions list_;
     ExtractOptions extract_;
     CreateOptions create_;
@@ -80,6 +82,7 @@ Grammar::Grammar() {
     app_.set_version_flag("--version", "vellomir-cli " VELLOMIR_VERSION, "print the version");
     app_.require_subcommand(1);
     declareDuplicate();
+    declareInspect();
     CLI::App &archive = *app_.add_subcommand("archive", "work with a ZIP archive");
     archive.require_subcommand(1)->group("Commands");
     declareList(archive);
@@ -116,6 +119,17 @@ void Grammar::declareDuplicate() {
                  "result (a path or null), warnings");
     declareFeedback(command);
     choose(command, duplicate_);
+}
+
+void Grammar::declareInspect() {
+    CommandGrammar command(
+        app_, "inspect", "print what a package holds, and what would make a second copy misbehave");
+    command.operand("PACKAGE", inspect_.package, "the package (.ipa); nothing is unpacked to disk");
+    command.choice("--encoding", inspect_.encoding, encodings,
+                   "how all names are stored (else each entry says it)");
+    command.flag("--json", inspect_.json, "print one object; README.md lists its keys");
+    declareQuiet(command);
+    choose(command, inspect_);
 }
 
 void Grammar::declareList(CLI::App &parent) {

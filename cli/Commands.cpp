@@ -10,6 +10,9 @@ struct Purpose {
     std::string operator()(const DuplicateOptions &options) const {
         return "duplicate " + options.package;
     }
+    std::string operator()(const InspectOptions &options) const {
+        return "inspect " + options.package;
+    }
     std::string operator()(const ListOptions &options) const { return "list " + options.archive; }
     std::string operator()(const ExtractOptions &options) const {
         return "extract " + options.archive;

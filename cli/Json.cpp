@@ -1,6 +1,7 @@
 #include "cli/Json.h"
 
 #include "cli/EntryText.h"
+#include "cli/JsonText.h"
 
 #include <cstdint>
 #include <string_view>
@@ -44,6 +45,10 @@ std::string openEnded(const Json &json) {
 }
 
 } // namespace
+
+std::string jsonText(const nlohmann::ordered_json &json) {
+    return text(json);
+}
 
 std::string jobJson(const std::vector<std::string> &log, const std::string &errorMessage,
                     const std::optional<std::string> &result,

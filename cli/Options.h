@@ -33,6 +33,12 @@ struct DuplicateOptions {
     bool json = false;
 };
 
+struct InspectOptions {
+    std::string package;
+    std::optional<archive::TextEncoding> encoding;
+    bool json = false;
+};
+
 struct ListOptions {
     std::string archive;
     std::optional<archive::TextEncoding> encoding;
@@ -80,8 +86,8 @@ struct TestOptions {
     bool memory = false;
 };
 
-using Options = std::variant<DuplicateOptions, ListOptions, ExtractOptions, CreateOptions,
-                             AddOptions, RemoveOptions, CatOptions, TestOptions>;
+using Options = std::variant<DuplicateOptions, InspectOptions, ListOptions, ExtractOptions,
+                             CreateOptions, AddOptions, RemoveOptions, CatOptions, TestOptions>;
 
 /// What a command line asks for.
 struct Request {

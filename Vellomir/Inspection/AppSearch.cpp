@@ -1,7 +1,5 @@
 #include "Vellomir/Inspection/AppSearch.h"
 
-#include "archive/URL.h"
-
 #include <algorithm>
 
 namespace vellomir {
@@ -16,12 +14,6 @@ bool isAppName(std::string_view name) {
     return name.size() > appExtension.size() && name.ends_with(appExtension);
 }
 
-bool needsStandardizing(std::string_view path) {
-    const std::string bounded = "/" + std::string(path) + "/";
-    const auto has = [&](const char *text) { return bounded.find(text) != bounded.npos; };
-    return has("//") || has("/./") || has("/../");
-}
-
 /// The first component of the path, which is cut off with the "/" behind it.
 std::string_view takeComponent(std::string_view &path) {
     const std::size_t end = std::min(path.find('/'), path.size());
@@ -33,19 +25,20 @@ std::string_view takeComponent(std::string_view &path) {
 } // namespace
 
 std::optional<std::string> unpackedPath(std::string_view entryPath) {
-    while (entryPath.starts_with('/'))
-        entryPath.remove_prefix(1);
-    while (entryPath.ends_with('/'))
-        entryPath.remove_suffix(1);
-    if (!needsStandardizing(entryPath))
-        return std::string(entryPath);
-    // Any folder that is deep enough: the path may lead out of it and in again.
-    const archive::URL folder("file", "/folder/");
-    const archive::URL target = folder.appendingPathComponent(entryPath);
-    if (!target.isContained(folder))
-        return std::nullopt;
-    std::string path = target.standardized().path();
-    path.erase(0, std::min(path.size(), std::string_view("/folder/").size()));
+    std::string path;
+    while (!entryPath.empty()) {
+        const std::string_view component = takeComponent(entryPath);
+        if (component.empty() || component == ".")
+            continue;
+        if (component != "..") {
+            path += (path.empty() ? "" : "/") + std::string(component);
+            continue;
+        }
+        if (path.empty())
+            return std::nullopt;
+        const std::size_t slash = path.rfind('/');
+        path.resize(slash == path.npos ? 0 : slash);
+    }
     return path;
 }
 

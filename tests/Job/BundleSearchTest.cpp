@@ -1,7 +1,9 @@
 // Which app a job changes, whatever order folders are listed in.
 
+#include "Vellomir/Inspection/Inspection.h"
 #include "archive/Archive.h"
 #include "tests/Job/JobBench.h"
+#include "tests/support/Archives.h"
 #include "tests/support/HostileListings.h"
 
 namespace vellomir {
@@ -54,7 +56,14 @@ Paths changedBundles(const std::vector<RawEntry> &entries, const ListFolder &lis
     return bundles;
 }
 
+/// The app that an inspection of the package is about.
+std::string inspectedBundle(const std::vector<RawEntry> &entries) {
+    return inspect(*test::openBytes(test::rawArchive(entries), archive::Archive::AccessMode::read))
+        .bundle;
+}
+
 void expectChanged(const std::string &bundle, const std::vector<RawEntry> &entries) {
+    EXPECT_EQ(inspectedBundle(entries), bundle);
     const auto listings = test::hostileListings();
     for (std::size_t index = 0; index < listings.size(); ++index)
         EXPECT_THAT(changedBundles(entries, listings[index]),
@@ -93,10 +102,12 @@ TEST(BundleSearch, PutsIconsBesideThePropertyList) {
 }
 
 TEST(BundleSearch, PutsIconsIntoTheOutermostBundle) {
+    const std::vector<RawEntry> entries = {appPlist("Payload/A.app/Watch/W.app"),
+                                           file("Payload/A.app/x")};
+    EXPECT_EQ(inspectedBundle(entries), "Payload/A.app");
     const auto listings = test::hostileListings();
     for (const ListFolder &listing : listings)
-        EXPECT_THAT(changedBundles({appPlist("Payload/A.app/Watch/W.app"), file("Payload/A.app/x")},
-                                   listing),
+        EXPECT_THAT(changedBundles(entries, listing),
                     ElementsAre("icon: Payload/A.app", "Payload/A.app/Watch/W.app"));
 }
 

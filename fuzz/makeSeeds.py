@@ -222,6 +222,39 @@ def texts():
     yield "nothing", b""
 
 
+def programs():
+    def command(kind, *fields):
+        return struct.pack(f"<{len(fields) + 2}L", kind, 8 + 4 * len(fields), *fields)
+
+    def blob(magic, content):
+        return struct.pack(">2L", magic, 8 + len(content)) + content
+
+    rights = plistlib.dumps({"application-identifier": "T.a", "keychain-access-groups": ["T.b"]})
+    directory = blob(0xFADE0C02, struct.pack(">11L", 0x20200, 2, 0, 52, 0, 0, 0, 0, 0, 0, 54) + b"a\0T\0")
+    index = struct.pack(">5L", 2, 0, 28, 5, 28 + len(directory))
+    signature = blob(0xFADE0CC0, index + directory + blob(0xFADE7171, rights))
+
+    def thin(cpu, wide, cryptid):
+        info = command(0x2C, 0, 0, cryptid, 0) if wide else command(0x21, 0, 0, cryptid)
+        size = len(info) + 16
+        end = (32 if wide else 28) + size + 40
+        head = struct.pack("<7L", 0xFEEDFACF if wide else 0xFEEDFACE, cpu, 0, 2, 2, size, 0)
+        return (head + bytes(4 if wide else 0) + info + command(0x1D, end, len(signature)) + bytes(40) + signature)
+
+    yield "thin", thin(0x0100000C, True, 1)
+    yield "thin32", thin(12, False, 0)
+    first, second = thin(12, False, 1), thin(0x0100000C, True, 0)
+    places = (100, len(first)), (100 + len(first), len(second))
+    for wide in (False, True):
+        table = struct.pack(">2L", 0xCAFEBABF if wide else 0xCAFEBABE, 2)
+        for place in places:
+            table += struct.pack(">2L2Q2L", 12, 0, *place, 0, 0) if wide else struct.pack(">5L", 12, 0, *place, 0)
+        yield f"fat{wide}", table.ljust(100, b"\0") + first + second
+    yield "big-endian", struct.pack(">7L", 0xFEEDFACE, 18, 0, 2, 1, 20, 0) + struct.pack(">5L", 0x21, 20, 0, 0, 1)
+    yield "java", bytes.fromhex("cafebabe00000034") + bytes(40)
+    yield "text", b"no program"
+
+
 TARGETS = {
     "Records": [records],
     "Inflate": [streams],
@@ -231,6 +264,7 @@ TARGETS = {
     "Change": [changes],
     "Extraction": [archives, escapes],
     "PropertyList": [property_lists],
+    "Inspection": [programs],
     "Pictures": [pictures],
     "Text": [texts],
 }

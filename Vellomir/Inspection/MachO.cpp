@@ -92,7 +92,7 @@ std::optional<Magic> magicOf(Bytes bytes, std::initializer_list<std::uint32_t> n
 Header readHeader(Bytes bytes) {
     const auto magic = magicOf(bytes, {magic32, magic64});
     if (!magic)
-        throw damaged("The file is no Mach-O program: it begins with another number");
+        throw damaged("The file is no Mach-O program");
     ByteCursor cursor(bytes.subspan(4), magic->order);
     Header header{.order = magic->order, .size = headerSize + (magic->value == magic64 ? 4 : 0)};
     header.cpu = cursor.value<std::uint32_t>();

@@ -65,9 +65,9 @@ Comparison ArchiveComparer::run() {
     const EntryPairs pairs = pairEntries(first_, second_);
     Comparison result;
     result.total = first_.size() + pairs.added.size();
-    result.names = std::make_shared<std::pair<std::shared_ptr<const void>,
-                                              std::shared_ptr<const void>>>(first_.paths(),
-                                                                            second_.paths());
+    result.names =
+        std::make_shared<std::pair<std::shared_ptr<const void>, std::shared_ptr<const void>>>(
+            first_.paths(), second_.paths());
     for (const std::size_t entry : pairs.added)
         result.added.push_back(second_.path(entry));
     comparePairs(result, pairs.counterparts);

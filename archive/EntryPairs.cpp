@@ -36,11 +36,10 @@ std::vector<bool> movedEntries(const std::vector<std::size_t> &counterparts) {
         if (counterparts[entry] == EntryPairs::none)
             continue;
         isMoved[entry] = true;
-        const auto end =
-            std::lower_bound(ends.begin(), ends.end(), counterparts[entry],
-                             [&](std::size_t each, std::size_t counterpart) {
-                                 return counterparts[each] < counterpart;
-                             });
+        const auto end = std::lower_bound(ends.begin(), ends.end(), counterparts[entry],
+                                          [&](std::size_t each, std::size_t counterpart) {
+                                              return counterparts[each] < counterpart;
+                                          });
         if (end != ends.begin())
             predecessors[entry] = *std::prev(end);
         if (end == ends.end())

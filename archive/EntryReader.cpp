@@ -9,8 +9,8 @@ namespace vellomir::archive {
 
 EntryReader::EntryReader(const Archive &archive)
     : file_(archive.archiveFile()), path_(archive.isMemory() ? "" : archive.url().path()),
-      codec_(makeCodec(Codec::Operation::decode)), storedChunk_(chunkSize),
-      plainChunk_(chunkSize) {}
+      codec_(makeCodec(Codec::Operation::decode)), storedChunk_(chunkSize), plainChunk_(chunkSize) {
+}
 
 void EntryReader::start(const EntryFacts &entry, Form form) {
     entry_ = entry;
@@ -41,8 +41,7 @@ std::span<const std::byte> EntryReader::nextStored() {
     if (size == 0)
         return {};
     std::uint64_t offset = 0;
-    if (__builtin_add_overflow(entry_.dataOffset, position_, &offset) ||
-        !Data::seek(file_, offset))
+    if (__builtin_add_overflow(entry_.dataOffset, position_, &offset) || !Data::seek(file_, offset))
         throw Error(ArchiveError::invalidLocalHeaderDataOffset);
     const auto chunk = Data::readChunk(std::span(storedChunk_).first(size), file_);
     if (chunk.size() < size)
@@ -68,8 +67,7 @@ void EntryReader::inflateInto(std::span<std::byte> &room) {
     const auto status = codec_->process(source_, room, position_ == entry_.storedSize);
     isInflated_ = status == Codec::Status::end;
     if (status == Codec::Status::error)
-        throw Error(CompressionError::corruptedData,
-                    {.detail = "The compressed data is damaged"});
+        throw Error(CompressionError::corruptedData, {.detail = "The compressed data is damaged"});
     if (!isInflated_ && source_.size() + room.size() == before)
         throw Error(CompressionError::corruptedData,
                     {.detail = "The compressed data ends too early"});

@@ -15,12 +15,11 @@ void requireAllCounted(const Archive &archive, std::uint64_t recordBytes,
         return;
     const Archive::Reach reach = archive.reach(nullptr, progress);
     if (reach.uncounted != 0)
-        throw Error(ArchiveError::unreadableArchive,
-                    {.path = archive.isMemory() ? "" : archive.url().path(),
-                     .detail = "The directory holds " +
-                               std::to_string(reach.reached + reach.uncounted) +
-                               " entries, but the end record counts " +
-                               std::to_string(reach.promised)});
+        throw Error(
+            ArchiveError::unreadableArchive,
+            {.path = archive.isMemory() ? "" : archive.url().path(),
+             .detail = "The directory holds " + std::to_string(reach.reached + reach.uncounted) +
+                       " entries, but the end record counts " + std::to_string(reach.promised)});
 }
 
 } // namespace

@@ -88,9 +88,8 @@ struct CompareOptions {
     bool json = false;
 };
 
-using Options =
-    std::variant<DuplicateOptions, ListOptions, ExtractOptions, CreateOptions, AddOptions,
-                 RemoveOptions, CatOptions, TestOptions, CompareOptions>;
+using Options = std::variant<DuplicateOptions, ListOptions, ExtractOptions, CreateOptions,
+                             AddOptions, RemoveOptions, CatOptions, TestOptions, CompareOptions>;
 
 /// What a command line asks for.
 struct Request {

@@ -22,7 +22,8 @@ public:
     [[nodiscard]] const std::shared_ptr<archive::Progress> &progress() const { return progress_; }
     [[nodiscard]] bool isQuiet() const { return isQuiet_; }
 
-    /// The command has done its work, and what it was asked is not so: exit code 1, without an error.
+    /// The command has done its work, and what it was asked is not so: exit code 1, without an
+    /// error.
     void answerNo() { isAnswerNo_ = true; }
     [[nodiscard]] bool isAnswerNo() const { return isAnswerNo_; }
 

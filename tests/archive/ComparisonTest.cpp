@@ -21,9 +21,9 @@ void PrintTo(const ChangedEntry &entry, std::ostream *out) {
 
 namespace {
 
-using test::RawEntry;
 using test::rawDeflated;
 using test::rawDirectory;
+using test::RawEntry;
 using test::rawLink;
 using test::RecordEntry;
 using testing::ElementsAre;
@@ -63,7 +63,8 @@ std::pair<std::string, std::string> collision() {
     return {"plumless", "buckeroo"};
 }
 
-// --- What is compared ------------------------------------------------------------------------------
+// --- What is compared
+// ------------------------------------------------------------------------------
 
 TEST(Comparison, SameArchiveIsEqual) {
     const auto archive = reading(test::rawArchive(
@@ -146,8 +147,8 @@ TEST(Comparison, SameStoredBytesOfAnUnknownMethodAreEqual) {
 
 TEST(Comparison, DataDescriptorsMakeNoDifference) {
     const RecordEntry entry("a", "content");
-    const Comparison found = compareBytes(test::recordArchive({test::narrow(entry)}),
-                                          test::recordArchive({entry}));
+    const Comparison found =
+        compareBytes(test::recordArchive({test::narrow(entry)}), test::recordArchive({entry}));
     EXPECT_EQ(found.equal, 1U);
     EXPECT_THAT(found.changed, IsEmpty());
 }
@@ -156,9 +157,10 @@ TEST(Comparison, Modes) {
     EXPECT_EQ(differencesOf(a, {.name = "a", .data = "1", .attributes = 0100755U << 16U}),
               (EntryDifferences{.mode = true}));
     // What says nothing of its mode gets the usual one.
-    EXPECT_EQ(differencesOf(
-                  a, {.name = "a", .data = "1", .attributes = 0, .versionMadeBy = test::madeByMSDOS}),
-              EntryDifferences());
+    EXPECT_EQ(
+        differencesOf(
+            a, {.name = "a", .data = "1", .attributes = 0, .versionMadeBy = test::madeByMSDOS}),
+        EntryDifferences());
 }
 
 TEST(Comparison, Dates) {
@@ -173,9 +175,9 @@ TEST(Comparison, Dates) {
 TEST(Comparison, Kinds) {
     const RawEntry folder = rawDirectory("a");
     EXPECT_EQ(differencesOf({.name = "a"}, folder), (EntryDifferences{.kind = true, .mode = true}));
-    EXPECT_EQ(differencesOf({.name = "a", .data = "t", .attributes = 0100777U << 16U},
-                            rawLink("a", "t")),
-              (EntryDifferences{.kind = true}));
+    EXPECT_EQ(
+        differencesOf({.name = "a", .data = "t", .attributes = 0100777U << 16U}, rawLink("a", "t")),
+        (EntryDifferences{.kind = true}));
 }
 
 TEST(Comparison, LinkTargets) {
@@ -193,7 +195,8 @@ TEST(Comparison, FoldersHaveNoContent) {
     EXPECT_EQ(differencesOf(rawDirectory("a/"), full), EntryDifferences());
 }
 
-// --- Names and order -------------------------------------------------------------------------------
+// --- Names and order
+// -------------------------------------------------------------------------------
 
 TEST(Comparison, EntriesOfOnePathArePairedInTheirOrder) {
     const RawEntry second = {.name = "a", .data = "2"};
@@ -262,7 +265,8 @@ TEST(MovedEntries, AreAsFewAsPossible) {
     }
 }
 
-// --- What cannot be compared -----------------------------------------------------------------------
+// --- What cannot be compared
+// -----------------------------------------------------------------------
 
 TEST(Comparison, DamagedDataIsAnErrorOfItsEntry) {
     RawEntry damaged = rawDeflated("z", test::randomText(1000));
@@ -276,9 +280,7 @@ TEST(Comparison, DamageThatKeepsTheSizeIsFoundByTheChecksum) {
     RawEntry damaged = c;
     damaged.data = "3x3";
     damaged.checksum = test::checksum("333");
-    const auto error = test::thrownBy([&] {
-        static_cast<void>(compareEntries({c}, {damaged}));
-    });
+    const auto error = test::thrownBy([&] { static_cast<void>(compareEntries({c}, {damaged})); });
     EXPECT_EQ(error.code(), ArchiveError::invalidCRC32);
     EXPECT_EQ(error.entry(), "c");
 }
@@ -335,8 +337,7 @@ TEST(Comparison, ErrorsNameTheFileAndTheEntry) {
     const auto good = Archive::open(folder.url("good.zip"), Archive::AccessMode::read);
     const auto bad = Archive::open(folder.url("bad.zip"), Archive::AccessMode::read);
     for (const auto &[first, second] : {std::pair(&*good, &*bad), std::pair(&*bad, &*good)}) {
-        const auto error =
-            test::thrownBy([&] { static_cast<void>(compare(*first, *second)); });
+        const auto error = test::thrownBy([&] { static_cast<void>(compare(*first, *second)); });
         EXPECT_EQ(error.entry(), "c");
         EXPECT_EQ(error.path(), (folder / "bad.zip").string());
     }
@@ -345,9 +346,8 @@ TEST(Comparison, ErrorsNameTheFileAndTheEntry) {
 TEST(Comparison, UnreachableEntriesAreAnError) {
     RawEntry encrypted = b;
     encrypted.flags |= encryptedFlag;
-    for (const auto &[first, second] :
-         {std::pair(std::vector{a, encrypted}, std::vector{a, b}),
-          std::pair(std::vector{a, b}, std::vector{a, encrypted})}) {
+    for (const auto &[first, second] : {std::pair(std::vector{a, encrypted}, std::vector{a, b}),
+                                        std::pair(std::vector{a, b}, std::vector{a, encrypted})}) {
         const auto error =
             test::thrownBy([&] { static_cast<void>(compareEntries(first, second)); });
         EXPECT_EQ(error.code(), ArchiveError::unreadableArchive);
@@ -362,17 +362,19 @@ TEST(Comparison, UncountedEntriesAreAnError) {
     EXPECT_THAT(errorOf(bytes, bytes), HasSubstr("holds 2 entries, but the end record counts 1"));
 }
 
-// --- Progress --------------------------------------------------------------------------------------
+// --- Progress
+// --------------------------------------------------------------------------------------
 
 TEST(Comparison, ProgressCountsTheFirstArchivesBytes) {
-    const auto first = reading(test::rawArchive({{.name = "a", .data = test::randomText(300'000)}, b}));
+    const auto first =
+        reading(test::rawArchive({{.name = "a", .data = test::randomText(300'000)}, b}));
     const auto second = reading(test::rawArchive({rawDeflated("a", test::randomText(300'000))}));
     const auto progress = Progress::make();
     std::int64_t last = 0;
     std::size_t steps = 0;
     progress->setObserver([&](const Progress &each) {
         EXPECT_GE(each.completedUnitCount(), last);
-        steps += each.completedUnitCount() > last ? 1 : 0;
+        steps += each.completedUnitCount() > last ? 1U : 0U;
         last = each.completedUnitCount();
     });
     static_cast<void>(compare(*first, *second, nullptr, progress));
@@ -382,13 +384,13 @@ TEST(Comparison, ProgressCountsTheFirstArchivesBytes) {
 }
 
 TEST(Comparison, CancellationEndsItWithinAnEntry) {
-    const auto archive = reading(test::rawArchive({{.name = "a", .data = test::randomText(1'000'000)}}));
+    const auto archive =
+        reading(test::rawArchive({{.name = "a", .data = test::randomText(1'000'000)}}));
     const auto progress = Progress::make();
     progress->setObserver(test::cancellingAt(1));
-    EXPECT_EQ(test::errorOf([&] {
-                  static_cast<void>(compare(*archive, *archive, nullptr, progress));
-              }),
-              ArchiveError::cancelledOperation);
+    EXPECT_EQ(
+        test::errorOf([&] { static_cast<void>(compare(*archive, *archive, nullptr, progress)); }),
+        ArchiveError::cancelledOperation);
     EXPECT_LT(progress->completedUnitCount(), 1'000'000);
 }
 

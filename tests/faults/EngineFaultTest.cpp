@@ -106,11 +106,10 @@ TEST_F(EngineFaults, CompareTwoArchives) {
             EXPECT_EQ(comparison.equal, 2U);
             EXPECT_EQ(comparison.total, 4U);
         },
-        {.prepare =
-             [&] {
-                 reset();
-                 test::writeFile(folder_ / "in/other.zip", other);
-             }});
+        {.prepare = [&] {
+            reset();
+            test::writeFile(folder_ / "in/other.zip", other);
+        }});
 }
 
 TEST_F(EngineFaults, CreateArchive) {

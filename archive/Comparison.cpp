@@ -1,7 +1,7 @@
 #include "archive/Comparison.h"
 
+#include "archive/ChunkReader.h"
 #include "archive/EntryPairs.h"
-#include "archive/EntryReader.h"
 #include "archive/EntryTable.h"
 #include "archive/SaturatedSum.h"
 #include "archive/UnitCount.h"
@@ -53,8 +53,8 @@ private:
 
     const EntryTable first_;
     const EntryTable second_;
-    EntryReader firstReader_;
-    EntryReader secondReader_;
+    ChunkReader firstReader_;
+    ChunkReader secondReader_;
     const UnreadableEntryConsumer &unreadable_;
     const ProgressPointer &progress_;
     std::uint64_t done_ = 0; ///< stored bytes of the first archive's entries that are compared
@@ -132,15 +132,15 @@ bool ArchiveComparer::haveEqualData(const EntryFacts &first, const EntryFacts &s
 bool ArchiveComparer::areStoredAlike(const EntryFacts &first, const EntryFacts &second) {
     if (first.dataMethod != second.dataMethod || first.storedSize != second.storedSize)
         return false;
-    firstReader_.start(first, EntryReader::Form::stored);
-    secondReader_.start(second, EntryReader::Form::stored);
+    firstReader_.start(first, ChunkReader::Form::stored);
+    secondReader_.start(second, ChunkReader::Form::stored);
     return readSideBySide(nullptr);
 }
 
 /// Data that differs despite equal checksums is rather damaged than different, so both are checked.
 bool ArchiveComparer::haveEqualBytes(const EntryFacts &first, const EntryFacts &second) {
-    firstReader_.start(first, EntryReader::Form::plain);
-    secondReader_.start(second, EntryReader::Form::plain);
+    firstReader_.start(first, ChunkReader::Form::plain);
+    secondReader_.start(second, ChunkReader::Form::plain);
     CRC32 checksum = 0;
     if (readSideBySide(&checksum)) {
         firstReader_.requireChecksum(checksum);

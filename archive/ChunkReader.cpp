@@ -1,4 +1,4 @@
-#include "archive/EntryReader.h"
+#include "archive/ChunkReader.h"
 
 #include "archive/UnitCount.h"
 
@@ -7,12 +7,12 @@
 
 namespace vellomir::archive {
 
-EntryReader::EntryReader(const Archive &archive)
+ChunkReader::ChunkReader(const Archive &archive)
     : file_(archive.archiveFile()), path_(archive.isMemory() ? "" : archive.url().path()),
       codec_(makeCodec(Codec::Operation::decode)), storedChunk_(chunkSize), plainChunk_(chunkSize) {
 }
 
-void EntryReader::start(const EntryFacts &entry, Form form) {
+void ChunkReader::start(const EntryFacts &entry, Form form) {
     entry_ = entry;
     position_ = delivered_ = 0;
     source_ = {};
@@ -27,7 +27,7 @@ void EntryReader::start(const EntryFacts &entry, Form form) {
         throw Error(CompressionError::invalidStream, {.path = path_});
 }
 
-std::span<const std::byte> EntryReader::next() {
+std::span<const std::byte> ChunkReader::next() {
     try {
         return isInflating_ ? nextInflated() : nextStored();
     } catch (const Error &error) {
@@ -35,7 +35,7 @@ std::span<const std::byte> EntryReader::next() {
     }
 }
 
-std::span<const std::byte> EntryReader::nextStored() {
+std::span<const std::byte> ChunkReader::nextStored() {
     const auto size = static_cast<std::size_t>(
         std::min<std::uint64_t>(storedChunk_.size(), entry_.storedSize - position_));
     if (size == 0)
@@ -51,7 +51,7 @@ std::span<const std::byte> EntryReader::nextStored() {
     return chunk;
 }
 
-std::span<const std::byte> EntryReader::nextInflated() {
+std::span<const std::byte> ChunkReader::nextInflated() {
     std::span<std::byte> room = plainChunk_;
     while (!room.empty() && !isInflated_)
         inflateInto(room);
@@ -60,7 +60,7 @@ std::span<const std::byte> EntryReader::nextInflated() {
     return chunk;
 }
 
-void EntryReader::inflateInto(std::span<std::byte> &room) {
+void ChunkReader::inflateInto(std::span<std::byte> &room) {
     if (source_.empty())
         source_ = nextStored();
     const std::size_t before = source_.size() + room.size();
@@ -74,7 +74,7 @@ void EntryReader::inflateInto(std::span<std::byte> &room) {
 }
 
 /// After a chunk of the data.
-void EntryReader::count(std::size_t size) {
+void ChunkReader::count(std::size_t size) {
     delivered_ += size;
     if (delivered_ > entry_.size || (isInflated_ && delivered_ < entry_.size))
         throw Error(ArchiveError::invalidEntrySize,
@@ -82,7 +82,7 @@ void EntryReader::count(std::size_t size) {
                                " bytes that the directory of the archive promises"});
 }
 
-void EntryReader::requireChecksum(CRC32 found) const {
+void ChunkReader::requireChecksum(CRC32 found) const {
     if (found == entry_.checksum)
         return;
     std::array<char, 100> text{};
@@ -92,7 +92,7 @@ void EntryReader::requireChecksum(CRC32 found) const {
     throw Error(ArchiveError::invalidCRC32, {.path = path_, .detail = text.data()});
 }
 
-void EntryReader::requireIntact(const EntryFacts &entry, const ProgressPointer &progress) {
+void ChunkReader::requireIntact(const EntryFacts &entry, const ProgressPointer &progress) {
     start(entry, Form::plain);
     CRC32 checksum = 0;
     for (auto chunk = next(); !chunk.empty(); chunk = next()) {

@@ -15,12 +15,12 @@ namespace vellomir::archive {
 /// Reads one entry after the other, a chunk whenever it is asked for one, so that two entries can
 /// be read side by side. Memory is two chunks. It moves the archive's stream; others may do so in
 /// between.
-class EntryReader {
+class ChunkReader {
 public:
     enum class Form { stored, plain };
 
     /// The archive must outlive the reader.
-    explicit EntryReader(const Archive &archive);
+    explicit ChunkReader(const Archive &archive);
 
     /// Begins with the bytes of the entry as they are stored, or with its data. Throws
     /// `invalidCompressionMethod` for data of an unknown method, with the path of the archive as in

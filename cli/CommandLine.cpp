@@ -35,6 +35,7 @@ private:
     void declareRemove(CLI::App &parent);
     void declareCat(CLI::App &parent);
     void declareTest(CLI::App &parent);
+    void declareCompare(CLI::App &parent);
     void declareFeedback(CommandGrammar &command);
     void declareQuiet(CommandGrammar &command);
     static void declareMemory(CommandGrammar &command, bool &memory);
@@ -61,6 +62,7 @@ private:
     RemoveOptions remove_;
     CatOptions cat_;
     TestOptions test_;
+    CompareOptions compare_;
 };
 
 /// The library's help without its remarks on the number of commands.
@@ -92,6 +94,7 @@ Grammar::Grammar() {
     declareRemove(archive);
     declareCat(archive);
     declareTest(archive);
+    declareCompare(archive);
 }
 
 void Grammar::declareDuplicate() {
@@ -223,6 +226,22 @@ void Grammar::declareTest(CLI::App &parent) {
     declareMemory(command, test_.memory);
     declareFeedback(command);
     choose(command, test_);
+}
+
+void Grammar::declareCompare(CLI::App &parent) {
+    CommandGrammar command(parent, "compare",
+                           "say which entries of an archive are added, removed or changed in\n"
+                           "another one; exit code 0 if the contents are equal, else 1");
+    command.operand("ARCHIVE", compare_.first, "the archive to start from");
+    command.operand("OTHER", compare_.second, "the archive to compare with it");
+    command.choice("--encoding", compare_.encoding, encodings,
+                   "how all names are stored (else each entry says it)");
+    command.flag("--contents", compare_.contents,
+                 "leave out differences of mode, date, method and order,\nwhich do not count for "
+                 "the exit code");
+    command.flag("--json", compare_.json, "print one object");
+    declareFeedback(command);
+    choose(command, compare_);
 }
 
 /// For a command that may take a while.

@@ -28,6 +28,9 @@ struct Purpose {
         return "print " + options.entry + " of " + options.archive;
     }
     std::string operator()(const TestOptions &options) const { return "test " + options.archive; }
+    std::string operator()(const CompareOptions &options) const {
+        return "compare " + options.first + " with " + options.second;
+    }
 };
 
 } // namespace

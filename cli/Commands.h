@@ -18,6 +18,7 @@ void run(const AddOptions &options, Session &session);
 void run(const RemoveOptions &options, Session &session);
 void run(const CatOptions &options, Session &session);
 void run(const TestOptions &options, Session &session);
+void run(const CompareOptions &options, Session &session);
 
 /// What could not be done if it fails: "cannot list a.zip".
 [[nodiscard]] std::string purpose(const Options &options);

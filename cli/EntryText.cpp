@@ -88,6 +88,13 @@ std::string countText(std::uint64_t count, const std::string &noun) {
     return std::to_string(count) + " " + (count == 1 ? noun : plural);
 }
 
+std::string groupedText(std::uint64_t count) {
+    std::string text = std::to_string(count);
+    for (std::size_t place = text.size(); place > 3;)
+        text.insert(place -= 3, ",");
+    return text;
+}
+
 std::string listingLine(const archive::Entry &entry, const std::string &path) {
     const archive::FileAttributes attributes = entry.fileAttributes();
     const auto &record = entry.centralDirectoryStructure();

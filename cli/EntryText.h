@@ -24,6 +24,9 @@ namespace vellomir::cli {
 /// "1 byte", "2 bytes", "3 entries".
 [[nodiscard]] std::string countText(std::uint64_t count, const std::string &noun);
 
+/// "2,711", whatever the locale.
+[[nodiscard]] std::string groupedText(std::uint64_t count);
+
 /// The line of a listing: mode, size, method, date and path.
 [[nodiscard]] std::string listingLine(const archive::Entry &entry, const std::string &path);
 

@@ -95,6 +95,17 @@ std::string testHeadJson(const std::string &name, bool isGood) {
     return openEnded(json);
 }
 
+std::string textJson(std::string_view text) {
+    return cli::text(Json(text));
+}
+
+std::string changeJson(const std::string &path, const std::vector<std::string> &what) {
+    Json json;
+    json["path"] = path;
+    json["what"] = what;
+    return text(json);
+}
+
 std::string problemJson(const Problem &problem) {
     Json json;
     json["entry"] = problem.entry;

@@ -4,6 +4,7 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 /// The objects that `--json` prints, as texts. Bytes that are not UTF-8 become U+FFFD, so that the
@@ -34,5 +35,10 @@ struct Problem {
 [[nodiscard]] std::string testHeadJson(const std::string &name, bool isGood);
 /// `{"entry":"…","problem":"…"}`
 [[nodiscard]] std::string problemJson(const Problem &problem);
+
+/// A text as JSON, in quotes.
+[[nodiscard]] std::string textJson(std::string_view text);
+/// `{"path":"…","what":["…"]}`
+[[nodiscard]] std::string changeJson(const std::string &path, const std::vector<std::string> &what);
 
 } // namespace vellomir::cli

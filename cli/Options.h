@@ -86,8 +86,17 @@ struct TestOptions {
     bool memory = false;
 };
 
-using Options = std::variant<DuplicateOptions, InspectOptions, ListOptions, ExtractOptions,
-                             CreateOptions, AddOptions, RemoveOptions, CatOptions, TestOptions>;
+struct CompareOptions {
+    std::string first;
+    std::string second;
+    std::optional<archive::TextEncoding> encoding; ///< of the names in both
+    bool contents = false; ///< say nothing of differences that leave the contents equal
+    bool json = false;
+};
+
+using Options =
+    std::variant<DuplicateOptions, InspectOptions, ListOptions, ExtractOptions, CreateOptions,
+                 AddOptions, RemoveOptions, CatOptions, TestOptions, CompareOptions>;
 
 /// What a command line asks for.
 struct Request {

@@ -22,11 +22,17 @@ public:
     [[nodiscard]] const std::shared_ptr<archive::Progress> &progress() const { return progress_; }
     [[nodiscard]] bool isQuiet() const { return isQuiet_; }
 
+    /// The command has done its work, and what it was asked is not so: exit code 1, without an
+    /// error.
+    void answerNo() { isAnswerNo_ = true; }
+    [[nodiscard]] bool isAnswerNo() const { return isAnswerNo_; }
+
     /// One line on standard error, unless the user wants nothing but errors.
     void warn(const std::string &text);
 
 private:
     bool isQuiet_;
+    bool isAnswerNo_ = false;
     std::shared_ptr<archive::Progress> progress_;
     ResultStream out_;
     ProgressBar bar_;

@@ -28,7 +28,7 @@ int run(const vellomir::cli::Request &request,
     vellomir::cli::Session session(request.feedback, progress);
     try {
         vellomir::cli::run(request, session);
-        return done;
+        return session.isAnswerNo() ? failed : done;
     } catch (const vellomir::cli::Interrupted &) {
         return report(vellomir::cli::purpose(request.options) + ": interrupted",
                       interrupted + vellomir::cli::Interruption::signal());

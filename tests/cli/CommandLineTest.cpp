@@ -96,6 +96,14 @@ TEST(CommandLine, ArchiveCommandsAcceptTheirOptions) {
     EXPECT_EQ(options<CatOptions>({"archive", "cat", "a", "e"}).entry, "e");
     EXPECT_TRUE(options<TestOptions>({"archive", "test", "a", "--json"}).json);
 
+    const auto compare = options<CompareOptions>(
+        {"archive", "compare", "a", "--contents", "b", "--encoding", "utf-8", "--json"});
+    EXPECT_EQ(compare.first, "a");
+    EXPECT_EQ(compare.second, "b");
+    EXPECT_EQ(compare.encoding, archive::TextEncoding::utf8);
+    EXPECT_TRUE(compare.contents);
+    EXPECT_TRUE(compare.json);
+
     const auto remove = options<RemoveOptions>({"archive", "remove", "a", "x", "--memory", "y"});
     EXPECT_THAT(remove.entries, ElementsAre("x", "y"));
     EXPECT_TRUE(remove.memory);
@@ -167,6 +175,7 @@ TEST(CommandLine, EveryCommandHasHelp) {
         {"archive", "add"},
         {"archive", "cat"},
         {"archive", "test"},
+        {"archive", "compare"},
     };
     for (Arguments command : commands) {
         std::string usage = "Usage: vellomir-cli";

@@ -37,6 +37,10 @@ TEST(EntryText, NumbersAreFormatted) {
     EXPECT_EQ(cli::octalText(04755), "4755");
     EXPECT_EQ(cli::checksumText(0xcbf43926), "cbf43926");
     EXPECT_EQ(cli::checksumText(0xf), "0000000f");
+    EXPECT_EQ(cli::groupedText(0), "0");
+    EXPECT_EQ(cli::groupedText(999), "999");
+    EXPECT_EQ(cli::groupedText(1000), "1,000");
+    EXPECT_EQ(cli::groupedText(1234567), "1,234,567");
     EXPECT_EQ(cli::countText(1, "byte"), "1 byte");
     EXPECT_EQ(cli::countText(0, "entry"), "0 entries");
     EXPECT_EQ(cli::countText(2, "problem"), "2 problems");

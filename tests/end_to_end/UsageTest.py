@@ -10,7 +10,8 @@ class Usage(Case):
 
     def testHelpEverywhere(self):
         commands = [[], ["duplicate"], ["archive"]]
-        commands += [["archive", name] for name in ["list", "extract", "create", "add", "cat", "test"]]
+        commands += [["archive", name] for name in ["list", "extract", "create", "add", "cat", "test",
+                                              "compare"]]
         for command in commands:
             text = self.succeed(*command, "--help")
             self.assertIn("Usage: " + " ".join(["vellomir-cli", *command]) + " ", text)

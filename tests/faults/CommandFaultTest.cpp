@@ -205,6 +205,13 @@ TEST_F(CommandFaults, Test) {
                    cli::TestOptions{.archive = archivePath(), .memory = memory});
 }
 
+TEST_F(CommandFaults, Compare) {
+    runCommand({.name = "archive compare",
+                .checkDone = [&] { expectNothingChanged(); },
+                .maySayLess = {Call::seek}}, // an entry that is said to be unreadable
+               cli::CompareOptions{.first = archivePath(), .second = archivePath()});
+}
+
 TEST_F(CommandFaults, List) {
     runCommand({.name = "archive list", .checkDone = [&] { expectNothingChanged(); }},
                cli::ListOptions{.archive = archivePath()});

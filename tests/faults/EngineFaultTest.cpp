@@ -1,6 +1,7 @@
 // The engine's operations, with every system call and every allocation failing in turn.
 
 #include "archive/Archive.h"
+#include "archive/Comparison.h"
 #include "archive/FileManager.h"
 #include "files/WorkingFolder.h"
 #include "tests/faults/FaultRuns.h"
@@ -89,6 +90,26 @@ TEST_F(EngineFaults, OpenAndWalk) {
     runWithFaults(
         "open and walk an archive", [&] { paths = test::paths(*openArchive(AccessMode::read)); },
         [&] { EXPECT_EQ(paths.size(), 4U); });
+}
+
+TEST_F(EngineFaults, CompareTwoArchives) {
+    const std::string other = test::rawArchive(
+        {{"d/stored", "2"}, {"d/deflated", longText}, test::rawLink("d/link", "stored")});
+    archive::Comparison comparison;
+    runWithFaults(
+        "compare two archives",
+        [&] {
+            comparison = compare(*openArchive(AccessMode::read),
+                                 *Archive::open(folder_.url("in/other.zip"), AccessMode::read));
+        },
+        [&] {
+            EXPECT_EQ(comparison.equal, 2U);
+            EXPECT_EQ(comparison.total, 4U);
+        },
+        {.prepare = [&] {
+            reset();
+            test::writeFile(folder_ / "in/other.zip", other);
+        }});
 }
 
 TEST_F(EngineFaults, CreateArchive) {

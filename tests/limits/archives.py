@@ -101,6 +101,42 @@ def manyEntries(path):
     archive.finish()
 
 
+def twoOrders(path):
+    """Beside it another archive of the same entries, from the last to the first."""
+    for name, order in [(path, range(60_000)), (path.parent / "other", range(59_999, -1, -1))]:
+        archive = Archive(name)
+        for number in order:
+            archive.add(b"%0200d" % number)
+        archive.finish()
+
+
+def onePath(path):
+    """Sixty thousand entries of one path; beside it one more."""
+    for name, count in [(path, 60_000), (path.parent / "other", 60_001)]:
+        archive = Archive(name)
+        for number in range(count):
+            archive.add(b"n" * 200, b"%d" % (number % 10))
+        archive.finish()
+
+
+def twoBombs(path, megabytes=1000, promised=None):
+    """Beside it another archive of the same zeros, deflated in another way."""
+    block = bytes(1 << 20)
+    checksum = 0
+    for _ in range(megabytes):
+        checksum = zlib.crc32(block, checksum)
+    packed = deflatedZeros(megabytes)
+    size = megabytes << 20 if promised is None else promised
+    for name, data in [(path, packed), (path.parent / "other", b"\0\0\0\xff\xff" + packed)]:
+        archive = Archive(name)
+        for entry in [b"first", b"second"]:
+            fields = (8, 0, 0x5A21, checksum, len(data), size)
+            archive.refer(entry, archive.file.tell(), fields)
+            archive.file.write(struct.pack("<4sHHHHHLLLHH", b"PK\3\4", 20, 0x800, *fields, len(entry), 0))
+            archive.file.write(entry + data)
+        archive.finish()
+
+
 def longComment(path):
     archive = Archive(path)
     archive.add(b"file", b"text")

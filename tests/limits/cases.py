@@ -52,6 +52,14 @@ WHOLE = [
     archive("25,000 records, one data, 100 TB", archives.overlapping, ["extract", "input", "out"], 1, "room"),
     archive("60,000 names of 200 bytes", archives.manyEntries, ["list", "input", "--json"], 0, ""),
     archive("60,000 names of 200 bytes", archives.manyEntries, ["remove", "input", "%0200d" % 7], 0, ""),
+    archive("count modulo 65,536", archives.wrongCount, ["compare", "input", "input"], 1, "holds 70000 entries"),
+    archive("25,000 records, one data, 100 TB", archives.overlapping, ["compare", "input", "input"], 0, ""),
+    archive("60,000 names of 200 bytes, two orders", archives.twoOrders, ["compare", "input", "other"], 0, "",
+            megabytes=80),
+    archive("60,000 entries of one path", archives.onePath, ["compare", "input", "other"], 1, "", megabytes=80),
+    archive("twice 1 GB in 1 MB, two ways", archives.twoBombs, ["compare", "input", "other"], 0, ""),
+    archive("10 bytes that are 1 GB, two ways", functools.partial(archives.twoBombs, promised=10),
+            ["compare", "input", "other"], 1, "2 entries could not be read"),
     archive("comment of 65,535 bytes", archives.longComment, ["list", "input"], 0, ""),
     archive("comment that is not there", archives.commentBeyondTheEnd, ["list", "input"], 1, "comment"),
     archive("100 MB behind the end record", archives.bytesBehindTheEnd, ["list", "input"], 0, ""),
@@ -72,7 +80,8 @@ INTERRUPTED = [
     archive("200 GB that are no archive", archives.sparse, command, 130, "interrupted",
             interruptedAfter=TAKEN_IN)
     for command in [["list", "input"], ["extract", "input", "out"], ["test", "input"], ["add", "input", "new"],
-                    ["remove", "input", "a"], ["cat", "input", "a"]]
+                    ["remove", "input", "a"], ["cat", "input", "a"],
+                    ["compare", "input", "input"]]
 ] + [
     Case("200 GB that are no package", archives.sparse, DUPLICATE, 130, "interrupted",
          interruptedAfter=TAKEN_IN),

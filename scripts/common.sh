@@ -59,15 +59,15 @@ installPackages() {
     return 1
 }
 
-# configure PRESET ON|OFF: configures build/PRESET with or without tests, once. A folder that has
-# the tests serves those who don't need them too.
+# configure PRESET ON|OFF [OPTION...]: configures build/PRESET with or without tests, once. A folder
+# that has the tests serves those who don't need them too.
 configure() {
     local folder=$root/build/$1 stamp=$root/build/$1/configured launcher=()
     if [[ -f $folder/build.ninja && $stamp -nt $root/CMakePresets.json ]]; then
         [[ $2 == OFF || $(<"$stamp") == ON ]] && return 0
     fi
     command -v ccache >/dev/null && launcher=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
-    (cd "$root" && cmake --preset "$1" -DBUILD_TESTING="$2" "${launcher[@]}") >&2 || return 1
+    (cd "$root" && cmake --preset "$1" -DBUILD_TESTING="$2" "${launcher[@]}" "${@:3}") >&2 || return 1
     echo "$2" >"$stamp"
 }
 

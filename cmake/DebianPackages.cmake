@@ -44,6 +44,7 @@ vellomir_debian_documents(development ${developmentPackage})
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME vellomir)
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "") # Each package has its own.
 set(CPACK_PACKAGE_VENDOR "The Vellomir developers")
 set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
 set(CPACK_PACKAGE_DIRECTORY ${PROJECT_BINARY_DIR}/packages)
@@ -73,11 +74,11 @@ set(CPACK_DEBIAN_WINDOW_PACKAGE_SECTION utils)
 set(CPACK_DEBIAN_WINDOW_PACKAGE_DEPENDS "vellomir-cli (= ${debianVersion}), ${qmlDependencies}")
 set(CPACK_DEBIAN_WINDOW_PACKAGE_RECOMMENDS "qt6-wayland")
 set(CPACK_COMPONENT_WINDOW_DESCRIPTION "make a second copy of an app package\n\
- Vellomir makes a second copy of an iOS application package (.ipa) that can be\n\
- installed beside the first one: with an identifier, names and, if wanted, an\n\
- icon of its own.\n\
- .\n\
- This package has the window.")
+Vellomir makes a second copy of an iOS application package (.ipa) that can be\n\
+installed beside the first one: with an identifier, names and, if wanted, an\n\
+icon of its own.\n\
+\n\
+This package has the window.")
 
 # --- vellomir-cli -----------------------------------------------------------------------------------
 
@@ -85,13 +86,13 @@ set(CPACK_DEBIAN_CLI_PACKAGE_NAME vellomir-cli)
 set(CPACK_DEBIAN_CLI_PACKAGE_SECTION utils)
 set(CPACK_DEBIAN_CLI_PACKAGE_RECOMMENDS qt6-image-formats-plugins) # WebP, TIFF
 set(CPACK_COMPONENT_CLI_DESCRIPTION "copy app packages and change ZIP archives\n\
- vellomir-cli makes a second copy of an iOS application package (.ipa) that can\n\
- be installed beside the first one. It also lists, tests, unpacks, makes and\n\
- changes any ZIP and ZIP64 archive, in a way that a crash or a full disk leaves\n\
- the old file or the new one, never half of it.\n\
- .\n\
- This package has the command line, and the program that decodes pictures in a\n\
- process with limits.")
+vellomir-cli makes a second copy of an iOS application package (.ipa) that can\n\
+be installed beside the first one. It also lists, tests, unpacks, makes and\n\
+changes any ZIP and ZIP64 archive, in a way that a crash or a full disk leaves\n\
+the old file or the new one, never half of it.\n\
+\n\
+This package has the command line, and the program that decodes pictures in a\n\
+process with limits.")
 
 # --- libvellomir-archive3 and libvellomir-archive-dev --------------------------------------------------
 
@@ -100,10 +101,10 @@ set(CPACK_DEBIAN_LIBRARY_PACKAGE_SECTION libs)
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_GENERATE_SHLIBS ON)
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
 set(CPACK_COMPONENT_LIBRARY_DESCRIPTION "ZIP and ZIP64 engine, shared library\n\
- Reads, writes and changes ZIP and ZIP64 archives, on disk and in memory, with\n\
- progress and cancellation, and unpacks untrusted ones below one folder only.\n\
- .\n\
- This package has the shared library.")
+Reads, writes and changes ZIP and ZIP64 archives, on disk and in memory, with\n\
+progress and cancellation, and unpacks untrusted ones below one folder only.\n\
+\n\
+This package has the shared library.")
 
 set(developmentDependencies "${libraryPackage} (= ${debianVersion})" zlib1g-dev)
 if(ISAL_FOUND)
@@ -114,9 +115,9 @@ set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME ${developmentPackage})
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "${developmentDependencies}")
 set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "ZIP and ZIP64 engine, headers and static library\n\
- Reads, writes and changes ZIP and ZIP64 archives, on disk and in memory, with\n\
- progress and cancellation, and unpacks untrusted ones below one folder only.\n\
- .\n\
- This package has what programs in C++ need that use it.")
+Reads, writes and changes ZIP and ZIP64 archives, on disk and in memory, with\n\
+progress and cancellation, and unpacks untrusted ones below one folder only.\n\
+\n\
+This package has what programs in C++ need that use it.")
 
 include(CPack)

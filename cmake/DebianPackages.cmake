@@ -1,6 +1,5 @@
 # One Debian package for each component: "vellomir" for the window, "vellomir-cli", and the library's
 # two, which are named after its interface. ./package runs CPack with this.
-set(debianRevision 1)
 get_target_property(abi vellomir-archive-shared SOVERSION)
 set(libraryPackage libvellomir-archive${abi})
 set(developmentPackage libvellomir-archive-dev)
@@ -17,9 +16,9 @@ set(maintainer "${fullName} <${address}>")
 # --- Files that Debian wants in every package ---------------------------------------------------------
 
 set(documents ${PROJECT_BINARY_DIR}/debian)
-set(debianVersion ${PROJECT_VERSION}-${debianRevision})
+set(debianVersion ${PROJECT_VERSION}) # No revision: the tree has its packaging in it.
 string(TIMESTAMP debianDate "%a, %d %b %Y %H:%M:%S +0000" UTC) # or that of SOURCE_DATE_EPOCH
-configure_file(packaging/debian/changelog.in ${documents}/changelog.Debian @ONLY)
+configure_file(packaging/debian/changelog.in ${documents}/changelog @ONLY)
 find_program(GZIP gzip REQUIRED)
 
 # vellomir_debian_documents(COMPONENT PACKAGE)
@@ -27,11 +26,11 @@ function(vellomir_debian_documents component package)
     set(folder ${CMAKE_INSTALL_DATAROOTDIR}/doc/${package})
     set(output ${documents}/${component})
     file(MAKE_DIRECTORY ${output})
-    configure_file(${documents}/changelog.Debian ${output}/changelog.Debian COPYONLY)
-    configure_file(CHANGELOG.md ${output}/changelog COPYONLY)
-    execute_process(COMMAND ${GZIP} -9nf changelog.Debian changelog WORKING_DIRECTORY ${output}
+    configure_file(${documents}/changelog ${output}/changelog COPYONLY)
+    configure_file(CHANGELOG.md ${output}/CHANGELOG.md COPYONLY)
+    execute_process(COMMAND ${GZIP} -9nf changelog CHANGELOG.md WORKING_DIRECTORY ${output}
         COMMAND_ERROR_IS_FATAL ANY)
-    install(FILES ${output}/changelog.Debian.gz ${output}/changelog.gz packaging/debian/copyright
+    install(FILES ${output}/changelog.gz ${output}/CHANGELOG.md.gz packaging/debian/copyright
         DESTINATION ${folder} COMPONENT ${component})
 endfunction()
 
@@ -55,7 +54,6 @@ set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE
     GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE) # whatever the umask
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
-set(CPACK_DEBIAN_PACKAGE_RELEASE ${debianRevision})
 set(CPACK_DEBIAN_PACKAGE_MAINTAINER "${maintainer}")
 set(CPACK_DEBIAN_PACKAGE_HOMEPAGE "${VELLOMIR_HOMEPAGE}")
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
@@ -98,8 +96,12 @@ process with limits.")
 
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_NAME ${libraryPackage})
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_SECTION libs)
-set(CPACK_DEBIAN_LIBRARY_PACKAGE_GENERATE_SHLIBS ON)
-set(CPACK_DEBIAN_LIBRARY_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
+# Which package others depend on that link the library; and the linker's cache follows.
+file(CONFIGURE OUTPUT ${documents}/shlibs
+    CONTENT "libvellomir-archive ${abi} ${libraryPackage} (>= ${debianVersion})\n")
+set(CPACK_DEBIAN_LIBRARY_PACKAGE_CONTROL_EXTRA
+    "${documents}/shlibs;${PROJECT_SOURCE_DIR}/packaging/debian/triggers")
+set(CPACK_POST_BUILD_SCRIPTS ${CMAKE_CURRENT_LIST_DIR}/WithoutScripts.cmake)
 set(CPACK_COMPONENT_LIBRARY_DESCRIPTION "ZIP and ZIP64 engine, shared library\n\
 Reads, writes and changes ZIP and ZIP64 archives, on disk and in memory, with\n\
 progress and cancellation, and unpacks untrusted ones below one folder only.\n\

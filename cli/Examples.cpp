@@ -50,7 +50,11 @@ std::vector<Example> examplesOf(const std::string &command) {
 std::string examplesText(const std::string &command) {
     std::string text;
     for (const Example &example : examplesOf(command))
-        text.append("  ").append(example.purpose).append(":\n    ").append(example.line).append("\n");
+        text.append("  ")
+            .append(example.purpose)
+            .append(":\n    ")
+            .append(example.line)
+            .append("\n");
     if (text.empty())
         return text;
     text.pop_back(); // The parser library ends the line.

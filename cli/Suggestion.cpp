@@ -45,8 +45,8 @@ std::size_t editDistance(std::string_view from, std::string_view to) {
         current[0] = row;
         for (std::size_t column = 1; column <= to.size(); ++column) {
             const bool isSame = from[row - 1] == to[column - 1];
-            current[column] = std::min({last[column] + 1, current[column - 1] + 1,
-                                        last[column - 1] + (isSame ? 0 : 1)});
+            current[column] = std::min(
+                {last[column] + 1, current[column - 1] + 1, last[column - 1] + (isSame ? 0 : 1)});
             const bool isExchanged = row > 1 && column > 1 && from[row - 1] == to[column - 2] &&
                                      from[row - 2] == to[column - 1];
             if (isExchanged)

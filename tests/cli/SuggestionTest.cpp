@@ -1,5 +1,5 @@
-#include "cli/CommandLine.h"
 #include "cli/Suggestion.h"
+#include "cli/CommandLine.h"
 
 #include <gmock/gmock.h>
 

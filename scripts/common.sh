@@ -10,7 +10,8 @@ packagesToRun=(build-essential cmake ninja-build pkg-config zlib1g-dev libexpat1
     qml6-module-qtqml qml6-module-qtqml-models qml6-module-qtqml-workerscript qml6-module-qtquick
     qml6-module-qtquick-layouts qml6-module-qtquick-templates qml6-module-qtquick-window)
 packagesToTest=(libgtest-dev libgmock-dev clang libclang-rt-14-dev clang-format clang-tidy shellcheck
-    zip unzip libarchive-tools p7zip-full python3 git doxygen xvfb xdotool openbox xclip)
+    zip unzip libarchive-tools p7zip-full python3 git doxygen xvfb xdotool openbox xclip
+    desktop-file-utils appstream shared-mime-info libglib2.0-bin groff-base)
 
 # Debian has ISA-L for these two; elsewhere zlib inflates.
 case $(dpkg --print-architecture 2>/dev/null) in

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "cli/Arguments.h"
+#include "cli/Examples.h"
 #include "cli/Options.h"
 
 #include <CLI/CLI.hpp>
@@ -9,12 +10,21 @@
 #include <utility>
 #include <vector>
 
-/// The parser library's commands in the terms of this program. For one translation unit only: the
-/// library is all headers.
+/// The parser library's commands in the terms of this program. For as few translation units as
+/// possible: the library is all headers.
 namespace vellomir::cli {
 
 template <class Value>
 using Choices = std::vector<std::pair<std::string, Value>>;
+
+/// The words that lead to a command, without the program's name: "archive list".
+inline std::string commandPath(const CLI::App &command) {
+    const CLI::App *parent = command.get_parent();
+    if (parent == nullptr)
+        return {};
+    const std::string path = commandPath(*parent);
+    return path.empty() ? command.get_name() : path + " " + command.get_name();
+}
 
 /// One command and its options; the targets must outlive the parsing.
 class CommandGrammar {
@@ -22,6 +32,7 @@ public:
     CommandGrammar(CLI::App &parent, const std::string &name, const std::string &help)
         : app_(*parent.add_subcommand(name, help)) {
         app_.group("Commands");
+        app_.footer(examplesText(commandPath(app_)));
     }
 
     [[nodiscard]] CLI::App &app() const { return app_; }

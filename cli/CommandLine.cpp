@@ -1,6 +1,7 @@
 #include "cli/CommandLine.h"
 
 #include "cli/CommandGrammar.h"
+#include "cli/Suggestion.h"
 
 #include "archive/TextEncoding.h"
 
@@ -24,6 +25,7 @@ public:
     Grammar();
 
     [[nodiscard]] std::variant<Request, Answer> parse(const std::vector<std::string> &arguments);
+    [[nodiscard]] CommandDescription description() const { return descriptionOf(app_); }
 
 private:
     void declareDuplicate();
@@ -278,11 +280,12 @@ std::string Grammar::describe(const CLI::ParseError &error) const {
     std::string path;
     const CLI::App &command = chosen(path);
     std::string why = withoutMarks(error.what());
-    if (why == "A subcommand is required") {
-        const auto rest = command.remaining();
+    const auto rest = command.remaining();
+    if (why == "A subcommand is required")
         why = rest.empty() ? "a command is missing"
                            : "\"" + unshielded(rest.front()) + "\" is no command";
-    }
+    if (const auto meant = suggestionFor(rest, descriptionOf(command)))
+        why += "; did you mean \"" + *meant + "\"?";
     return "wrong command line: " + why + " (" + path + " --help tells more)";
 }
 
@@ -305,6 +308,10 @@ std::variant<Request, Answer> Grammar::parse(const std::vector<std::string> &arg
 
 std::variant<Request, Answer> parse(const std::vector<std::string> &arguments) {
     return Grammar().parse(arguments);
+}
+
+CommandDescription describeCommands() {
+    return Grammar().description();
 }
 
 } // namespace vellomir::cli

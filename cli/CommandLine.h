@@ -1,5 +1,6 @@
 #pragma once
 
+#include "cli/CommandDescription.h"
 #include "cli/Options.h"
 
 #include <stdexcept>
@@ -22,5 +23,8 @@ public:
 
 /// Reads the arguments that follow the program's name. Touches no file. Throws `UsageError`.
 [[nodiscard]] std::variant<Request, Answer> parse(const std::vector<std::string> &arguments);
+
+/// All commands and options, for manual pages and completions.
+[[nodiscard]] CommandDescription describeCommands();
 
 } // namespace vellomir::cli

@@ -1,15 +1,10 @@
-# Installs the programs for people, as the component "programs": the window, its place in the
-# desktop's menus and "Open with", and the command line. The result can be moved to another place.
+# Installs the programs for people, as two components: "cli" is the command line with the program that
+# decodes pictures, "window" the window and its place in the desktop's menus and "Open with". The
+# window uses the picture program of "cli". The result can be moved to another place.
 include(GNUInstallDirs)
 
-set(share ${CMAKE_INSTALL_DATAROOTDIR})
-
-install(TARGETS vellomir vellomir-cli COMPONENT programs)
+install(TARGETS vellomir-cli COMPONENT cli)
 # Started by the others, which look for it here.
-install(TARGETS vellomir-picture RUNTIME DESTINATION libexec/vellomir COMPONENT programs)
-
-install(FILES packaging/vellomir.desktop DESTINATION ${share}/applications COMPONENT programs)
-install(FILES packaging/vellomir-mime.xml DESTINATION ${share}/mime/packages
-    RENAME vellomir.xml COMPONENT programs)
-install(FILES packaging/vellomir.svg DESTINATION ${share}/icons/hicolor/scalable/apps
-    COMPONENT programs)
+install(TARGETS vellomir-picture RUNTIME DESTINATION libexec/vellomir COMPONENT cli)
+install(TARGETS vellomir COMPONENT window)
+add_subdirectory(packaging)

@@ -10,7 +10,8 @@ packagesToRun=(build-essential cmake ninja-build pkg-config zlib1g-dev libexpat1
     qml6-module-qtqml qml6-module-qtqml-models qml6-module-qtqml-workerscript qml6-module-qtquick
     qml6-module-qtquick-layouts qml6-module-qtquick-templates qml6-module-qtquick-window)
 packagesToTest=(libgtest-dev libgmock-dev clang libclang-rt-14-dev clang-format clang-tidy shellcheck
-    zip unzip libarchive-tools p7zip-full python3 git doxygen xvfb xdotool openbox xclip)
+    zip unzip libarchive-tools p7zip-full python3 git doxygen xvfb xdotool openbox xclip
+    desktop-file-utils appstream shared-mime-info libglib2.0-bin groff-base)
 
 # Debian has ISA-L for these two; elsewhere zlib inflates.
 case $(dpkg --print-architecture 2>/dev/null) in
@@ -59,15 +60,15 @@ installPackages() {
     return 1
 }
 
-# configure PRESET ON|OFF: configures build/PRESET with or without tests, once. A folder that has
-# the tests serves those who don't need them too.
+# configure PRESET ON|OFF [OPTION...]: configures build/PRESET with or without tests, once. A folder
+# that has the tests serves those who don't need them too.
 configure() {
     local folder=$root/build/$1 stamp=$root/build/$1/configured launcher=()
     if [[ -f $folder/build.ninja && $stamp -nt $root/CMakePresets.json ]]; then
         [[ $2 == OFF || $(<"$stamp") == ON ]] && return 0
     fi
     command -v ccache >/dev/null && launcher=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
-    (cd "$root" && cmake --preset "$1" -DBUILD_TESTING="$2" "${launcher[@]}") >&2 || return 1
+    (cd "$root" && cmake --preset "$1" -DBUILD_TESTING="$2" "${launcher[@]}" "${@:3}") >&2 || return 1
     echo "$2" >"$stamp"
 }
 

@@ -6,10 +6,12 @@ unset DESTDIR
 folder=$(mktemp -d)
 trap 'rm -rf "$folder"' EXIT
 
-"$CMAKE" --install "$BUILD" --component archive --prefix "$folder/first" >"$folder/log" || {
-    cat "$folder/log"
-    exit 1
-}
+for component in library development; do
+    "$CMAKE" --install "$BUILD" --component $component --prefix "$folder/first" >"$folder/log" || {
+        cat "$folder/log"
+        exit 1
+    }
+done
 mv "$folder/first" "$folder/installed"
 installed=$folder/installed
 libraries=$(dirname "$(find "$installed" -name libvellomir-archive.a)")

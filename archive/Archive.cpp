@@ -49,7 +49,7 @@ void writeEmptyArchive(std::FILE *file) {
         throw Error(Data::DataError::unwritableFile, {.systemError = errno});
 }
 
-/// What a stream without an end record is, as far as its first bytes tell.
+/// What a stream without an end record is, as far as its first bytes show.
 Error explainMissingRecord(std::FILE *file) {
     std::rewind(file);
     const Data start = Data::readChunk(sizeof(localFileHeaderStructSignature), file);

@@ -302,7 +302,7 @@ public:
     }
 
     /// Units of progress for adding the item on disk: 1 for a folder, its bytes otherwise, −1 if
-    /// they cannot be told.
+    /// they cannot be read.
     [[nodiscard]] static std::int64_t totalUnitCountForAddingItem(const URL &at);
     /// A progress of so many units, to be given to `addEntry`.
     [[nodiscard]] static ProgressPointer makeProgressForAddingItem(const URL &at);

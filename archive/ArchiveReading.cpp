@@ -251,9 +251,7 @@ void Archive::extractCheckedFile(const Entry &entry, const URL &to,
         file.finish(entry.fileAttributes());
         pending.place(Existing::refuse);
     } catch (const Error &error) {
-        ErrorContext context = error.context();
-        context.path = pending.underFinalName(context.path);
-        throw Error(error.code(), std::move(context));
+        throw pending.underFinalName(error);
     }
 }
 

@@ -131,7 +131,7 @@ private:
 /// The error without the path of the descriptor by which the folder is reached.
 Error withKnownPath(const Error &error, const WorkingFolder &folder) {
     ErrorContext context = error.context();
-    context.path = folder.withPath(std::move(context.path));
+    context.path = folder.visiblePath(context.path);
     return Error(error.code(), std::move(context));
 }
 

@@ -22,7 +22,7 @@ public:
     void run();
 
 private:
-    /// Where records of the directory stand, from the start of the archive.
+    /// Where records of the directory are, from the start of the archive.
     using Positions = std::vector<std::uint64_t>;
 
     void readDirectory();

@@ -36,7 +36,7 @@ public:
     [[nodiscard]] virtual Status process(std::span<const std::byte> &source,
                                          std::span<std::byte> &destination, bool finalize) = 0;
 
-    /// After `end`: how many of the bytes consumed lie behind the stream's end. A codec that reads
+    /// After `end`: how many of the bytes consumed are behind the stream's end. A codec that reads
     /// ahead learns of them when they may belong to a chunk that is long gone.
     [[nodiscard]] virtual std::size_t surplus() const { return 0; }
 };

@@ -69,7 +69,7 @@ Error wrongCount(std::uint64_t found, std::uint64_t promised) {
                             " entries, but the directory holds " + std::to_string(found)});
 }
 
-/// More records may lie behind the promised ones only if they are the directory once more: so
+/// More records may be behind the promised ones only if they are the directory once more: so
 /// leaves it a cancelled addition.
 void requireEndOfDirectory(const Data &directory, std::FILE *file, const EndRecords &known) {
     const std::uint64_t end =

@@ -52,7 +52,7 @@ struct EndRecordsScan {
     /// Where the plain record starts, from the start of the stream.
     std::uint64_t offset = 0;
 
-    /// Bytes by which the directory lies behind the place that the records give, if the end records
+    /// Bytes by which the directory is behind the place that the records give, if the end records
     /// follow it directly; negative if it does not fit in front of them. 0 as a rule.
     [[nodiscard]] std::int64_t displacement() const;
 };

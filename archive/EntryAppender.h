@@ -10,7 +10,7 @@
 namespace vellomir::archive {
 
 /// Adds entries behind the last one of an archive. The directory and the end records are written
-/// once, by `finish`; after a cancellation or a failure they are put where they would stand if
+/// once, by `finish`; after a cancellation or a failure they are put where they would be if
 /// every entry had been added and finished by itself, so that the bytes are the same either way:
 ///
 ///     | entries … | directory | end records |                          finished
@@ -73,7 +73,7 @@ private:
     /// All records of the directory, the new ones included, and the end records that fit them.
     Data directory_;
     EndRecords records_;
-    /// Whether the directory in the file, where it stands, is the current one.
+    /// Whether the directory in the file is the current one.
     bool isDirectoryWritten_ = true;
     /// Nothing more is added: finished, cancelled or failed.
     bool isFinished_ = false;

@@ -87,7 +87,7 @@ public:
     [[nodiscard]] std::int64_t fileSizeForItem(const URL &at) const;
 
     /// Units of progress for adding the item: 1 for a folder, its bytes otherwise, −1 if they
-    /// cannot be told.
+    /// cannot be read.
     [[nodiscard]] std::int64_t totalUnitCountForAddingItem(const URL &at) const;
     /// A progress of so many units.
     [[nodiscard]] ProgressPointer makeProgressForAddingItem(const URL &at) const;

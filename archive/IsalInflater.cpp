@@ -10,7 +10,7 @@ namespace vellomir::archive {
 namespace {
 
 /// Decodes ahead into a buffer of its own, so that source may be consumed long before its output is
-/// delivered; only the block state tells that both are done.
+/// delivered; only the block state shows that both are done.
 class IsalInflater final : public Codec {
 public:
     bool setUp() override {

@@ -6,7 +6,7 @@
 
 namespace vellomir::archive {
 
-/// The parts of a file that entries lie in. Ranges that touch are kept as one, so that memory stays
+/// The parts of a file that hold entries. Ranges that touch are kept as one, so that memory stays
 /// flat for an archive without holes, whatever the order of its entries.
 class OccupiedRanges {
 public:

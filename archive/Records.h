@@ -14,7 +14,7 @@
 ///
 /// Every `make(data, additionalDataProvider)` takes exactly `size` bytes and returns nothing when
 /// they are no such record; it throws nothing but `std::bad_alloc`. Every `data()` is the record as
-/// it stands in a file.
+/// it is in a file.
 namespace vellomir::archive {
 
 /// What an extra field says of itself.

@@ -41,7 +41,7 @@ int SourceFolder::openParent(std::string_view parent) {
         return root_.get();
     if (parent == parentPath_)
         return parent_.get();
-    // From the last folder on, if the new one lies below it.
+    // From the last folder on, if the new one is below it.
     const bool isBelow = !parentPath_.empty() && parent.starts_with(parentPath_) &&
                          parent[parentPath_.size()] == '/';
     std::size_t walked = isBelow ? parentPath_.size() + 1 : 0;

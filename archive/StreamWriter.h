@@ -26,7 +26,7 @@ public:
     /// Writes over bytes that were written before, all of them.
     void patch(std::uint64_t offset, std::span<const std::byte> chunk);
     /// Goes on from an earlier offset; what was written behind it is forgotten, though some of it
-    /// may stand in the file already.
+    /// may be in the file already.
     void goBack(std::uint64_t offset);
     /// Hands everything to the system.
     void flush();

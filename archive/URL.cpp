@@ -50,7 +50,7 @@ std::string percentEncoded(std::string_view text) {
     return result;
 }
 
-/// Where the extension's dot stands in a name; npos if it has none.
+/// Where the extension's dot is in a name; npos if it has none.
 std::size_t extensionDot(std::string_view name) {
     const std::size_t dot = name.rfind('.');
     const bool onlyDots = name.find_first_not_of('.') >= dot;

@@ -16,7 +16,7 @@ namespace vellomir::archive {
 enum class FindingKind {
     /// The end records, before the first entry.
     /// @{
-    directoryIsDisplaced,    ///< lies behind its place [offset by the end record, real offset]
+    directoryIsDisplaced,    ///< is behind its place [offset by the end record, real offset]
     directoryDoesNotFit,     ///< is too large for its place [offset by the end record, none]
     endRecordCountsDiffer,   ///< one end record, two counts [entries in all, on this disk]
     endRecordsCountsDiffer,  ///< plain and ZIP64 record [ZIP64 count, plain count]

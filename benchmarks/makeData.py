@@ -38,7 +38,7 @@ def make_package(folder):
     generator = random.Random(1)
     app = os.path.join(folder, "Payload", "Sample.app")
     program, text = code(generator, 5 * MEGABYTE), words(generator, 4 * MEGABYTE)
-    # Repetitions lie further apart than DEFLATE looks back.
+    # Repetitions are further apart than DEFLATE looks back.
     write(app, "Sample", program * 8)
     for index in range(6):
         write(app, f"Frameworks/F{index}.framework/F{index}", program[index * MEGABYTE // 2 :])

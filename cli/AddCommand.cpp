@@ -132,8 +132,7 @@ void run(const AddOptions &options, Session &session) {
             held->requireUnchanged();
         pending.place(isNew ? Existing::refuse : Existing::replace);
     } catch (const Error &error) {
-        throw Failure(purpose(options) + ": " +
-                      pending.underFinalName(describe(whileWriting(pending.path(), error))));
+        throw pending.underFinalName(whileWriting(pending.path(), error));
     }
 }
 

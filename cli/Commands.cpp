@@ -49,8 +49,7 @@ void run(const Request &request, Session &session) {
         if (Interruption::signal() != 0)
             throw Interrupted();
         const bool isWhole = dynamic_cast<const Failure *>(&error) != nullptr;
-        throw Failure(withoutHiddenNames(
-            isWhole ? error.what() : purpose(request.options) + ": " + describe(error)));
+        throw Failure(isWhole ? error.what() : purpose(request.options) + ": " + describe(error));
     }
 }
 

@@ -19,8 +19,7 @@ void run(const CreateOptions &options, Session &session) {
         Interruption::throwIfInterrupted();
         pending.place(Existing::refuse);
     } catch (const Error &error) {
-        throw Failure(purpose(options) + ": " +
-                      pending.underFinalName(describe(whileWriting(pending.path(), error))));
+        throw pending.underFinalName(whileWriting(pending.path(), error));
     }
 }
 

@@ -23,10 +23,6 @@ public:
 /// An error of the system about no file in particular is one about the file that was being written.
 [[nodiscard]] Error whileWriting(const std::string &path, const Error &error);
 
-/// The text without the names of hidden files and folders that commands make for themselves: what
-/// is left is the path of the folder that they are in.
-[[nodiscard]] std::string withoutHiddenNames(std::string text);
-
 /// One line for a terminal, whatever names the text holds: "vellomir-cli: …".
 [[nodiscard]] std::string errorLine(const std::string &text);
 

@@ -76,9 +76,8 @@ void JobRun::print(const std::string &line) {
 
 /// The package under the name that the user wrote; for the hidden folder, the one that it is in.
 std::string JobRun::asTyped(const std::string &path) const {
-    if (path == folder_.accessPath())
-        return folderOf(folder_.path());
-    return path == archive::URL::file(options_.package).path() ? options_.package : path;
+    return path == archive::URL::file(options_.package).path() ? options_.package
+                                                               : folder_.visiblePath(path);
 }
 
 } // namespace vellomir::cli

@@ -57,8 +57,7 @@ void removeInMemory(const RemoveOptions &options, Session &session) {
         held.requireUnchanged();
         pending.place(Existing::replace);
     } catch (const Error &error) {
-        throw Failure(purpose(options) + ": " +
-                      pending.underFinalName(describe(whileWriting(pending.path(), error))));
+        throw pending.underFinalName(whileWriting(pending.path(), error));
     }
 }
 

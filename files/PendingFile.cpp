@@ -55,11 +55,10 @@ void PendingFile::place(Existing existing) {
     path_.clear();
 }
 
-std::string PendingFile::underFinalName(std::string text) const {
-    const std::size_t found = path_.empty() ? std::string::npos : text.find(path_);
-    if (found != std::string::npos)
-        text.replace(found, path_.size(), destination_);
-    return folder_.withPath(std::move(text));
+Error PendingFile::underFinalName(const Error &error) const {
+    ErrorContext context = error.context();
+    context.path = context.path == path_ ? destination_ : folder_.visiblePath(context.path);
+    return Error(error.code(), std::move(context));
 }
 
 } // namespace vellomir

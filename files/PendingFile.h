@@ -1,5 +1,6 @@
 #pragma once
 
+#include "files/Error.h"
 #include "files/FilePlace.h"
 #include "files/WorkingFolder.h"
 
@@ -33,9 +34,9 @@ public:
     [[nodiscard]] FilePlace destination() const;
     /// Gives it its final name. Throws like `putInPlace`.
     void place(Existing existing);
-    /// The text with the final name in place of the hidden file's, and with the path of the hidden
-    /// folder in place of its `accessPath`.
-    [[nodiscard]] std::string underFinalName(std::string text) const;
+    /// The same error with a path that the user knows: the destination for the hidden file, the
+    /// destination's folder for anything else in the hidden folder.
+    [[nodiscard]] Error underFinalName(const Error &error) const;
 
 private:
     std::string destination_;

@@ -168,17 +168,9 @@ WorkingFolder::WorkingFolder(FileDescriptor parent, const std::string &path)
     throw writeError(path, EEXIST);
 }
 
-std::string WorkingFolder::withPath(std::string text) const {
-    for (std::size_t start = text.find(accessPath_); start != std::string::npos;
-         start = text.find(accessPath_, start)) {
-        const std::size_t end = start + accessPath_.size();
-        const bool isLonger =
-            end < text.size() && std::isdigit(static_cast<unsigned char>(text[end])) != 0;
-        if (!isLonger)
-            text.replace(start, accessPath_.size(), path_);
-        start += isLonger ? accessPath_.size() : path_.size();
-    }
-    return text;
+std::string WorkingFolder::visiblePath(const std::string &path) const {
+    const bool isInside = path == accessPath_ || path.starts_with(accessPath_ + '/');
+    return isInside ? folderOf(path_) : path;
 }
 
 /// Lost, with errno, if the name is taken, or if another process removed the new folder as an

@@ -35,8 +35,9 @@ public:
     [[nodiscard]] const std::string &accessPath() const { return accessPath_; }
     /// The folder that it is in, open as long as the object lives. May be one for names only.
     [[nodiscard]] int parent() const { return parent_.get(); }
-    /// The text with `path` where it holds `accessPath`.
-    [[nodiscard]] std::string withPath(std::string text) const;
+    /// The path for messages: for this folder and what is in it, the folder that it is in; any
+    /// other path as it is.
+    [[nodiscard]] std::string visiblePath(const std::string &path) const;
     /// Removes those in an existing folder whose processes have ended. Throws a `FileError` with
     /// that folder's path if it cannot be opened.
     static void removeAbandoned(const std::string &parent);

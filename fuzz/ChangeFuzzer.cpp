@@ -285,7 +285,7 @@ std::vector<Step> steps(fuzz::Input &input) {
     return result;
 }
 
-/// Whether all that is read of an entry lies within the bytes that go along when others are
+/// Whether all bytes of an entry are within the range that is moved when others are
 /// removed: a descriptor may give another size than the directory, and the directory another method
 /// than the local header, so that the descriptor is looked for behind them.
 bool holdsItsData(const Entry &entry) {
@@ -303,7 +303,7 @@ bool holdsItsData(const Entry &entry) {
     return read <= own && (!record.usesDataDescriptor() || holdsDescriptor);
 }
 
-/// An archive whose entries lie over each other or over the directory cannot keep them all.
+/// An archive whose entries overlap each other or the directory cannot keep them all.
 bool canBeCompared(const Archive &archive, const Data &bytes) {
     if (!fuzz::hasUsualLayout(archive, bytes.size()) ||
         archive.totalNumberOfEntriesInCentralDirectory() > maximumEntries)

@@ -2,7 +2,7 @@
 // removed, and no file in it is overwritten; what came out is what memory gets, and can be packed
 // and unpacked again.
 //
-// Input: the archive's bytes, in which "/vellomir--root" stands for the folder around everything.
+// Input: the archive's bytes, in which "/vellomir--root" is replaced by the outermost folder.
 // In the folder are a file "kept" and a link "o" that leads out.
 
 #include "archive/FileManager.h"

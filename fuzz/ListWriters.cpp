@@ -251,7 +251,7 @@ private:
         text_ += isXml_ ? "</dict>" : "}";
     }
 
-    /// Every character as a number, or those that must not stand for themselves.
+    /// Every character as a number, or those that must be escaped.
     [[nodiscard]] std::string escapedForXml(const std::string &text) const {
         std::string result;
         for (std::size_t position = 0; position < text.size();) {

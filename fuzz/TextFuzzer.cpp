@@ -69,8 +69,6 @@ void requireErrors(const Texts &texts, unsigned number) {
     require(printed.starts_with("vellomir-cli: ") && printed.ends_with('\n') &&
                 fuzz::isCleanLine(printed.substr(0, printed.size() - 1)),
             "standard error gets one clean line");
-    const std::string shown = cli::withoutHiddenNames(texts.one);
-    require(shown.find("/.vellomir-") == std::string::npos, "no hidden name is left");
 }
 
 /// Observers get what the log holds, line by line.

@@ -20,7 +20,7 @@ esac
 
 say() { echo "$*" >&2; }
 
-# Runs a command as root: as it stands, or through sudo, which asks only where somebody can answer.
+# Runs a command as root: directly, or through sudo, which asks for a password only on a terminal.
 asRoot() {
     if [[ $(id -u) == 0 ]]; then
         "$@"

@@ -40,7 +40,7 @@ def closing(code, start):
 
 
 def operators(code):
-    """Operators stand between blanks here; template brackets and references do not."""
+    """Operators are between blanks here; template brackets and references do not."""
     for found in re.finditer(r"(?<=\s)([-+*/%&|<>=!]{1,2})(?=\s)", code):
         if found[1] in SWAPS:
             yield Change(*found.span(1), SWAPS[found[1]], f"{found[1]} to {SWAPS[found[1]]}")

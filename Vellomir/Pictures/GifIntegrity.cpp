@@ -32,7 +32,7 @@ std::uint64_t mostPixels(std::uint64_t dataSize) {
     return codes * std::min(codes, longestCode);
 }
 
-/// The screen on which the picture lies takes memory, too, and no bytes of the file. Decoders
+/// The screen that holds the picture takes memory, too, and no bytes of the file. Decoders
 /// enlarge it to where the picture ends.
 void requireScreen(const PictureBytes &file, const PictureBytes &frame) {
     const unsigned right = frame.number16(1) + frame.number16(5);

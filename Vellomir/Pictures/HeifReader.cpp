@@ -14,7 +14,7 @@ using Context = std::unique_ptr<heif_context, decltype(&heif_context_free)>;
 using Handle = std::unique_ptr<const heif_image_handle, decltype(&heif_image_handle_release)>;
 using Image = std::shared_ptr<heif_image>;
 
-/// libheif counts the bytes of an image in 32 bits with a sign. Parts of a file can tell other
+/// libheif counts the bytes of an image in 32 bits with a sign. Parts of a file can state other
 /// sizes than the whole, and of them it only limits the sides.
 constexpr int longestSide = 23'000;
 

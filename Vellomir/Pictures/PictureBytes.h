@@ -20,7 +20,7 @@ public:
 /// Throws a `PictureFault` if a picture of this size has more pixels than `most`.
 void requirePixels(std::uint64_t width, std::uint64_t height, std::uint64_t most);
 
-/// The bytes of a picture's file. Whatever lies behind their end throws a `PictureFault`. It owns
+/// The bytes of a picture's file. Reading behind their end throws a `PictureFault`. It owns
 /// nothing.
 class PictureBytes {
 public:

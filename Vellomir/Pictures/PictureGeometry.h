@@ -4,10 +4,10 @@
 
 namespace vellomir {
 
-/// The bitmap as it is to be displayed. The same pixels if it stands upright already.
+/// The bitmap as it is to be displayed. The same pixels if it is upright already.
 [[nodiscard]] Bitmap upright(const Bitmap &bitmap, Orientation orientation);
 
-/// A part of the bitmap, which shares its pixels. It must lie within.
+/// A part of the bitmap, which shares its pixels. It must be within.
 [[nodiscard]] Bitmap cropped(const Bitmap &bitmap, int x, int y, int width, int height);
 
 /// The bitmap in small, for a preview: not larger than `maximumSide` in either direction, in the

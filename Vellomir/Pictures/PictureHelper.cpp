@@ -14,7 +14,7 @@ namespace {
 namespace fs = std::filesystem;
 
 /// Beside the folder of the program, as it is built and as it is installed; the programs of the
-/// tests lie one folder deeper.
+/// tests are one folder deeper.
 std::array<fs::path, 2> places() {
     std::error_code ignored;
     const fs::path program = fs::read_symlink("/proc/self/exe", ignored);

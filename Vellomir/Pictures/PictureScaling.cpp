@@ -18,7 +18,7 @@ void add(Sums &sums, const Sums &more, std::uint64_t weight) {
         sums[channel] += more[channel] * weight;
 }
 
-/// Goes along `from` pieces that shall become `to` larger ones, and divides those which lie across
+/// Goes along `from` pieces that shall become `to` larger ones, and divides those which are across
 /// a border. Lengths are in fractions of a piece: a piece is `to` long, a larger one `from`.
 class Division {
 public:

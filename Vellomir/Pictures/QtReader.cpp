@@ -62,7 +62,7 @@ QImage::Format format(bool isDeep, bool hasAlpha) {
     return hasAlpha ? QImage::Format_RGBA8888 : QImage::Format_RGBX8888;
 }
 
-/// The bitmap keeps the image's memory; of an image that nobody else has, no second one is made.
+/// The bitmap keeps the image's memory; an image with a single owner is not copied.
 Bitmap bitmap(QImage image) {
     const bool isDeep = image.depth() > 32 || image.format() == QImage::Format_Grayscale16;
     const bool hasAlpha = image.hasAlphaChannel();

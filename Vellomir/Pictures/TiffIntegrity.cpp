@@ -39,7 +39,7 @@ std::optional<std::uint64_t> expansion(std::uint64_t method) {
     }
 }
 
-/// Of all strips or tiles, each of which must lie in the file.
+/// Of all strips or tiles, each of which must be in the file.
 std::uint64_t dataSize(const PictureBytes &file, const TiffNumbers &offsets,
                        const TiffNumbers &sizes) {
     std::uint64_t total = 0;

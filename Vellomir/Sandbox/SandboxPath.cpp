@@ -8,7 +8,7 @@
 namespace vellomir {
 namespace {
 
-/// Cuts the folder off the path if the path lies below it.
+/// Cuts the folder off the path if the path is below it.
 bool removeFolder(std::string_view &path, std::string_view folder) {
     if (!path.starts_with(folder))
         return false;

@@ -30,7 +30,7 @@ struct CodedImage {
 /// Takes the only image out of a file that `heic` made.
 [[nodiscard]] CodedImage codedImage(const std::string &file);
 
-/// Changes the size that the coded data tells, and leaves the rest.
+/// Changes the size in the coded data only.
 void claimSize(CodedImage &image, unsigned width, unsigned height);
 
 /// An item of a file made by hand.

@@ -136,7 +136,7 @@ TEST_F(Heic, TilesMakeOnePicture) {
 
 // --- Turning ----------------------------------------------------------------------------------
 
-TEST_F(Heic, EveryOrientationStandsUpright) {
+TEST_F(Heic, EveryOrientationBecomesUpright) {
     const std::array<std::string, 8> upright = {"rgbw", "grwb", "wbgr", "bwrg",
                                                 "rbgw", "brwg", "wgbr", "gwrb"};
     for (int value = 1; value <= 8; ++value) {
@@ -163,7 +163,7 @@ TEST_F(Heic, PropertiesTurnInTheirOrder) {
     EXPECT_EQ(turned({mirror(1), rotation(1)}), "rbgw");
 }
 
-TEST_F(Heic, WhatExifSaysTurnsNothing) {
+TEST_F(Heic, ExifOrientationIsIgnored) {
     const std::string exif =
         std::string("Exif\0\0MM\0*\0\0\0\x08\0\x01\x01\x12\0\x03\0\0\0\x01\0", 25) + '\6' +
         std::string(6, '\0');
@@ -176,7 +176,7 @@ TEST_F(Heic, WhatExifSaysTurnsNothing) {
 
 // --- What is refused ----------------------------------------------------------------------------
 
-TEST_F(Heic, CutShortAnywhereIsRefused) {
+TEST_F(Heic, TruncatedFilesAreRefused) {
     const std::string whole = heic(colorful(64, 64, QImage::Format_RGBA8888));
     EXPECT_EQ(refusal(whole), "");
     for (std::size_t size = 0; size < whole.size(); size += size < 1000 ? 61 : 1021)
@@ -184,7 +184,7 @@ TEST_F(Heic, CutShortAnywhereIsRefused) {
     EXPECT_THAT(refusal(whole.substr(0, whole.size() - 1)), HasSubstr("damaged or cut short"));
 }
 
-TEST_F(Heic, DamagedIsRefusedOrReadButNeverMore) {
+TEST_F(Heic, DamagedFilesDoNotCrash) {
     const std::string whole = heic(quarters());
     for (std::size_t index = 0; index < whole.size(); index += 7) {
         std::string damaged = whole;
@@ -193,7 +193,7 @@ TEST_F(Heic, DamagedIsRefusedOrReadButNeverMore) {
     }
 }
 
-TEST_F(Heic, TheBrandsDecide) {
+TEST_F(Heic, FormatIsDetectedByBrands) {
     const CodedImage coded = codedImage(heic(quarters()));
     const auto branded = [&coded](const std::string &brands) {
         return heifFile({{"hvc1", coded.data, {coded.configuration, extentBox(32, 16)}, {}}},
@@ -206,7 +206,7 @@ TEST_F(Heic, TheBrandsDecide) {
         EXPECT_THAT(refusal(branded(brands)), HasSubstr("no picture of a known kind")) << brands;
 }
 
-TEST_F(Heic, ThatHoldsNothingThatCanBeDecodedIsRefused) {
+TEST_F(Heic, FileWithoutDecodablePictureIsRefused) {
     EXPECT_THAT(
         refusal(heifFile(
             {{"av01", "nothing", {box("av1C", "\x81\x20\x0C\x0A"), extentBox(32, 16)}, {}}})),
@@ -215,7 +215,7 @@ TEST_F(Heic, ThatHoldsNothingThatCanBeDecodedIsRefused) {
                 HasSubstr("picture"));
 }
 
-TEST_F(Heic, ATellingHugeSizeIsRefused) {
+TEST_F(Heic, HugeSizeIsRefused) {
     const CodedImage coded = codedImage(heic(quarters()));
     const auto sized = [&coded](unsigned width, unsigned height) {
         return heifFile(
@@ -233,7 +233,7 @@ std::size_t memoryOfChildren() {
     return static_cast<std::size_t>(usage.ru_maxrss) * 1024;
 }
 
-TEST_F(Heic, CodedSizeBeyondThatOfTheFileIsRefusedWithinTheMemoryOfTheFile) {
+TEST_F(Heic, CodedSizeAboveStatedSizeIsRefusedInLittleMemory) {
     if (!limitsMemory)
         GTEST_SKIP() << "sanitizers take more memory than any limit";
     CodedImage coded = codedImage(heic(colorful(64, 64, QImage::Format_RGB888)));
@@ -247,7 +247,7 @@ TEST_F(Heic, CodedSizeBeyondThatOfTheFileIsRefusedWithinTheMemoryOfTheFile) {
     EXPECT_LT(memoryOfChildren(), std::size_t{256} << 20U);
 }
 
-TEST_F(Heic, AGridBeyondWhatTheFileTellsIsRefused) {
+TEST_F(Heic, GridAboveStatedSizeIsRefused) {
     const CodedImage coded = codedImage(heic(quarters(64, 64)));
     EXPECT_NE(refusal(heifFile({
                   {"grid", test::gridData(1, 1, 60'000, 60'000), {extentBox(64, 64)}, {2}},

@@ -82,7 +82,7 @@ TEST_F(Helper, SuccessWithoutAResultIsAFault) {
     EXPECT_THAT(fault("/bin/true"), HasSubstr("the decoder gave no picture"));
 }
 
-TEST_F(Helper, NonsenseIsAFault) {
+TEST_F(Helper, InvalidOutputIsAFault) {
     EXPECT_THAT(fault(script("echo nonsense >&4")), HasSubstr("the decoder gave no picture"));
     EXPECT_THAT(fault(script("head -c 100000 /dev/urandom >&4")),
                 HasSubstr("the decoder gave no picture"));
@@ -134,7 +134,7 @@ TEST_F(Helper, MissingProgramIsNamed) {
     }
 }
 
-TEST_F(Helper, WhatCannotBeExecutedIsMissing) {
+TEST_F(Helper, FileWithoutExecutePermissionIsMissing) {
     test::writeFile(folder_ / "text", "no program");
     fs::permissions(folder_ / "text", fs::perms::owner_all);
     EXPECT_THROW(static_cast<void>(fault((folder_ / "text").string())), Error);
@@ -152,7 +152,7 @@ TEST_F(Helper, CancellingEndsASleeper) {
     EXPECT_EQ(questions, 3);
 }
 
-TEST_F(Helper, HasNoDescriptorsButItsOwn) {
+TEST_F(Helper, InheritsNoDescriptors) {
     const FileDescriptor inherited(::open("/dev/null", O_RDONLY)); // without O_CLOEXEC
     EXPECT_THAT(fault(script("ls /proc/self/fd | wc -w >" + (folder_ / "count").string())),
                 HasSubstr("gave no picture"));
@@ -160,7 +160,7 @@ TEST_F(Helper, HasNoDescriptorsButItsOwn) {
     EXPECT_EQ(test::readFile(folder_ / "count"), "7\n");
 }
 
-TEST_F(Helper, HasNoEnvironmentButWhatLibrariesNeed) {
+TEST_F(Helper, EnvironmentHasOnlyVariablesOfLibraries) {
     ::setenv("VELLOMIR_SECRET", "secret", 1);
     ::setenv("QT_PLUGIN_PATH", "plugins", 1);
     static_cast<void>(fault(script("env >" + (folder_ / "environment").string())));
@@ -179,13 +179,13 @@ TEST_F(Helper, CannotGainPrivilegesOrLeaveCoreFiles) {
     EXPECT_EQ(test::readFile(folder_ / "status"), "NoNewPrivs:\t1\n0\n");
 }
 
-TEST_F(Helper, InterruptOfTheTerminalDoesNotReachIt) {
+TEST_F(Helper, IgnoresTerminalInterrupt) {
     static_cast<void>(
         fault(script("ps -o pgid= -p $$ | tr -d ' \\n' >" + (folder_ / "group").string())));
     EXPECT_NE(test::readFile(folder_ / "group"), std::to_string(::getpgrp()));
 }
 
-TEST_F(Helper, WorksWhereNobodyCollectsStatuses) {
+TEST_F(Helper, WorksWithIgnoredChildSignals) {
     void (*const before)(int) = std::signal(SIGCHLD, SIG_IGN);
     EXPECT_EQ(test::refusal(test::encoded(test::quarters(), "PNG")), "");
     EXPECT_THAT(fault("/bin/false"), HasSubstr("the decoder gave no picture"));

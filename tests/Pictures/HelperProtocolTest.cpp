@@ -49,7 +49,7 @@ std::string fault(const MappedMemory &memory) {
     }
 }
 
-TEST(HelperProtocol, BitmapsComeBackWithoutGaps) {
+TEST(HelperProtocol, BitmapsArriveWithoutGaps) {
     for (const bool isDeep : {false, true}) {
         const DecodedPicture before = picture(isDeep);
         const DecodedPicture after =
@@ -67,7 +67,7 @@ TEST(HelperProtocol, BitmapsComeBackWithoutGaps) {
     }
 }
 
-TEST(HelperProtocol, RefusalsComeBackWithTheirReason) {
+TEST(HelperProtocol, RefusalsArriveWithReason) {
     EXPECT_EQ(fault(memory([](int file) {
                   writeBitmap(file, picture(true)); // and then there was no room
                   writeRefusal(file, "The picture is\na bomb");
@@ -77,14 +77,14 @@ TEST(HelperProtocol, RefusalsComeBackWithTheirReason) {
               std::string(300, 'x'));
 }
 
-TEST(HelperProtocol, PngsComeBack) {
+TEST(HelperProtocol, PngsArrive) {
     const Bytes png(1000, std::byte{7});
     const auto sent = memory([&](int file) { writePng(file, png); });
     EXPECT_EQ(readPng(sent), png);
     EXPECT_THAT(fault(sent), HasSubstr("gave no picture"));
 }
 
-TEST(HelperProtocol, NumbersThatDoNotFitTheMemoryAreRefused) {
+TEST(HelperProtocol, SizesBeyondMemoryAreRefused) {
     constexpr std::size_t size = 4 * 2 * 3;
     const HelperRecord right{
         .kind = HelperRecord::Kind::bitmap, .width = 2, .height = 3, .orientation = 1};

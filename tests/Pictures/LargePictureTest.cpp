@@ -17,9 +17,9 @@ Bitmap hundredMegapixels(const char *format, int quality) {
     return decode(test::encoded(test::quarters(side, side), format, quality)).bitmap();
 }
 
-class AHundredMegapixels : public testing::TestWithParam<std::pair<const char *, int>> {};
+class LargePicture : public testing::TestWithParam<std::pair<const char *, int>> {};
 
-TEST_P(AHundredMegapixels, AreDecodedAndScaled) {
+TEST_P(LargePicture, HundredMegapixelsAreDecodedAndScaled) {
     const auto [format, quality] = GetParam();
     const Bitmap large = hundredMegapixels(format, quality);
     EXPECT_EQ(large.width, side);
@@ -31,7 +31,7 @@ TEST_P(AHundredMegapixels, AreDecodedAndScaled) {
     EXPECT_EQ(corners(preview), "rgbw");
 }
 
-INSTANTIATE_TEST_SUITE_P(Formats, AHundredMegapixels,
+INSTANTIATE_TEST_SUITE_P(Formats, LargePicture,
                          testing::Values(std::pair("JPEG", 90), std::pair("PNG", 80)),
                          [](const auto &format) { return std::string(format.param.first); });
 

@@ -111,7 +111,7 @@ struct Format {
     std::function<std::string(unsigned orientation)> file;
 };
 
-class TaggedFile : public testing::TestWithParam<Format> {
+class ExifOrientation : public testing::TestWithParam<Format> {
 protected:
     void SetUp() override {
         if (!QImageWriter::supportedImageFormats().contains(GetParam().qtName))
@@ -119,7 +119,7 @@ protected:
     }
 };
 
-TEST_P(TaggedFile, KeepsItsPixelsAndIsTurnedUprightAsPng) {
+TEST_P(ExifOrientation, PixelsStayAndPngIsUpright) {
     const std::array<std::string, 8> upright = {"rgbw", "grwb", "wbgr", "bwrg",
                                                 "rbgw", "brwg", "wgbr", "gwrb"};
     for (unsigned value = 1; value <= 8; ++value) {
@@ -134,7 +134,7 @@ TEST_P(TaggedFile, KeepsItsPixelsAndIsTurnedUprightAsPng) {
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    Formats, TaggedFile,
+    Formats, ExifOrientation,
     testing::Values(
         Format{"JPEG", "jpeg", [](unsigned value) { return jpeg(exif(value)); }},
         Format{"PNG", "png", [](unsigned value) { return png(exif(value)); }},
@@ -146,7 +146,7 @@ INSTANTIATE_TEST_SUITE_P(
         Format{"TIFF", "tiff", tiff}),
     [](const auto &format) { return std::string(format.param.name); });
 
-TEST(DamagedExif, SaysNothing) {
+TEST(DamagedExif, IsIgnored) {
     for (const std::string &data :
          {std::string(), std::string("II"), std::string(100, 'x'), exif(0), exif(9),
           exif(6).substr(0, 20), "MM" + number(42, 2, true) + number(0xFFFFFFF0, 4, true)}) {

@@ -62,7 +62,7 @@ std::string jpegBomb() {
     return jpegHeader(side, side) + jpegScan + "\xFF\xD9";
 }
 
-/// `screenSide` is that of the screen on which the picture lies.
+/// `screenSide` is that of the screen that holds the picture.
 std::string gif(std::uint32_t width, std::uint32_t height, const std::string &data,
                 std::uint32_t screenSide = 0) {
     const std::string size = number(width, 2) + number(height, 2);
@@ -139,15 +139,15 @@ struct Bomb {
     std::string file;
 };
 
-class AFewBytes : public testing::TestWithParam<Bomb> {};
+class SmallFile : public testing::TestWithParam<Bomb> {};
 
-TEST_P(AFewBytes, AreNoLargePicture) {
+TEST_P(SmallFile, IsNoLargePicture) {
     const std::string &file = GetParam().file;
     ASSERT_LT(file.size(), 200);
     EXPECT_THAT(refusal(file), HasSubstr("16000 × 16000 pixels, and its file cannot hold"));
 }
 
-INSTANTIATE_TEST_SUITE_P(Bombs, AFewBytes,
+INSTANTIATE_TEST_SUITE_P(Bombs, SmallFile,
                          testing::Values(Bomb{"PNG", pngBomb()}, Bomb{"JPEG", jpegBomb()},
                                          Bomb{"GIF", gifBomb()}, Bomb{"GIFScreen", gifScreenBomb()},
                                          Bomb{"BMP", bmpBomb()}, Bomb{"BMPOfRuns", runsBomb()},
@@ -157,19 +157,19 @@ INSTANTIATE_TEST_SUITE_P(Bombs, AFewBytes,
                                          Bomb{"TIFFDeflate", tiff(8, 20)}),
                          [](const auto &bomb) { return std::string(bomb.param.name); });
 
-TEST(TheMemory, IsBoundedByTheFilesSize) {
+TEST(PictureBomb, MemoryIsLimitedByFileSize) {
     EXPECT_EQ(pixelLimit(0), 16 << 20);
     EXPECT_EQ(pixelLimit(1000), (16 << 20) + 8'256'000);
     EXPECT_EQ(pixelLimit(1'000'000), maximumPixels);
     EXPECT_EQ(pixelLimit(std::size_t(-1)), maximumPixels);
 }
 
-TEST(TheMemory, IsBoundedWhereAFormatPacksAnyNumberOfPixels) {
+TEST(PictureBomb, MemoryIsLimitedForFormatsWithoutMaximumRatio) {
     EXPECT_EQ(fault(webpBomb()), "");
     EXPECT_THAT(refusal(webpBomb()), HasSubstr("pixels"));
 }
 
-TEST(TheTime, IsBoundedForPicturesOfManyPasses) {
+TEST(PictureBomb, TimeIsLimitedForManyPasses) {
     std::string file = jpegHeader(4000, 4000);
     for (int scan = 0; scan < 300; ++scan)
         file += jpegScan + std::string(200, 'x');
@@ -178,28 +178,28 @@ TEST(TheTime, IsBoundedForPicturesOfManyPasses) {
 
 // --- Cut short ----------------------------------------------------------------------------------
 
-class AWholePicture : public testing::TestWithParam<const char *> {
+class PictureIntegrity : public testing::TestWithParam<const char *> {
 protected:
     static std::string file() {
         return encoded(test::quarters(32, 16).convertToFormat(QImage::Format_RGB32), GetParam());
     }
 };
 
-TEST_P(AWholePicture, HasNoFault) {
+TEST_P(PictureIntegrity, CompletePictureIsAccepted) {
     if (!QImageWriter::supportedImageFormats().contains(QByteArray(GetParam()).toLower()))
         GTEST_SKIP() << "Qt cannot write this format here";
     EXPECT_EQ(fault(file()), "");
     EXPECT_EQ(test::corners(test::decode(file()).bitmap()), "rgbw");
 }
 
-TEST_P(AWholePicture, IsDamagedWithoutItsSecondHalf) {
+TEST_P(PictureIntegrity, HalfPictureIsRefused) {
     if (!QImageWriter::supportedImageFormats().contains(QByteArray(GetParam()).toLower()))
         GTEST_SKIP() << "Qt cannot write this format here";
     const std::string whole = file();
     EXPECT_THAT(fault(whole.substr(0, whole.size() / 2)), HasSubstr("damaged or cut short"));
 }
 
-TEST_P(AWholePicture, IsLookedAtWithoutACrashHoweverMuchIsMissing) {
+TEST_P(PictureIntegrity, AnyTruncationIsCheckedWithoutCrash) {
     if (!QImageWriter::supportedImageFormats().contains(QByteArray(GetParam()).toLower()))
         GTEST_SKIP() << "Qt cannot write this format here";
     const std::string whole = file();
@@ -207,32 +207,32 @@ TEST_P(AWholePicture, IsLookedAtWithoutACrashHoweverMuchIsMissing) {
         static_cast<void>(fault(whole.substr(0, size)));
 }
 
-INSTANTIATE_TEST_SUITE_P(Formats, AWholePicture,
+INSTANTIATE_TEST_SUITE_P(Formats, PictureIntegrity,
                          testing::Values("PNG", "JPEG", "BMP", "ICO", "TIFF", "WEBP"),
                          [](const auto &format) { return std::string(format.param); });
 
-TEST(AGif, IsWholeWithTheDataOfItsFirstPicture) {
+TEST(GifIntegrity, FirstPictureIsEnough) {
     const std::string whole = gif(4, 4, "\x84\x8F\xA9\xCB\xED");
     EXPECT_EQ(fault(whole), "");
     EXPECT_EQ(fault(whole.substr(0, whole.size() - 2)), "The picture is damaged or cut short");
 }
 
-TEST(AGif, MustNotLieFarFromTheScreensCorner) {
+TEST(GifIntegrity, DistantOffsetIsRefused) {
     std::string file = gif(4, 4, "\x84\x8F\xA9\xCB\xED");
     constexpr std::size_t place = 14; // behind the screen and the byte that introduces the picture
     file.replace(place, 4, number(16'000, 2) + number(16'000, 2));
     EXPECT_THAT(fault(file), HasSubstr("16004 × 16004 pixels"));
 }
 
-TEST(AGif, MayLieOnALargerScreen) {
+TEST(GifIntegrity, ScreenMayBeLarger) {
     EXPECT_EQ(fault(gif(4, 4, "\x84\x8F\xA9\xCB\xED", 4000)), "");
 }
 
-TEST(ABmp, OfRunsMayLeaveRowsOut) {
+TEST(BmpIntegrity, RunsMaySkipRows) {
     EXPECT_EQ(fault(bmp(bitmapHeader(640, 480, 8, 1), std::string("\0\x01", 2))), "");
 }
 
-TEST(ABmp, OfRunsIsWholeUpToItsEndOrItsLastPixel) {
+TEST(BmpIntegrity, RunsEndAtMarkerOrLastPixel) {
     const auto runs = [](int bits, int compression, const std::string &data) {
         return bmp(bitmapHeader(4, 2, bits, compression), data);
     };
@@ -249,13 +249,13 @@ TEST(ABmp, OfRunsIsWholeUpToItsEndOrItsLastPixel) {
         EXPECT_EQ(fault(runs(8, 1, row + rest)), "The picture is damaged or cut short");
 }
 
-TEST(ABmp, MayBeStoredFromTopToBottom) {
+TEST(BmpIntegrity, RowsMayBeTopDown) {
     const auto upsideDown = static_cast<std::uint32_t>(-2);
     EXPECT_EQ(fault(bmp(bitmapHeader(2, upsideDown, 24, 0), std::string(16, 'x'))), "");
     EXPECT_NE(fault(bmp(bitmapHeader(2, upsideDown, 24, 0), std::string(15, 'x'))), "");
 }
 
-TEST(ATiff, MayPackWithoutLimit) {
+TEST(TiffIntegrity, AnyRatioIsAccepted) {
     constexpr std::uint32_t fax = 4;
     EXPECT_EQ(fault(tiff(fax, 20)), "") << "a white row takes one bit, whatever its width";
     EXPECT_THAT(refusal(tiff(fax, 20)), HasSubstr("more pixels than its file can hold"));

@@ -57,7 +57,7 @@ std::pair<int, int> size(const Bitmap &bitmap) {
     return {bitmap.width, bitmap.height};
 }
 
-TEST(ScaledToFit, AUniformColourStays) {
+TEST(ScaledToFit, UniformColourStays) {
     for (const int side : {1, 2, 3, 5, 7, 36, 37})
         for (const auto value : std::vector<std::uint8_t>{0, 1, 127, 255})
             EXPECT_THAT(pixels(scaledToFit(uniform(37, 23, value), side)),
@@ -65,7 +65,7 @@ TEST(ScaledToFit, AUniformColourStays) {
                 << side;
 }
 
-TEST(ScaledToFit, ACheckerboardBecomesGrey) {
+TEST(ScaledToFit, CheckerboardBecomesGrey) {
     std::vector<std::uint8_t> values;
     for (int y = 0; y < 16; ++y)
         for (int x = 0; x < 16; ++x)
@@ -74,7 +74,7 @@ TEST(ScaledToFit, ACheckerboardBecomesGrey) {
         EXPECT_THAT(pixels(scaledToFit(shades(16, 16, values), side)), Each(Pixel{128, 128, 128}));
 }
 
-TEST(ScaledToFit, APixelAcrossABorderCountsOnBothSides) {
+TEST(ScaledToFit, PixelOnBorderCountsOnBothSides) {
     EXPECT_THAT(reds(scaledToFit(shades(3, 1, {0, 90, 240}), 2)), ElementsAre(30, 190));
     EXPECT_THAT(reds(scaledToFit(shades(1, 3, {0, 90, 240}), 2)), ElementsAre(30, 190));
     EXPECT_THAT(reds(scaledToFit(shades(5, 1, {10, 20, 30, 40, 50}), 3)), ElementsAre(14, 30, 46));
@@ -83,12 +83,12 @@ TEST(ScaledToFit, APixelAcrossABorderCountsOnBothSides) {
                 ElementsAre(10, 10, 10, 50));
 }
 
-TEST(ScaledToFit, ChannelsStayApart) {
+TEST(ScaledToFit, ChannelsAreIndependent) {
     const Bitmap two = made<std::uint8_t>(2, 1, true, {10, 20, 30, 255, 30, 40, 50, 255});
     EXPECT_THAT(pixels(scaledToFit(two, 1)), ElementsAre(Pixel{20, 30, 40, 255}));
 }
 
-TEST(ScaledToFit, TheLongerSideFitsAndTheOtherFollows) {
+TEST(ScaledToFit, LongerSideFitsAndRatioStays) {
     EXPECT_EQ(size(scaledToFit(uniform(300, 200, 1), 150)), std::pair(150, 100));
     EXPECT_EQ(size(scaledToFit(uniform(200, 300, 1), 150)), std::pair(100, 150));
     EXPECT_EQ(size(scaledToFit(uniform(300, 299, 1), 100)), std::pair(100, 100));
@@ -98,14 +98,14 @@ TEST(ScaledToFit, TheLongerSideFitsAndTheOtherFollows) {
     EXPECT_EQ(size(scaledToFit(uniform(50, 40, 1), 0)), std::pair(1, 1));
 }
 
-TEST(ScaledToFit, WhatIsSmallEnoughIsLeftAsItIs) {
+TEST(ScaledToFit, SmallPictureIsUnchanged) {
     const Bitmap small = uniform(40, 30, 5);
     EXPECT_EQ(scaledToFit(small, 40), small);
     EXPECT_EQ(scaledToFit(small, 1000), small);
     EXPECT_EQ(scaledToFit(Bitmap(), 10), Bitmap());
 }
 
-TEST(ScaledToFit, AColumnOfOnePixelIsAveragedToo) {
+TEST(ScaledToFit, ColumnOfOnePixelIsAveraged) {
     EXPECT_THAT(reds(scaledToFit(shades(1, 4, {10, 20, 30, 40}), 2)), ElementsAre(15, 35));
     EXPECT_THAT(reds(scaledToFit(shades(4, 1, {10, 20, 30, 40}), 2)), ElementsAre(15, 35));
 }
@@ -124,7 +124,7 @@ TEST(ScaledToFit, SixteenBitsBecomeEight) {
     EXPECT_THAT(pixels(scaledToFit(clear, 1)), ElementsAre(Pixel{128, 128, 128, 128}));
 }
 
-TEST(ScaledToFit, TransparentPixelsCountAsMuchAsTheyShow) {
+TEST(ScaledToFit, PixelsAreWeightedByAlpha) {
     const Bitmap hidden = made<std::uint8_t>(2, 1, true, {200, 100, 50, 255, 0, 255, 0, 0});
     EXPECT_THAT(pixels(scaledToFit(hidden, 1)), ElementsAre(Pixel{200, 100, 50, 128}));
     const Bitmap faint = made<std::uint8_t>(2, 1, true, {0, 0, 0, 50, 240, 240, 240, 150});
@@ -133,7 +133,7 @@ TEST(ScaledToFit, TransparentPixelsCountAsMuchAsTheyShow) {
     EXPECT_THAT(pixels(scaledToFit(empty, 1)), ElementsAre(Pixel{0, 0, 0, 0}));
 }
 
-TEST(ScaledToFit, WithoutAlphaTheFourthChannelSaysNothing) {
+TEST(ScaledToFit, FourthChannelIsIgnoredWithoutAlpha) {
     const Bitmap scaled = scaledToFit(uniform(4, 4, 8), 2);
     EXPECT_FALSE(scaled.hasAlpha);
     EXPECT_EQ(std::to_integer<unsigned>(scaled.pixels.get()[3]), 255);

@@ -29,38 +29,6 @@ using testing::HasSubstr;
 
 namespace {
 
-/// A bitmap whose pixels count from 1 on, row by row, in the red channel.
-Bitmap numbered(int width, int height) {
-    const auto bytes = std::make_shared<std::vector<std::byte>>();
-    for (int number = 1; number <= width * height; ++number)
-        bytes->insert(bytes->end(),
-                      {static_cast<std::byte>(number), std::byte{0}, std::byte{0}, std::byte{255}});
-    return {.width = width,
-            .height = height,
-            .bytesPerRow = static_cast<std::size_t>(width) * 4,
-            .pixels = {bytes, bytes->data()}};
-}
-
-std::vector<unsigned> numbers(const Bitmap &bitmap) {
-    std::vector<unsigned> all;
-    for (const Pixel &each : pixels(bitmap))
-        all.push_back(each[0]);
-    return all;
-}
-
-/// So large and empty that nobody would hold it in memory.
-Picture sized(int width, int height) {
-    static const std::byte nothing{};
-    return Picture({.width = width,
-                    .height = height,
-                    .bytesPerRow = static_cast<std::size_t>(width) * 4,
-                    .pixels = {std::shared_ptr<void>(), &nothing}});
-}
-
-std::ptrdiff_t startOf(const Picture &part, const Picture &whole) {
-    return part.bitmap().pixels.get() - whole.bitmap().pixels.get();
-}
-
 // --- PNG by hand ------------------------------------------------------------------------------
 
 std::string bigEndian(std::uint32_t value) {
@@ -130,75 +98,6 @@ std::string withOrientation(const std::string &jpeg, char orientation) {
     return jpeg.substr(0, 2) + "\xFF\xE1" + '\0' + size + exif + jpeg.substr(2);
 }
 
-// --- Cropping ---------------------------------------------------------------------------------
-
-TEST(Cropping, TakesTheCentredSquare) {
-    const Picture wide = sized(3000, 2000);
-    const Picture square = cropImageToSquare(wide);
-    EXPECT_EQ(square.bitmap().width, 2000);
-    EXPECT_EQ(square.bitmap().height, 2000);
-    EXPECT_EQ(startOf(square, wide), 500 * 4);
-
-    const Picture high = sized(2000, 3000);
-    const Picture other = cropImageToSquare(high);
-    EXPECT_EQ(other.bitmap().width, 2000);
-    EXPECT_EQ(other.bitmap().height, 2000);
-    EXPECT_EQ(startOf(other, high), 500 * 2000 * 4);
-}
-
-TEST(Cropping, LeavesASquareAsItIs) {
-    const Picture square = sized(1024, 1024);
-    EXPECT_EQ(cropImageToSquare(square), square);
-}
-
-TEST(Cropping, StartsBeforeHalfAPixel) {
-    EXPECT_THAT(numbers(cropImageToSquare(Picture(numbered(4, 1))).bitmap()), ElementsAre(2));
-    EXPECT_THAT(numbers(cropImageToSquare(Picture(numbered(5, 2))).bitmap()),
-                ElementsAre(2, 3, 7, 8));
-    EXPECT_THAT(numbers(cropImageToSquare(Picture(numbered(2, 5))).bitmap()),
-                ElementsAre(3, 4, 5, 6));
-}
-
-TEST(Cropping, KeepsScaleAndOrientationAndCutsStoredPixels) {
-    const Picture turned(numbered(3, 1), 2.5, Orientation::right);
-    const Picture square = cropImageToSquare(turned);
-    EXPECT_EQ(square.scale(), 2.5);
-    EXPECT_EQ(square.orientation(), Orientation::right);
-    EXPECT_THAT(numbers(square.bitmap()), ElementsAre(2));
-}
-
-TEST(Cropping, MayOutliveThePictureItWasCutFrom) {
-    auto whole = std::make_unique<Picture>(numbered(3, 1));
-    const Picture square = cropImageToSquare(*whole);
-    whole.reset();
-    EXPECT_THAT(numbers(square.bitmap()), ElementsAre(2));
-}
-
-TEST(CroppingDeathTest, APictureWithoutABitmapEndsTheProgram) {
-    EXPECT_DEATH(static_cast<void>(cropImageToSquare(Picture())), "without a bitmap");
-}
-
-// --- Turning ----------------------------------------------------------------------------------
-
-TEST(Turning, EveryOrientationStandsUpright) {
-    // 1 2 3
-    // 4 5 6
-    const Bitmap stored = numbered(3, 2);
-    const auto turned = [&](Orientation orientation) {
-        return numbers(upright(stored, orientation));
-    };
-    EXPECT_THAT(turned(Orientation::up), ElementsAre(1, 2, 3, 4, 5, 6));
-    EXPECT_THAT(turned(Orientation::upMirrored), ElementsAre(3, 2, 1, 6, 5, 4));
-    EXPECT_THAT(turned(Orientation::down), ElementsAre(6, 5, 4, 3, 2, 1));
-    EXPECT_THAT(turned(Orientation::downMirrored), ElementsAre(4, 5, 6, 1, 2, 3));
-    EXPECT_THAT(turned(Orientation::leftMirrored), ElementsAre(1, 4, 2, 5, 3, 6));
-    EXPECT_THAT(turned(Orientation::right), ElementsAre(4, 1, 5, 2, 6, 3));
-    EXPECT_THAT(turned(Orientation::rightMirrored), ElementsAre(6, 3, 5, 2, 4, 1));
-    EXPECT_THAT(turned(Orientation::left), ElementsAre(3, 6, 2, 5, 1, 4));
-    EXPECT_EQ(upright(stored, Orientation::right).width, 2);
-    EXPECT_EQ(upright(stored, Orientation::right).height, 3);
-}
-
 // --- Reading ----------------------------------------------------------------------------------
 
 TEST(Png, PixelsAndAlphaAreAsStored) {
@@ -242,7 +141,7 @@ TEST(Png, ShadesAndPalettesBecomeColours) {
         ElementsAre(Pixel{1, 2, 3, 128}, Pixel{4, 5, 6, 255}));
 }
 
-TEST(Jpeg, TheOrientationIsKeptBesideTheStoredPixels) {
+TEST(Jpeg, OrientationIsReadAndPixelsStayAsStored) {
     const std::string jpeg = encoded(quarters(), "JPEG");
     EXPECT_EQ(decode(jpeg).orientation(), Orientation::up);
     // Upright, by where EXIF says that the first row and the first column belong.
@@ -262,7 +161,7 @@ TEST(Jpeg, TheOrientationIsKeptBesideTheStoredPixels) {
     }
 }
 
-TEST(WebP, IsReadWithItsAlpha) {
+TEST(WebP, AlphaIsRead) {
     if (!QImageWriter::supportedImageFormats().contains("webp"))
         GTEST_SKIP() << "this system knows no WebP";
     QImage image(2, 1, QImage::Format_ARGB32);
@@ -273,7 +172,7 @@ TEST(WebP, IsReadWithItsAlpha) {
                 ElementsAre(Pixel{10, 20, 30, 255}, Pixel{200, 100, 50, 128}));
 }
 
-TEST(WebP, WithoutLossIsReadPixelByPixel) {
+TEST(WebP, LosslessPixelsAreExact) {
     if (!QImageWriter::supportedImageFormats().contains("webp"))
         GTEST_SKIP() << "this system knows no WebP";
     QImage image(61, 43, QImage::Format_ARGB32);
@@ -292,12 +191,12 @@ TEST(WebP, WithoutLossIsReadPixelByPixel) {
     EXPECT_EQ(pixels(picture.bitmap()), expected);
 }
 
-TEST(OtherFormats, AreReadToo) {
+TEST(OtherFormats, BmpAndIcoAreRead) {
     for (const char *format : {"BMP", "ICO"})
         EXPECT_EQ(corners(decode(encoded(quarters(), format)).bitmap()), "rgbw") << format;
 }
 
-TEST(AFile, IsReadByItsContentWhateverItsName) {
+TEST(PictureFile, FormatIsDetectedByContent) {
     const test::TemporaryFolder folder;
     test::writeFile(folder / "photo.png", encoded(quarters(), "JPEG"));
     test::writeFile(folder / "photo", png(1, 8, gray, "\x07"));
@@ -305,7 +204,7 @@ TEST(AFile, IsReadByItsContentWhateverItsName) {
     EXPECT_EQ(Picture::read(folder.url("photo")).bitmap().width, 1);
 }
 
-TEST(AFile, ThatIsNoneIsRefusedByItsName) {
+TEST(PictureFile, ErrorsNameFile) {
     const test::TemporaryFolder folder;
     ASSERT_EQ(::mkfifo((folder / "pipe").c_str(), 0600), 0);
     std::filesystem::create_directory(folder / "folder");
@@ -321,7 +220,7 @@ TEST(AFile, ThatIsNoneIsRefusedByItsName) {
     }
 }
 
-TEST(WhatIsNoPicture, IsRefused) {
+TEST(InvalidPictures, OtherFormatsAreRefused) {
     for (const char *text :
          {"", "x", "Dear Sir or Madam",
           "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"9\" height=\"9\"/>", "%PDF-1.4",
@@ -335,7 +234,7 @@ TEST(WhatIsNoPicture, IsRefused) {
     EXPECT_THAT(refusal(emptyZip), HasSubstr("no picture of a known kind"));
 }
 
-TEST(WhatIsCutShort, IsRefused) {
+TEST(InvalidPictures, TruncatedFilesAreRefused) {
     std::vector<std::string> whole = {encoded(quarters(), "PNG"), encoded(quarters(), "JPEG"),
                                       encoded(quarters(), "JPEG", 5)};
     if (QImageWriter::supportedImageFormats().contains("webp"))
@@ -349,7 +248,7 @@ TEST(WhatIsCutShort, IsRefused) {
     EXPECT_NE(refusalHere(jpeg.substr(0, jpeg.size() - 2)), "") << "only the end marker is missing";
 }
 
-TEST(WhatIsDamaged, IsRefusedOrReadButNeverMore) {
+TEST(InvalidPictures, DamagedFilesDoNotCrash) {
     const std::string whole = encoded(quarters(), "PNG");
     for (std::size_t index = 8; index < whole.size(); ++index) {
         std::string damaged = whole;
@@ -358,7 +257,7 @@ TEST(WhatIsDamaged, IsRefusedOrReadButNeverMore) {
     }
 }
 
-TEST(Size, AHundredMegapixelsAreReadAndFarMoreAreNot) {
+TEST(PictureSize, HundredMegapixelsAreReadAndTenGigapixelsRefused) {
     constexpr std::uint32_t side = 10'000;
     std::string rows;
     rows.assign(std::size_t{side} * (1 + side / 8), '\0');
@@ -387,20 +286,14 @@ TEST(PngData, KeepsPixelsAndAlpha) {
     }
 }
 
-TEST(PngData, TurnsDeepPicturesToo) {
+TEST(PngData, TurnsPicturesOfSixteenBits) {
     const Bitmap deep = decode(png(2, 16, gray, "\x12\x34\x56\x78")).bitmap();
     const Picture after = decode(std::string(Picture(deep, 1, Orientation::down).pngData().text()));
     EXPECT_THAT(pixels(after.bitmap()),
                 ElementsAre(Pixel{0x5678, 0x5678, 0x5678}, Pixel{0x1234, 0x1234, 0x1234}));
 }
 
-TEST(PngData, OfACroppedPictureHoldsThePartOnly) {
-    const Picture square = cropImageToSquare(Picture(numbered(4, 2)));
-    EXPECT_THAT(numbers(decode(std::string(square.pngData().text())).bitmap()),
-                ElementsAre(2, 3, 6, 7));
-}
-
-TEST(PngData, HasNothingButThePicture) {
+TEST(PngData, HasNoMetadata) {
     const std::string profile = QColorSpace(QColorSpace::DisplayP3).iccProfile().toStdString();
     const std::string more = chunk("gAMA", bigEndian(45455)) +
                              chunk("iCCP", std::string("p3\0\0", 4) + deflated(profile)) +
@@ -414,22 +307,13 @@ TEST(PngData, HasNothingButThePicture) {
               "IHDR IDAT IEND");
 }
 
-TEST(PngData, OfAPictureWithoutABitmapThrows) {
+TEST(PngData, PictureWithoutBitmapThrows) {
     try {
         static_cast<void>(Picture().pngData());
         ADD_FAILURE();
     } catch (const Error &error) {
         EXPECT_EQ(error.code(), PictureError::unwritablePicture);
     }
-}
-
-TEST(Pictures, AreEqualWhenTheyShareTheirPixels) {
-    const Picture one(numbered(2, 2));
-    const Picture copy = one; // NOLINT(*unnecessary-copy*): what is tested
-    EXPECT_EQ(one, copy);
-    EXPECT_NE(one, Picture(numbered(2, 2)));
-    EXPECT_NE(one, Picture(one.bitmap(), 2));
-    EXPECT_NE(one, Picture(one.bitmap(), 1, Orientation::down));
 }
 
 } // namespace

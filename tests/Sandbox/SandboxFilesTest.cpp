@@ -1,13 +1,10 @@
-#include "Vellomir/Sandbox/SandboxFiles.h"
-#include "Vellomir/Sandbox/Sandbox.h"
 #include "archive/Archive.h"
+#include "tests/Sandbox/SandboxFixture.h"
 #include "tests/support/FileSizeLimit.h"
 #include "tests/support/Random.h"
-#include "tests/support/TemporaryFolder.h"
 #include "tests/support/Umask.h"
 
 #include <fcntl.h>
-#include <gmock/gmock.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -18,47 +15,11 @@ using archive::Progress;
 using archive::URL;
 using testing::ElementsAre;
 using testing::HasSubstr;
-using testing::UnorderedElementsAre;
 namespace fs = std::filesystem;
 
 namespace {
 
-class SandboxFilesTest : public testing::Test {
-protected:
-    SandboxFilesTest() {
-        test::writeFile(folder_ / "outside/secret.txt", "secret");
-        fs::create_directories(folder_ / "box/in/side");
-        test::writeFile(folder_ / "box/in/a.txt", "a");
-    }
-
-    [[nodiscard]] fs::path box(const std::string &path) const { return folder_ / "box" / path; }
-    [[nodiscard]] URL url(const std::string &path) const { return URL::file(box(path).string()); }
-    void link(const std::string &path, const std::string &target) const {
-        fs::create_symlink(target, box(path));
-    }
-    [[nodiscard]] std::string outside(const std::string &name = "") const {
-        return folder_ / "outside" / name;
-    }
-
-    static Data bytes(std::string_view text) { return Data(text); }
-
-    /// The code of the error that the action must throw; all name the path.
-    template <class Action>
-    static std::error_code errorOf(Action action) {
-        try {
-            action();
-        } catch (const Error &error) {
-            EXPECT_THAT(error.what(), HasSubstr(error.path()));
-            EXPECT_NE(error.path(), "");
-            return error.code();
-        }
-        return {};
-    }
-
-    test::TemporaryFolder folder_;
-    Sandbox sandbox_{folder_.url("box")};
-    SandboxFiles files_{sandbox_.root()};
-};
+using SandboxFilesTest = test::SandboxFixture;
 
 // --- The sandbox itself -----------------------------------------------------------------------
 
@@ -302,100 +263,6 @@ TEST_F(SandboxFilesTest, FailedCopyIsRemoved) {
     EXPECT_FALSE(fs::exists(box("copy")));
 }
 
-// --- Moving -----------------------------------------------------------------------------------
-
-TEST_F(SandboxFilesTest, FolderMovesWithContents) {
-    files_.createFolder(url("to"));
-    files_.move(url("in"), url("to/here"));
-    EXPECT_EQ(test::readFile(box("to/here/a.txt")), "a");
-    EXPECT_FALSE(fs::exists(box("in")));
-}
-
-TEST_F(SandboxFilesTest, MoveOverwritesNothing) {
-    files_.createFolder(url("empty"));
-    EXPECT_EQ(errorOf([&] { files_.move(url("in"), url("empty")); }),
-              FileError::fileWriteFileExists);
-    EXPECT_EQ(errorOf([&] { files_.move(url("none"), url("new")); }),
-              FileError::fileReadNoSuchFile);
-    EXPECT_NE(errorOf([&] { files_.move(url("in"), url("none/new")); }), std::error_code());
-    EXPECT_EQ(test::readFile(box("in/a.txt")), "a");
-}
-
-TEST_F(SandboxFilesTest, LinkIsMovedItself) {
-    link("alias", outside());
-    files_.move(url("alias"), url("in/alias"));
-    EXPECT_EQ(fs::read_symlink(box("in/alias")), outside());
-}
-
-TEST_F(SandboxFilesTest, ReadOnlyFolderMovesAndKeepsMode) {
-    files_.createFolder(url("from/packed/deep"));
-    files_.createFolder(url("to"));
-    ::chmod(box("from/packed").c_str(), 0555);
-    ::chmod(box("from").c_str(), 0555);
-    files_.move(url("from/packed"), url("to/packed"));
-    EXPECT_EQ(fs::status(box("to/packed")).permissions(), fs::perms(0555));
-    EXPECT_EQ(fs::status(box("from")).permissions(), fs::perms(0555));
-    EXPECT_TRUE(fs::exists(box("to/packed/deep")));
-}
-
-// --- Trees ------------------------------------------------------------------------------------
-
-TEST_F(SandboxFilesTest, RemovalDoesNotFollowLinks) {
-    link("in/alias", outside());
-    link("in/side/file", outside("secret.txt"));
-    files_.remove(url("in"));
-    EXPECT_FALSE(fs::exists(box("in")));
-    EXPECT_EQ(test::readFile(outside("secret.txt")), "secret");
-}
-
-TEST_F(SandboxFilesTest, RemovedLinkKeepsItsFolder) {
-    link("alias", "in");
-    files_.remove(url("alias"));
-    EXPECT_EQ(test::readFile(box("in/a.txt")), "a");
-    EXPECT_FALSE(fs::is_symlink(box("alias")));
-}
-
-TEST_F(SandboxFilesTest, FoldersWithoutPermissionsAreRemoved) {
-    for (const mode_t mode : {0U, 0400U, 0500U, 0100U, 0200U}) {
-        test::writeFile(box("tree/a/b/c.txt"), "c");
-        for (const char *path : {"tree/a/b", "tree/a", "tree"})
-            ::chmod(box(path).c_str(), mode);
-        EXPECT_NO_THROW(files_.remove(url("tree"))) << std::oct << mode;
-        EXPECT_FALSE(fs::exists(box("tree"))) << std::oct << mode;
-    }
-}
-
-TEST_F(SandboxFilesTest, RemovingMissingItemFailsUnlessAllowed) {
-    EXPECT_EQ(errorOf([&] { files_.remove(url("none")); }), FileError::fileReadNoSuchFile);
-    EXPECT_NO_THROW(files_.removeIfThere(url("none")));
-    EXPECT_NO_THROW(files_.removeIfThere(url("none/below")));
-    EXPECT_NO_THROW(files_.removeIfThere(url("in/a.txt/below")));
-    link("dangling", "nowhere");
-    files_.removeIfThere(url("dangling"));
-    EXPECT_FALSE(fs::is_symlink(box("dangling")));
-}
-
-/// Deeper than paths may be long and than a process may have files open.
-TEST_F(SandboxFilesTest, TreesMayBeOfAnyDepth) {
-    constexpr int depth = 5000;
-    int folder = ::open(box("in").c_str(), O_DIRECTORY | O_RDONLY);
-    for (int index = 0; index < depth; ++index) {
-        ASSERT_EQ(::mkdirat(folder, "d", 0700), 0);
-        const int next = ::openat(folder, "d", O_DIRECTORY | O_RDONLY);
-        ::close(folder);
-        folder = next;
-    }
-    ASSERT_EQ(::mkdirat(folder, "last", 0700), 0);
-    ::close(folder);
-    const auto found = files_.findFirst(
-        url("in"), [](const URL &item) { return item.lastPathComponent() == "last"; });
-    ASSERT_TRUE(found);
-    EXPECT_EQ(found->path().size(), box("in").string().size() + 2 * depth + 5);
-    EXPECT_NO_THROW(files_.requireItem(*found));
-    files_.remove(url("in"));
-    EXPECT_FALSE(fs::exists(box("in")));
-}
-
 TEST_F(SandboxFilesTest, UmaskDoesNotChangeModes) {
     const auto modeOf = [this](const char *name) {
         return static_cast<unsigned>(fs::status(box(name)).permissions());
@@ -412,50 +279,6 @@ TEST_F(SandboxFilesTest, UmaskDoesNotChangeModes) {
         }
         EXPECT_EQ(test::readFile(box("new")), "2");
     }
-}
-
-TEST_F(SandboxFilesTest, ChildrenAreDirectOnly) {
-    link("in/alias", "side");
-    const auto children = files_.children(url("in"));
-    EXPECT_THAT(children, UnorderedElementsAre(url("in/a.txt"), url("in/alias"),
-                                               URL::folder(box("in/side").string())));
-    EXPECT_EQ(errorOf([&] { static_cast<void>(files_.children(url("none"))); }),
-              FileError::fileReadNoSuchFile);
-}
-
-TEST_F(SandboxFilesTest, SearchReportsFolderFirstAndSkipsLinks) {
-    test::writeFile(box("tree/a/b/c.txt"), "c");
-    link("tree/a/loop", "..");
-    std::vector<std::string> found;
-    const auto start = box("tree").string().size() + 1;
-    EXPECT_FALSE(files_.findFirst(url("tree"), [&](const URL &item) {
-        found.push_back(item.path().substr(start));
-        return false;
-    }));
-    EXPECT_THAT(found, UnorderedElementsAre("a", "a/b", "a/b/c.txt", "a/loop"));
-    EXPECT_LT(std::find(found.begin(), found.end(), "a/b"),
-              std::find(found.begin(), found.end(), "a/b/c.txt"));
-}
-
-TEST_F(SandboxFilesTest, SearchEndsAtFirstMatch) {
-    test::writeFile(box("tree/a/b/c.txt"), "c");
-    int asked = 0;
-    const auto found = files_.findFirst(url("tree"), [&](const URL &) { return ++asked == 2; });
-    EXPECT_EQ(asked, 2);
-    EXPECT_EQ(*found, URL::folder(box("tree/a/b").string()));
-}
-
-TEST_F(SandboxFilesTest, SearchSkipsUnreadableFolders) {
-    if (::geteuid() == 0)
-        GTEST_SKIP() << "root may read everything";
-    test::writeFile(box("tree/closed/x"), "");
-    test::writeFile(box("tree/listed/x"), "");
-    test::writeFile(box("tree/open/x"), "");
-    ::chmod(box("tree/closed").c_str(), 0);
-    ::chmod(box("tree/listed").c_str(), 0400);
-    const auto found = files_.findFirst(
-        url("tree"), [](const URL &item) { return item.lastPathComponent() == "x"; });
-    EXPECT_EQ(*found, url("tree/open/x"));
 }
 
 } // namespace

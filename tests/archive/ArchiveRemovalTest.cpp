@@ -158,7 +158,8 @@ TEST_P(Removing, FailsWhereDataIsCutShort) {
     EXPECT_EQ(content(), before);
 }
 
-/// The directory may name its entries in another order than they lie, with room between them.
+/// The directory may name its entries in another order than that of their data, and data may have
+/// gaps.
 TEST_P(Removing, AcceptsAnyOrderAndGapsOfTheData) {
     auto entries = three;
     entries[0].trailer = "a gap that belongs to no entry";

@@ -107,7 +107,7 @@ TEST(DeflateSource, EndsAtTheFirstShortChunk) {
     Sink sink;
     const auto totals =
         process({Codec::Operation::encode, 1000, 100, false}, source.provider(), sink.consumer());
-    EXPECT_EQ(totals.sourceSize, 10U) << "so that the caller can tell";
+    EXPECT_EQ(totals.sourceSize, 10U) << "so that the caller sees it";
     EXPECT_EQ(totals.crc32, plain.crc32(0));
     EXPECT_EQ(inflated(sink.data()), plain);
 }

@@ -61,15 +61,6 @@ TEST(ErrorText, ErrorsWithoutFileNameTheOutput) {
     EXPECT_EQ(cli::whileWriting("/a/b", damaged).path(), "");
 }
 
-TEST(ErrorText, HiddenNamesAreOmitted) {
-    EXPECT_EQ(cli::withoutHiddenNames("No room: /a b/.vellomir-x1Y/0123abc: why (/c/.vellomir-9)"),
-              "No room: /a b: why (/c)");
-    EXPECT_EQ(cli::withoutHiddenNames("/a/.vellomir-"), "/a");
-    EXPECT_EQ(cli::withoutHiddenNames("/a/.vellomir/.vellomir-1-2"), "/a");
-    EXPECT_EQ(cli::withoutHiddenNames("/a/.vellomir"), "/a/.vellomir");
-    EXPECT_EQ(cli::withoutHiddenNames(""), "");
-}
-
 TEST(ErrorText, ErrorIsOneLineWithoutControlCharacters) {
     EXPECT_EQ(cli::errorLine("cannot read ü\n\x1b[2J\xff\xc2\x9b"),
               "vellomir-cli: cannot read ü\\x0a\\x1b[2J\\xff\\xc2\\x9b\n");

@@ -16,10 +16,11 @@ FindingValue number(std::uint64_t value) {
     return value;
 }
 
-TEST(FindingText, SaysExpectedAndFound) {
+/// Findings and their texts.
+std::vector<std::pair<Finding, std::string>> allCases() {
     const Date noon = Date::fromDateTime({0x5821, 0x6000});
     const Date later = Date::fromDateTime({0x5821, 0x6001});
-    const std::vector<std::pair<Finding, std::string>> cases = {
+    return {
         {{Kind::directoryIsDisplaced, {}, number(40), number(41)},
          "the directory lies 1 byte behind the place that the end record gives"},
         {{Kind::endRecordCountsDiffer, {}, number(2), number(1)},
@@ -63,7 +64,10 @@ TEST(FindingText, SaysExpectedAndFound) {
          "it is a link, but its target is longer than 4095 bytes"},
         {{Kind::linkTargetIsNotText}, "it is a link, but its target is not valid UTF-8 text"},
     };
-    for (const auto &[finding, text] : cases)
+}
+
+TEST(FindingText, SaysExpectedAndFound) {
+    for (const auto &[finding, text] : allCases())
         EXPECT_EQ(findingText(finding), text);
 }
 

@@ -22,7 +22,7 @@ MOVED = {"share-sheet-moved-in": "share-sheet", "about-sheet-moved-in": "about-s
 
 
 def sizeOf(picture):
-    """The size that the first chunk of a PNG tells."""
+    """The size in the first chunk of a PNG."""
     return struct.unpack(">4x4x2I", picture.read_bytes()[8:24])
 
 

@@ -1,4 +1,4 @@
-"""Standard output and standard error that are full, closed, read by nobody, or a terminal"""
+"""Standard output and standard error that are full, closed, without a reader, or a terminal"""
 import os
 import pty
 import subprocess

@@ -23,7 +23,7 @@ class JobCase(WindowCase):
         return window
 
     def has(self, pattern, number=1):
-        """Whether something of this name lies in the documents of a window."""
+        """Whether something of this name is in the documents of a window."""
         return any((self.data / f"{number}/Documents").glob(pattern))
 
     def duplicate(self, window):

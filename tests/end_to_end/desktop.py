@@ -71,7 +71,7 @@ class Desktop:
 
     def startWindowManager(self):
         self.run(["openbox", "--sm-disable"])
-        # It takes keys, such as Alt+F4, once it has told that it is there.
+        # It takes keys, such as Alt+F4, once it has announced itself.
         waitFor(lambda: self.do("get_num_desktops").returncode == 0, "the window manager")
 
     def run(self, command, **options):

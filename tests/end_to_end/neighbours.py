@@ -7,7 +7,7 @@ be written, not even a mode or a time, and no byte of the secrets there may be p
     VELLOMIR_CLI=build/release/bin/vellomir-cli python3 tests/end_to_end/neighbours.py --seconds 60
 
 What a command line names is looked up once. So the neighbour leaves the named folders alone until
-the command has begun to work in them, which the hidden folder shows; all that lies below is swapped
+the command has begun to work in them, which the hidden folder shows; everything below is swapped
 from the beginning.
 """
 import argparse

@@ -1,7 +1,7 @@
 """The window's program, driven as its users do
 
 The program's path comes in VELLOMIR. What it shows is recognised by its colours: the buttons have
-one that nothing else has, and lie below each other.
+one that nothing else has, and are below each other.
 """
 import fcntl
 import os
@@ -222,7 +222,7 @@ class WindowCase(Case):
                               env={name: value for name, value in environment.items() if value})
 
     def documents(self, number=1):
-        """What lies in the folder of a window."""
+        """The items in the folder of a window."""
         folder = self.data / str(number) / "Documents"
         return sorted(str(path.relative_to(folder)) for path in folder.rglob("*"))
 

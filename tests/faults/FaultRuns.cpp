@@ -127,6 +127,7 @@ void checkError(const Operation &operation, const std::exception &error, Call ca
     EXPECT_EQ(dynamic_cast<const std::bad_alloc *>(&error), nullptr);
     EXPECT_EQ(dynamic_cast<const fs::filesystem_error *>(&error), nullptr) << text;
     EXPECT_TRUE(holdsOneOf(text, operation.names)) << "names no file: " << text;
+    EXPECT_THAT(text, testing::Not(testing::HasSubstr("/.vellomir-"))) << "names a hidden item";
     const bool isInSentence = number == EACCES && text.find("may not be") != std::string::npos;
     if (!isInSentence && !contains(operation.maySayLess, call)) {
         EXPECT_THAT(text, testing::HasSubstr(std::generic_category().message(number)));

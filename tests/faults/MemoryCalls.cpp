@@ -50,7 +50,7 @@ void operator delete[](void *memory, std::size_t /*size*/) noexcept {
 
 extern "C" {
 
-// NOLINTBEGIN(*-reserved-identifier): the C library's own names for what lies behind malloc
+// NOLINTBEGIN(*-reserved-identifier): the C library's own names for the functions behind malloc
 void *__libc_malloc(std::size_t size);
 void *__libc_calloc(std::size_t count, std::size_t size);
 void *__libc_realloc(void *memory, std::size_t size);

@@ -102,12 +102,18 @@ TEST(PendingFile, TheFolderMustTakeFiles) {
     EXPECT_EQ(error.path(), (folder / "closed").string());
 }
 
-TEST(PendingFile, TextsHaveTheFinalName) {
+TEST(PendingFile, ErrorsNameTheDestinationOrItsFolder) {
     const test::TemporaryFolder folder;
     const std::string name = (folder / "result").string();
     const PendingFile pending(name);
-    EXPECT_EQ(pending.underFinalName("No room: " + pending.path() + "!"), "No room: " + name + "!");
-    EXPECT_EQ(pending.underFinalName("Nothing"), "Nothing");
+    const auto pathFor = [&pending](const std::string &path) {
+        return pending.underFinalName(writeError(path, EIO)).path();
+    };
+    EXPECT_EQ(pathFor(pending.path()), name);
+    EXPECT_EQ(pathFor(folderOf(pending.path())), folder.path().string());
+    EXPECT_EQ(pathFor(pending.path() + ".part"), folder.path().string());
+    EXPECT_EQ(pathFor("/elsewhere"), "/elsewhere");
+    EXPECT_EQ(pending.underFinalName(writeError("", EIO).about("entry")).entry(), "entry");
 }
 
 TEST(PendingFile, FoldersOfPaths) {

@@ -164,12 +164,19 @@ TEST(WorkingFolder, IsReachedAlthoughMoved) {
         EXPECT_EQ(test::readFile(parent / "in/away/file"), "content");
         fs::rename(parent / "in", parent / "elsewhere");
         EXPECT_EQ(test::readFile(folder.accessPath() + "/file"), "content");
-        EXPECT_EQ(
-            folder.withPath("a: " + folder.accessPath() + "/file, " + folder.accessPath() + "0"),
-            "a: " + folder.path() + "/file, " + folder.accessPath() + "0");
     }
     EXPECT_THAT(names(parent / "outside"), testing::IsEmpty());
     EXPECT_THAT(names(parent / "elsewhere/away"), testing::IsEmpty());
+}
+
+TEST(WorkingFolder, PathsInsideAreShownAsTheFolderThatItIsIn) {
+    const test::TemporaryFolder parent;
+    const WorkingFolder folder(parent.path().string());
+    const std::string &inside = folder.accessPath();
+    for (const std::string &path : {inside, inside + "/file", inside + "/a/b"})
+        EXPECT_EQ(folder.visiblePath(path), parent.path().string()) << path;
+    for (const std::string &path : {inside + "0", std::string("/elsewhere"), std::string()})
+        EXPECT_EQ(folder.visiblePath(path), path);
 }
 
 TEST(WorkingFolder, NeedsAFolderToBeIn) {

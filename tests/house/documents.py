@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
 """Keeps the documents true.
 
-What stands in backticks must be a path of the tree, a command line that vellomir-cli knows, or
+Text in backticks must be a path of the tree, a command line that vellomir-cli knows, or
 words that the tracked files contain. Every command of a console block is run from a folder that
-looks like the root of the tree, and must print what the block shows: "..." alone stands for any
+looks like the root of the tree, and must print what the block shows: "..." alone matches any
 lines, within a line for any text. A command must succeed unless the block shows an error of
 vellomir-cli. A command without shown output must only succeed.
 """

@@ -45,7 +45,7 @@ def deflated(content):
 
 
 def deflatedZeros(megabytes):
-    """The same block again and again; every one stands for a megabyte."""
+    """The same block again and again; each unpacks to a megabyte."""
     packer = zlib.compressobj(9, zlib.DEFLATED, -15)
     first = packer.compress(bytes(1 << 20)) + packer.flush(zlib.Z_FULL_FLUSH)
     again = packer.compress(bytes(1 << 20)) + packer.flush(zlib.Z_FULL_FLUSH)

@@ -57,7 +57,7 @@ TEST_F(ShareSheetLayout, CloseIsVisibleAfterAnimation) {
             openInMotion(name);
             const QRectF close = placeOf(item("doneButton"));
             EXPECT_LE(close.bottom(), size.height() - 8);
-            EXPECT_GE(close.bottom(), size.height() - 24) << "the sheet stands above its place";
+            EXPECT_GE(close.bottom(), size.height() - 24) << "the sheet is above its place";
             closeSheet();
         }
 }

@@ -58,10 +58,6 @@ void requireSameFile(const std::string &path, int descriptor) {
         throw replaced(path);
 }
 
-void requireUnchanged(const std::string &path, const FileIdentity &expected) {
-    requireUnchanged(placeAt(path), expected);
-}
-
 void requireUnchanged(const FilePlace &place, const FileIdentity &expected) {
     const FileIdentity found(place);
     if (!found.isSameFile(expected))
@@ -75,10 +71,6 @@ void requireUnchanged(const FilePlace &place, const FileIdentity &expected) {
 FileDescriptor openLocked(const std::string &path, const std::function<FileDescriptor()> &open,
                           const LockWait &wait) {
     return openLockedAt(placeAt(path), open, wait);
-}
-
-FileDescriptor openLockedForUpdate(const std::string &path, const LockWait &wait) {
-    return openLockedForUpdate(placeAt(path), wait);
 }
 
 FileDescriptor openLockedForUpdate(const FilePlace &place, const LockWait &wait) {

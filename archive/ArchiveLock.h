@@ -11,10 +11,8 @@ namespace vellomir::archive {
 /// or a `FileError` if there is none: what is written to the open file would be lost.
 void requireSameFile(const std::string &path, int descriptor);
 
-/// Throws `ArchiveError::unwritableArchive` if there is another file at the path, or if the file
+/// Throws `ArchiveError::unwritableArchive` if there is another file of this name, or if the file
 /// has changed. To be called before another file takes its place.
-void requireUnchanged(const std::string &path, const FileIdentity &expected);
-/// The same for a name in an open folder.
 void requireUnchanged(const FilePlace &place, const FileIdentity &expected);
 
 /// Opens a file and locks it (flock) for as long as the descriptor is open. Other programs are kept
@@ -28,10 +26,8 @@ void requireUnchanged(const FilePlace &place, const FileIdentity &expected);
                                         const std::function<FileDescriptor()> &open,
                                         const LockWait &wait = {});
 
-/// The same for reading and writing. Throws a `FileError` with the path if that is not possible.
-[[nodiscard]] FileDescriptor openLockedForUpdate(const std::string &path,
-                                                 const LockWait &wait = {});
-/// The same for a name in an open folder.
+/// The same for reading and writing, and a name in an open folder. Throws a `FileError` with the
+/// path if that is not possible.
 [[nodiscard]] FileDescriptor openLockedForUpdate(const FilePlace &place, const LockWait &wait = {});
 
 } // namespace vellomir::archive

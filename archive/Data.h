@@ -170,13 +170,7 @@ std::optional<Record> Data::readRecord(std::FILE *file, std::uint64_t offset) {
         tail = readChunk(size, file);
         return tail;
     };
-    try {
-        return Record::make(readChunk(std::span<std::byte>(fixed), file), readTail);
-    } catch (const std::system_error &error) {
-        if (error.code() == DataError::unreadableFile)
-            throw;
-        return std::nullopt;
-    }
+    return Record::make(readChunk(std::span<std::byte>(fixed), file), readTail);
 }
 
 template <DataSerializable Record>

@@ -36,16 +36,6 @@ EntryIterator::EntryIterator(EntryIterator &&) noexcept = default;
 Archive::EntryIterator &EntryIterator::operator=(EntryIterator &&) noexcept = default;
 EntryIterator::~EntryIterator() = default;
 
-std::optional<CentralDirectoryStructure> EntryIterator::readDirectoryRecord() {
-    try {
-        return window_->record(position_);
-    } catch (const Error &error) {
-        if (error.code() == Data::DataError::unreadableFile)
-            throw;
-        return std::nullopt;
-    }
-}
-
 std::optional<Entry> EntryIterator::stop(End end) {
     end_ = end;
     return std::nullopt;
@@ -64,7 +54,7 @@ std::optional<Entry> EntryIterator::readEntry() {
         return std::nullopt;
     if (recordsRead_ >= count_)
         return stop(End::complete);
-    auto structure = readDirectoryRecord();
+    auto structure = window_->record(position_);
     if (!structure)
         return stop(End::damagedRecord);
     std::FILE *file = archive_->archiveFile_.get();

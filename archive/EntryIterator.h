@@ -46,7 +46,6 @@ private:
     /// Goes on with the record at this position, which was `position_` before a `next`.
     void goTo(std::uint64_t position);
     std::optional<Entry> readEntry();
-    std::optional<CentralDirectoryStructure> readDirectoryRecord();
     std::optional<Entry> stop(End end);
 
     const Archive *archive_;

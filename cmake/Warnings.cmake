@@ -9,6 +9,8 @@ if(VELLOMIR_SANITIZE)
 endif()
 
 if(VELLOMIR_COVERAGE)
-    add_compile_options(-fprofile-instr-generate -fcoverage-mapping)
+    # The place is part of the programs, for those that start without an environment.
+    add_compile_options(-fprofile-instr-generate=${PROJECT_BINARY_DIR}/profiles/%4m.profraw
+        -fcoverage-mapping)
     add_link_options(-fprofile-instr-generate)
 endif()

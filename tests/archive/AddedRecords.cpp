@@ -6,6 +6,7 @@
 #include "archive/FileManager.h"
 #include "tests/support/Archives.h"
 #include "tests/support/Errors.h"
+#include "tests/support/FailingStream.h"
 
 #include <gmock/gmock.h>
 #include <sys/stat.h>
@@ -286,6 +287,25 @@ TEST(EndRecordsTest, TurnToZIP64AtEachSentinel) {
     EXPECT_TRUE(isZIP64(65535, 0, 0));
     EXPECT_TRUE(isZIP64(0, 0xFFFFFFFF, 0));
     EXPECT_TRUE(isZIP64(0, 0, 0xFFFFFFFF));
+}
+
+/// A stream without a file cannot be cut behind the restored archive.
+TEST(UncuttableStream, FailedAdditionIsReported) {
+    test::FailingStream stream(test::rawArchive({{"old", "1"}}));
+    const auto archive = Archive::open(Archive::FilePointer(stream.open()), URL{"test", "/stream"},
+                                       Archive::AccessMode::update);
+    const std::string text(50'000, 'x');
+    const auto failing = [&](std::int64_t position, std::size_t size) -> Data {
+        if (position >= 40'000)
+            throw std::runtime_error("no more");
+        return Data(std::string_view(text).substr(0, size));
+    };
+    const Error error = test::thrownBy([&] {
+        archive->addEntry("new", EntryType::file, 50'000, storedDate, std::nullopt, failing,
+                          {.bufferSize = 10'000});
+    });
+    EXPECT_EQ(error.code(), Data::DataError::unwritableFile);
+    EXPECT_THAT(error.what(), testing::HasSubstr("cannot be cut"));
 }
 
 } // namespace

@@ -336,6 +336,17 @@ TEST(EntryValue, HasTheAttributesForExtraction) {
     EXPECT_EQ(named("a").entry().fileAttributes().posixPermissions, 0644);
 }
 
+/// Their records would not outlive them.
+TEST(TemporaryEntry, GivesCopiesOfItsRecords) {
+    Parts parts = sized();
+    parts.descriptor = DataDescriptor{};
+    parts.zip64Descriptor = ZIP64DataDescriptor{};
+    EXPECT_EQ(parts.entry().centralDirectoryStructure().data(), parts.directory.data());
+    EXPECT_EQ(parts.entry().localFileHeader().data(), parts.header.data());
+    EXPECT_TRUE(parts.entry().dataDescriptor());
+    EXPECT_TRUE(parts.entry().zip64DataDescriptor());
+}
+
 } // namespace
 
 } // namespace vellomir::archive

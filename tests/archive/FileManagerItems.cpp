@@ -1,7 +1,7 @@
 // Questions about items of the disk, and the attributes that are read and written.
 
 #include "archive/FileManager.h"
-#include "tests/support/Errors.h"
+#include "tests/support/SingleEntry.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <fcntl.h>
@@ -66,6 +66,7 @@ TEST_F(Items, CountAsUnitsOfProgress) {
     EXPECT_EQ(manager_.totalUnitCountForAddingItem(folder_.url("no")), -1);
     EXPECT_EQ(Archive::totalUnitCountForAddingItem(folder_.url("file")), 5);
     EXPECT_EQ(Archive::makeProgressForAddingItem(folder_.url("file"))->totalUnitCount(), 5);
+    EXPECT_EQ(manager_.makeProgressForAddingItem(folder_.url("file"))->totalUnitCount(), 5);
 }
 
 TEST_F(Items, GetTheirParents) {
@@ -88,6 +89,13 @@ TEST(Permissions, ComeFromUnixHostsOnly) {
     EXPECT_EQ(permissions(0100600U << 16U, OSType::msdos, EntryType::file), 0644);
     EXPECT_EQ(permissions(0100600U << 16U, OSType::msdos, EntryType::directory), 0755);
     EXPECT_EQ(permissions(0100600U << 16U, OSType::unused, EntryType::symlink), 0644);
+}
+
+TEST(Permissions, ComeWithTheTimeOfTheEntry) {
+    const test::Single single({.name = "a", .data = "1", .attributes = 0100640U << 16U});
+    const FileAttributes attributes = FileManager::attributes(single.entry);
+    EXPECT_EQ(attributes.posixPermissions, 0640);
+    EXPECT_EQ(attributes, single.entry.fileAttributes());
 }
 
 TEST(Permissions, AreWrittenWithTheirType) {

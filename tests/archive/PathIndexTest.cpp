@@ -2,8 +2,10 @@
 
 #include "archive/PathIndex.h"
 #include "archive/Archive.h"
+#include "tests/support/Errors.h"
 #include "tests/support/FailingStream.h"
 #include "tests/support/RawArchive.h"
+#include "tests/support/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
 
@@ -92,29 +94,33 @@ TEST(PathIndex, AMissingPathIsAnErrorWhereTheDirectoryCannotBeReadToItsEnd) {
     }
 }
 
+TEST(PathIndex, ArchiveChangedMeanwhileIsRefused) {
+    const test::TemporaryFolder folder;
+    std::vector<test::RawEntry> raw;
+    for (int index = 0; index < 2000; ++index)
+        raw.push_back({std::string(100, 'n') + std::to_string(index), "1"});
+    const std::string bytes = test::rawArchive(raw);
+    test::writeFile(folder / "a.zip", bytes);
+    const auto archive = Archive::open(folder.url("a.zip"), AccessMode::read);
+    PathIndex index(*archive);
+    EXPECT_TRUE(index[raw.front().name]);
+    test::writeFile(folder / "a.zip", std::string(bytes.size(), '\0'));
+    const Error error = test::thrownBy([&] {
+        static_cast<void>(index[raw.front().name]);
+        static_cast<void>(index[raw.back().name]);
+    });
+    EXPECT_EQ(error.code(), ArchiveError::unreadableArchive);
+    EXPECT_EQ(error.path(), folder / "a.zip");
+}
+
 TEST(PathIndex, ReadsInProportionToTheNumberOfLookUps) {
     const auto readsFor = [](int count) {
         std::vector<test::RawEntry> raw;
         for (int index = 0; index < count; ++index)
             raw.push_back({std::to_string(index), "text"});
         test::FailingStream stream(test::rawArchive(raw));
-        const auto duplicate = [&] { // of a stream that the archive owns
-            return Archive::FilePointer(::fopencookie(
-                &stream, "r",
-                {[](void *cookie, char *buffer, std::size_t size) {
-                     std::FILE *file = static_cast<test::FailingStream *>(cookie)->file();
-                     return static_cast<ssize_t>(std::fread(buffer, 1, size, file));
-                 },
-                 nullptr,
-                 [](void *cookie, off64_t *offset, int whence) {
-                     std::FILE *file = static_cast<test::FailingStream *>(cookie)->file();
-                     const int failed = ::fseeko(file, *offset, whence);
-                     *offset = ::ftello(file);
-                     return failed;
-                 },
-                 nullptr}));
-        };
-        const auto archive = Archive::open(duplicate(), URL{"test", "/stream"}, AccessMode::read);
+        const auto archive = Archive::open(Archive::FilePointer(stream.open()),
+                                           URL{"test", "/stream"}, AccessMode::read);
         PathIndex index(*archive);
         for (const test::RawEntry &each : raw)
             EXPECT_TRUE(index[each.name]);

@@ -82,6 +82,71 @@ TEST_F(Unpacking, MovedDestinationIsFilled) {
     EXPECT_EQ(status("moved/d").st_mode, 0040711U);
 }
 
+// --- Archives that change, paths that cannot be made ------------------------------------------
+
+/// More entries than one piece of the directory holds, behind a file "a".
+std::vector<test::RawEntry> manyEntries() {
+    std::vector<test::RawEntry> entries = {{"a", "1"}};
+    for (int index = 0; index < 2000; ++index)
+        entries.push_back({std::string(100, 'n') + std::to_string(index), "1"});
+    return entries;
+}
+
+TEST_F(Unpacking, ArchiveChangedMeanwhileIsRefused) {
+    archiveOf(manyEntries());
+    const auto size = fs::file_size(folder_ / "a.zip");
+    const Error error = unzipWith([&] {
+        fs::resize_file(folder_ / "a.zip", 0);
+        fs::resize_file(folder_ / "a.zip", size);
+    });
+    EXPECT_EQ(error.code(), ArchiveError::unreadableArchive);
+    EXPECT_EQ(error.path(), folder_ / "a.zip");
+    EXPECT_THAT(error.what(), testing::HasSubstr("was changed while it was unpacked"));
+}
+
+TEST_F(Unpacking, CancellationLimitsWorkOnFolders) {
+    std::vector<test::RawEntry> entries = {{"a", "1"}};
+    for (int index = 0; index < 11'000; ++index)
+        entries.push_back(directory("d" + std::to_string(index) + "/", 0711));
+    archiveOf(entries);
+    const auto progress = Progress::make();
+    progress->setObserver([&](const Progress &) {
+        if (fs::exists(folder_ / "out/a"))
+            progress->cancel();
+    });
+    EXPECT_EQ(unzip({.progress = progress}).code(), ArchiveError::cancelledOperation);
+    int finished = 0;
+    for (int index = 0; index < 11'000; ++index)
+        finished += mode("out/d" + std::to_string(index)) == 0040711U ? 1 : 0;
+    EXPECT_EQ(finished, 10'000);
+}
+
+TEST_F(Unpacking, FolderWithTooLongPathIsRefused) {
+    std::string path;
+    for (int level = 0; level < 2500; ++level)
+        path += "d/";
+    archiveOf({directory(path, 0755)});
+    const Error error = unzip();
+    EXPECT_EQ(error.systemError(), ENAMETOOLONG);
+    EXPECT_EQ(error.entry(), path);
+}
+
+TEST_F(Unpacking, ImpliedFolderWithTooLongNameIsRefused) {
+    archiveOf({{std::string(300, 'd') + "/file", "1"}});
+    const Error error = unzip();
+    EXPECT_EQ(error.systemError(), ENAMETOOLONG);
+    EXPECT_EQ(error.path(), folder_ / ("out/" + std::string(300, 'd')));
+}
+
+TEST_F(Unpacking, FileIsNoFolderForOthers) {
+    archiveOf({{"a", "1"}, {"a/b", "2"}});
+    const Error error = unzip();
+    EXPECT_EQ(error.systemError(), ENOTDIR);
+    EXPECT_EQ(error.path(), folder_ / "out/a");
+    EXPECT_EQ(error.entry(), "a/b");
+    EXPECT_EQ(test::readFile(folder_ / "out/a"), "1");
+}
+
 // --- Deep folders -------------------------------------------------------------------------------
 
 TEST_F(Unpacking, DeepFoldersAreFilledInTurn) {

@@ -1,6 +1,7 @@
 #include "archive/Verification.h"
 
 #include "tests/support/Errors.h"
+#include "tests/support/FailingStream.h"
 #include "tests/support/RawArchive.h"
 
 #include <gtest/gtest.h>
@@ -47,6 +48,23 @@ TEST(VerificationCalls, ErrorsOfConsumerPassThrough) {
     const Error error = test::thrownBy([&] { static_cast<void>(verify(*archive, fail)); });
     EXPECT_EQ(error.code(), Data::DataError::unwritableFile);
     EXPECT_EQ(error.path(), "out");
+}
+
+TEST(VerificationCalls, CancellationEndsReadingOfData) {
+    test::FailingStream stream(test::rawArchive({{"large", std::string(1 << 20, 'x')}}));
+    const auto archive = Archive::open(Archive::FilePointer(stream.open()), URL{"test", "/stream"},
+                                       Archive::AccessMode::read);
+    const auto progress = Progress::make();
+    const int readsBefore = stream.reads();
+    stream.whileReading = [&] {
+        if (stream.reads() > readsBefore + 40) // in the middle of the data
+            progress->cancel();
+    };
+    const Error error = test::thrownBy([&] {
+        static_cast<void>(verify(
+            *archive, [](const Finding &) {}, progress));
+    });
+    EXPECT_EQ(error.code(), Archive::ArchiveError::cancelledOperation);
 }
 
 } // namespace

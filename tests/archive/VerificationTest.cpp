@@ -278,6 +278,20 @@ TEST(Verification, DifferentCountsAreFound) {
                 ElementsAre(inArchive(Kind::endRecordCountsDiffer, number(2), number(1))));
 }
 
+TEST(Verification, ContradictingEndRecordsAreFound) {
+    const std::string bytes = test::rawArchive({first, last});
+    const std::size_t end = bytes.rfind("PK\5\6");
+    ZIP64EndOfCentralDirectory zip64;
+    zip64.record.sizeOfZIP64EndOfCentralDirectoryRecord = 44;
+    zip64.record.versionNeededToExtract = 45;
+    zip64.record.totalNumberOfEntriesInCentralDirectory = 1;
+    zip64.record.totalNumberOfEntriesOnDisk = 1;
+    zip64.locator.relativeOffsetOfZIP64EOCDRecord = end;
+    EXPECT_THAT(
+        findings(bytes.substr(0, end) + std::string(zip64.data().text()) + bytes.substr(end)),
+        Contains(inArchive(Kind::endRecordsCountsDiffer, number(1), number(2))));
+}
+
 TEST(Verification, DisplacedDirectoriesAreFound) {
     const std::string bytes = test::rawArchive({first});
     const std::uint64_t offset = bytes.find("PK\1\2");

@@ -19,23 +19,23 @@ namespace {
 
 /// The errors that each kind of call is made to fail with.
 const std::vector<std::vector<int>> errors = {
-    {EMFILE, EACCES, EINTR},     // open
-    {EIO, EINTR},                // read
-    {ENOSPC, EIO, EINTR},        // write
-    {EIO},                       // seek
-    {EIO, ENOSPC, EXDEV, EINTR}, // copy
-    {EIO, ENOSPC},               // flush
-    {EIO, EINTR},                // close
-    {EIO, EINTR},                // truncate
-    {EACCES, EIO, EXDEV},        // rename
-    {EACCES, ENOSPC},            // makeFolder
-    {EACCES, ENOSPC},            // link
-    {EPERM, EIO},                // attributes
-    {ENOLCK, EINTR, EAGAIN},     // lock
-    {EACCES, EIO},               // remove
-    {EIO, ENOMEM},               // list
-    {EACCES, EIO},               // status
-    {ENOMEM},                    // allocate
+    {EMFILE, EACCES, EINTR},      // open
+    {EIO, EINTR},                 // read
+    {ENOSPC, EIO, EINTR},         // write
+    {EIO},                        // seek
+    {EIO, ENOSPC, EXDEV, EINTR},  // copy
+    {EIO, ENOSPC},                // flush
+    {EIO, EINTR},                 // close
+    {EIO, EINTR},                 // truncate
+    {EACCES, EIO, EXDEV, EINVAL}, // rename; EINVAL: the file system cannot refuse a taken name
+    {EACCES, ENOSPC},             // makeFolder
+    {EACCES, ENOSPC},             // link
+    {EPERM, EIO},                 // attributes
+    {ENOLCK, EINTR, EAGAIN},      // lock
+    {EACCES, EIO},                // remove
+    {EIO, ENOMEM},                // list
+    {EACCES, EIO},                // status
+    {ENOMEM},                     // allocate
 };
 
 using Row = std::array<long, callNames.size()>;

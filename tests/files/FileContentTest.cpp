@@ -1,6 +1,7 @@
 #include "files/FileContent.h"
 
 #include "files/Error.h"
+#include "files/TargetFolder.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <algorithm>
@@ -108,6 +109,19 @@ TEST_F(FileContent, AStreamOwnsItsDescriptor) {
     EXPECT_EQ(::fcntl(descriptor, F_GETFD), -1);
     EXPECT_EQ(openStream(FileDescriptor(), "rb"), nullptr);
     EXPECT_EQ(errno, EBADF);
+}
+
+TEST_F(FileContent, AFileCutMeanwhileIsReadToItsNewEnd) {
+    test::writeFile(path(), std::string(100, 'x'));
+    const FileDescriptor file = openFile(path(), Access::read);
+    const auto bytes =
+        readWholeFile(file, path(), 1000, [&] { std::filesystem::resize_file(path(), 40); });
+    EXPECT_EQ(bytes.size(), 40U);
+}
+
+TEST(FreeRoom, UnknownRoomIsEnough) {
+    EXPECT_NO_THROW(requireFreeRoom("/proc", 1)); // a file system without a size
+    EXPECT_NO_THROW(requireFreeRoom("no-such-folder", 1));
 }
 
 } // namespace

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <functional>
 #include <limits>
 #include <memory>
 #include <string>
@@ -17,20 +18,25 @@ public:
     static constexpr std::size_t unlimited = std::numeric_limits<std::size_t>::max();
 
     explicit FailingStream(std::string content = {}) : content_(std::move(content)) {
-        file_.reset(::fopencookie(this, "r+", {&read, &write, &seek, nullptr}));
+        file_.reset(open());
     }
     FailingStream(const FailingStream &) = delete;
     FailingStream &operator=(const FailingStream &) = delete;
     ~FailingStream() { writable = unlimited; }
 
     [[nodiscard]] std::FILE *file() const { return file_.get(); }
+    /// A stream over the same bytes for an owner that closes it.
+    [[nodiscard]] std::FILE *open() {
+        return ::fopencookie(this, "r+", {&read, &write, &seek, nullptr});
+    }
     [[nodiscard]] const std::string &content() const { return content_; }
     [[nodiscard]] int reads() const { return reads_; }
     [[nodiscard]] int writes() const { return writes_; }
 
-    std::size_t readable = unlimited; ///< bytes that can be read before EIO
-    std::size_t writable = unlimited; ///< bytes that can be written before ENOSPC
-    bool isSeekable = true;           ///< if false, seeking fails with ESPIPE
+    std::size_t readable = unlimited;   ///< bytes that can be read before EIO
+    std::size_t writable = unlimited;   ///< bytes that can be written before ENOSPC
+    bool isSeekable = true;             ///< if false, seeking fails with ESPIPE
+    std::function<void()> whileReading; ///< called for each reading, if it is there
 
 private:
     static FailingStream &self(void *cookie) { return *static_cast<FailingStream *>(cookie); }
@@ -38,6 +44,8 @@ private:
     static ssize_t read(void *cookie, char *buffer, std::size_t size) {
         FailingStream &stream = self(cookie);
         ++stream.reads_;
+        if (stream.whileReading)
+            stream.whileReading();
         const std::size_t start = std::min(stream.position_, stream.content_.size());
         const std::size_t count = std::min({size, stream.content_.size() - start, stream.readable});
         if (count == 0 && stream.readable == 0) {

@@ -77,12 +77,12 @@ class Packages(Case):
         super().setUp()
         makePicture(self.folder / "icon.png", 512, 512)
 
-    def every(self):
-        """Name, description and files of each package, which is written to the test's folder."""
+    def forEach(self, check):
+        """Writes each package to the test's folder, and calls `check` with its name, description and files."""
         for name, package in packages.PACKAGES.items():
             with self.subTest(name):
                 packages.write(self.folder, name)
-                yield name, package, {path: item.content for path, item in package.files().items()}
+                check(name, package, {path: item.content for path, item in package.files().items()})
 
     def duplicate(self, name, *options):
         result = self.cli("duplicate", f"{name}.ipa", "--number", self.number, "--output", "copy.ipa",
@@ -107,13 +107,15 @@ class Packages(Case):
         return {warning["code"] for warning in json.loads(result.out)["warnings"]}
 
     def testTheDescribedCopyChangesOneList(self):
-        for name, package, files in self.every():
+        def check(name, package, files):
             copy = self.duplicate(name)
             info = f"{package.main}/Info.plist"
             self.assertEqual(plistlib.loads(copy.pop(info)), described(plistlib.loads(files[info]), self.number))
             kept = {path: content for path, content in files.items() if path.startswith("Payload/")}
             self.assertEqual(copy, {path: content for path, content in kept.items() if path != info})
             self.assertEqual(self.differences(name), [[path for path in files if path not in kept], [info], []])
+
+        self.forEach(check)
 
     def testAnotherPackerMakesNoDifference(self):
         copies = []
@@ -124,8 +126,7 @@ class Packages(Case):
 
     @unittest.skipUnless(knows("inspect"), "there is no inspect yet")
     def testInspectWarnsOfWhatEachPackageHas(self):
-        for name, package, _ in self.every():
-            self.assertEqual(self.codes(f"{name}.ipa"), package.warnings)
+        self.forEach(lambda name, package, _: self.assertEqual(self.codes(f"{name}.ipa"), package.warnings))
 
     # --- With --deep ---------------------------------------------------------------------------------
 
@@ -150,7 +151,7 @@ class Packages(Case):
 
     @unittest.skipUnless(knows("duplicate", "--deep"), "there is no --deep yet")
     def testTheDeepCopyChangesOnlyWhatMustChange(self):
-        for name, package, files in self.every():
+        def check(name, package, files):
             copy = self.duplicate(name, "--deep")
             expected = self.deepFiles(package, files)
             for path, value in expected.items():
@@ -158,15 +159,19 @@ class Packages(Case):
             changed = self.differences(name)[1]
             self.assertEqual(sorted(changed), sorted(expected))
 
+        self.forEach(check)
+
     @unittest.skipUnless(knows("duplicate", "--deep") and knows("inspect"), "there is no --deep yet")
     def testTheDeepCopyHasNoneOfTheHealedWarnings(self):
-        for name, package, _ in self.every():
+        def check(name, package, _):
             self.duplicate(name, "--deep")
             self.assertEqual(self.codes("copy.ipa"), package.warnings - HEALED)
 
+        self.forEach(check)
+
     @unittest.skipUnless(knows("duplicate", "--deep") and knows("inspect"), "there is no --deep yet")
     def testTheDeepCopyWithAnIconShowsIt(self):
-        for name, package, files in self.every():
+        def check(name, package, files):
             copy = self.duplicate(name, "--deep", "--icon", "icon.png")
             self.assertEqual(self.codes("copy.ipa"), package.warnings - HEALED_WITH_ICON)
             icons = {f"{package.main}/{icon}" for icon in ICON_NAMES}
@@ -174,6 +179,8 @@ class Packages(Case):
             _, changed, added = self.differences(name)
             self.assertEqual(set(added), icons - set(files))
             self.assertEqual(sorted(set(changed) - icons), sorted(self.deepFiles(package, files)))
+
+        self.forEach(check)
 
     def testTheRefereeReadsEveryFormat(self):
         values = localizations.strings("Notlar \"2\"")

@@ -25,36 +25,43 @@ class Packages(unittest.TestCase):
         self.addCleanup(folder.cleanup)
         self.folder = Path(folder.name)
 
-    def all(self):
+    def forEach(self, check):
+        """Calls `check` with each package and the path of its archive."""
         for name, package in packages.PACKAGES.items():
             with self.subTest(name):
-                yield package, packages.write(self.folder, name)
+                check(package, packages.write(self.folder, name))
 
     def testZipfileReadsWhatWasWritten(self):
-        for package, path in self.all():
+        def check(package, path):
             with zipfile.ZipFile(path) as archive:
                 self.assertIsNone(archive.testzip())
                 found = {info.filename: archive.read(info) for info in archive.infolist() if not info.is_dir()}
             self.assertEqual(found, {name: item.content for name, item in package.files().items()})
 
+        self.forEach(check)
+
     def testUnzipReadsThem(self):
         if not shutil.which("unzip"):
             self.skipTest("unzip is not installed")
-        for _, path in self.all():
-            subprocess.run(["unzip", "-tqq", path], check=True)
+        self.forEach(lambda _, path: subprocess.run(["unzip", "-tqq", path], check=True))
 
     def testTheSameBytesEachTime(self):
         (self.folder / "again").mkdir()
-        for package, path in self.all():
+
+        def check(_, path):
             again = packages.write(self.folder / "again", path.stem)
             self.assertTrue(filecmp.cmp(path, again, shallow=False))
 
+        self.forEach(check)
+
     def testPropertyListsAreRead(self):
-        for package, _ in self.all():
+        def check(package, _):
             lists = [item.content for name, item in package.files().items() if name.endswith(".plist")]
             self.assertTrue(all(isinstance(plistlib.loads(content), dict) for content in lists))
             info = plistlib.loads(package.files()[f"{package.main}/Info.plist"].content)
             self.assertIn(f"{package.main}/{info['CFBundleExecutable']}", package.files())
+
+        self.forEach(check)
 
     def testPackersDifferOnlyInTheirWays(self):
         def of(name):

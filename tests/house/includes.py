@@ -15,13 +15,15 @@ ROOT = Path(__file__).resolve().parents[2]
 # What each folder may include besides itself.
 ENGINE = ["files", "archive"]
 PARTS = [f"Vellomir/{name}" for name in ("PropertyLists", "Pictures", "Sandbox", "Concurrency")]
-JOB = ENGINE + PARTS
+INSPECTION = ENGINE + ["Vellomir/PropertyLists"]
+JOB = ENGINE + PARTS + ["Vellomir/Inspection"]
 SCREEN = JOB + ["Vellomir/Job"]
 WINDOW = SCREEN + ["Vellomir", "Vellomir/ContentView"]
 BELOW = {
     "files": [],
     "archive": ["files"],
     **{part: ENGINE for part in PARTS},
+    "Vellomir/Inspection": INSPECTION,
     "Vellomir/Job": JOB,
     # The screens' own values are beside the state of the main screen.
     "Vellomir": SCREEN + ["Vellomir/ContentView"],

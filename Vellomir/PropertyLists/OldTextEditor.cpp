@@ -59,9 +59,8 @@ std::string encodedText(std::string_view text, const TextForm &form) {
 /// The form in which the text gives these bytes.
 const TextForm *formOf(std::string_view bytes, const std::string &text) {
     const auto *const found =
-        std::find_if(textForms.begin(), textForms.end(), [&](const TextForm &form) {
-            return encodedText(text, form) == bytes;
-        });
+        std::find_if(textForms.begin(), textForms.end(),
+                     [&](const TextForm &form) { return encodedText(text, form) == bytes; });
     return found == textForms.end() ? nullptr : found;
 }
 

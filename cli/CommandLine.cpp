@@ -99,8 +99,8 @@ void Grammar::declareDuplicate() {
     command.operand("PACKAGE", duplicate_.package, "the package (.ipa); it stays as it is");
     const CLI::Option &number =
         command.text("--number", "TEXT", duplicate_.number,
-                     "what the copy's identifier and names end in, required;\n\"\" changes none "
-                     "of them");
+                     "what the copy's identifier and names end in; \"\" changes\n"
+                     "none of them; required without --name or --identifier");
     CLI::Option &icon =
         command.fileName("--icon", "PICTURE", duplicate_.icon, "the copy's icon, used as it is");
     command.flag("--zoom", duplicate_.zoom, "crop the picture to its centred square first")

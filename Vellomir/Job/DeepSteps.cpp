@@ -21,6 +21,15 @@ void Job::changeDeeply(const URL &url) {
                      "was not updated");
         return;
     }
+    try {
+        changeParts(url);
+    } catch (const std::exception &) { // no memory
+        record_.fail("Error while changing nested bundles and localized names: ");
+    }
+}
+
+void Job::changeParts(const URL &url) {
+    const DeepChanges &asked = input_.changes;
     const URL app = renaming_->list.deletingLastPathComponent();
     const ListEditor editor(services_.files, url, app, record_, progress_.progress());
     if (asked.nested)

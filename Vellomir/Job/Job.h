@@ -181,6 +181,7 @@ private:
     void recordInfoPlist(const archive::URL &url, const PropertyList &old,
                          const PropertyList &changed, const std::vector<ValueChange> &removedKeys);
     void changeDeeply(const archive::URL &url);
+    void changeParts(const archive::URL &url);
     void logChanges();
 
     void stagePayload(const archive::URL &url, const archive::URL &staging);

@@ -58,16 +58,4 @@ void ListEditor::tryToEdit(const std::string &path, const Change &change) const 
     }
 }
 
-std::vector<std::string> itemsBelow(const SandboxFiles &files, const URL &folder,
-                                    const std::function<bool(const std::string &path)> &test) {
-    std::vector<std::string> paths;
-    static_cast<void>(files.findFirst(folder, [&](const URL &item) {
-        std::string path = below(folder, item);
-        if (test(path))
-            paths.push_back(std::move(path));
-        return false;
-    }));
-    return paths;
-}
-
 } // namespace vellomir

@@ -42,10 +42,4 @@ private:
     const archive::Progress *progress_;
 };
 
-/// The paths of all items below a folder that pass the test, relative to it, in the order of
-/// `sortForWalk`. That of a folder ends in "/"; links are not followed.
-[[nodiscard]] std::vector<std::string>
-itemsBelow(const SandboxFiles &files, const archive::URL &folder,
-           const std::function<bool(const std::string &path)> &test);
-
 } // namespace vellomir

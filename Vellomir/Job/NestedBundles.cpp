@@ -2,26 +2,76 @@
 
 #include "Vellomir/Inspection/BundleLayout.h"
 
+#include <algorithm>
+#include <array>
+
 namespace vellomir {
 namespace {
 
 constexpr const char *identifierKey = "CFBundleIdentifier";
 
-/// The folders of the bundles whose identifiers must begin with the app's, relative to its folder.
-std::vector<std::string> nestedFolders(const ListEditor &editor) {
-    std::vector<std::string> folders;
-    const auto items = itemsBelow(editor.files(), editor.app(), [](const std::string &path) {
-        const std::string folder = path.ends_with('/') ? path : path + '/';
-        const auto bundle = nestedBundle(folder);
-        return bundle && bundle->folder + '/' == folder && needsAppIdentifier(bundle->kind);
-    });
-    for (const std::string &path : items)
-        if (path.ends_with('/'))
-            folders.push_back(path);
-        else
-            editor.record().warn("Unable to change " + path + ": it is no folder");
-    return folders;
-}
+/// The folders of a bundle in which the phone looks for other bundles.
+constexpr std::array<std::string_view, 4> containers = {"AppClips", "Extensions", "PlugIns",
+                                                        "Watch"};
+
+/// Far more than a phone knows; bounds the recursion and the time for hostile packages.
+constexpr std::size_t maximumLevels = 16;
+
+/// Finds the folders of the bundles whose identifiers must begin with the app's, relative to its
+/// folder, each with a "/" at its end.
+class NestedFolders {
+public:
+    explicit NestedFolders(const ListEditor &editor) : editor_(editor) {}
+
+    [[nodiscard]] std::vector<std::string> find() {
+        try {
+            addBelow("", 0);
+        } catch (const std::exception &) {
+            editor_.record().fail("Error while looking for nested bundles: ");
+        }
+        return std::move(folders_);
+    }
+
+private:
+    void addBelow(const std::string &bundle, std::size_t level) {
+        for (const std::string &name : children(bundle))
+            if (name.ends_with('/') &&
+                std::find(containers.begin(), containers.end(), name.substr(0, name.size() - 1)) !=
+                    containers.end())
+                addBundles(bundle + name, level);
+    }
+
+    void addBundles(const std::string &container, std::size_t level) {
+        for (const std::string &name : children(container)) {
+            const std::string path = container + name;
+            const auto bundle = nestedBundle(path.ends_with('/') ? path : path + '/');
+            if (!bundle || bundle->folder.size() < container.size() ||
+                !needsAppIdentifier(bundle->kind))
+                continue;
+            if (!path.ends_with('/')) {
+                editor_.record().warn("Unable to change " + path + ": it is no folder");
+            } else if (level == maximumLevels) {
+                editor_.record().warn("Unable to change " + path + ": it is in too many bundles");
+            } else {
+                folders_.push_back(path);
+                addBelow(path, level + 1);
+            }
+        }
+    }
+
+    /// The sorted names in a folder; those of folders end in "/".
+    [[nodiscard]] std::vector<std::string> children(const std::string &path) const {
+        std::vector<std::string> names;
+        for (const archive::URL &item :
+             editor_.files().children(editor_.app().appendingPathComponent(path)))
+            names.push_back(item.lastPathComponent() + (item.hasDirectoryPath() ? "/" : ""));
+        std::sort(names.begin(), names.end());
+        return names;
+    }
+
+    const ListEditor &editor_;
+    std::vector<std::string> folders_;
+};
 
 /// The key paths of the first few texts.
 std::string listed(const IdentifierSearch &search) {
@@ -99,7 +149,7 @@ void changeNestedIdentifiers(const ListEditor &editor, const std::string &appLis
                              const IdentifierChange &change) {
     if (change.from == change.to)
         return;
-    const auto folders = nestedFolders(editor);
+    const auto folders = NestedFolders(editor).find();
     if (change.from.empty()) {
         if (!folders.empty())
             editor.record().warn("Unable to change the identifiers of nested bundles: the app had "

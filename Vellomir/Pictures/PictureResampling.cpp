@@ -103,11 +103,12 @@ std::byte channelByte(double value) {
     return static_cast<std::byte>(std::lround(std::clamp(value, 0.0, 1.0) * 255));
 }
 
+/// Colours are divided by the alpha as the filter gave it, which may be above 1.
 void appendPixel(std::vector<std::byte> &pixels, const Colour &colour) {
-    const double alpha = std::clamp(colour[3], 0.0, 1.0);
+    const std::byte alpha = channelByte(colour[3]);
     for (std::size_t channel = 0; channel < 3; ++channel)
-        pixels.push_back(channelByte(alpha > 0 ? colour[channel] / alpha : 0));
-    pixels.push_back(channelByte(alpha));
+        pixels.push_back(alpha == std::byte{0} ? alpha : channelByte(colour[channel] / colour[3]));
+    pixels.push_back(alpha);
 }
 
 } // namespace

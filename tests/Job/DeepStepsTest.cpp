@@ -76,6 +76,20 @@ TEST_F(DeepSteps, UnreadableListsAreComplaints) {
     EXPECT_THAT(job_.consoleText(), HasSubstr("PropertyListError.unreadablePropertyList: "));
 }
 
+TEST_F(DeepSteps, BundlesInTooManyBundlesAreComplaints) {
+    job_.changes = {.nested = true};
+    std::string path;
+    std::vector<test::RawEntry> entries;
+    for (int level = 0; level < 20; ++level) {
+        path += "PlugIns/A.appex/";
+        entries.push_back(file(path + "Info.plist", identified("com.example.notes.a")));
+    }
+    const auto lines = run(entries);
+    EXPECT_THAT(lines, SizeIs(17));
+    EXPECT_THAT(lines.front(), EndsWith("PlugIns/A.appex/: it is in too many bundles"));
+    EXPECT_THAT(job_.complaints(), ElementsAre(Kind::changeNotMade));
+}
+
 TEST_F(DeepSteps, HostileListsAreComplaints) {
     job_.changes = {.nested = true, .localized = true};
     std::string deep = "CFBundleName = ";

@@ -58,8 +58,7 @@ TEST(ScaledToSquare, TransparentPixelsGiveNoColour) {
     for (const int side : {1, 7})
         for (const Pixel &pixel : pixels(scaledToSquare(bitmap, side))) {
             EXPECT_EQ(pixel[1], 0U);
-            if (pixel[3] > 0)
-                EXPECT_EQ(pixel[0], 200U);
+            EXPECT_EQ(pixel[0], pixel[3] > 0 ? 200U : 0U);
         }
 }
 

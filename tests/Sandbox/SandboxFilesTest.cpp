@@ -458,55 +458,6 @@ TEST_F(SandboxFilesTest, SearchSkipsUnreadableFolders) {
     EXPECT_EQ(*found, url("tree/open/x"));
 }
 
-TEST_F(SandboxFilesTest, FileSizeIsThatOfRegularFilesOnly) {
-    link("in/link", "a.txt");
-    EXPECT_EQ(files_.fileSize(url("in/a.txt")), 1U);
-    for (const char *name : {"in/link", "in/side", "in/missing", "in/a.txt/b", "../outside"})
-        EXPECT_EQ(files_.fileSize(url(name)), std::nullopt) << name;
-}
-
-TEST_F(SandboxFilesTest, ReplaceKeepsModeAndNeedsNoRightToWrite) {
-    for (const mode_t mode : {0444U, 0600U, 0755U}) {
-        ASSERT_EQ(::chmod(box("in/a.txt").c_str(), mode), 0);
-        const test::Umask umask(0077);
-        files_.replace(url("in/a.txt"), bytes("new content"));
-        EXPECT_EQ(files_.fileSize(url("in/a.txt")), 11U);
-        struct stat status {};
-        ASSERT_EQ(::stat(box("in/a.txt").c_str(), &status), 0);
-        EXPECT_EQ(status.st_mode & 07777U, mode);
-        EXPECT_EQ(files_.children(url("in")).size(), 2U);
-    }
-}
-
-TEST_F(SandboxFilesTest, ReplaceGoesAroundItsOwnNames) {
-    test::writeFile(box("in/.vellomir-new-0"), "an item of the package");
-    files_.replace(url("in/a.txt"), bytes("b"));
-    EXPECT_EQ(test::readFile(box("in/a.txt")), "b");
-    EXPECT_EQ(test::readFile(box("in/.vellomir-new-0")), "an item of the package");
-    EXPECT_EQ(files_.children(url("in")).size(), 3U);
-}
-
-TEST_F(SandboxFilesTest, ReplaceRefusesAllButRegularFiles) {
-    link("in/link", "a.txt");
-    link("in/outside", outside("secret.txt"));
-    EXPECT_EQ(errorOf([&] { files_.replace(url("in/missing"), bytes("b")); }),
-              FileError::fileNoSuchFile);
-    for (const char *name : {"in/link", "in/outside", "in/side"})
-        EXPECT_EQ(errorOf([&] { files_.replace(url(name), bytes("b")); }),
-                  FileError::fileWriteFileExists)
-            << name;
-    EXPECT_EQ(test::readFile(box("in/a.txt")), "a");
-    EXPECT_EQ(test::readFile(outside("secret.txt")), "secret");
-}
-
-TEST_F(SandboxFilesTest, FailedReplaceKeepsOldFileAndLeavesNoOther) {
-    const test::FileSizeLimit limit(10);
-    EXPECT_EQ(errorOf([&] { files_.replace(url("in/a.txt"), bytes(std::string(100, 'b'))); }),
-              FileError::fileWriteUnknown);
-    EXPECT_EQ(test::readFile(box("in/a.txt")), "a");
-    EXPECT_EQ(files_.children(url("in")).size(), 2U);
-}
-
 } // namespace
 
 } // namespace vellomir

@@ -1,6 +1,7 @@
 #include "cli/Arguments.h"
 
 #include "archive/TextEncoding.h"
+#include "files/PrintableText.h"
 
 #include <algorithm>
 
@@ -13,6 +14,11 @@ bool looksLikeList(std::string_view argument) {
     return argument.starts_with('[') && argument.ends_with(']');
 }
 
+bool isPartOfIdentifier(char each) {
+    return (each >= 'a' && each <= 'z') || (each >= 'A' && each <= 'Z') ||
+           (each >= '0' && each <= '9') || each == '-' || each == '.';
+}
+
 /// "--name=", whose value is empty.
 bool hasEmptyValue(std::string_view argument) {
     return argument.starts_with("--") && argument.find('=') == argument.size() - 1;
@@ -23,7 +29,7 @@ bool hasEmptyValue(std::string_view argument) {
 std::vector<std::string> shielded(const std::vector<std::string> &arguments) {
     std::vector<std::string> result;
     bool areOptionsOver = false;
-    bool isValue = false; // of --number, the only option whose value may look like another one
+    bool isValue = false; // of an option whose value may look like another one
     for (const std::string &argument : arguments) {
         if (areOptionsOver || looksLikeList(argument) || argument.starts_with(mark)) {
             result.push_back(mark + argument);
@@ -35,7 +41,7 @@ std::vector<std::string> shielded(const std::vector<std::string> &arguments) {
         } else {
             result.push_back(argument);
         }
-        isValue = argument == "--number" && !isValue;
+        isValue = (argument == "--number" || argument == "--name") && !isValue;
     }
     return result;
 }
@@ -64,6 +70,25 @@ std::string objectionToPath(std::string_view path) {
             return "an unpacker refuses a path with \"..\"; use --relative-to";
         rest.remove_prefix(std::min(component.size() + 1, rest.size()));
     }
+    return {};
+}
+
+std::string objectionToName(std::string_view name) {
+    if (name.empty())
+        return "the name may not be empty";
+    if (printable(name) != name)
+        return "the name is not valid UTF-8 text, or has control characters";
+    if (name.find('/') != name.npos)
+        return "the name is also that of the copy's file, so it may not have a \"/\"";
+    return {};
+}
+
+std::string objectionToIdentifier(std::string_view identifier) {
+    if (!std::all_of(identifier.begin(), identifier.end(), isPartOfIdentifier))
+        return "an identifier has only letters, digits, hyphens and dots";
+    if (identifier.empty() || identifier.starts_with('.') || identifier.ends_with('.') ||
+        identifier.find("..") != identifier.npos)
+        return "an identifier has a text in front of and behind each dot";
     return {};
 }
 

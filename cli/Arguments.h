@@ -21,4 +21,10 @@ namespace vellomir::cli {
 /// Why an unpacker would refuse an entry of this path, or put it elsewhere; "" if it would not.
 [[nodiscard]] std::string objectionToPath(std::string_view path);
 
+/// Why a text cannot be an app's name and the name of the copy's file; "" if it can.
+[[nodiscard]] std::string objectionToName(std::string_view name);
+
+/// Why a text cannot be an app's identifier; "" if it can.
+[[nodiscard]] std::string objectionToIdentifier(std::string_view identifier);
+
 } // namespace vellomir::cli

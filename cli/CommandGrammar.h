@@ -38,7 +38,8 @@ public:
     [[nodiscard]] CLI::App &app() const { return app_; }
 
     /// Any text. The help shows `placeholder` in its place.
-    CLI::Option &text(const std::string &name, const std::string &placeholder, std::string &target,
+    template <class Target>
+    CLI::Option &text(const std::string &name, const std::string &placeholder, Target &target,
                       const std::string &help) {
         return option(name, placeholder, help,
                       [&target](const std::string &value) { target = value; });

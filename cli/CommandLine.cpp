@@ -30,6 +30,8 @@ public:
 private:
     void declareDuplicate();
     void declareInspect();
+    void declareDeepChanges(CommandGrammar &command, CLI::Option &icon);
+    void finishDuplicate(bool hasNumber, bool hasIcon);
     void declareList(CLI::App &parent);
     void declareExtract(CLI::App &parent);
     void declareCreate(CLI::App &parent);
@@ -56,6 +58,7 @@ private:
                   "vellomir-cli"};
     Request request_;
     DuplicateOptions duplicate_;
+    bool isDeep_ = false;
     InspectOptions inspect_;
     ListOptions list_;
     ExtractOptions extract_;
@@ -102,13 +105,15 @@ Grammar::Grammar() {
 void Grammar::declareDuplicate() {
     CommandGrammar command(app_, "duplicate", "make a second copy of an application package");
     command.operand("PACKAGE", duplicate_.package, "the package (.ipa); it stays as it is");
-    command
-        .text("--number", "TEXT", duplicate_.number,
-              "what the copy's identifier and names end in, required;\n\"\" changes none of them")
-        .required();
+    const CLI::Option &number =
+        command.text("--number", "TEXT", duplicate_.number,
+                     "what the copy's identifier and names end in; \"\" changes\n"
+                     "none of them; required without --name or --identifier");
     CLI::Option &icon =
         command.fileName("--icon", "PICTURE", duplicate_.icon, "the copy's icon, used as it is");
     command.flag("--zoom", duplicate_.zoom, "crop the picture to its centred square first")
+        .needs(&icon);
+    command.flag("--opaque", duplicate_.opaque, "put the picture in front of white, without alpha")
         .needs(&icon);
     command.fileName("--output", "PATH", duplicate_.output,
                      "a folder, or the copy's file name; the current\nfolder if left out");
@@ -122,8 +127,50 @@ void Grammar::declareDuplicate() {
     command.flag("--json", duplicate_.json,
                  "print one object instead of the log: log, errorMessage,\n"
                  "result (a path or null), warnings");
+    declareDeepChanges(command, icon);
     declareFeedback(command);
-    choose(command, duplicate_);
+    command.app().callback([this, &number, &icon] {
+        finishDuplicate(number.count() > 0, icon.count() > 0);
+        request_.options = duplicate_;
+    });
+}
+
+void Grammar::declareDeepChanges(CommandGrammar &command, CLI::Option &icon) {
+    DeepChanges &changes = duplicate_.changes;
+    command.flag("--nested", changes.nested,
+                 "let the identifiers of extensions, watch apps and app\n"
+                 "clips begin with the new one");
+    command.flag("--localized", changes.localized, "change the localized names of the app as well");
+    command
+        .flag("--icons", changes.icons,
+              "remove the keys that would hide the new icon, and give\n"
+              "each of its files the size of its name")
+        .needs(&icon);
+    command.flag("--deep", isDeep_, "all three; --icons only if there is an icon");
+    command.text("--name", "TEXT", changes.name,
+                 "the copy's names, instead of the number behind the old ones");
+    command.text("--identifier", "TEXT", changes.identifier,
+                 "the copy's identifier, instead of the number behind the\n"
+                 "old one: letters, digits, hyphens and dots");
+    command.fileName("--report", "FILE", duplicate_.report,
+                     "write what was changed as JSON into a new file");
+}
+
+/// With a name and an identifier of its own, a copy needs no number.
+void Grammar::finishDuplicate(bool hasNumber, bool hasIcon) {
+    DeepChanges &changes = duplicate_.changes;
+    if (!hasNumber && !(changes.name && changes.identifier))
+        throw CLI::RequiredError("--number");
+    if (changes.name)
+        if (const std::string objection = objectionToName(*changes.name); !objection.empty())
+            CommandGrammar::reject("--name", objection);
+    if (changes.identifier)
+        if (const std::string objection = objectionToIdentifier(*changes.identifier);
+            !objection.empty())
+            CommandGrammar::reject("--identifier", objection);
+    changes.nested |= isDeep_;
+    changes.localized |= isDeep_;
+    changes.icons |= isDeep_ && hasIcon;
 }
 
 void Grammar::declareInspect() {
@@ -132,7 +179,7 @@ void Grammar::declareInspect() {
     command.operand("PACKAGE", inspect_.package, "the package (.ipa); nothing is unpacked to disk");
     command.choice("--encoding", inspect_.encoding, encodings,
                    "how all names are stored (else each entry says it)");
-    command.flag("--json", inspect_.json, "print one object; README.md lists its keys");
+    command.flag("--json", inspect_.json, "print one object; docs/commandLine.md lists its keys");
     declareQuiet(command);
     choose(command, inspect_);
 }

@@ -1,4 +1,5 @@
 #include "cli/ArchiveSource.h"
+#include "cli/ChangeReport.h"
 #include "cli/Commands.h"
 #include "cli/Destination.h"
 #include "cli/ErrorText.h"
@@ -10,6 +11,7 @@
 #include "cli/UnmarkedNames.h"
 #include "cli/Warnings.h"
 
+#include "Vellomir/Pictures/PictureGeometry.h"
 #include "archive/FileManager.h"
 #include "files/PendingFile.h"
 #include "files/WorkingFolder.h"
@@ -23,9 +25,13 @@ using archive::URL;
 std::optional<Picture> readIcon(const DuplicateOptions &options, const Session &session) {
     if (!options.icon)
         return std::nullopt;
-    const auto picture = Picture::read(URL::file(*options.icon), {},
-                                       [&session] { return session.progress()->isCancelled(); });
-    return options.zoom ? cropImageToSquare(picture) : picture;
+    auto picture = Picture::read(URL::file(*options.icon), {},
+                                 [&session] { return session.progress()->isCancelled(); });
+    if (options.zoom)
+        picture = cropImageToSquare(picture);
+    if (options.opaque)
+        picture = Picture(withoutAlpha(picture.bitmap()), picture.scale(), picture.orientation());
+    return picture;
 }
 
 /// Returns null if the file cannot be opened as an archive. Throws `Interrupted`.
@@ -70,23 +76,37 @@ std::optional<std::string> examinePackage(const DuplicateOptions &options, Warni
     return std::nullopt;
 }
 
-void examineCopy(const JobRun &job, Warnings &warnings) {
+void examineCopy(const JobRun &job, const DuplicateOptions &options, Warnings &warnings) {
     const auto copy = Archive::open(*job.result(), Archive::AccessMode::read);
     for (const std::string &warning : warningsAbout(job.complaints(), CopyContents::of(*copy)))
         warnings.add(warning);
+    if (options.changes.identifier && job.remarks().keepsIdentifier)
+        warnings.add("the identifier is that of the original, so the copy would replace it");
 }
 
-/// Moves the result out of the sandbox, into the folder that was opened before the job; returns its
-/// path.
-std::string deliver(const JobRun &job, const WorkingFolder &folder, const Destination &destination,
-                    const DuplicateOptions &options) {
-    const URL result = *job.result();
-    std::string path = URL::file(destination.path(result.lastPathComponent())).path();
-    const FilePlace target{.folder = folder.parent(), .name = nameOf(path), .path = path};
+/// Where the result goes, in the folder that was opened before the job.
+FilePlace finalPlace(const JobRun &job, const WorkingFolder &folder,
+                     const Destination &destination) {
+    const std::string path = URL::file(destination.path(job.result()->lastPathComponent())).path();
+    return {.folder = folder.parent(), .name = nameOf(path), .path = path};
+}
+
+/// Moves the result out of the sandbox. The report is written before, and gets its name afterwards.
+void deliver(const JobRun &job, const FilePlace &target, const DuplicateOptions &options,
+             const Warnings &warnings, ChangeReport *report) {
+    if (report != nullptr) {
+        if (report->isAt(target.folder, target.name))
+            throw Error(FileError::fileWriteFileExists,
+                        {.path = target.path, .detail = "The copy and its report have one name"});
+        report->write(changeReportJson({.package = options.package,
+                                        .result = target.path,
+                                        .changes = job.changes(),
+                                        .kept = job.keptTexts(),
+                                        .warnings = warnings.texts()}));
+    }
     if (options.force)
         requireReplaceable(target);
-    putInPlace(result.path(), target, options.force ? Existing::replace : Existing::refuse);
-    return path;
+    putInPlace(job.result()->path(), target, options.force ? Existing::replace : Existing::refuse);
 }
 
 /// Errors name the folder as the user did, or by its path if the user named none.
@@ -111,7 +131,7 @@ struct Outcome {
 };
 
 Outcome finish(const JobRun &job, const WorkingFolder &folder, const Destination &destination,
-               const DuplicateOptions &options, Warnings &warnings) {
+               const DuplicateOptions &options, Warnings &warnings, ChangeReport *report) {
     if (!job.result()) {
         warnings.printHeldBack();
         return {std::nullopt, job.summary(), reasonOf(job.failure())};
@@ -120,27 +140,36 @@ Outcome finish(const JobRun &job, const WorkingFolder &folder, const Destination
         warnings.printHeldBack();
         return {std::nullopt, *lost, *lost};
     }
-    examineCopy(job, warnings);
+    examineCopy(job, options, warnings);
     if (warnings.areFailure())
         return {std::nullopt, warnings.failure(), warnings.failure()};
+    Outcome outcome;
     try {
-        const std::string path = deliver(job, folder, destination, options);
-        return {path, "Zipped IPA file: " + URL::file(path).absoluteString(), std::nullopt};
+        const FilePlace target = finalPlace(job, folder, destination);
+        deliver(job, target, options, warnings, report);
+        outcome = {target.path, "Zipped IPA file: " + URL::file(target.path).absoluteString(),
+                   std::nullopt};
+        if (report != nullptr)
+            report->place();
     } catch (const Error &error) {
-        const bool isTaken = !options.force && error.code() == FileError::fileWriteFileExists;
+        const bool isTaken = !options.force && error.code() == FileError::fileWriteFileExists &&
+                             error.context().detail.empty();
         const Error shown = isTaken ? existsAlready(error.path()) : error;
-        return {std::nullopt, shown.what(), describe(shown)};
+        outcome.errorMessage = shown.what();
+        outcome.failure = describe(shown);
     }
+    return outcome;
 }
 
 /// In a hidden folder beside the result.
 Outcome runJob(const DuplicateOptions &options, const Destination &destination,
-               const std::optional<Picture> &icon, Warnings &warnings, Session &session) {
+               const std::optional<Picture> &icon, ChangeReport *report, Warnings &warnings,
+               Session &session) {
     const WorkingFolder folder = makeWorkingFolder(destination.folder);
     JobRun job(folder, options, icon, session);
     job.run();
     Interruption::throwIfInterrupted();
-    Outcome outcome = finish(job, folder, destination, options, warnings);
+    Outcome outcome = finish(job, folder, destination, options, warnings, report);
     outcome.log = job.log();
     return outcome;
 }
@@ -149,9 +178,12 @@ Outcome runJob(const DuplicateOptions &options, const Destination &destination,
 
 void run(const DuplicateOptions &options, Session &session) {
     const Destination destination = Destination::find(options.output, options.force);
+    std::optional<ChangeReport> report;
+    if (options.report)
+        report.emplace(*options.report, options.package, options.force);
     const auto icon = readIcon(options, session);
     Warnings warnings(options.package, options.strict, session);
-    if (options.number.empty())
+    if (options.number.empty() && !options.changes.identifier)
         warnings.add("the number is empty, so the copy has the identifier of the original and "
                      "would replace it");
     auto objection = examineName(options.package);
@@ -160,7 +192,8 @@ void run(const DuplicateOptions &options, Session &session) {
     if (objection)
         warnings.printHeldBack();
     const Outcome outcome = objection ? Outcome{std::nullopt, *objection, *objection}
-                                      : runJob(options, destination, icon, warnings, session);
+                                      : runJob(options, destination, icon,
+                                               report ? &*report : nullptr, warnings, session);
     if (options.json) {
         session.out().line(
             jobJson(outcome.log, outcome.errorMessage, outcome.result, warnings.texts()));

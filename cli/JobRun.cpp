@@ -27,7 +27,8 @@ JobInput JobRun::input(std::optional<Picture> icon) const {
     return {.package = archive::URL::file(options_.package),
             .duplicationNumber = [this] { return options_.number; },
             .icon = [icon = std::move(icon)] { return icon; },
-            .nameEncoding = encodingOfAllNames(options_.encoding)};
+            .nameEncoding = encodingOfAllNames(options_.encoding),
+            .changes = options_.changes};
 }
 
 JobServices JobRun::services() const {
@@ -56,8 +57,9 @@ void JobRun::logged(const std::string &line) {
     print(line);
 }
 
-void JobRun::finished(const archive::URL &result, const ResultRemarks & /*remarks*/) {
+void JobRun::finished(const archive::URL &result, const ResultRemarks &remarks) {
     result_ = result;
+    remarks_ = remarks;
 }
 
 /// Must not throw: after a failure the job is cancelled, and it stops at its next chunk.

@@ -32,6 +32,10 @@ public:
     [[nodiscard]] const std::string &summary() const { return summary_; }
     [[nodiscard]] const std::optional<JobProblem> &failure() const { return job_.failure(); }
     [[nodiscard]] const std::vector<JobProblem> &complaints() const { return job_.complaints(); }
+    /// What must be known of the result.
+    [[nodiscard]] const ResultRemarks &remarks() const { return remarks_; }
+    [[nodiscard]] const std::vector<PackageChange> &changes() const { return job_.changes(); }
+    [[nodiscard]] const std::vector<KeptText> &keptTexts() const { return job_.keptTexts(); }
 
 private:
     [[nodiscard]] JobInput input(std::optional<Picture> icon) const;
@@ -51,6 +55,7 @@ private:
     std::vector<std::string> log_;
     std::string summary_;
     std::optional<archive::URL> result_;
+    ResultRemarks remarks_;
     Job job_;
 };
 

@@ -3,6 +3,9 @@
 #include "cli/EntryText.h"
 #include "cli/JsonText.h"
 
+#include "Vellomir/PropertyLists/ValueTexts.h"
+
+#include <cmath>
 #include <cstdint>
 #include <string_view>
 
@@ -33,8 +36,43 @@ std::string withoutControls(const std::string &json) {
     return result;
 }
 
-std::string text(const Json &json) {
-    return withoutControls(json.dump(-1, ' ', false, Json::error_handler_t::replace));
+constexpr int oneLine = -1;
+
+std::string text(const Json &json, int indent = oneLine) {
+    return withoutControls(json.dump(indent, ' ', false, Json::error_handler_t::replace));
+}
+
+struct ValueJson {
+    Json operator()(const PropertyListNull & /*null*/) const { return nullptr; }
+    Json operator()(const std::string &text) const { return text; }
+    Json operator()(std::int64_t number) const { return number; }
+    Json operator()(std::uint64_t number) const { return number; }
+    Json operator()(PropertyListReal real) const {
+        return std::isfinite(real.value) ? Json(real.value) : Json(formatReal(real));
+    }
+    Json operator()(bool isTrue) const { return isTrue; }
+    Json operator()(PropertyListDate date) const {
+        const auto text = formatDate(date);
+        return text ? Json(*text) : Json(nullptr);
+    }
+    Json operator()(const archive::Data &data) const { return formatData(data); }
+    Json operator()(PropertyListUID uid) const { return {{"CF$UID", uid.value}}; }
+    Json operator()(const PropertyListArray &array) const {
+        Json json = Json::array();
+        for (const PropertyListValue &element : array)
+            json.push_back(std::visit(*this, element.content));
+        return json;
+    }
+    Json operator()(const PropertyListDictionary &dictionary) const {
+        Json json = Json::object();
+        for (const PropertyListMember &member : dictionary)
+            json.emplace(member.key, std::visit(*this, member.value.content));
+        return json;
+    }
+};
+
+Json valueJson(const std::optional<PropertyListValue> &value) {
+    return value ? std::visit(ValueJson(), value->content) : Json(nullptr);
 }
 
 /// An object whose last member is an empty list, up to where its elements come.
@@ -59,6 +97,25 @@ std::string jobJson(const std::vector<std::string> &log, const std::string &erro
     json["result"] = result ? Json(*result) : Json(nullptr);
     json["warnings"] = warnings;
     return text(json);
+}
+
+std::string changeReportJson(const ChangeReportContents &contents) {
+    Json changes = Json::array();
+    for (const PackageChange &change : contents.changes)
+        changes.push_back({{"file", change.file},
+                           {"keyPath", change.value.keyPath},
+                           {"from", valueJson(change.value.from)},
+                           {"to", valueJson(change.value.to)}});
+    Json kept = Json::array();
+    for (const KeptText &each : contents.kept)
+        kept.push_back({{"file", each.file}, {"keyPath", each.keyPath}, {"text", each.text}});
+    Json json;
+    json["package"] = contents.package;
+    json["result"] = contents.result;
+    json["changes"] = std::move(changes);
+    json["kept"] = std::move(kept);
+    json["warnings"] = contents.warnings;
+    return text(json, 2) + '\n';
 }
 
 std::string listHeadJson(const std::string &name, bool isZIP64) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Vellomir/Job/ChangeRecord.h"
 #include "archive/Archive.h"
 
 #include <optional>
@@ -17,6 +18,21 @@ namespace vellomir::cli {
                                   const std::string &errorMessage,
                                   const std::optional<std::string> &result,
                                   const std::vector<std::string> &warnings);
+
+/// What a job changed, for `--report`.
+struct ChangeReportContents {
+    std::string package;
+    std::string result;
+    const std::vector<PackageChange> &changes;
+    const std::vector<KeptText> &kept;
+    const std::vector<std::string> &warnings;
+};
+
+/// `{"package":"…","result":"…","changes":[{"file":"…","keyPath":["…"],"from":…,"to":…}],
+/// "kept":[{"file":"…","keyPath":["…"],"text":"…"}],"warnings":["…"]}`, indented, with a line end.
+/// A missing value is null; of the kinds that JSON lacks, data is base64, and a date is
+/// "2001-01-01T00:00:00Z".
+[[nodiscard]] std::string changeReportJson(const ChangeReportContents &contents);
 
 /// `{"archive":"…","zip64":false,"entries":[`: the text before the entries of a list.
 [[nodiscard]] std::string listHeadJson(const std::string &name, bool isZIP64);

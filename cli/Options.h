@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Vellomir/Job/DeepChanges.h"
 #include "archive/Compression.h"
 #include "archive/TextEncoding.h"
 
@@ -21,9 +22,10 @@ struct Feedback {
 
 struct DuplicateOptions {
     std::string package;
-    std::string number; ///< any text, also none
+    std::string number; ///< any text, also none; not used if name and identifier are given
     std::optional<std::string> icon;
     bool zoom = false;        ///< only with an icon
+    bool opaque = false;      ///< only with an icon
     std::string output = "."; ///< a folder, or the name of the result
     bool force = false;
     /// Of names that are not marked as UTF-8; nothing: code page 437, and not chosen by the user.
@@ -31,6 +33,8 @@ struct DuplicateOptions {
     bool strict = false;          ///< each warning is a failure
     bool allowIncomplete = false; ///< copy what can be reached of a damaged package
     bool json = false;
+    DeepChanges changes;               ///< `icons` only with an icon
+    std::optional<std::string> report; ///< the file that lists what was changed
 };
 
 struct InspectOptions {

@@ -22,7 +22,8 @@ std::optional<URL> Job::run() {
 
     if (const auto icon = input_.icon()) {
         observer_.logged("Image picked");
-        updateAppIcon(*unzipped, *icon); // The bundle can do without the new icon.
+        // The bundle can do without the new icon.
+        hasNewIcons_ = updateAppIcon(*unzipped, *icon).has_value();
     } else {
         observer_.logged("No image selected");
     }
@@ -30,6 +31,8 @@ std::optional<URL> Job::run() {
     remarks_.keepsIdentifier = input_.duplicationNumber().empty();
     countEntries(documentsFolder().appendingPathComponent(input_.package->lastPathComponent()));
     const auto appName = updateInfoPlist(*unzipped);
+    if (appName)
+        changeDeeply(*unzipped);
     auto result = appName ? zipUpdatedIPA(*unzipped, *appName) : std::nullopt;
     if (!result) {
         static const std::string failure = "Error while processing the IPA file";
@@ -42,6 +45,7 @@ std::optional<URL> Job::run() {
     observer_.summarized(success + result->absoluteString());
     observer_.finished(*result, remarks_);
     clearTemporaryFiles();
+    logChanges();
     return result;
 }
 

@@ -1,6 +1,8 @@
 #pragma once
 
 #include "Vellomir/Inspection/IconFiles.h"
+#include "Vellomir/Job/ChangeRecord.h"
+#include "Vellomir/Job/DeepChanges.h"
 #include "Vellomir/Job/JobProgress.h"
 #include "Vellomir/Job/ResultRemarks.h"
 #include "Vellomir/Pictures/Picture.h"
@@ -28,6 +30,7 @@ struct JobInput {
     std::function<std::optional<Picture>()> icon; ///< nothing: the icon files are kept
     /// The encoding of names in the package; without it, each entry's flag decides.
     std::optional<archive::TextEncoding> nameEncoding = std::nullopt;
+    DeepChanges changes = {};
 };
 
 /// Where a job works.
@@ -57,6 +60,7 @@ struct JobProblem {
         payloadNotMoved,
         packageNotZipped,
         temporaryFilesNotCleared,
+        changeNotMade, ///< one of `JobInput::changes`, or a part of one
     };
 
     Kind kind;
@@ -122,9 +126,29 @@ public:
     [[nodiscard]] const std::optional<JobProblem> &failure() const { return failure_; }
     /// What failed without ending the job, in the order of the log.
     [[nodiscard]] const std::vector<JobProblem> &complaints() const { return complaints_; }
+    /// What was changed in the package, in the order of the steps.
+    [[nodiscard]] const std::vector<PackageChange> &changes() const { return record_.changes; }
+    /// Texts that still hold the old identifier; only looked for when nested bundles are changed.
+    [[nodiscard]] const std::vector<KeptText> &keptTexts() const { return record_.kept; }
 
 private:
     using Kind = JobProblem::Kind;
+
+    /// What the app's list was given.
+    struct Renaming {
+        archive::URL list;
+        std::string suffix;
+        std::string oldIdentifier;
+        std::string newIdentifier;
+        std::string displayName; ///< the new one
+    };
+
+    /// The content of an icon file, and the size of the picture in pixels.
+    struct IconFile {
+        archive::Data png;
+        int width = 0;
+        int height = 0;
+    };
 
     [[nodiscard]] archive::URL documentsFolder() const;
     void diagnose(const std::exception &error) const;
@@ -136,15 +160,24 @@ private:
     void countEntries(const archive::URL &package);
 
     [[nodiscard]] std::optional<archive::URL> findBundle(const archive::URL &url) const;
-    [[nodiscard]] std::optional<archive::Data> encodeIcon(const Picture &newIcon);
-    [[nodiscard]] bool writeIcons(const archive::URL &bundle, const archive::Data &png);
+    [[nodiscard]] std::optional<IconFile> encodeIcon(const Picture &newIcon);
+    [[nodiscard]] std::vector<IconFile> encodeIcons(const Picture &newIcon);
+    [[nodiscard]] bool writeIcons(const archive::URL &url, const archive::URL &bundle,
+                                  const std::vector<IconFile> &icons);
+    void recordIcon(const std::string &entry, std::optional<std::uint64_t> oldSize,
+                    const IconFile &icon);
 
     [[nodiscard]] std::optional<archive::URL> firstInfoPlist(const archive::URL &url) const;
     [[nodiscard]] std::optional<archive::URL> findInfoPlist(const archive::URL &url) const;
     [[nodiscard]] std::optional<PropertyList> readInfoPlist(const archive::URL &file);
     void failReading(const std::exception &error);
-    [[nodiscard]] std::string renameBundle(PropertyList &propertyList);
-    void writeInfoPlist(const PropertyList &propertyList, const archive::URL &file);
+    [[nodiscard]] Renaming rename(PropertyList &propertyList) const;
+    [[nodiscard]] bool writeInfoPlist(const PropertyList &propertyList, const archive::URL &file);
+    void recordInfoPlist(const archive::URL &url, const PropertyList &old,
+                         const PropertyList &changed, const std::vector<ValueChange> &removedKeys);
+    void changeDeeply(const archive::URL &url);
+    void changeParts(const archive::URL &url);
+    void logChanges();
 
     void stagePayload(const archive::URL &url, const archive::URL &staging);
     void removeAllButPayload(const archive::URL &staging) const;
@@ -157,6 +190,9 @@ private:
     JobProgress progress_;
     JobObserver &observer_;
     ResultRemarks remarks_;
+    ChangeRecord record_;
+    bool hasNewIcons_ = false;
+    std::optional<Renaming> renaming_; ///< once the app's list is written
     std::optional<JobProblem> failure_;
     std::vector<JobProblem> complaints_;
 };

@@ -1,5 +1,6 @@
 // Job: the bundle's new identifier, names and icon entries.
 
+#include "Vellomir/Job/IconKeys.h"
 #include "Vellomir/Job/Job.h"
 
 namespace vellomir {
@@ -17,9 +18,32 @@ std::optional<std::string> Job::updateInfoPlist(const archive::URL &url) {
     auto propertyList = readInfoPlist(*file);
     if (!propertyList)
         return std::nullopt;
-    std::string displayName = renameBundle(*propertyList);
-    writeInfoPlist(*propertyList, *file); // If that fails, the job goes on with the old one.
+    const PropertyList old = *propertyList;
+    Renaming renaming = rename(*propertyList);
+    std::vector<ValueChange> removedKeys;
+    if (input_.changes.icons && hasNewIcons_)
+        removedKeys = removeHidingIconKeys(*propertyList);
+    std::string displayName = renaming.displayName;
+    // If that fails, the job goes on with the old one.
+    if (writeInfoPlist(*propertyList, *file)) {
+        renaming.list = *file;
+        renaming_ = std::move(renaming);
+        recordInfoPlist(url, old, *propertyList, removedKeys);
+    }
     return displayName;
+}
+
+void Job::recordInfoPlist(const archive::URL &url, const PropertyList &old,
+                          const PropertyList &changed,
+                          const std::vector<ValueChange> &removedKeys) {
+    const std::string entry = renaming_->list.path().substr(url.path().size() + 1);
+    for (ValueChange &each : changesBetween(old.members(), changed.members()))
+        record_.changes.push_back({.file = entry, .value = std::move(each)});
+    for (const ValueChange &each : removedKeys)
+        record_.say("Removed " + describeKeyPath(each.keyPath) + " from " +
+                    renaming_->list.lastPathComponent());
+    if (input_.changes.identifier)
+        remarks_.keepsIdentifier = renaming_->newIdentifier == renaming_->oldIdentifier;
 }
 
 std::optional<archive::URL> Job::firstInfoPlist(const archive::URL &url) const {
@@ -58,41 +82,51 @@ void Job::failReading(const std::exception &error) {
     diagnose(error);
 }
 
-std::string Job::renameBundle(PropertyList &propertyList) {
+Job::Renaming Job::rename(PropertyList &propertyList) const {
     propertyList.remove("CFBundleIcons");
     propertyList.setTexts("CFBundleIconFiles", iconFileNames);
 
     const auto old = [&](const char *key) { return propertyList.text(key).value_or(""); };
     const std::string identifier = old("CFBundleIdentifier");
     const std::string displayName = old("CFBundleDisplayName");
-    const std::string name = old("CFBundleName");
     const std::string suffix = input_.duplicationNumber();
+    const DeepChanges &asked = input_.changes;
+    const std::string newIdentifier = asked.identifier.value_or(identifier + suffix);
+    const std::string newDisplayName = asked.name.value_or(displayName + suffix);
+    const std::string newName = asked.name.value_or(old("CFBundleName") + suffix);
 
     observer_.logged("Previous Bundle ID: " + identifier);
-    observer_.logged("New Bundle ID: " + identifier + suffix);
+    observer_.logged("New Bundle ID: " + newIdentifier);
     observer_.logged("Previous App Name: " + displayName);
-    observer_.logged("New App Name: " + displayName + suffix);
+    observer_.logged("New App Name: " + newDisplayName);
 
-    propertyList.setText("CFBundleIdentifier", identifier + suffix);
-    propertyList.setText("CFBundleDisplayName", displayName + suffix);
-    propertyList.setText("CFBundleName", name + suffix);
-    return displayName + suffix;
+    propertyList.setText("CFBundleIdentifier", newIdentifier);
+    propertyList.setText("CFBundleDisplayName", newDisplayName);
+    propertyList.setText("CFBundleName", newName);
+    return {.list = {},
+            .suffix = suffix,
+            .oldIdentifier = identifier,
+            .newIdentifier = newIdentifier,
+            .displayName = newDisplayName};
 }
 
-void Job::writeInfoPlist(const PropertyList &propertyList, const archive::URL &file) {
+/// Whether the file was written.
+bool Job::writeInfoPlist(const PropertyList &propertyList, const archive::URL &file) {
     std::optional<archive::Data> xml;
     try {
         xml = propertyList.xmlData(progress_.progress());
     } catch (const std::exception &error) {
         complain(Kind::infoPlistNotSerialized, "Unable to update the Info.plist file", error);
-        return;
+        return false;
     }
     try {
         services_.files.write(file, *xml);
         observer_.logged("Info.plist updated successfully");
+        return true;
     } catch (const std::exception &error) {
         complain(Kind::infoPlistNotWritten,
                  "Error while writing the updated Info.plist data: ", error);
+        return false;
     }
 }
 

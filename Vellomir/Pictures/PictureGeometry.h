@@ -16,4 +16,11 @@ namespace vellomir {
 /// small enough keeps its size, and its pixels if they have 8 bits. Linear time.
 [[nodiscard]] Bitmap scaledToFit(const Bitmap &bitmap, int maximumSide);
 
+/// The centred square of the bitmap with this side, which is at least 1; 8 bits a channel. Enlarges
+/// and reduces with a Lanczos filter; transparent pixels count as much as they show.
+[[nodiscard]] Bitmap scaledToSquare(const Bitmap &bitmap, int side);
+
+/// The bitmap in front of white, without alpha. The same pixels if it has none already.
+[[nodiscard]] Bitmap withoutAlpha(const Bitmap &bitmap);
+
 } // namespace vellomir

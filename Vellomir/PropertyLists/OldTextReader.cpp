@@ -37,14 +37,17 @@ std::size_t countLineEnds(std::string_view text) {
 
 class OldTextReader {
 public:
-    OldTextReader(std::string_view text, const archive::Progress *progress)
-        : text_(text),
+    OldTextReader(std::string_view text, const archive::Progress *progress,
+                  std::vector<OldTextPlace> *places = nullptr)
+        : text_(text), places_(places),
           builder_(
               "old-style text",
               [this] {
                   return "line " + std::to_string(countLineEnds(text_.substr(0, position_)) + 1);
               },
               progress) {}
+
+    [[nodiscard]] bool isEmpty() { return !peek(); }
 
     [[nodiscard]] PropertyListValue read() {
         const auto first = peek();
@@ -115,16 +118,19 @@ private:
     void readValue() {
         if (skip('{')) {
             builder_.beginDictionary();
+            ++depth_;
             readPairs('}');
             require('}');
         } else if (skip('(')) {
             builder_.beginArray();
+            ++depth_;
             readElements();
             require(')');
         } else {
             return builder_.addValue(skip('<') ? PropertyListValue{readData()}
                                                : PropertyListValue{readText()});
         }
+        --depth_;
         builder_.end();
     }
 
@@ -136,6 +142,7 @@ private:
             return builder_.addValue({std::move(text)});
         position_ = start;
         builder_.beginDictionary();
+        ++depth_;
         readPairs(std::nullopt);
         builder_.end();
     }
@@ -144,13 +151,24 @@ private:
     void readPairs(std::optional<char> end) {
         while (peek() != end) {
             const std::string key = readText();
+            std::size_t start = position_;
             builder_.addKey(key);
-            if (skip('='))
+            if (skip('=')) {
+                static_cast<void>(peek());
+                start = position_;
                 readValue();
-            else
+                addPlace({key, start, position_});
+            } else {
                 builder_.addValue({key});
+                addPlace({key, start, start});
+            }
             require(';');
         }
+    }
+
+    void addPlace(OldTextPlace place) {
+        if (places_ != nullptr && depth_ == 1)
+            places_->push_back(std::move(place));
     }
 
     void readElements() {
@@ -259,15 +277,21 @@ private:
     }
 
     std::string_view text_;
+    std::vector<OldTextPlace> *places_;
     std::size_t position_ = 0;
+    std::size_t depth_ = 0; ///< number of open arrays and dictionaries
     PropertyListBuilder builder_;
 };
 
 } // namespace
 
-PropertyListValue readOldTextPropertyList(std::string_view text,
-                                          const archive::Progress *progress) {
-    return OldTextReader(text, progress).read();
+PropertyListValue readOldTextPropertyList(std::string_view text, const archive::Progress *progress,
+                                          std::vector<OldTextPlace> *places) {
+    return OldTextReader(text, progress, places).read();
+}
+
+bool isBlankOldText(std::string_view text, const archive::Progress *progress) {
+    return OldTextReader(text, progress).isEmpty();
 }
 
 } // namespace vellomir

@@ -29,6 +29,10 @@ public:
     /// The whole list: a dictionary.
     [[nodiscard]] const PropertyListValue &value() const { return root_; }
 
+    /// The same as pairs, in the order of the list. Keys must stay unique.
+    [[nodiscard]] const PropertyListDictionary &members() const;
+    [[nodiscard]] PropertyListDictionary &members();
+
     /// The text of the key; nothing if the key is missing or its value is not a text.
     [[nodiscard]] std::optional<std::string> text(const std::string &key) const;
     /// Sets the text of a key. A new key is appended; an existing one keeps its position.
@@ -44,8 +48,6 @@ public:
 private:
     explicit PropertyList(PropertyListValue root) : root_(std::move(root)) {}
 
-    [[nodiscard]] const PropertyListDictionary &members() const;
-    [[nodiscard]] PropertyListDictionary &members();
     void set(const std::string &key, PropertyListValue value);
 
     PropertyListValue root_;

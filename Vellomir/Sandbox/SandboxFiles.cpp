@@ -3,6 +3,7 @@
 #include "Vellomir/Sandbox/SandboxPath.h"
 #include "files/Error.h"
 #include "files/FileContent.h"
+#include "files/FolderChanges.h"
 #include "files/FolderTree.h"
 #include "files/ItemAttributes.h"
 
@@ -25,6 +26,25 @@ FileDescriptor openForWriting(const SandboxPlace &place) {
     if (file.isOpen())
         setPermissions(file, newFileMode); // some file systems have none
     return file;
+}
+
+/// A new file beside the place, under a name that is free. `path` is for errors.
+SandboxPlace createBeside(const SandboxPlace &place, mode_t mode, const std::string &path,
+                          FileDescriptor &file) {
+    static constexpr int attempts = 1000;
+    SandboxPlace fresh{
+        .folder = duplicate(place.folder.get()), .name = {}, .folderPath = place.folderPath};
+    for (int attempt = 0; attempt < attempts; ++attempt) {
+        fresh.name = ".vellomir-new-" + std::to_string(attempt);
+        file = createFile(fresh.itemName(), Access::write, 0600);
+        if (file.isOpen()) {
+            setPermissions(file, mode); // some file systems have none
+            return fresh;
+        }
+        if (errno != EEXIST)
+            break;
+    }
+    throw writeError(path, errno);
 }
 
 /// What a path leads to.
@@ -73,6 +93,34 @@ void SandboxFiles::write(const URL &url, std::span<const std::byte> content) con
     writeAll(file.get(), content, url.path());
     if (!file.close())
         throw writeError(url.path(), errno);
+}
+
+std::optional<std::uint64_t> SandboxFiles::fileSize(const URL &url) const {
+    try {
+        const auto status = SandboxPath::item(root_, url).status();
+        if (status && status->isRegularFile())
+            return static_cast<std::uint64_t>(status->size());
+    } catch (const Error &) {
+        // There is no such file where no path leads.
+    }
+    return std::nullopt;
+}
+
+void SandboxFiles::replace(const URL &url, std::span<const std::byte> content) const {
+    const SandboxPlace place = SandboxPath::item(root_, url);
+    const auto status = place.status();
+    if (!status || !status->isRegularFile())
+        throw writeError(url.path(), status ? EEXIST : errno);
+    FileDescriptor file;
+    const SandboxPlace fresh = createBeside(place, status->permissions(), url.path(), file);
+    try {
+        writeAll(file.get(), content, url.path());
+        if (!file.close() || !renameItem(fresh.itemName(), place.itemName()))
+            throw writeError(url.path(), errno);
+    } catch (...) {
+        static_cast<void>(removeFile(fresh.itemName()));
+        throw;
+    }
 }
 
 void SandboxFiles::createFolder(const URL &url) const {

@@ -6,6 +6,7 @@
 #include "files/FileDescriptor.h"
 #include "files/FolderItems.h"
 
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -33,6 +34,8 @@ public:
     void requireFile(const archive::URL &url) const;
     /// Whether a folder is there; false for a link to one.
     [[nodiscard]] bool isFolder(const archive::URL &url) const;
+    /// The size in bytes of a regular file; nothing for anything else, also for a link to one.
+    [[nodiscard]] std::optional<std::uint64_t> fileSize(const archive::URL &url) const;
     /// The same place without links in the folders of its path. The item need not exist.
     [[nodiscard]] archive::URL withoutLinks(const archive::URL &url) const;
     /// A whole file. More than `limit` bytes: `FileError::fileReadTooLarge`.
@@ -40,6 +43,10 @@ public:
     /// Replaces the content of a file in place, which keeps its mode. A missing file is made with
     /// the mode 0644.
     void write(const archive::URL &url, std::span<const std::byte> content) const;
+    /// Replaces a regular file by another one with this content and the same mode, in one step: if
+    /// it throws, the old file is as it was. The file itself need not be writable; a link is
+    /// refused.
+    void replace(const archive::URL &url, std::span<const std::byte> content) const;
 
     /// The folder and all missing ones above it; an existing folder is welcome.
     void createFolder(const archive::URL &url) const;

@@ -17,7 +17,8 @@ void JobBench::pick(const std::string &content, const std::string &name) {
 Job &JobBench::newJob() {
     return job_.emplace(JobInput{.package = package,
                                  .duplicationNumber = [this] { return number; },
-                                 .icon = [this] { return icon; }},
+                                 .icon = [this] { return icon; },
+                                 .changes = changes},
                         JobServices{.sandbox = sandbox_,
                                     .files = SandboxFiles(sandbox_.root(), listFolder_),
                                     .progress = progress_},

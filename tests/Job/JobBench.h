@@ -21,6 +21,7 @@ public:
     std::optional<archive::URL> package;
     std::string number;
     std::optional<Picture> icon;
+    DeepChanges changes;
 
     [[nodiscard]] std::filesystem::path documents() const { return folder / "box/Documents"; }
     [[nodiscard]] std::filesystem::path temporary() const { return folder / "box/tmp"; }
@@ -50,6 +51,7 @@ public:
 
     /// What the last job failed with. Fails the test if it did not fail.
     [[nodiscard]] JobProblem failure() const;
+    [[nodiscard]] const Job &job() const { return *job_; }
     /// What the last job complained of.
     [[nodiscard]] std::vector<JobProblem::Kind> complaints() const;
 

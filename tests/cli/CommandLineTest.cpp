@@ -55,6 +55,35 @@ TEST(CommandLine, DuplicateHasDefaults) {
                  chosen.allowIncomplete);
 }
 
+TEST(CommandLine, DuplicateAcceptsDeepChanges) {
+    const auto chosen = options<DuplicateOptions>(
+        {"duplicate", "a.ipa", "--number", "2", "--nested", "--localized", "--icons", "--icon", "i",
+         "--opaque", "--name", "--", "--identifier", "a.B-1", "--report", "r.json"});
+    EXPECT_TRUE(chosen.changes.nested && chosen.changes.localized && chosen.changes.icons &&
+                chosen.opaque);
+    EXPECT_EQ(chosen.changes.name, "--");
+    EXPECT_EQ(chosen.changes.identifier, "a.B-1");
+    EXPECT_EQ(chosen.report, "r.json");
+    const auto plain = options<DuplicateOptions>({"duplicate", "a.ipa", "--number", "2"});
+    EXPECT_FALSE(plain.changes.nested || plain.changes.localized || plain.changes.icons ||
+                 plain.opaque || plain.changes.name || plain.changes.identifier || plain.report);
+}
+
+TEST(CommandLine, DeepIsAllThree) {
+    const auto with =
+        options<DuplicateOptions>({"duplicate", "a", "--number", "2", "--deep", "--icon", "i"});
+    EXPECT_TRUE(with.changes.nested && with.changes.localized && with.changes.icons);
+    const auto without = options<DuplicateOptions>({"duplicate", "a", "--number", "2", "--deep"});
+    EXPECT_TRUE(without.changes.nested && without.changes.localized);
+    EXPECT_FALSE(without.changes.icons);
+}
+
+TEST(CommandLine, NameAndIdentifierNeedNoNumber) {
+    EXPECT_EQ(
+        options<DuplicateOptions>({"duplicate", "a", "--name", "n", "--identifier", "i"}).number,
+        "");
+}
+
 TEST(CommandLine, NumberMayBeAnyText) {
     for (const std::string number :
          {"", "-copy", "--json", "--", "[1,2]", "-2", "ü\n", "a=b", " "}) {
@@ -142,6 +171,15 @@ TEST(CommandLine, WrongCommandLinesAreRefused) {
     const std::vector<std::pair<Arguments, std::string>> cases = {
         {{"duplicate", "a"}, "--number is required"},
         {{"duplicate", "--number", "1"}, "PACKAGE is required"},
+        {{"duplicate", "a", "--name", "n"}, "--number is required"},
+        {{"duplicate", "a", "--identifier", "i"}, "--number is required"},
+        {{"duplicate", "a", "--number", "1", "--icons"}, "--icons requires --icon"},
+        {{"duplicate", "a", "--number", "1", "--name", "a/b"},
+         "--name: the name is also that of the copy's file, so it may not have a \"/\""},
+        {{"duplicate", "a", "--number", "1", "--identifier", "a_b"},
+         "--identifier: an identifier has only letters, digits, hyphens and dots"},
+        {{"duplicate", "a", "--number", "1", "--identifier", "a..b"},
+         "--identifier: an identifier has a text in front of and behind each dot"},
         {{"duplicate", "", "--number", "1"}, "may not be empty"},
         {{"duplicate", "a", "--number", "1", "--zoom"}, "--zoom requires --icon"},
         {{"duplicate", "a", "--number", "1", "--icon", ""}, "may not be empty"},

@@ -4,6 +4,7 @@
 #include "tests/support/Referee.h"
 #include "tests/support/TemporaryFolder.h"
 
+#include <cmath>
 #include <gtest/gtest.h>
 
 namespace vellomir::cli {
@@ -29,6 +30,32 @@ TEST(Json, JobHasLogMessageAndResult) {
               R"("warnings":[]})");
     EXPECT_EQ(cli::jobJson({}, "Error", std::nullopt, {"one", "two"}),
               R"({"log":[],"errorMessage":"Error","result":null,"warnings":["one","two"]})");
+}
+
+TEST(Json, ChangeReportHasEveryKindOfValue) {
+    const PropertyListValue from{PropertyListDictionary{
+        {.key = "text", .value = {std::string("a")}},
+        {.key = "numbers",
+         .value = {PropertyListArray{{std::int64_t{-1}}, {PropertyListReal{1.5}}, {true}}}},
+        {.key = "data", .value = {Data(std::string_view("\0\1", 2))}},
+        {.key = "date", .value = {PropertyListDate{0}}},
+        {.key = "infinite", .value = {PropertyListReal{HUGE_VAL}}},
+        {.key = "uid", .value = {PropertyListUID{3}}},
+        {.key = "null", .value = {PropertyListNull()}}}};
+    const std::vector<PackageChange> changes = {
+        {.file = "P/Info.plist",
+         .value = {.keyPath = {"a", "0"}, .from = from, .to = std::nullopt}}};
+    const std::vector<KeptText> kept = {{.file = "P/x", .keyPath = {"k"}, .text = "t"}};
+    const std::string json = cli::changeReportJson(
+        {.package = "a.ipa", .result = "/b.ipa", .changes = changes, .kept = kept, .warnings = {}});
+    EXPECT_EQ(
+        readByPython(json),
+        "package='a.ipa'\nresult='/b.ipa'\nchanges=[{'file': 'P/Info.plist', 'keyPath': ['a', "
+        "'0'], 'from': {'text': 'a', 'numbers': [-1, 1.5, True], 'data': 'AAE=', 'date': "
+        "'2001-01-01T00:00:00Z', 'infinite': '+infinity', 'uid': {'CF$UID': 3}, 'null': None}, "
+        "'to': None}]\nkept=[{'file': 'P/x', 'keyPath': ['k'], 'text': 't'}]\nwarnings=[]\n");
+    EXPECT_EQ(json.substr(0, 4), "{\n  ");
+    EXPECT_EQ(json.back(), '\n');
 }
 
 TEST(Json, EntryMembersAreInOrder) {

@@ -22,7 +22,9 @@ class Usage(Case):
         duplicate = self.succeed("duplicate", "--help")
         for option in ["PACKAGE", "--number TEXT", "--icon PICTURE", "--zoom", "--output PATH",
                        "--force", "--encoding utf-8|cp437", "--allow-incomplete", "--strict",
-                       "--json", "--quiet", "--progress auto|always|never"]:
+                       "--json", "--quiet", "--progress auto|always|never", "--nested",
+                       "--localized", "--icons", "--deep", "--name TEXT", "--identifier TEXT",
+                       "--opaque", "--report FILE"]:
             self.assertIn(option, duplicate)
 
     def testWrongCommandLinesTouchNothing(self):

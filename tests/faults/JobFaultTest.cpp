@@ -106,6 +106,38 @@ TEST_F(JobFaults, WholeJob) {
                          .isLong = true});
 }
 
+TEST_F(JobFaults, DeepChanges) {
+    const std::string list =
+        test::plist("<key>CFBundleIdentifier</key><string>com.example.notes.a</string>");
+    package_ = test::notesPackage(
+        {{.name = "Payload/Notes.app/PlugIns/A.appex/Info.plist", .data = list},
+         {.name = "Payload/Notes.app/de.lproj/InfoPlist.strings", .data = "CFBundleName = a;"}});
+    test::runWithFaults({.name = "job: all steps with nested bundles and localized names",
+                         .prepare =
+                             [&] {
+                                 reset();
+                                 job().changes = {.nested = true, .localized = true};
+                             },
+                         .run =
+                             [&] {
+                                 job().run();
+                                 if (!job().result() || saysFailure(job().log()))
+                                     job().throwWords();
+                             },
+                         .checkDone =
+                             [&] {
+                                 auto items = unpacked(job().documents() / "Notes2.ipa");
+                                 EXPECT_THAT(items["Payload/Notes.app/PlugIns/A.appex/Info.plist"],
+                                             testing::HasSubstr("com.example.notes2.a"));
+                                 EXPECT_THAT(items["Payload/Notes.app/de.lproj/InfoPlist.strings"],
+                                             testing::HasSubstr("CFBundleName = \"a2\";"));
+                             },
+                         .checkFailed = [&] { expectSourceUntouched(); },
+                         .names = {"Notes", "Info.plist", "InfoPlist.strings", "vellomir-"},
+                         .maySayLess = {Call::open, Call::status, Call::list},
+                         .isLong = true});
+}
+
 TEST_F(JobFaults, Unpacking) {
     test::runWithFaults({.name = "job: unpack",
                          .prepare = [&] { reset(); },

@@ -9,7 +9,7 @@ class Usage(Case):
         self.assertRegex(self.succeed("--version"), r"\Avellomir-cli \d+\.\d+\n\Z")
 
     def testHelpEverywhere(self):
-        commands = [[], ["duplicate"], ["archive"]]
+        commands = [[], ["duplicate"], ["inspect"], ["archive"]]
         commands += [["archive", name] for name in ["list", "extract", "create", "add", "cat", "test"]]
         for command in commands:
             text = self.succeed(*command, "--help")

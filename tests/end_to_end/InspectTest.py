@@ -2,11 +2,16 @@
 import json
 import plistlib
 import subprocess
+import sys
 import unittest
 import zipfile
+from pathlib import Path
 
 from harness import (ICON_NAMES, PROGRAM, UNCOUNTED, Case, infoPlist, makePackage, makeZip,
                      packageEntries, zipInfo)
+
+sys.path.insert(0, str(Path(__file__).resolve().parents[1] / "packages"))
+import packages  # noqa: E402
 
 
 def entries(plist=None, more=()):
@@ -36,6 +41,14 @@ class InspectTest(Case):
         self.assertEqual(found["size"], len(plist) + 4)
         self.assertEqual(found["profile"], None)
         self.assertEqual(found["warnings"], [])
+
+    def testPackagesLikeRealOnes(self):
+        for name, package in packages.PACKAGES.items():
+            with self.subTest(name):
+                found = self.inspect(packages.write(self.folder, name))
+                self.assertEqual(found["bundle"], package.main)
+                self.assertEqual({warning["code"] for warning in found["warnings"]}, package.warnings)
+                self.assertEqual(found["unread"], [])
 
     def testPrintsAText(self):
         share = plistlib.dumps({"CFBundleIdentifier": "com.example.notes.share"})

@@ -9,9 +9,9 @@ class Usage(Case):
         self.assertRegex(self.succeed("--version"), r"\Avellomir-cli \d+\.\d+\n\Z")
 
     def testHelpEverywhere(self):
-        commands = [[], ["duplicate"], ["archive"]]
-        commands += [["archive", name] for name in ["list", "extract", "create", "add", "cat", "test",
-                                              "compare"]]
+        commands = [[], ["duplicate"], ["inspect"], ["archive"]]
+        commands += [["archive", name] for name in ["list", "extract", "create", "add", "remove",
+                                              "cat", "test", "compare"]]
         for command in commands:
             text = self.succeed(*command, "--help")
             self.assertIn("Usage: " + " ".join(["vellomir-cli", *command]) + " ", text)

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <numeric>
 #include <span>
 
 namespace vellomir {
@@ -85,7 +86,11 @@ private:
     void lookAt(const std::string &text) {
         if (!holdsIdentifier(text, change_.from) || holdsIdentifier(text, change_.to))
             return;
-        if (result_.found.size() < IdentifierSearch::limit)
+        const std::size_t size = std::accumulate(
+            path_.begin(), path_.end(), std::size_t{0},
+            [](std::size_t sum, const std::string &step) { return sum + step.size(); });
+        if (result_.found.size() < IdentifierSearch::limit &&
+            size <= IdentifierSearch::longestKeyPath)
             result_.found.emplace_back(path_, text);
         else
             ++result_.more;
@@ -126,7 +131,8 @@ std::vector<ValueChange> changeBundleReferences(PropertyListDictionary &members,
 IdentifierSearch findOldIdentifier(const PropertyListDictionary &members,
                                    const IdentifierChange &change) {
     IdentifierFinder finder(change);
-    if (!change.from.empty() && change.from != change.to)
+    if (!change.from.empty() && change.from.size() <= IdentifierSearch::longestIdentifier &&
+        change.from != change.to)
         finder.look(members);
     return finder.take();
 }

@@ -21,13 +21,18 @@ struct IdentifierChange {
 [[nodiscard]] std::vector<ValueChange> changeBundleReferences(PropertyListDictionary &members,
                                                               const IdentifierChange &change);
 
-/// Texts of a list that hold the old identifier.
+/// Texts of a list that hold the old identifier. Lists are untrusted, so that the search is
+/// limited.
 struct IdentifierSearch {
     static constexpr std::size_t limit = 100;
+    /// Total bytes of a key path; texts at longer ones are only counted.
+    static constexpr std::size_t longestKeyPath = 1000;
+    /// Bytes; a longer identifier is never found.
+    static constexpr std::size_t longestIdentifier = 255;
 
     /// The first ones, keys and values, with their key paths.
     std::vector<std::pair<KeyPath, std::string>> found;
-    std::size_t more = 0; ///< beyond the limit
+    std::size_t more = 0; ///< beyond the limits
 };
 
 /// Finds the old identifier in keys and values, also as a part of a longer one: "group.com.a.b" and

@@ -14,6 +14,9 @@ constexpr const char *identifierKey = "CFBundleIdentifier";
 constexpr std::array<std::string_view, 4> containers = {"AppClips", "Extensions", "PlugIns",
                                                         "Watch"};
 
+/// Of one package. Lists are untrusted; the log still names those of each list.
+constexpr std::size_t maximumKeptTexts = 1000;
+
 /// Far more than a phone knows; bounds the recursion and the time for hostile packages.
 constexpr std::size_t maximumLevels = 16;
 
@@ -132,10 +135,12 @@ private:
         if (search.found.empty())
             return;
         editor_.record().say("Old identifier kept in " + path_ + ": " + listed(search));
+        std::vector<KeptText> &kept = editor_.record().kept;
         for (auto &[keyPath, text] : search.found)
-            editor_.record().kept.push_back({.file = editor_.entryPath(path_),
-                                             .keyPath = std::move(keyPath),
-                                             .text = std::move(text)});
+            if (kept.size() < maximumKeptTexts)
+                kept.push_back({.file = editor_.entryPath(path_),
+                                .keyPath = std::move(keyPath),
+                                .text = std::move(text)});
     }
 
     const ListEditor &editor_;

@@ -91,17 +91,21 @@ std::optional<std::map<std::string, std::string>> differences(const PropertyList
     return texts;
 }
 
-/// From the end to the start, so that the places in front of a change stay right.
-void replaceTexts(std::string &text, const std::vector<OldTextPlace> &places,
-                  const std::map<std::string, std::string> &texts) {
-    for (auto place = places.rbegin(); place != places.rend(); ++place) {
-        const auto changed = texts.find(place->key);
+/// One pass, because a text may have any number of duplicate keys.
+std::string replacedTexts(std::string_view text, const std::vector<OldTextPlace> &places,
+                          const std::map<std::string, std::string> &texts) {
+    std::string result;
+    std::size_t done = 0;
+    for (const OldTextPlace &place : places) {
+        const auto changed = texts.find(place.key);
         if (changed == texts.end())
             continue;
-        const std::string assignment = place->start == place->end ? " = " : "";
-        text.replace(place->start, place->end - place->start,
-                     assignment + quotedValue(changed->second));
+        result += text.substr(done, place.start - done);
+        result += place.start == place.end ? " = " : "";
+        result += quotedValue(changed->second);
+        done = place.end;
     }
+    return result.append(text.substr(done));
 }
 
 } // namespace
@@ -109,7 +113,7 @@ void replaceTexts(std::string &text, const std::vector<OldTextPlace> &places,
 std::optional<archive::Data> editOldTextPropertyList(std::span<const std::byte> bytes,
                                                      const PropertyList &changed,
                                                      const archive::Progress *progress) {
-    std::string text = decodePropertyListText(bytes, progress);
+    const std::string text = decodePropertyListText(bytes, progress);
     const std::string_view view(reinterpret_cast<const char *>(bytes.data()), bytes.size());
     const TextForm *const form = formOf(view, text);
     std::vector<OldTextPlace> places;
@@ -120,8 +124,7 @@ std::optional<archive::Data> editOldTextPropertyList(std::span<const std::byte> 
     const auto texts = differences(*members, changed.members());
     if (!texts)
         return std::nullopt;
-    replaceTexts(text, places, *texts);
-    archive::Data edited(encodedText(text, *form));
+    const archive::Data edited(encodedText(replacedTexts(text, places, *texts), *form));
     if (PropertyList::parse(edited, progress).value() != changed.value())
         return std::nullopt;
     return edited;

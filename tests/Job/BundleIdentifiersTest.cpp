@@ -89,6 +89,21 @@ TEST(OldIdentifier, SearchIsLimited) {
     EXPECT_EQ(search.more, 250 - IdentifierSearch::limit);
 }
 
+TEST(OldIdentifier, LongKeyPathsAreOnlyCounted) {
+    const std::string key(IdentifierSearch::longestKeyPath + 1, 'k');
+    const auto search =
+        findOldIdentifier(parsed("{ a = com.a.b; " + key + " = com.a.b; }").members(), change);
+    EXPECT_THAT(search.found, SizeIs(1));
+    EXPECT_EQ(search.more, 1U);
+}
+
+TEST(OldIdentifier, LongIdentifiersAreNotFound) {
+    const std::string identifier(IdentifierSearch::longestIdentifier + 1, 'a');
+    const auto search = findOldIdentifier(parsed("{ a = " + identifier + "; }").members(),
+                                          {.from = identifier, .to = "b"});
+    EXPECT_THAT(search.found, IsEmpty());
+}
+
 TEST(IconKeys, AllThatHideTheFilesAreRemoved) {
     PropertyList list =
         parsed("{ CFBundleIcons = {}; \"CFBundleIcons~ipad\" = {}; CFBundleIconFile = a; "

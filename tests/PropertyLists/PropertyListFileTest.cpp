@@ -32,6 +32,16 @@ TEST(PropertyListFile, OldTextIsChangedInPlace) {
     EXPECT_EQ(changed("k; x;", "x", "y"), "k; x = \"y\";");
 }
 
+TEST(PropertyListFile, ManyDuplicateKeysAreChangedInOnePass) {
+    std::string text;
+    std::string expected;
+    for (int index = 0; index < 200'000; ++index) {
+        text += "k=v;";
+        expected += "k=\"n\";";
+    }
+    EXPECT_TRUE(changed(text, "k", "n") == expected);
+}
+
 TEST(PropertyListFile, OldTextWithOtherChangesBecomesXml) {
     EXPECT_THAT(changed("k = v;", "added", "a"), StartsWith("<?xml"));
     auto file = PropertyListFile::parse(Data("k = v; l = (v);"));

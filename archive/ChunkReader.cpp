@@ -1,5 +1,6 @@
 #include "archive/ChunkReader.h"
 
+#include "archive/SaturatedSum.h"
 #include "archive/UnitCount.h"
 
 #include <algorithm>
@@ -40,8 +41,7 @@ std::span<const std::byte> ChunkReader::nextStored() {
         std::min<std::uint64_t>(storedChunk_.size(), entry_.storedSize - position_));
     if (size == 0)
         return {};
-    std::uint64_t offset = 0;
-    if (__builtin_add_overflow(entry_.dataOffset, position_, &offset) || !Data::seek(file_, offset))
+    if (!Data::seek(file_, saturatedSum(entry_.dataOffset, position_)))
         throw Error(ArchiveError::invalidLocalHeaderDataOffset);
     const auto chunk = Data::readChunk(std::span(storedChunk_).first(size), file_);
     if (chunk.size() < size)

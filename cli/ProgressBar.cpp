@@ -1,27 +1,17 @@
 #include "cli/ProgressBar.h"
 
 #include "cli/ResultStream.h"
+#include "cli/Terminal.h"
 
 #include <algorithm>
 #include <cmath>
-#include <cstdlib>
-#include <string_view>
 #include <sys/ioctl.h>
+#include <utility>
 
 namespace vellomir::cli {
 namespace {
 
 constexpr auto interval = std::chrono::milliseconds(100);
-
-std::string_view environment(const char *name) {
-    const char *value = std::getenv(name);
-    return value == nullptr ? std::string_view() : value;
-}
-
-bool isSmartTerminal(int file) {
-    const std::string_view kind = environment("TERM");
-    return ::isatty(file) == 1 && !kind.empty() && kind != "dumb";
-}
 
 bool isShown(const Feedback &feedback, int file) {
     if (feedback.quiet || feedback.progress == ProgressMode::never)
@@ -31,7 +21,10 @@ bool isShown(const Feedback &feedback, int file) {
 
 } // namespace
 
-std::string barText(double fraction, std::size_t columns) {
+std::string barText(double fraction, std::size_t columns, const std::string &rest) {
+    constexpr std::size_t smallestBar = 20; // with its number
+    if (!rest.empty() && columns >= smallestBar + 2 + rest.size())
+        return barText(fraction, columns - 2 - rest.size()) + "  " + rest;
     const auto percent = static_cast<int>(std::floor(std::clamp(fraction, 0.0, 1.0) * 100));
     std::string number = std::to_string(percent) + " %";
     number.insert(0, 5 - std::min<std::size_t>(5, number.size()), ' ');
@@ -48,9 +41,9 @@ std::string barText(double fraction, std::size_t columns) {
     return "[" + bar + "] " + number;
 }
 
-ProgressBar::ProgressBar(const Feedback &feedback, int file)
+ProgressBar::ProgressBar(const Feedback &feedback, int file, Clock clock)
     : file_(file), isTerminal_(isSmartTerminal(file)), isShown_(cli::isShown(feedback, file)),
-      hasColour_(isTerminal_ && environment("NO_COLOR").empty()) {}
+      hasColour_(hasColours(file)), clock_(std::move(clock)) {}
 
 void ProgressBar::watch(archive::Progress &progress) {
     if (isShown_)
@@ -58,22 +51,24 @@ void ProgressBar::watch(archive::Progress &progress) {
 }
 
 void ProgressBar::update(const archive::Progress &progress) {
-    const auto now = std::chrono::steady_clock::now();
+    const auto now = clock_();
     const std::lock_guard guard(lock_);
     const bool isDone = progress.completedUnitCount() >= progress.totalUnitCount();
     if (now < nextDrawing_ && !isDone)
         return;
     nextDrawing_ = now + interval;
     fraction_ = progress.fractionCompleted();
-    draw(barText(fraction_, columns()));
+    rate_.add(now, fraction_);
+    draw(barText(fraction_, columns(), isDone ? "" : rate_.text(progress.totalUnitCount())));
 }
 
 void ProgressBar::draw(const std::string &text) {
     if (text == drawn_)
         return;
     const std::string shown = hasColour_ ? "\x1b[33m" + text + "\x1b[0m" : text;
+    const std::string overOldText(drawn_.size() - std::min(drawn_.size(), text.size()), ' ');
     // A bar that cannot be drawn is no reason to stop.
-    static_cast<void>(writeFully(file_, "\r" + shown));
+    static_cast<void>(writeFully(file_, "\r" + shown + overOldText));
     drawn_ = text;
 }
 

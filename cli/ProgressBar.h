@@ -1,24 +1,31 @@
 #pragma once
 
 #include "cli/Options.h"
+#include "cli/ProgressRate.h"
 
 #include "archive/Progress.h"
 
 #include <chrono>
+#include <functional>
 #include <mutex>
 #include <string>
 #include <unistd.h>
 
 namespace vellomir::cli {
 
-/// "[====>     ]  45 %", at most `columns` wide; `fraction` is from 0 to 1.
-[[nodiscard]] std::string barText(double fraction, std::size_t columns);
+/// "[====>     ]  45 %  0:07 left", at most `columns` wide; `fraction` is from 0 to 1. The rest,
+/// what follows the number, is left out where there is no room for it.
+[[nodiscard]] std::string barText(double fraction, std::size_t columns,
+                                  const std::string &rest = {});
 
 /// A bar on standard error, drawn some ten times a second at most. On a terminal it leaves the line
 /// empty behind it, elsewhere it ends the line. Every function may be called from any thread.
 class ProgressBar {
 public:
-    ProgressBar(const Feedback &feedback, int file = STDERR_FILENO);
+    using Clock = std::function<ProgressRate::Time()>;
+
+    explicit ProgressBar(const Feedback &feedback, int file = STDERR_FILENO,
+                         Clock clock = std::chrono::steady_clock::now);
     ProgressBar(const ProgressBar &) = delete;
     ProgressBar &operator=(const ProgressBar &) = delete;
     ~ProgressBar() { finish(); }
@@ -39,9 +46,11 @@ private:
     const bool isTerminal_;
     const bool isShown_;
     const bool hasColour_;
+    const Clock clock_;
     std::mutex lock_;
     std::string drawn_;
     double fraction_ = 0;
+    ProgressRate rate_;
     std::chrono::steady_clock::time_point nextDrawing_;
 };
 

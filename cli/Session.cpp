@@ -1,6 +1,6 @@
 #include "cli/Session.h"
 
-#include "cli/ErrorText.h"
+#include "cli/Terminal.h"
 
 #include <utility>
 
@@ -15,8 +15,7 @@ void Session::warn(const std::string &text) {
     if (isQuiet_)
         return;
     bar_.hide();
-    // If standard error is closed, there is no place to report that.
-    static_cast<void>(writeFully(STDERR_FILENO, errorLine("warning: " + text)));
+    writeErrorLine("warning: " + text);
 }
 
 } // namespace vellomir::cli

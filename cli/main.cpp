@@ -2,6 +2,7 @@
 #include "cli/Commands.h"
 #include "cli/ErrorText.h"
 #include "cli/Interruption.h"
+#include "cli/Terminal.h"
 
 #include <algorithm>
 #include <fcntl.h>
@@ -19,7 +20,7 @@ void occupyStandardStreams() {
 }
 
 int report(const std::string &text, int exitCode) {
-    static_cast<void>(vellomir::cli::writeFully(STDERR_FILENO, vellomir::cli::errorLine(text)));
+    vellomir::cli::writeErrorLine(text);
     return exitCode;
 }
 

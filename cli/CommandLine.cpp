@@ -174,8 +174,8 @@ void Grammar::finishDuplicate(bool hasNumber, bool hasIcon) {
 }
 
 void Grammar::declareInspect() {
-    CommandGrammar command(
-        app_, "inspect", "print what a package holds, and what would make a second copy misbehave");
+    CommandGrammar command(app_, "inspect",
+                           "say what a package holds, and what would make a copy misbehave");
     command.operand("PACKAGE", inspect_.package, "the package (.ipa); nothing is unpacked to disk");
     command.choice("--encoding", inspect_.encoding, encodings,
                    "how all names are stored (else each entry says it)");

@@ -7,6 +7,7 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <pty.h>
+#include <utility>
 
 namespace vellomir::cli {
 
@@ -30,8 +31,8 @@ TEST(ProgressBar, TextFitsAndFills) {
 }
 
 TEST(ProgressBar, RestFollowsWhereThereIsRoom) {
-    EXPECT_EQ(barText(0.5, 30, "0:07 left"), "[=====>     ]  50 %  0:07 left");
-    EXPECT_EQ(barText(0.5, 20, "0:07 left"), barText(0.5, 20));
+    EXPECT_EQ(barText(0.5, 31, "0:07 left"), "[======>     ]  50 %  0:07 left");
+    EXPECT_EQ(barText(0.5, 30, "0:07 left"), barText(0.5, 30));
     for (std::size_t columns = 5; columns < 100; ++columns)
         EXPECT_LE(barText(0.7, columns, "12.3 MB/s  0:07 left").size(), std::max(columns, 5UL));
 }
@@ -134,7 +135,8 @@ protected:
             GTEST_SKIP() << "no pseudo-terminals here";
     }
     void TearDown() override {
-        ::close(terminal_);
+        if (terminal_ >= 0)
+            ::close(terminal_);
         ::close(master_);
     }
 
@@ -146,9 +148,12 @@ protected:
             progress->setCompletedUnitCount(2);
             bar.hide();
         }
+        ::close(std::exchange(terminal_, -1)); // The last bytes may take a moment to arrive.
+        std::string text;
         std::array<char, 1000> buffer{};
-        const ssize_t count = ::read(master_, buffer.data(), buffer.size());
-        return {buffer.data(), static_cast<std::size_t>(count)};
+        for (ssize_t count = 0; (count = ::read(master_, buffer.data(), buffer.size())) > 0;)
+            text.append(buffer.data(), static_cast<std::size_t>(count));
+        return text;
     }
 
     int master_ = -1;

@@ -32,7 +32,7 @@ class Completions(Case):
                                                     if word in ("archive", "duplicate")])
         self.assertEqual(["duplicate"], complete("dup"))
         self.assertEqual(["list"], complete("archive", "li"))
-        self.assertEqual(["--icon"], complete("duplicate", "--ic"))
+        self.assertEqual(["--icon", "--icons"], complete("duplicate", "--ic"))
         self.assertEqual(["deflate", "none"], complete("archive", "create", "--method", ""))
         self.assertEqual(["never"], complete("duplicate", "App.ipa", "--progress", "n"))
         self.assertEqual(["App.ipa"], complete("duplicate", "A"))

@@ -7,7 +7,7 @@ namespace vellomir {
 
 AppLaunchView::AppLaunchView(Services services)
     : selectedFileURL(services.mainQueue), modifiedFileURL(services.mainQueue),
-      modifiedFileRemarks(services.mainQueue),
+      modifiedFileRemarks(services.mainQueue), modifiedFileWarnings(services.mainQueue),
       documentPickerManager(std::make_shared<DocumentPickerManager>(
           services.mainQueue, services.backgroundQueue, services.console)),
       showShareSheet(services.mainQueue), duplicationNumber(services.mainQueue),

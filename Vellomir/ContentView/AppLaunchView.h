@@ -5,6 +5,7 @@
 #include "Vellomir/Concurrency/Property.h"
 #include "Vellomir/ContentView/LogMessages.h"
 #include "Vellomir/ContentView/Services.h"
+#include "Vellomir/Inspection/Inspection.h"
 #include "Vellomir/Job/Job.h"
 #include "Vellomir/Pictures/Picture.h"
 #include "archive/URL.h"
@@ -40,6 +41,7 @@ public:
     Property<std::optional<archive::URL>> selectedFileURL;
     Property<std::optional<archive::URL>> modifiedFileURL; ///< kept when a later job fails
     Property<ResultRemarks> modifiedFileRemarks;           ///< of the file in `modifiedFileURL`
+    Property<std::vector<InspectionWarning>> modifiedFileWarnings; ///< of that file, too
     const std::shared_ptr<DocumentPickerManager> documentPickerManager;
     Property<bool> showShareSheet;
     Property<std::string> duplicationNumber;

@@ -2,7 +2,7 @@ import QtQuick
 import QtQuick.Layouts
 import Vellomir
 
-// The result's name beside a symbol, its size and date, and remarks.
+// The result's name beside a symbol, its size and date, remarks, and warnings about a device.
 RowLayout {
     id: header
 
@@ -73,6 +73,61 @@ RowLayout {
                 Layout.fillWidth: true
                 text: modelData
                 color: Style.accent
+            }
+        }
+
+        HeaderLine {
+            Layout.fillWidth: true
+            visible: text !== ""
+            text: header.sharing.warning
+            color: Style.accent
+        }
+
+        Pressable {
+            id: listButton
+
+            property bool isOpen: false
+
+            objectName: "warningsButton"
+            visible: header.sharing.warning !== ""
+            text: isOpen ? "Hide the list" : "Show the list"
+            font: Style.footnote
+            pressedOpacity: 0.6
+            topPadding: Style.spacing / 2
+            bottomPadding: Style.spacing / 2
+            contentItem: ButtonLabel {
+                text: listButton.text
+                font.pixelSize: Style.footnote.pixelSize
+                font.underline: true
+            }
+            background: Rectangle {
+                color: "transparent"
+                radius: Style.radius
+
+                FocusRing {
+                    isShown: listButton.visualFocus
+                }
+            }
+            onClicked: isOpen = !isOpen
+
+            // Closed for each file, and each time the sheet opens.
+            Connections {
+                target: header.sharing
+
+                function onItemChanged() {
+                    listButton.isOpen = false;
+                }
+            }
+        }
+
+        Repeater {
+            model: listButton.isOpen ? header.sharing.warnings : []
+            delegate: HeaderLine {
+                required property string modelData
+
+                Layout.fillWidth: true
+                Layout.bottomMargin: Style.spacing / 2
+                text: modelData
             }
         }
     }

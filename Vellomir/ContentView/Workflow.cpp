@@ -1,6 +1,7 @@
 // AppLaunchView: the operations that a job does, and what it reports.
 
 #include "Vellomir/ContentView/AppLaunchView.h"
+#include "Vellomir/ContentView/CopyWarnings.h"
 
 namespace vellomir {
 
@@ -65,6 +66,7 @@ void AppLaunchView::summarized(const std::string &text) {
 
 void AppLaunchView::finished(const URL &result, const ResultRemarks &remarks) {
     modifiedFileRemarks.set(remarks);
+    modifiedFileWarnings.set(warningsAbout(result, services_.progress));
     modifiedFileURL.set(result);
 }
 

@@ -40,9 +40,11 @@ void AppLaunchState::followAll() {
     observations_.push_back(view_.selectedImage.observe(
         [this](const std::optional<Picture> &picture) { showPicture(picture); }));
     const auto showResult = [this](const auto &) {
-        sharing_.setItem(modifiedFileURL(), view_.modifiedFileRemarks.get());
+        sharing_.setItem(modifiedFileURL(), view_.modifiedFileRemarks.get(),
+                         view_.modifiedFileWarnings.get());
     };
     observations_.push_back(view_.modifiedFileRemarks.observe(showResult));
+    observations_.push_back(view_.modifiedFileWarnings.observe(showResult));
     observations_.push_back(view_.modifiedFileURL.observe(showResult));
     connect(&sharing_, &Sharing::savingFailed, this, &AppLaunchState::showSavingFailure);
 }

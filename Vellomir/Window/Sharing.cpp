@@ -11,6 +11,7 @@
 #include <QLocale>
 #include <QPointer>
 
+#include <algorithm>
 #include <exception>
 
 namespace vellomir {
@@ -24,6 +25,23 @@ QString saveFailure(const std::exception &error, const QString &destination) {
     }));
 }
 
+/// Texts of a package may hold any bytes.
+QString shown(const std::string &text) {
+    return QString::fromStdString(printable(text));
+}
+
+/// The first few of what a warning concerns, a line each.
+QString concerns(const InspectionWarning &warning) {
+    constexpr std::size_t limit = 5;
+    const std::size_t count = std::min(warning.concerns.size(), limit);
+    QString text;
+    for (std::size_t index = 0; index < count; ++index)
+        text += QStringLiteral("\n\u2022 ") + shown(warning.concerns[index]);
+    if (count < warning.concerns.size())
+        text += QStringLiteral("\n\u2022 and %1 more").arg(warning.concerns.size() - count);
+    return text;
+}
+
 } // namespace
 
 Sharing::Sharing(Pickers &pickers, Desktop &desktop, QObject *parent)
@@ -34,9 +52,11 @@ Sharing::~Sharing() {
         saver_.join();
 }
 
-void Sharing::setItem(const QUrl &item, const ResultRemarks &remarks) {
+void Sharing::setItem(const QUrl &item, const ResultRemarks &remarks,
+                      const std::vector<InspectionWarning> &warnings) {
     item_ = item;
     remarks_ = remarks;
+    warnings_ = warnings;
     prepare();
 }
 
@@ -83,6 +103,22 @@ QStringList Sharing::remarks() const {
     if (isThere() && remarks_.keepsIdentifier)
         sentences.append(QStringLiteral("Same identifier as the original: it would replace it"));
     return sentences;
+}
+
+QString Sharing::warning() const {
+    if (!isThere() || warnings_.empty())
+        return {};
+    const InspectionWarning &first = warnings_.front();
+    return shown(first.message) +
+           (first.option.empty() ? QString() : QStringLiteral(" The command line can mend that."));
+}
+
+QStringList Sharing::warnings() const {
+    QStringList texts;
+    if (isThere())
+        for (const InspectionWarning &warning : warnings_)
+            texts.append(shown(warning.message) + concerns(warning));
+    return texts;
 }
 
 bool Sharing::isMissing() {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Vellomir/Inspection/Inspection.h"
 #include "Vellomir/Job/ResultRemarks.h"
 
 #include <QDateTime>
@@ -10,6 +11,7 @@
 
 #include <optional>
 #include <thread>
+#include <vector>
 
 namespace vellomir {
 
@@ -37,6 +39,10 @@ class Sharing : public QObject {
     Q_PROPERTY(QString made READ made NOTIFY itemChanged)
     /// Warnings about the file, one sentence each; empty if the file no longer exists.
     Q_PROPERTY(QStringList remarks READ remarks NOTIFY itemChanged)
+    /// What would make the file misbehave on a device, in one line; empty if nothing is known.
+    Q_PROPERTY(QString warning READ warning NOTIFY itemChanged)
+    /// All of that, each with what it concerns.
+    Q_PROPERTY(QStringList warnings READ warnings NOTIFY itemChanged)
     /// The result of the last action, in one sentence.
     Q_PROPERTY(QString message READ message NOTIFY messageChanged)
     Q_PROPERTY(bool hasFailed READ hasFailed NOTIFY messageChanged)
@@ -48,8 +54,9 @@ public:
     ~Sharing() override;
 
     [[nodiscard]] QUrl item() const { return item_; }
-    /// Sets the file and its remarks, and clears the message.
-    void setItem(const QUrl &item, const ResultRemarks &remarks);
+    /// Sets the file and what is known about it, and clears the message.
+    void setItem(const QUrl &item, const ResultRemarks &remarks,
+                 const std::vector<InspectionWarning> &warnings);
     [[nodiscard]] QString uriList() const {
         return item_.toString(QUrl::FullyEncoded) + QStringLiteral("\r\n");
     }
@@ -59,6 +66,8 @@ public:
     [[nodiscard]] QString fileSize() const;
     [[nodiscard]] QString made() const;
     [[nodiscard]] QStringList remarks() const;
+    [[nodiscard]] QString warning() const;
+    [[nodiscard]] QStringList warnings() const;
     [[nodiscard]] QString message() const { return message_; }
     [[nodiscard]] bool hasFailed() const { return hasFailed_; }
     [[nodiscard]] bool isSaving() const { return isSaving_; }
@@ -96,6 +105,7 @@ private:
     Desktop &desktop_;
     QUrl item_;
     ResultRemarks remarks_;
+    std::vector<InspectionWarning> warnings_;
     QString message_;
     bool hasFailed_ = false;
     bool isSaving_ = false;

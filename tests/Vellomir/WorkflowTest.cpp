@@ -1,5 +1,6 @@
 // The screen's operations on a package, and the state that they change.
 
+#include "Vellomir/ContentView/CopyWarnings.h"
 #include "tests/Vellomir/ScreenFixture.h"
 
 namespace vellomir {
@@ -85,6 +86,27 @@ TEST(Workflow, SecondFailureReplacesFirstInErrorMessage) {
     screen.doIt();
     EXPECT_THAT(messages, ElementsAre("Info.plist not found in the unzipped folder",
                                       "Error while processing the IPA file"));
+}
+
+TEST(Workflow, WarnsOfExtensionWithOldIdentifier) {
+    Screen screen;
+    screen.pick(
+        test::notesPackage({{.name = "Payload/Notes.app/PlugIns/Share.appex/Info.plist",
+                             .data = "{ CFBundleIdentifier = \"com.example.notes.share\"; }"}}));
+    screen.view.duplicationNumber.set("2");
+    screen.doIt();
+    const auto warnings = screen.view.modifiedFileWarnings.get();
+    ASSERT_EQ(warnings.size(), 1U);
+    EXPECT_EQ(warnings.front().code, InspectionWarning::Code::nestedIdentifier);
+    EXPECT_EQ(warnings.front().message,
+              "An app extension keeps the old identifier: this copy won't install as it is.");
+}
+
+TEST(Workflow, CopyWithoutAppHasNoWarnings) {
+    const test::TemporaryFolder folder;
+    test::writeFile(folder / "a.ipa", test::rawArchive({{"a", "1"}}));
+    EXPECT_TRUE(warningsAbout(folder.url("a.ipa"), nullptr).empty());
+    EXPECT_TRUE(warningsAbout(folder.url("missing.ipa"), nullptr).empty());
 }
 
 TEST(Workflow, RemarksStayWithOlderResult) {

@@ -209,6 +209,32 @@ TEST_F(ShareSheet, WarnsOfIncompleteCopy) {
     EXPECT_FALSE(showsText("24 of 24 entries could be read: this copy is incomplete."));
 }
 
+TEST_F(ShareSheet, WarnsOfCopyThatMisbehavesOnDevice) {
+    using Code = InspectionWarning::Code;
+    EXPECT_FALSE(isShown("warningsButton"));
+    view().modifiedFileWarnings.set(
+        {{Code::nestedIdentifier, "It won't install.", "--nested", {"PlugIns/S.appex"}},
+         {Code::urlScheme, "Two apps open its links.", "", {"a", "b", "c", "d", "e", "f", "g"}}});
+    settle();
+    EXPECT_TRUE(showsText("It won't install. The command line can mend that."));
+    EXPECT_FALSE(showsText("It won't install.\n\u2022 PlugIns/S.appex"));
+    click("warningsButton");
+    settle();
+    EXPECT_TRUE(showsText("It won't install.\n\u2022 PlugIns/S.appex"));
+    EXPECT_TRUE(
+        showsText("Two apps open its links.\n\u2022 a\n\u2022 b\n\u2022 c\n\u2022 d\n\u2022 e\n"
+                  "\u2022 and 2 more"));
+    click("warningsButton");
+    settle();
+    EXPECT_FALSE(showsText("It won't install.\n\u2022 PlugIns/S.appex"));
+    view().modifiedFileWarnings.set({{Code::urlScheme, "Two apps open its links.", "", {"a"}}});
+    settle();
+    EXPECT_TRUE(showsText("Two apps open its links."));
+    fs::remove(result_);
+    click("showRow");
+    EXPECT_FALSE(isShown("warningsButton")) << "the file is gone";
+}
+
 TEST_F(ShareSheet, HomeFolderIsShownAsTilde) {
     const QByteArray home = qgetenv("HOME");
     qputenv("HOME", QByteArray::fromStdString(folder_.path().string()));

@@ -184,6 +184,23 @@ void shareEverything(Stage &stage) {
     stage.state().sharing()->showInFileManager();
 }
 
+/// With the list of what would make the copy misbehave on a device.
+void shareWarnings(Stage &stage) {
+    using Code = InspectionWarning::Code;
+    stage.view().modifiedFileWarnings.set(
+        {{Code::nestedIdentifier,
+          "An app extension keeps the old identifier: this copy won't install as it is.",
+          "--nested",
+          {"PlugIns/Share.appex: com.example.sample.share"}},
+         {Code::localizedName,
+          "In 2 languages this copy shows the old name.",
+          "--localized",
+          {"de", "fr"}}});
+    openShareSheet(stage, QStringLiteral("Sample2.ipa"));
+    QMetaObject::invokeMethod(stage.item(QStringLiteral("warningsButton")), "clicked");
+    Stage::wait(50);
+}
+
 /// The earlier file was deleted when another one was selected, and the job on that one failed.
 void shareNothing(Stage &stage) {
     openShareSheet(stage, QStringLiteral("Sample2.ipa"));
@@ -228,6 +245,7 @@ const std::vector<State> states = {
      },
      Stage::Movement::whole},
     {QStringLiteral("share-sheet-everything"), shareEverything, Stage::Movement::whole},
+    {QStringLiteral("share-sheet-warnings"), shareWarnings, Stage::Movement::whole},
     {QStringLiteral("share-sheet-no-file"), shareNothing, Stage::Movement::whole},
     {QStringLiteral("about-sheet"), [](Stage &stage) { stage.view().showInfoSheet.set(true); }},
     {QStringLiteral("about-sheet-moved-in"),

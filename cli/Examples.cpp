@@ -13,7 +13,12 @@ const Table &exampleTable() {
          {{"a second copy with an icon of its own",
            "vellomir-cli duplicate App.ipa --number 2 --icon me.jpg --zoom"},
           {"in a script: into a folder, and a warning is a failure",
-           "vellomir-cli duplicate App.ipa --number 2 --output copies --json --strict"}}},
+           "vellomir-cli duplicate App.ipa --number 2 --output copies --json --strict"},
+          {"with extensions, localized names and all icons",
+           "vellomir-cli duplicate App.ipa --number 2 --icon me.jpg --deep"}}},
+        {"inspect",
+         {{"would a copy install and show itself?", "vellomir-cli inspect App.ipa"},
+          {"the same for a program", "vellomir-cli inspect App.ipa --json"}}},
         {"archive list",
          {{"what a package holds", "vellomir-cli archive list App.ipa"},
           {"the same for a program", "vellomir-cli archive list App.ipa --json"}}},
@@ -36,6 +41,9 @@ const Table &exampleTable() {
          {{"look at a file without unpacking",
            "vellomir-cli archive cat App.ipa Payload/App.app/Info.plist"}}},
         {"archive test", {{"is a download complete?", "vellomir-cli archive test App.ipa"}}},
+        {"archive compare",
+         {{"what has a copy changed?",
+           "vellomir-cli archive compare App.ipa App2.ipa --contents"}}},
     };
     return table;
 }

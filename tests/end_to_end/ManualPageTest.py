@@ -9,8 +9,9 @@ from pathlib import Path
 from harness import Case
 
 PAGES = Path(os.environ["VELLOMIR_CLI"]).parent.parent / "packaging/pages"
-COMMANDS = [["duplicate"]] + [["archive", name] for name in
-                              ["list", "extract", "create", "add", "remove", "cat", "test"]]
+COMMANDS = [["duplicate"], ["inspect"]] + [["archive", name] for name in
+                              ["list", "extract", "create", "add", "remove", "cat", "test",
+                               "compare"]]
 
 
 class ManualPages(Case):

@@ -10,7 +10,7 @@ std::string inOneLine(std::string text) {
     return text;
 }
 
-OptionDescription descriptionOf(const CLI::Option &option) {
+OptionDescription describeOption(const CLI::Option &option) {
     OptionDescription described;
     if (option.nonpositional()) {
         described.name = "--" + option.get_lnames().front();
@@ -48,7 +48,7 @@ CommandDescription descriptionOf(const CLI::App &app) {
     described.examples = examplesOf(commandPath(app));
     for (const CLI::Option *option : app.get_options())
         (option->nonpositional() ? described.options : described.operands)
-            .push_back(descriptionOf(*option));
+            .push_back(describeOption(*option));
     for (const CLI::App *command : app.get_subcommands([](const CLI::App *) { return true; }))
         described.commands.push_back(descriptionOf(*command));
     return described;

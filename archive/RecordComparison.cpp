@@ -6,9 +6,9 @@ namespace {
 using Kind = FindingKind;
 
 /// Reports values that differ from those of the directory.
-class Comparison {
+class RecordComparer {
 public:
-    explicit Comparison(const EntryReport &report) : report_(report) {}
+    explicit RecordComparer(const EntryReport &report) : report_(report) {}
 
     void operator()(Kind kind, std::uint64_t here, std::uint64_t directory) const {
         if (here != directory)
@@ -39,7 +39,7 @@ Date dateOf(const Record &record) {
     return Date::fromDateTime({record.lastModFileDate, record.lastModFileTime});
 }
 
-void compareSums(const EntryRecords &records, const Comparison &compare) {
+void compareSums(const EntryRecords &records, const RecordComparer &compare) {
     using ZIP64 = ZIP64ExtendedInformation;
     const auto &[central, local, descriptor, zip64Descriptor] = records;
     const std::uint64_t compressed =
@@ -58,7 +58,7 @@ void compareSums(const EntryRecords &records, const Comparison &compare) {
                 central.effectiveUncompressedSize());
 }
 
-void compareHeader(const EntryRecords &records, const Comparison &compare) {
+void compareHeader(const EntryRecords &records, const RecordComparer &compare) {
     const auto &[central, local, descriptor, zip64Descriptor] = records;
     compare(Kind::localNameDiffers, local.fileNameData, central.fileNameData);
     compare(Kind::localVersionDiffers, local.versionNeededToExtract,
@@ -71,7 +71,7 @@ void compareHeader(const EntryRecords &records, const Comparison &compare) {
 
 template <class Descriptor>
 void compareDescriptor(const Descriptor &descriptor, const CentralDirectoryStructure &central,
-                       const Comparison &compare) {
+                       const RecordComparer &compare) {
     compare(Kind::descriptorChecksumDiffers, descriptor.crc32, central.crc32);
     compare(Kind::descriptorCompressedSizeDiffers, descriptor.compressedSize,
             central.effectiveCompressedSize());
@@ -86,7 +86,7 @@ bool agrees(const std::optional<Descriptor> &descriptor, const CentralDirectoryS
         isEqual = false;
     };
     if (descriptor)
-        compareDescriptor(*descriptor, central, Comparison(differs));
+        compareDescriptor(*descriptor, central, RecordComparer(differs));
     return descriptor && isEqual;
 }
 
@@ -124,7 +124,7 @@ std::uint64_t EntryRecords::descriptorSize() const {
 }
 
 void compareRecords(const EntryRecords &records, const EntryReport &report) {
-    const Comparison compare(report);
+    const RecordComparer compare(report);
     compareHeader(records, compare);
     if (records.zip64Descriptor)
         compareDescriptor(*records.zip64Descriptor, records.central, compare);

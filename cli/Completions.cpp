@@ -6,15 +6,15 @@
 namespace vellomir::cli {
 namespace {
 
-enum class Kind { nothing, files, folders };
+enum class Completed { nothing, files, folders };
 
 /// What an operand or a value names, by its placeholder: texts and entries are not completed.
-Kind kindOf(const std::string &placeholder) {
+Completed kindOf(const std::string &placeholder) {
     if (placeholder == "FOLDER" || placeholder == "DESTINATION")
-        return Kind::folders;
+        return Completed::folders;
     const bool isText = placeholder == "TEXT" || placeholder == "ENTRY" || placeholder == "N" ||
                         placeholder == "NAME" || placeholder.empty();
-    return isText ? Kind::nothing : Kind::files;
+    return isText ? Completed::nothing : Completed::files;
 }
 
 /// Text between single quotes of a shell.
@@ -25,7 +25,7 @@ std::string inQuotes(const std::string &text) {
     return quotedText + "'";
 }
 
-std::string joined(const std::vector<std::string> &words) {
+std::string separatedBySpaces(const std::vector<std::string> &words) {
     std::string text;
     for (const std::string &word : words)
         text += (text.empty() ? "" : " ") + word;
@@ -34,6 +34,7 @@ std::string joined(const std::vector<std::string> &words) {
 
 std::vector<std::string> wordsOf(const std::vector<CommandDescription> &commands) {
     std::vector<std::string> words;
+    words.reserve(commands.size());
     for (const CommandDescription &command : commands)
         words.push_back(command.name);
     return words;
@@ -61,9 +62,10 @@ void visitCommands(const CommandDescription &command, const Visit &visit,
 }
 
 bool hasFileOperands(const CommandDescription &command) {
-    return std::any_of(
-        command.operands.begin(), command.operands.end(),
-        [](const OptionDescription &operand) { return kindOf(operand.name) != Kind::nothing; });
+    return std::any_of(command.operands.begin(), command.operands.end(),
+                       [](const OptionDescription &operand) {
+                           return kindOf(operand.name) != Completed::nothing;
+                       });
 }
 
 // --- bash
@@ -99,13 +101,13 @@ constexpr const char *bashEnd = R"(    if [[ $word == -* ]]; then
 
 std::string bashValue(const OptionDescription &option) {
     if (!option.choices().empty())
-        return "_vellomir_words " + inQuotes(joined(option.choices()));
+        return "_vellomir_words " + inQuotes(separatedBySpaces(option.choices()));
     switch (kindOf(option.value)) {
-    case Kind::folders:
+    case Completed::folders:
         return "_vellomir_files -d";
-    case Kind::files:
+    case Completed::files:
         return "_vellomir_files -f";
-    case Kind::nothing:
+    case Completed::nothing:
         break;
     }
     return ":";
@@ -122,8 +124,8 @@ std::string bashValues(const std::string &path, const CommandDescription &comman
 
 std::string bashWords(const std::string &path, const CommandDescription &command) {
     return "    " + inQuotes(path) +
-           ")\n        commands=" + inQuotes(joined(wordsOf(command.commands))) +
-           "\n        options=" + inQuotes(joined(wordsOf(command.options))) +
+           ")\n        commands=" + inQuotes(separatedBySpaces(wordsOf(command.commands))) +
+           "\n        options=" + inQuotes(separatedBySpaces(wordsOf(command.options))) +
            "\n        files=" + (hasFileOperands(command) ? "yes" : "no") + " ;;\n";
 }
 
@@ -143,13 +145,13 @@ std::string zshText(const std::string &text) {
 
 std::string zshAction(const OptionDescription &option, const std::string &placeholder) {
     if (!option.choices().empty())
-        return "(" + joined(option.choices()) + ")";
+        return "(" + separatedBySpaces(option.choices()) + ")";
     switch (kindOf(placeholder)) {
-    case Kind::folders:
+    case Completed::folders:
         return "_files -/";
-    case Kind::files:
+    case Completed::files:
         return "_files";
-    case Kind::nothing:
+    case Completed::nothing:
         break;
     }
     return " ";
@@ -201,13 +203,13 @@ std::string fishValue(const OptionDescription &option) {
     if (option.value.empty())
         return {};
     if (!option.choices().empty())
-        return " -x -a " + fishText(joined(option.choices()));
+        return " -x -a " + fishText(separatedBySpaces(option.choices()));
     switch (kindOf(option.value)) {
-    case Kind::folders:
+    case Completed::folders:
         return " -x -a '(__fish_complete_directories)'";
-    case Kind::files:
+    case Completed::files:
         return " -r -F";
-    case Kind::nothing:
+    case Completed::nothing:
         break;
     }
     return " -x";
@@ -223,8 +225,14 @@ std::string fishLines(const std::string &program, const std::string &path,
     for (const OptionDescription &option : command.options) {
         const std::string shortName =
             option.shortName.empty() ? "" : " -s " + option.shortName.substr(1);
-        text += start + " -l " + option.name.substr(2) + shortName + fishValue(option) + " -d " +
-                fishText(option.help) + "\n";
+        text.append(start)
+            .append(" -l ")
+            .append(option.name.substr(2))
+            .append(shortName)
+            .append(fishValue(option))
+            .append(" -d ")
+            .append(fishText(option.help))
+            .append("\n");
     }
     if (command.commands.empty() && hasFileOperands(command))
         text += start + " -F\n";

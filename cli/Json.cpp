@@ -6,6 +6,7 @@
 #include "Vellomir/PropertyLists/ValueTexts.h"
 
 #include <cmath>
+#include <concepts>
 #include <cstdint>
 #include <string_view>
 
@@ -45,12 +46,14 @@ std::string text(const Json &json, int indent = oneLine) {
 struct ValueJson {
     Json operator()(const PropertyListNull & /*null*/) const { return nullptr; }
     Json operator()(const std::string &text) const { return text; }
-    Json operator()(std::int64_t number) const { return number; }
-    Json operator()(std::uint64_t number) const { return number; }
+    template <std::integral Number>
+    Json operator()(Number number) const {
+        Json json = number;
+        return json;
+    }
     Json operator()(PropertyListReal real) const {
         return std::isfinite(real.value) ? Json(real.value) : Json(formatReal(real));
     }
-    Json operator()(bool isTrue) const { return isTrue; }
     Json operator()(PropertyListDate date) const {
         const auto text = formatDate(date);
         return text ? Json(*text) : Json(nullptr);

@@ -112,9 +112,10 @@ std::string commandSections(const CommandDescription &program) {
 } // namespace
 
 std::string manualPage(const CommandDescription &program, const ManualPageFrame &frame) {
-    std::string text = ".TH \"" + roff(upperCase(program.name)) + "\" \"1\" \"" + frame.date +
+    std::string text = ".TH \"" + roff(upperCase(program.name)) + R"(" "1" ")" + frame.date +
                        "\" \"" + roff(program.name + " " + frame.version) +
-                       "\" \"User Commands\"\n";
+                       R"(" "User Commands")"
+                       "\n";
     std::string summary = program.help.substr(0, program.help.find_last_not_of('.') + 1);
     if (!summary.empty())
         summary[0] = static_cast<char>(std::tolower(static_cast<unsigned char>(summary[0])));

@@ -35,10 +35,10 @@ std::optional<std::string> closestCommand(std::string_view word, const CommandDe
 } // namespace
 
 std::size_t editDistance(std::string_view from, std::string_view to) {
-    using Row = std::vector<std::size_t>;
-    Row beforeLast(to.size() + 1);
-    Row last(to.size() + 1);
-    Row current(to.size() + 1);
+    using Costs = std::vector<std::size_t>;
+    Costs beforeLast(to.size() + 1);
+    Costs last(to.size() + 1);
+    Costs current(to.size() + 1);
     for (std::size_t column = 0; column <= to.size(); ++column)
         last[column] = column;
     for (std::size_t row = 1; row <= from.size(); ++row) {

@@ -16,7 +16,7 @@ public:
             throw std::out_of_range("number");
         std::uint64_t number = 0;
         for (unsigned index = 0; index < size; ++index) {
-            const std::uint64_t byte = std::to_integer<std::uint64_t>(bytes_[place + index]);
+            const auto byte = std::to_integer<std::uint64_t>(bytes_[place + index]);
             number |= byte << (8 * (isBig_ ? size - 1 - index : index));
         }
         return number;

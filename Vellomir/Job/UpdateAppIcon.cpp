@@ -81,9 +81,10 @@ std::vector<Job::IconFile> Job::encodeIcons(const Picture &newIcon) {
     std::vector<IconFile> icons;
     const auto add = [&](const Picture &picture) {
         auto icon = encodeIcon(picture);
-        if (icon)
-            icons.push_back(*std::move(icon));
-        return icon.has_value();
+        if (!icon)
+            return false;
+        icons.push_back(*std::move(icon));
+        return true;
     };
     if (!input_.changes.icons) {
         add(newIcon);

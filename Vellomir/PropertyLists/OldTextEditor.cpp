@@ -38,7 +38,7 @@ void appendUnit(std::string &bytes, char32_t unit, TextForm::Units units) {
 
 /// `text` is valid UTF-8.
 std::string encodedText(std::string_view text, const TextForm &form) {
-    const std::string marked = (form.isMarked ? "\xEF\xBB\xBF" : "") + std::string(text);
+    std::string marked = (form.isMarked ? "\xEF\xBB\xBF" : "") + std::string(text);
     if (form.units == TextForm::Units::utf8)
         return marked;
     std::string bytes;

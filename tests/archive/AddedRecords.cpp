@@ -290,19 +290,20 @@ TEST(EndRecordsTest, TurnToZIP64AtEachSentinel) {
 }
 
 /// A stream without a file cannot be cut behind the restored archive.
-TEST(UncuttableStream, FailedAdditionIsReported) {
+TEST(UncuttableStream, CancelledAdditionIsReported) {
     test::FailingStream stream(test::rawArchive({{"old", "1"}}));
     const auto archive = Archive::open(Archive::FilePointer(stream.open()), URL{"test", "/stream"},
                                        Archive::AccessMode::update);
     const std::string text(50'000, 'x');
-    const auto failing = [&](std::int64_t position, std::size_t size) -> Data {
-        if (position >= 40'000)
-            throw std::runtime_error("no more");
-        return Data(std::string_view(text).substr(0, size));
+    const auto progress = Progress::make();
+    const auto cancelling = [&](std::int64_t position, std::size_t size) {
+        if (position >= 20'000)
+            progress->cancel();
+        return std::as_bytes(std::span(text)).first(size);
     };
     const Error error = test::thrownBy([&] {
-        archive->addEntry("new", EntryType::file, 50'000, storedDate, std::nullopt, failing,
-                          {.bufferSize = 10'000});
+        archive->addEntry("new", EntryType::file, 50'000, storedDate, std::nullopt, cancelling,
+                          {.bufferSize = 10'000, .progress = progress});
     });
     EXPECT_EQ(error.code(), Data::DataError::unwritableFile);
     EXPECT_THAT(error.what(), testing::HasSubstr("cannot be cut"));

@@ -47,7 +47,7 @@ class Road(WindowCase):
 
 class Copying(Road):
     def saveAs(self, window, path):
-        window.keys("Tab", "Return") # the sheet's first row
+        window.keys("Tab", "Tab", "Return") # the sheet's first row, behind the list of warnings
         window.answer("Save a copy", path)
 
     def checkCopy(self, path):

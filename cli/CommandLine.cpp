@@ -108,7 +108,8 @@ void Grammar::declareDuplicate() {
     const CLI::Option &number =
         command.text("--number", "TEXT", duplicate_.number,
                      "what the copy's identifier and names end in; \"\" changes\n"
-                     "none of them; required without --name or --identifier");
+                     "none of them; required unless both --name and\n"
+                     "--identifier are given");
     CLI::Option &icon =
         command.fileName("--icon", "PICTURE", duplicate_.icon, "the copy's icon, used as it is");
     command.flag("--zoom", duplicate_.zoom, "crop the picture to its centred square first")

@@ -199,7 +199,7 @@ private:
 
     void writeWarnings() {
         if (found_.warnings.empty()) {
-            head("No warnings");
+            head(found_.unread.empty() ? "No warnings" : "No warnings about what could be read");
             return;
         }
         head(found_.isCopy ? "Warnings about this copy"

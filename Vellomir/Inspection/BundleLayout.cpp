@@ -10,6 +10,9 @@ namespace {
 constexpr std::array<std::string_view, 6> bundleExtensions = {".app", ".appex",  ".bundle",
                                                               ".xpc", ".xctest", ".framework"};
 
+/// Deeper bundles belong to the last one, so that no path takes long.
+constexpr std::size_t depthLimit = 16;
+
 /// Whether the name is more than the extension.
 bool hasExtension(std::string_view name, std::string_view extension) {
     return name.size() > extension.size() && name.ends_with(extension);
@@ -25,6 +28,9 @@ bool isBundleName(std::string_view name) {
 BundleKind kindOf(std::string_view name, std::string_view between, const NestedBundle *parent) {
     if (hasExtension(name, ".framework"))
         return BundleKind::framework;
+    // What is inside a framework is left alone with it.
+    if (parent != nullptr && parent->kind == BundleKind::framework)
+        return BundleKind::other;
     const bool isInWatchApp = parent != nullptr && parent->kind == BundleKind::watchApp;
     if (hasExtension(name, ".appex") && (between == "PlugIns/" || between == "Extensions/"))
         return isInWatchApp ? BundleKind::watchExtension : BundleKind::appExtension;
@@ -67,7 +73,7 @@ std::vector<NestedBundle> nestedBundles(std::string_view path) {
     std::size_t start = 0;
     for (std::size_t slash = path.find('/'); slash != path.npos; slash = path.find('/', start)) {
         const std::string_view name = path.substr(start, slash - start);
-        if (isBundleName(name)) {
+        if (bundles.size() < depthLimit && isBundleName(name)) {
             const NestedBundle *const parent = bundles.empty() ? nullptr : &bundles.back();
             const BundleKind kind = kindOf(name, path.substr(parentEnd, start - parentEnd), parent);
             bundles.push_back({.folder = std::string(path.substr(0, slash)), .kind = kind});

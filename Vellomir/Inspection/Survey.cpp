@@ -4,6 +4,7 @@
 #include "Vellomir/Inspection/Errors.h"
 
 #include <algorithm>
+#include <climits>
 #include <limits>
 
 namespace vellomir {
@@ -37,8 +38,8 @@ public:
         search_.look(*unpacked, isFolder);
         if (search_.propertyList() == unpacked && !isFolder && listPath_.first != *unpacked)
             listPath_ = {*unpacked, path};
-        if (entry.type() == Entry::EntryType::symlink && links_.size() < maximumItems)
-            links_.insert(*unpacked);
+        if (entry.type() == Entry::EntryType::symlink)
+            lookAtLink(entry, path, *unpacked);
     }
 
     PackageSurvey finish(const Archive::Reach &reach, const archive::ProgressPointer &progress) {
@@ -75,6 +76,16 @@ private:
         ++facts_.unsafeEntryCount;
         if (facts_.unsafeEntries.size() < unsafeCount)
             facts_.unsafeEntries.push_back(path);
+    }
+
+    /// The target of a link is stored, and no longer than a path may be.
+    void lookAtLink(const Entry &entry, const std::string &path, const std::string &unpacked) {
+        const auto &record = entry.centralDirectoryStructure();
+        const std::uint64_t size = record.effectiveUncompressedSize();
+        if (record.compressionMethod != 0 || size == 0 || size >= PATH_MAX)
+            addUnsafe(path);
+        if (links_.size() < maximumItems)
+            links_.insert(unpacked);
     }
 
     /// An unpacker writes nothing through a link.

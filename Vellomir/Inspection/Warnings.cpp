@@ -190,8 +190,12 @@ private:
             return;
         const bool isOne = found_.unsafeEntryCount == 1;
         warn(Code::unsafeEntry,
-             counted(found_.unsafeEntryCount, "entry") + (isOne ? " leads" : " lead") +
-                 " out of the package or below a link: unpacking fails, and so there is no copy.",
+             counted(found_.unsafeEntryCount, "entry") +
+                 (isOne ? " leads out of the package or below a link, or is a link without a "
+                          "usable target"
+                        : " lead out of the package or below a link, or are links without a usable "
+                          "target") +
+                 ": unpacking fails, and so there is no copy.",
              "", found_.unsafeEntries);
     }
 

@@ -35,7 +35,7 @@ const std::vector<Layout> layouts = {
     {"Frameworks/F.framework/F", {{"Frameworks/F.framework", BundleKind::framework}}},
     {"F.framework/Info.plist", {{"F.framework", BundleKind::framework}}},
     {"Frameworks/F.framework/PlugIns/W.appex/W",
-     {{"Frameworks/F.framework/PlugIns/W.appex", BundleKind::appExtension}}},
+     {{"Frameworks/F.framework/PlugIns/W.appex", BundleKind::other}}},
     {"Texts.bundle/Info.plist", {{"Texts.bundle", BundleKind::other}}},
     {"XPCServices/S.xpc/S", {{"XPCServices/S.xpc", BundleKind::other}}},
     {"", std::nullopt},
@@ -68,6 +68,13 @@ TEST(BundleLayout, PathBelowAFolderHasNoFolderInFront) {
     EXPECT_EQ(pathBelowFolder("Payload/A.app/", "Payload/A.app"), "");
     EXPECT_EQ(pathBelowFolder("Payload/A.app", "Payload/A.app"), std::nullopt);
     EXPECT_EQ(pathBelowFolder("Payload/A.app2/Info.plist", "Payload/A.app"), std::nullopt);
+}
+
+TEST(BundleLayout, DepthIsLimited) {
+    std::string path;
+    for (int level = 0; level < 4000; ++level)
+        path += "PlugIns/a.appex/";
+    EXPECT_EQ(nestedBundles(path + "a").size(), 16U);
 }
 
 } // namespace

@@ -97,7 +97,7 @@ void writeAgain(const std::vector<Item> &items, CompressionMethod method) {
 void update(const Data &data, std::vector<Item> items) {
     const auto archive = Archive::make(data, AccessMode::update);
     require(archive != nullptr, "what can be read can be updated");
-    const bool isUsual = fuzz::hasUsualLayout(*archive, data.size());
+    const bool isUsual = fuzz::hasUsualLayout(*archive, data);
     const Data content(std::string_view("content"));
     items.push_back({"added", EntryType::file, content, 0600, {33, 0}, content.crc32(0)});
     try {

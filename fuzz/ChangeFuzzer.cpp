@@ -305,7 +305,7 @@ bool holdsItsData(const Entry &entry) {
 
 /// An archive whose entries overlap each other or the directory cannot keep them all.
 bool canBeCompared(const Archive &archive, const Data &bytes) {
-    if (!fuzz::hasUsualLayout(archive, bytes.size()) ||
+    if (!fuzz::hasUsualLayout(archive, bytes) ||
         archive.totalNumberOfEntriesInCentralDirectory() > maximumEntries)
         return false;
     for (const Entry &entry : archive)

@@ -9,13 +9,18 @@ namespace vellomir::fuzz {
 
 /// Entries, then the directory of just these entries, then the end records with their count, and
 /// nothing else.
-inline bool hasUsualLayout(const archive::Archive &archive, std::size_t size) {
+inline bool hasUsualLayout(const archive::Archive &archive, const archive::Data &bytes) {
+    const std::uint64_t size = bytes.size();
     const std::uint64_t start = archive.offsetToStartOfCentralDirectory();
     const std::uint64_t end =
         archive.endOfCentralDirectoryRecord().data().size() +
         (archive.zip64EndOfCentralDirectory() ? archive.zip64EndOfCentralDirectory()->data().size()
                                               : 0);
     if (start > size || archive.sizeOfCentralDirectory() != size - start - end)
+        return false;
+    // The end record that was found may be further in front, with other bytes behind it.
+    const archive::Data endRecord = archive.endOfCentralDirectoryRecord().data();
+    if (archive::Data(bytes.bytes().last(endRecord.size())) != endRecord)
         return false;
     std::uint64_t directorySize = 0;
     std::uint64_t count = 0;

@@ -67,6 +67,7 @@ def archives():
     yield "descriptor", archive(package, as_stream=True)
     yield "descriptor64", archive(package[:4], force_zip64=True, as_stream=True)
     yield "prefix", b"#!/bin/sh\n" + archive([entry("a", b"content")])
+    yield "end-in-front", bytes(22) + struct.pack("<IHHHHIIH", 0x06054B50, 0, 0, 0, 0, 0, 48, 0) + bytes(26)
     yield "names", archive([entry(name) for name in ("ä", "a\\b", "a//b", "./a", "a/./b", " ", "x" * 300)])
     yield "damaged", archive(package).replace(b"quick", b"quack").replace(b"Sample.app/link", b"Sample.app/\xff\xff\xff\xff")
 

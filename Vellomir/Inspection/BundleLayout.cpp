@@ -11,7 +11,7 @@ constexpr std::array<std::string_view, 6> bundleExtensions = {".app", ".appex", 
                                                               ".xpc", ".xctest", ".framework"};
 
 /// Deeper bundles belong to the last one, so that no path takes long.
-constexpr std::size_t depthLimit = 16;
+constexpr std::size_t depthLimit = 64;
 
 /// Whether the name is more than the extension.
 bool hasExtension(std::string_view name, std::string_view extension) {

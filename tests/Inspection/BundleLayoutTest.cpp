@@ -74,7 +74,7 @@ TEST(BundleLayout, DepthIsLimited) {
     std::string path;
     for (int level = 0; level < 4000; ++level)
         path += "PlugIns/a.appex/";
-    EXPECT_EQ(nestedBundles(path + "a").size(), 16U);
+    EXPECT_EQ(nestedBundles(path + "a").size(), 64U);
 }
 
 } // namespace

@@ -24,7 +24,6 @@ using test::quarters;
 using test::refusal;
 using test::refusalHere;
 using testing::ElementsAre;
-using testing::ElementsAreArray;
 using testing::HasSubstr;
 
 namespace {

@@ -10,11 +10,8 @@
 
 namespace vellomir {
 
-using archive::Data;
 using archive::Progress;
 using archive::URL;
-using testing::ElementsAre;
-using testing::HasSubstr;
 namespace fs = std::filesystem;
 
 namespace {

@@ -9,7 +9,6 @@ namespace vellomir {
 
 using archive::URL;
 using test::Lines;
-using test::Screen;
 using test::writeFile;
 using testing::ElementsAre;
 using testing::IsEmpty;

@@ -1,13 +1,6 @@
-// The job's steps and the parts that they are made of, with every system call and every allocation
-// failing in turn.
+// The steps of a job, with every system call and every allocation failing in turn.
 
-#include "Vellomir/ContentView/SaveCopy.h"
-#include "Vellomir/PropertyLists/PropertyList.h"
-#include "Vellomir/Sandbox/InstanceFolder.h"
-#include "Vellomir/Sandbox/SandboxFiles.h"
 #include "files/Error.h"
-#include "files/FileCopy.h"
-#include "files/PendingFile.h"
 #include "tests/Job/JobBench.h"
 #include "tests/faults/FaultRuns.h"
 
@@ -15,7 +8,6 @@
 
 namespace vellomir {
 
-using archive::Data;
 using archive::URL;
 using test::Call;
 using test::readFile;

@@ -11,8 +11,6 @@
 #include "tests/Job/JobBench.h"
 #include "tests/faults/FaultRuns.h"
 
-#include <algorithm>
-
 namespace vellomir {
 
 using archive::Data;

@@ -336,8 +336,9 @@ TEST(Comparison, ErrorsNameTheFileAndTheEntry) {
     test::writeFile(folder / "bad.zip", test::rawArchive({damaged}));
     const auto good = Archive::open(folder.url("good.zip"), Archive::AccessMode::read);
     const auto bad = Archive::open(folder.url("bad.zip"), Archive::AccessMode::read);
-    for (const auto &[first, second] : {std::pair(&*good, &*bad), std::pair(&*bad, &*good)}) {
-        const auto error = test::thrownBy([&] { static_cast<void>(compare(*first, *second)); });
+    for (const auto &pair : {std::pair(&*good, &*bad), std::pair(&*bad, &*good)}) {
+        const auto error =
+            test::thrownBy([&] { static_cast<void>(compare(*pair.first, *pair.second)); });
         EXPECT_EQ(error.entry(), "c");
         EXPECT_EQ(error.path(), (folder / "bad.zip").string());
     }
@@ -346,10 +347,10 @@ TEST(Comparison, ErrorsNameTheFileAndTheEntry) {
 TEST(Comparison, UnreachableEntriesAreAnError) {
     RawEntry encrypted = b;
     encrypted.flags |= encryptedFlag;
-    for (const auto &[first, second] : {std::pair(std::vector{a, encrypted}, std::vector{a, b}),
-                                        std::pair(std::vector{a, b}, std::vector{a, encrypted})}) {
+    for (const auto &pair : {std::pair(std::vector{a, encrypted}, std::vector{a, b}),
+                             std::pair(std::vector{a, b}, std::vector{a, encrypted})}) {
         const auto error =
-            test::thrownBy([&] { static_cast<void>(compareEntries(first, second)); });
+            test::thrownBy([&] { static_cast<void>(compareEntries(pair.first, pair.second)); });
         EXPECT_EQ(error.code(), ArchiveError::unreadableArchive);
         EXPECT_THAT(error.what(), HasSubstr("entry 2 is encrypted"));
     }

@@ -27,6 +27,11 @@ T.ApplicationWindow {
         onActivated: window.close()
     }
 
+    Shortcut {
+        sequences: [StandardKey.HelpContents]
+        onActivated: window.launchState.openHelp()
+    }
+
     // A TapHandler would miss taps that a Flickable or a button grabs.
     TapWatcher {
         window: window

@@ -29,6 +29,7 @@ T.ApplicationWindow {
 
     Shortcut {
         sequences: [StandardKey.HelpContents]
+        context: Qt.ApplicationShortcut // also while a sheet is open
         onActivated: window.launchState.openHelp()
     }
 

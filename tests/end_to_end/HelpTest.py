@@ -34,11 +34,12 @@ class Page(html.parser.HTMLParser):
             self.pictures.append((attributes["src"], attributes.get("alt")))
 
     def handle_endtag(self, tag):
-        if self.open.pop() != tag:
+        if tag not in self.VOID and self.open.pop() != tag:
             raise AssertionError(f"</{tag}> closes another element")
 
     def handle_data(self, data):
-        self.words.append(data)
+        if "style" not in self.open:
+            self.words.append(data)
 
     def text(self):
         return " ".join(" ".join(self.words).split())
@@ -52,7 +53,7 @@ class Help(Case):
     def testIsWellFormed(self):
         self.assertEqual([], self.page.open)
         self.assertEqual("en", self.page.language)
-        self.assertNotIn("@", self.page.text())
+        self.assertNotRegex(self.page.text(), "@[A-Z]+@")
 
     def testLinksLeadSomewhere(self):
         self.assertGreater(len(self.page.links), 5)

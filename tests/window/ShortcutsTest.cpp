@@ -49,7 +49,7 @@ TEST_F(Shortcuts, HelpShortcutSaysWhyNothingOpened) {
     EXPECT_EQ(state().alert(), "No browser opened the help page. It is the file /share/help.html");
     desktop_.help = QUrl();
     key(Qt::Key_F1);
-    EXPECT_EQ(state().alert(), "The help page is not installed.");
+    EXPECT_EQ(state().alert().toStdString(), "The help page is not installed.");
 }
 
 TEST_F(Shortcuts, CloseShortcutClosesWindow) {

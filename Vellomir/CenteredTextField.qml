@@ -8,6 +8,8 @@ T.TextField {
     id: control
 
     required property string placeholder
+    // What the text is for, in one or two sentences.
+    required property string hint
     // Passes the text to its owner after each edit.
     signal edited(text: string)
 
@@ -32,6 +34,7 @@ T.TextField {
     verticalAlignment: TextInput.AlignVCenter
     inputMethodHints: Qt.ImhDigitsOnly
     selectByMouse: true
+    hoverEnabled: true
     selectionColor: Style.accent
     selectedTextColor: Style.background
     placeholderText: placeholder
@@ -39,6 +42,7 @@ T.TextField {
 
     Accessible.role: Accessible.EditableText
     Accessible.name: placeholder
+    Accessible.description: hint
 
     onTextChanged: coordinator.textFieldDidChangeSelection()
     onCursorPositionChanged: coordinator.textFieldDidChangeSelection()
@@ -50,6 +54,12 @@ T.TextField {
         FocusRing {
             isShown: control.activeFocus
         }
+    }
+
+    HintArea {
+        text: control.hint
+        isHovered: control.hovered
+        isUsed: control.activeFocus
     }
 
     NumberPad {

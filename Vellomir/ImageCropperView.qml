@@ -71,6 +71,7 @@ Sheet {
                     // The same preferred width for both buttons: they share the row equally.
                     Layout.preferredWidth: 1
                     text: "Use"
+                    hint: "Keeps the picture as it is."
                     onClicked: sheet.launchState.useImage()
                 }
 
@@ -79,6 +80,7 @@ Sheet {
                     Layout.fillWidth: true
                     Layout.preferredWidth: 1
                     text: "Zoom it"
+                    hint: "Crops the picture to its centred square."
                     onClicked: sheet.launchState.zoomImage()
                 }
             }

@@ -145,6 +145,7 @@ Sheet {
                 objectName: "closeButton"
                 Layout.fillWidth: true
                 text: "Close"
+                hint: "Closes this sheet."
                 onClicked: sheet.close()
             }
         }

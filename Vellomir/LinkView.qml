@@ -16,6 +16,7 @@ Item {
     // A button's role cannot be changed, so this item has the role of a link.
     Accessible.role: Accessible.Link
     Accessible.name: title
+    Accessible.description: url
     Accessible.onPressAction: opened(url)
 
     Keys.onPressed: event => {
@@ -31,6 +32,7 @@ Item {
         anchors.fill: parent
         symbol: link.icon
         text: link.title
+        hint: link.url
         focusPolicy: Qt.NoFocus
         hasFocusRing: link.activeFocus
         Accessible.ignored: true

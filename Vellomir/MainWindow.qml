@@ -27,6 +27,12 @@ T.ApplicationWindow {
         onActivated: window.close()
     }
 
+    Shortcut {
+        sequences: [StandardKey.HelpContents]
+        context: Qt.ApplicationShortcut // also while a sheet is open
+        onActivated: window.launchState.openHelp()
+    }
+
     // A TapHandler would miss taps that a Flickable or a button grabs.
     TapWatcher {
         window: window

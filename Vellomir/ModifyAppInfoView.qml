@@ -51,6 +51,7 @@ Rectangle {
             padding: Style.padding
             text: form.duplicationNumber
             placeholder: "Duplication Number"
+            hint: "Is added to the app's identifier and names, so that the copy is an app of its own: 2, for example."
             onEdited: text => form.numberEdited(text)
         }
 
@@ -58,6 +59,7 @@ Rectangle {
             objectName: "iconButton"
             Layout.fillWidth: true
             text: form.hasImage ? "Remove selected image" : "Change icon"
+            hint: form.hasImage ? "Keeps the app's own icon." : "Chooses a picture as the icon of the copy."
             backgroundColor: form.hasImage ? Style.red : Style.field
             onClicked: form.hasImage ? form.removeImageAction() : form.pickIconAction()
         }
@@ -68,6 +70,7 @@ Rectangle {
             objectName: "runButton"
             Layout.fillWidth: true
             text: form.isLoading ? "Doing Magic..." : "Do it"
+            hint: form.isLoading ? "The copy is being made." : "Makes the copy. The selected file stays as it is."
             backgroundColor: form.isLoading ? Style.accent : Style.field
             onClicked: form.doItAction()
 

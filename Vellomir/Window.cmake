@@ -23,6 +23,8 @@ set(qml_files
     Controls/FileDropArea.qml
     Controls/FocusFollower.qml
     Controls/FocusRing.qml
+    Controls/Hint.qml
+    Controls/HintArea.qml
     Controls/ModalPopup.qml
     Controls/PlainButton.qml
     Controls/Pressable.qml
@@ -57,6 +59,7 @@ qt_add_qml_module(vellomir-window
         Window/FileAssociations.cpp Window/FileAssociations.h
         Window/Fonts.h
         Window/HomeFolder.cpp Window/HomeFolder.h
+        Window/HelpPage.cpp Window/HelpPage.h
         Window/HexColors.cpp Window/HexColors.h
         Window/JobNotices.cpp Window/JobNotices.h
         Window/LineBreakFilter.cpp Window/LineBreakFilter.h

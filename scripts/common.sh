@@ -5,7 +5,7 @@ root=$(cd "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/.." && pwd)
 
 # One list of Debian packages, in two groups. ccache is used where it is installed.
 packagesToRun=(build-essential cmake ninja-build pkg-config zlib1g-dev libexpat1-dev qt6-base-dev
-    qt6-image-formats-plugins libheif-dev libcli11-dev nlohmann-json3-dev
+    qt6-image-formats-plugins libheif-dev libcli11-dev nlohmann-json3-dev cmark-gfm
     qt6-declarative-dev qt6-declarative-dev-tools libqt6svg6 fonts-inter
     qml6-module-qtqml qml6-module-qtqml-models qml6-module-qtqml-workerscript qml6-module-qtquick
     qml6-module-qtquick-layouts qml6-module-qtquick-templates qml6-module-qtquick-window)

@@ -54,6 +54,7 @@ Sheet {
                     Layout.fillWidth: true
                     Layout.bottomMargin: Style.spacing
                     sharing: sheet.sharing
+                    onHelpWanted: sheet.launchState.openHelp()
                 }
 
                 SheetRow {
@@ -61,6 +62,7 @@ Sheet {
                     Layout.fillWidth: true
                     symbol: "square.and.arrow.down"
                     text: "Save a copy…"
+                    hint: "Saves the file in a folder that you choose."
                     enabled: sheet.sharing.isThere && !sheet.sharing.isSaving
                     onClicked: sheet.sharing.saveCopy()
                 }
@@ -70,6 +72,7 @@ Sheet {
                     Layout.fillWidth: true
                     symbol: "folder"
                     text: "Show in the file manager"
+                    hint: "Opens the folder with the file."
                     enabled: sheet.sharing.isThere
                     onClicked: sheet.sharing.showInFileManager()
                 }
@@ -79,6 +82,7 @@ Sheet {
                     Layout.fillWidth: true
                     symbol: "doc.on.doc"
                     text: "Copy the file"
+                    hint: "Puts the file on the clipboard, to paste it in a file manager or a message."
                     enabled: sheet.sharing.isThere
                     onClicked: sheet.sharing.copyFile()
                 }
@@ -145,6 +149,7 @@ Sheet {
             Layout.rightMargin: Style.padding
             Layout.bottomMargin: Style.padding
             text: "Close"
+            hint: "Closes this sheet. The copy is kept until you select another file."
             onClicked: sheet.close()
         }
     }
@@ -158,6 +163,7 @@ Sheet {
         signal dropped(wasTaken: bool)
 
         symbol: "hand.draw"
+        hint: "Drops the file in another program, such as a file manager or a mail."
         text: "Drag this to another window"
         // An automatic drag carries data; the row itself does not move.
         Drag.dragType: Drag.Automatic

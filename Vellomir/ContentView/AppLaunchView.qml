@@ -55,6 +55,7 @@ Rectangle {
                         id: infoButton
 
                         objectName: "infoButton"
+                        hint: "The version, what Vellomir is for, and links."
                         anchors.right: parent.right
                         anchors.rightMargin: Style.padding - padding
                         anchors.verticalCenter: parent.verticalCenter
@@ -96,6 +97,7 @@ Rectangle {
                     objectName: "selectButton"
                     Layout.fillWidth: true
                     text: "Select IPA File"
+                    hint: "Chooses the package to copy. It can also be dropped on this window."
                     enabled: !screen.launchState.isLoading
                     onClicked: screen.launchState.selectFile()
                 }

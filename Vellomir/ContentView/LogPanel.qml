@@ -58,6 +58,7 @@ Flickable {
 
     Accessible.role: Accessible.List
     Accessible.name: "Status log"
+    Accessible.description: "What was done so far. The arrow keys scroll it, Ctrl+A selects it, Ctrl+C copies it."
 
     Keys.onPressed: event => {
         event.accepted = true;

@@ -2,11 +2,12 @@ import QtQuick
 import QtQuick.Layouts
 import Vellomir
 
-// The result's name beside a symbol, its size and date, remarks, and warnings about a device.
+// The result's name beside a symbol, its size and date, remarks, warnings about a device, and help.
 RowLayout {
     id: header
 
     required property Sharing sharing
+    signal helpWanted
 
     spacing: 12
 
@@ -83,7 +84,7 @@ RowLayout {
             color: Style.accent
         }
 
-        Pressable {
+        UnderlinedButton {
             id: listButton
 
             property bool isOpen: false
@@ -91,23 +92,7 @@ RowLayout {
             objectName: "warningsButton"
             visible: header.sharing.warning !== ""
             text: isOpen ? "Hide the list" : "Show the list"
-            font: Style.footnote
-            pressedOpacity: 0.6
-            topPadding: Style.spacing / 2
-            bottomPadding: Style.spacing / 2
-            contentItem: ButtonLabel {
-                text: listButton.text
-                font.pixelSize: Style.footnote.pixelSize
-                font.underline: true
-            }
-            background: Rectangle {
-                color: "transparent"
-                radius: Style.radius
-
-                FocusRing {
-                    isShown: listButton.visualFocus
-                }
-            }
+            hint: isOpen ? "Shows only the first line." : "Shows all that may go wrong on a device."
             onClicked: isOpen = !isOpen
 
             // Closed for each file, and each time the sheet opens.
@@ -128,6 +113,35 @@ RowLayout {
                 Layout.fillWidth: true
                 Layout.bottomMargin: Style.spacing / 2
                 text: modelData
+            }
+        }
+
+        UnderlinedButton {
+            objectName: "helpButton"
+            text: "How to install it"
+            hint: "Opens a page about installing, and why that may fail. F1 opens it too."
+            onClicked: header.helpWanted()
+        }
+    }
+
+    component UnderlinedButton: Pressable {
+        id: button
+
+        font: Style.footnote
+        pressedOpacity: 0.6
+        topPadding: Style.spacing / 2
+        bottomPadding: Style.spacing / 2
+        contentItem: ButtonLabel {
+            text: button.text
+            font.pixelSize: Style.footnote.pixelSize
+            font.underline: true
+        }
+        background: Rectangle {
+            color: "transparent"
+            radius: Style.radius
+
+            FocusRing {
+                isShown: button.visualFocus
             }
         }
     }

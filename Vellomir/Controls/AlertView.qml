@@ -37,6 +37,7 @@ ModalPopup {
             Layout.fillWidth: true
             backgroundColor: Style.background
             text: "OK"
+            hint: "Closes this message."
             focus: true
             onClicked: alert.close()
         }

@@ -2,11 +2,13 @@ import QtQuick
 import QtQuick.Templates as T
 import Vellomir
 
-// The base of all buttons: keys, accessibility, and the looks while pressed, disabled or hovered.
+// The base of all buttons: keys, accessibility, hints, and the looks while pressed, disabled or hovered.
 T.Button {
     id: control
 
     property real pressedOpacity: 1
+    // What the button does, in one or two sentences.
+    required property string hint
 
     focusPolicy: Qt.StrongFocus
     hoverEnabled: true
@@ -20,7 +22,7 @@ T.Button {
         if (enabled)
             clicked();
     }
-    Accessible.description: enabled ? "" : "Not available now"
+    Accessible.description: enabled ? hint : "Not available now. " + hint
 
     Keys.onPressed: event => {
         if ((event.key === Qt.Key_Return || event.key === Qt.Key_Enter) && !event.isAutoRepeat) {
@@ -31,6 +33,12 @@ T.Button {
 
     DoubleClickFilter {
         control: control
+    }
+
+    HintArea {
+        text: control.hint
+        isHovered: control.hovered
+        isUsed: control.down
     }
 
     // Lightens the control while the mouse is over it.

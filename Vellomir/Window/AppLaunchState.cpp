@@ -118,6 +118,15 @@ void AppLaunchState::openLink(const QString &url) {
         setAlert(QStringLiteral("No browser opened the link. Its address is %1").arg(url));
 }
 
+void AppLaunchState::openHelp() {
+    const QUrl page = desktop_.helpPage();
+    if (page.isEmpty())
+        setAlert(QStringLiteral("The help page is not installed."));
+    else if (!desktop_.open(page))
+        setAlert(QStringLiteral("No browser opened the help page. It is the file %1")
+                     .arg(page.toLocalFile()));
+}
+
 void AppLaunchState::presentImagePicker() {
     if (!showImagePicker())
         return;

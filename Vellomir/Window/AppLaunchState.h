@@ -97,6 +97,8 @@ public:
     Q_INVOKABLE void didFinishSharing();
     /// Opens a link of the about sheet. Does nothing if the text is not a valid URL.
     Q_INVOKABLE void openLink(const QString &url);
+    /// Opens the help page in the browser.
+    Q_INVOKABLE void openHelp();
 
 signals:
     void selectedFileURLChanged();

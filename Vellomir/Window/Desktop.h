@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Vellomir/Window/HelpPage.h"
+
 #include <QString>
 #include <QUrl>
 #include <QWindow>
@@ -19,6 +21,8 @@ public:
 
     /// Opens the URL with the system's default program. Returns false if there is none.
     virtual bool open(const QUrl &url) = 0;
+    /// The program's own help page, a local file; empty if it is not installed.
+    [[nodiscard]] virtual QUrl helpPage() const { return vellomir::helpPage(); }
     /// Shows the file's folder, with the file selected if possible. Calls `answer` later: whether a
     /// program was found.
     virtual void showInFileManager(const QString &file, std::function<void(bool)> answer) = 0;

@@ -47,8 +47,9 @@ bool hasBrowser() {
 
 bool SystemDesktop::open(const QUrl &url) {
     const bool isStarted = QDesktopServices::openUrl(url);
-    return isStarted &&
-           (hasProgramFor(QStringLiteral("x-scheme-handler/") + url.scheme()) || hasBrowser());
+    const QString type = url.isLocalFile() ? QStringLiteral("text/html")
+                                           : QStringLiteral("x-scheme-handler/") + url.scheme();
+    return isStarted && (hasProgramFor(type) || hasBrowser());
 }
 
 void SystemDesktop::showInFileManager(const QString &file, std::function<void(bool)> answer) {

@@ -3,14 +3,19 @@
 namespace vellomir {
 
 QUrl toQt(const std::optional<archive::URL> &url) {
-    return url ? QUrl::fromLocalFile(QString::fromStdString(url->path())) : QUrl();
+    if (!url)
+        return {};
+    return QUrl::fromEncoded("file://" +
+                             QByteArray::fromStdString(url->path()).toPercentEncoding("/"));
 }
 
 std::vector<archive::URL> fromQt(const QList<QUrl> &urls) {
     std::vector<archive::URL> files;
     for (const QUrl &url : urls)
         if (url.isLocalFile())
-            files.push_back(archive::URL::file(url.toLocalFile().toStdString()));
+            files.push_back(archive::URL::file(
+                QByteArray::fromPercentEncoding(url.path(QUrl::FullyEncoded).toLatin1())
+                    .toStdString()));
     return files;
 }
 

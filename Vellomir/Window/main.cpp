@@ -9,6 +9,9 @@
 #include "Vellomir/Window/TerminationSignals.h"
 
 #include <QApplication>
+#include <QDir>
+#include <QFile>
+#include <QMessageBox>
 #include <QStandardPaths>
 
 #include <cstdio>
@@ -40,11 +43,31 @@ void endWithoutCrash(QtMsgType type, const QMessageLogContext &context, const QS
     std::_Exit(1);
 }
 
+/// A name with bytes that are no text becomes a file URL, which can hold any bytes.
+QString decoded(const QByteArray &argument) {
+    const QString text = QFile::decodeName(argument);
+    if (QFile::encodeName(text) == argument)
+        return text;
+    const QByteArray folder =
+        argument.startsWith('/') ? QByteArray() : QFile::encodeName(QDir::currentPath()) + '/';
+    return QStringLiteral("file://") +
+           QString::fromLatin1((folder + argument).toPercentEncoding("/"));
+}
+
 QStringList decoded(int argumentCount, char **arguments) {
     QStringList list;
     for (int index = 0; index < argumentCount; ++index)
-        list.append(QFile::decodeName(arguments[index]));
+        list.append(decoded(QByteArray(arguments[index])));
     return list;
+}
+
+/// Shows in a window why there is no main window, and waits until it is closed.
+void showFailure(const std::exception &error) {
+    QMessageBox box(QMessageBox::Critical, QStringLiteral("Vellomir"),
+                    QStringLiteral("Vellomir cannot start."), QMessageBox::Close);
+    box.setTextFormat(Qt::PlainText);
+    box.setInformativeText(QString::fromUtf8(error.what()));
+    box.exec();
 }
 
 archive::URL dataFolder() {
@@ -79,7 +102,13 @@ int run(int argumentCount, char **arguments) {
     const QApplication application(argumentCount, arguments);
     qInstallMessageHandler(usualHandler);
     OrsantaVellomirApp::setUp();
-    return runWindow(*commandLine.options);
+    try {
+        return runWindow(*commandLine.options);
+    } catch (const std::exception &error) {
+        std::fprintf(stderr, "vellomir: %s\n", error.what());
+        showFailure(error);
+        return 1;
+    }
 }
 
 } // namespace

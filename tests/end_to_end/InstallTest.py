@@ -22,7 +22,10 @@ FILES = {
                *(f"share/icons/hicolor/{size}x{size}/apps/vellomir.png" for size in ICON_SIZES),
                "share/icons/hicolor/scalable/apps/vellomir.svg", "share/man/man1/vellomir.1.gz",
                "share/metainfo/org.example.vellomir.metainfo.xml",
-               "share/mime/packages/vellomir.xml"],
+               "share/mime/packages/vellomir.xml",
+               *(f"share/vellomir/help/{name}" for name in
+                 ["help.html", "cropper.png", "running.png", "sharing.png", "vellomir.png",
+                  "window.png"])],
 }
 
 

@@ -3,6 +3,7 @@ import os
 import signal
 import time
 import unittest
+import urllib.parse
 
 from harness import makePackage
 from window import WindowCase
@@ -46,7 +47,12 @@ class CommandLine(WindowCase):
 
     def testADataFolderThatCannotBeMade(self):
         self.data.write_text("in the way")
-        self.check(self.run_(), 1, err=rf"vellomir: [^\n]*{self.data}[^\n]*\n")
+        window = self.start()
+        window.waitFor(lambda: window.titled("Vellomir"), "the message")
+        self.assertRegex(window.text(), rf"\Avellomir: [^\n]*{self.data}[^\n]*\n\Z")
+        window.waitFor(lambda: self.desktop.focusedTitle() == "Vellomir", "the keyboard")
+        window.keys("Escape")
+        self.assertEqual(window.process.wait(60), 1)
         self.assertEqual(self.data.read_text(), "in the way")
 
 
@@ -56,6 +62,15 @@ class NamedFile(StartCase):
         window = self.open("with space.ipa")
         window.waitForSaid("Selected file URL: " + (self.folder / "with space.ipa").as_uri())
         window.stop()
+
+    def testAFileWhoseNameIsNoText(self):
+        makePackage(self.folder / "plain.ipa")
+        name = os.fsencode(self.folder) + b"/caf\xe9 %41.ipa"
+        os.rename(self.folder / "plain.ipa", name)
+        for argument in [name, b"caf\xe9 %41.ipa"]:
+            window = self.open(os.fsdecode(argument))
+            window.waitForSaid("Selected file URL: file://" + urllib.parse.quote(name))
+            window.stop()
 
     def testAFileThatIsNotThere(self):
         window = self.open("missing.ipa")

@@ -47,7 +47,8 @@ class Road(WindowCase):
 
 class Copying(Road):
     def saveAs(self, window, path):
-        window.keys("Tab", "Tab", "Return") # the sheet's first row, behind the list of warnings
+        # The sheet's first row, behind the list of warnings and the help page.
+        window.keys("Tab", "Tab", "Tab", "Return")
         window.answer("Save a copy", path)
 
     def checkCopy(self, path):

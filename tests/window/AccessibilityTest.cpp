@@ -170,20 +170,36 @@ TEST_P(Accessibility, ExposesAlert) {
     EXPECT_THAT(everything(), Contains(Node{QAccessible::Dialog, "And that is none either."}));
 }
 
-TEST_P(Accessibility, EveryControlHasAName) {
-    const auto expectNames = [this] {
+TEST_P(Accessibility, EveryControlHasANameAndADescription) {
+    int count = 0;
+    const auto expectTexts = [this, &count] {
         for (QAccessibleInterface *const each : tree())
-            if (each->role() == QAccessible::Button || each->role() == QAccessible::Link) {
+            if (each->role() == QAccessible::Button || each->role() == QAccessible::Link ||
+                each->role() == QAccessible::EditableText) {
+                ++count;
                 EXPECT_NE(name(*each), "");
+                EXPECT_NE(each->text(QAccessible::Description), "") << name(*each);
                 EXPECT_TRUE(each->state().focusable) << name(*each);
             }
     };
-    expectNames();
+    expectTexts();
     click("infoButton");
-    expectNames();
+    expectTexts();
     click("closeButton");
+    openCropper();
+    expectTexts();
+    key(Qt::Key_Escape);
     openShareSheet();
-    expectNames();
+    expectTexts();
+    EXPECT_GT(count, 20);
+}
+
+TEST_P(Accessibility, CropperButtonsSayWhatTheyDo) {
+    openCropper();
+    EXPECT_EQ(find(QAccessible::Button, "Use").text(QAccessible::Description),
+              "Keeps the picture as it is.");
+    EXPECT_EQ(find(QAccessible::Button, "Zoom it").text(QAccessible::Description),
+              "Crops the picture to its centred square.");
 }
 
 TEST_P(Accessibility, ExposesSheetsOnlyWhileOpen) {
@@ -204,16 +220,17 @@ TEST_P(Accessibility, ReportsChanges) {
 
 TEST_P(Accessibility, ReportsDisabledControls) {
     QAccessibleInterface &button = find(QAccessible::Button, "Select IPA File");
-    EXPECT_EQ(button.text(QAccessible::Description), "");
+    const QString hint = button.text(QAccessible::Description);
+    EXPECT_THAT(hint.toStdString(), testing::StartsWith("Chooses the package"));
     const QSignalSpy clicks = clicksOf("selectButton");
     view().isLoading.set(true);
     settle();
-    EXPECT_EQ(button.text(QAccessible::Description), "Not available now");
+    EXPECT_EQ(button.text(QAccessible::Description), "Not available now. " + hint);
     pressIt(QAccessible::Button, "Select IPA File");
     EXPECT_EQ(clicks.count(), 0);
     view().isLoading.set(false);
     settle();
-    EXPECT_EQ(button.text(QAccessible::Description), "");
+    EXPECT_EQ(button.text(QAccessible::Description), hint);
 }
 
 TEST_P(Accessibility, ReportsKeyboardFocus) {

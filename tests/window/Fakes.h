@@ -56,6 +56,7 @@ public:
         opened.append(url.toString());
         return hasBrowser;
     }
+    [[nodiscard]] QUrl helpPage() const override { return help; }
     void showInFileManager(const QString &file, std::function<void(bool)> answer) override {
         shown.append(file);
         answer(hasFileManager);
@@ -67,6 +68,7 @@ public:
 
     int requests = 0;
     std::vector<std::optional<double>> progress;
+    QUrl help = QUrl(QStringLiteral("file:///share/help.html"));
     bool hasBrowser = true;
     bool hasFileManager = true;
     QStringList opened;

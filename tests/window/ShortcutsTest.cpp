@@ -34,6 +34,24 @@ TEST_F(Shortcuts, OpenShortcutIsOffDuringJobsAndSheets) {
     waitForDocumentDialog();
 }
 
+TEST_F(Shortcuts, HelpShortcutOpensHelpPageAlsoWithOpenSheet) {
+    key(Qt::Key_F1);
+    EXPECT_EQ(desktop_.opened, QStringList{QStringLiteral("file:///share/help.html")});
+    view().showInfoSheet.set(true);
+    settle();
+    key(Qt::Key_F1);
+    EXPECT_EQ(desktop_.opened.size(), 2);
+}
+
+TEST_F(Shortcuts, HelpShortcutSaysWhyNothingOpened) {
+    desktop_.hasBrowser = false;
+    key(Qt::Key_F1);
+    EXPECT_EQ(state().alert(), "No browser opened the help page. It is the file /share/help.html");
+    desktop_.help = QUrl();
+    key(Qt::Key_F1);
+    EXPECT_EQ(state().alert().toStdString(), "The help page is not installed.");
+}
+
 TEST_F(Shortcuts, CloseShortcutClosesWindow) {
     for (const auto closing : {Qt::Key_W, Qt::Key_Q}) {
         open();

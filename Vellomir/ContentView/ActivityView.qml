@@ -21,7 +21,10 @@ Sheet {
         scroller.contentY = 0;
         page.focus = true;
     }
-    onDismissed: launchState.didFinishSharing()
+    onDismissed: {
+        sharing.sending.close();
+        launchState.didFinishSharing();
+    }
 
     ColumnLayout {
         id: page
@@ -63,6 +66,15 @@ Sheet {
                     text: "Save a copy…"
                     enabled: sheet.sharing.isThere && !sheet.sharing.isSaving
                     onClicked: sheet.sharing.saveCopy()
+                }
+
+                SheetRow {
+                    objectName: "sendRow"
+                    Layout.fillWidth: true
+                    symbol: "iphone"
+                    text: "Send to a phone…"
+                    enabled: sheet.sharing.isThere
+                    onClicked: sheet.sharing.sendToPhone()
                 }
 
                 SheetRow {
@@ -147,6 +159,10 @@ Sheet {
             text: "Close"
             onClicked: sheet.close()
         }
+    }
+
+    SendSheet {
+        sending: sheet.sharing.sending
     }
 
     // A row that can be dragged to another program, with the file as its data.

@@ -102,7 +102,7 @@ TEST_F(Keyboard, TabStaysInAboutSheet) {
 TEST_F(Keyboard, TabStaysInShareSheet) {
     openShareSheet();
     EXPECT_THAT(walk(6),
-                ElementsAre("saveRow", "showRow", "copyRow", "dragRow", "doneButton", "saveRow"));
+                ElementsAre("saveRow", "sendRow", "showRow", "copyRow", "dragRow", "doneButton", "saveRow"));
 }
 
 TEST_F(Keyboard, TabStaysInCropper) {

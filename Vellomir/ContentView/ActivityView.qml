@@ -161,10 +161,6 @@ Sheet {
         }
     }
 
-    SendSheet {
-        sending: sheet.sharing.sending
-    }
-
     // A row that can be dragged to another program, with the file as its data.
     component DragOutRow: SheetRow {
         id: row

@@ -30,7 +30,7 @@ void QrCodeItem::setText(const QString &text) {
 void QrCodeItem::paint(QPainter *painter) {
     if (!code_)
         return;
-    const double scale = painter->device()->devicePixelRatio();
+    const double scale = painter->deviceTransform().m11();
     const int pixels = static_cast<int>(std::min(width(), height()) * scale);
     const int module = std::max(1, pixels / (code_->side() + 2 * QrCode::quietZone));
     const int start = (pixels - module * code_->side()) / 2;

@@ -145,7 +145,7 @@ class Refusals(Sending):
             with self.assertRaises(ConnectionRefusedError):
                 socket.create_connection(("127.0.0.2", port), 10)
 
-    def testBadClientsKeepNobodyOut(self):
+    def testBadClientsDoNotKeepOthersOut(self):
         with self.server() as run:
             place = urlsplit(run.url)
 

@@ -9,8 +9,8 @@
 namespace vellomir {
 namespace {
 
-constexpr std::size_t length = 26;
-constexpr std::string_view digits = "ABCDEFGHIJKLMNOPQRSTUVWXYZ234567";
+constexpr std::size_t tokenLength = 26;
+constexpr std::string_view tokenCharacters = "ABCDEFGHIJKLMNOPQRSTUVWXYZ234567";
 
 /// Without a branch on the character.
 unsigned upperCase(char character) {
@@ -23,12 +23,13 @@ unsigned upperCase(char character) {
 } // namespace
 
 std::string makeAccessToken() {
-    std::array<unsigned char, length> random{};
+    std::array<unsigned char, tokenLength> random{};
     if (::getrandom(random.data(), random.size(), 0) != static_cast<ssize_t>(random.size()))
         throw SendingFault("The system has no random numbers");
-    std::string token(length, '\0');
-    std::transform(random.begin(), random.end(), token.begin(),
-                   [](unsigned char byte) { return digits[byte % digits.size()]; });
+    std::string token(tokenLength, '\0');
+    std::transform(random.begin(), random.end(), token.begin(), [](unsigned char byte) {
+        return tokenCharacters[byte % tokenCharacters.size()];
+    });
     return token;
 }
 

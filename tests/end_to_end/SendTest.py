@@ -8,6 +8,7 @@ import socket
 import subprocess
 import time
 import unittest
+from pathlib import Path
 from urllib.parse import urlsplit
 
 from harness import PROGRAM, Case
@@ -26,7 +27,7 @@ class Sending(Case):
         """A running server, with its first address in `url`."""
         run = subprocess.Popen([PROGRAM, "send", package, "--interface", "lo", *options],
                                cwd=self.folder, stdout=subprocess.PIPE, stderr=subprocess.PIPE,
-                               **more)
+                               bufsize=0, **more)
         try:
             run.url = run.stdout.readline().decode().rstrip("\n")
             yield run
@@ -100,7 +101,8 @@ class Fetching(Sending):
     def testBothFamiliesOfAddresses(self):
         with self.server() as run:
             self.assertTrue(run.url.startswith("http://127.0.0.1:"), run.url)
-            if not os.path.exists("/proc/net/if_inet6") or "lo\n" not in open("/proc/net/if_inet6").read():
+            addresses = Path("/proc/net/if_inet6")
+            if not addresses.exists() or not re.search(r" lo$", addresses.read_text(), re.MULTILINE):
                 self.skipTest("there is no IPv6 here")
             second = run.stdout.readline().decode().rstrip("\n")
             self.assertTrue(second.startswith("http://[::1]:"), second)
@@ -231,13 +233,13 @@ class Showing(Sending):
                                stdout=terminal, stderr=terminal, stdin=subprocess.DEVNULL,
                                env=environment)
         os.close(terminal)
+        self.addCleanup(os.close, master)
+        self.addCleanup(run.wait)
+        self.addCleanup(run.kill)
         seen = self.readUntil(master, b"Nothing sent yet")
-        url = re.search(r"http://127[^\r]+", seen)[0]
+        url = re.search(r"http://127\S+", seen)[0]
         self.curl("--output", "/dev/null", url)
         seen += self.readUntil(master, b"Sent completely, 30.0 MB")
-        run.send_signal(signal.SIGINT)
-        run.wait(60)
-        os.close(master)
         code = [line for line in seen.splitlines() if line.startswith("\x1b[38;5;231;48;5;16m")]
         self.checkCode([line.removeprefix("\x1b[38;5;231;48;5;16m").removesuffix("\x1b[0m")
                         for line in code], url)

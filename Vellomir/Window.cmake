@@ -16,6 +16,7 @@ set(qml_files
     ContentView/LogPanel.qml
     ContentView/LogRow.qml
     ContentView/LogSelection.qml
+    ContentView/SendSheet.qml
     ContentView/ShareHeader.qml
     Controls/ActivityIndicator.qml
     Controls/AlertView.qml
@@ -67,7 +68,9 @@ qt_add_qml_module(vellomir-window
         Window/Motion.cpp Window/Motion.h
         Window/NumberPad.cpp Window/NumberPad.h
         Window/OrsantaVellomirApp.cpp Window/OrsantaVellomirApp.h
+        Window/PhoneSending.cpp Window/PhoneSending.h
         Window/PreviewProvider.cpp Window/PreviewProvider.h
+        Window/QrCodeItem.cpp Window/QrCodeItem.h
         Window/Sharing.cpp Window/Sharing.h
         Window/SpringValue.cpp Window/SpringValue.h
         Window/SystemDesktop.cpp Window/SystemDesktop.h
@@ -89,7 +92,7 @@ if(NOT CMAKE_UNITY_BUILD)
 endif()
 target_include_directories(vellomir-window PUBLIC ${PROJECT_SOURCE_DIR} ${CMAKE_CURRENT_SOURCE_DIR}/Window)
 target_link_libraries(vellomir-window
-    PUBLIC vellomir-content-view Qt6::DBus Qt6::Quick Qt6::Widgets)
+    PUBLIC vellomir-content-view vellomir-sending Qt6::DBus Qt6::Quick Qt6::Widgets)
 
 add_executable(vellomir Window/main.cpp Window/CommandLine.cpp Window/TerminationSignals.cpp)
 target_compile_definitions(vellomir PRIVATE VELLOMIR_VERSION="${PROJECT_VERSION}")

@@ -6,6 +6,8 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <charconv>
+#include <limits>
 #include <string>
 #include <utility>
 #include <vector>
@@ -53,6 +55,19 @@ public:
             if (value.empty())
                 reject(name, "the name may not be empty");
             target = value;
+        });
+    }
+
+    /// A decimal number from `least` to the largest of the target's type.
+    template <class Target>
+    CLI::Option &number(const std::string &name, const std::string &placeholder, Target &target,
+                        Target least, const std::string &help) {
+        return option(name, placeholder, help, [&target, least, name](const std::string &text) {
+            const char *const end = text.data() + text.size();
+            const auto read = std::from_chars(text.data(), end, target);
+            if (read.ec != std::errc() || read.ptr != end || target < least)
+                reject(name, "\"" + text + "\" is no number from " + std::to_string(least) +
+                                 " to " + std::to_string(std::numeric_limits<Target>::max()));
         });
     }
 

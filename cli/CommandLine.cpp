@@ -14,6 +14,8 @@ namespace {
 const Choices<ProgressMode> progressModes = {{"auto", ProgressMode::automatic},
                                              {"always", ProgressMode::always},
                                              {"never", ProgressMode::never}};
+const Choices<QrMode> qrModes = {
+    {"auto", QrMode::automatic}, {"always", QrMode::always}, {"never", QrMode::never}};
 const Choices<archive::CompressionMethod> methods = {
     {"none", archive::CompressionMethod::none}, {"deflate", archive::CompressionMethod::deflate}};
 const Choices<archive::TextEncoding> encodings = {{"utf-8", archive::TextEncoding::utf8},
@@ -30,6 +32,7 @@ public:
 private:
     void declareDuplicate();
     void declareInspect();
+    void declareSend();
     void declareDeepChanges(CommandGrammar &command, CLI::Option &icon);
     void finishDuplicate(bool hasNumber, bool hasIcon);
     void declareList(CLI::App &parent);
@@ -60,6 +63,7 @@ private:
     DuplicateOptions duplicate_;
     bool isDeep_ = false;
     InspectOptions inspect_;
+    SendOptions send_;
     ListOptions list_;
     ExtractOptions extract_;
     CreateOptions create_;
@@ -90,6 +94,7 @@ Grammar::Grammar() {
     app_.require_subcommand(1);
     declareDuplicate();
     declareInspect();
+    declareSend();
     CLI::App &archive = *app_.add_subcommand("archive", "work with a ZIP archive");
     archive.require_subcommand(1)->group("Commands");
     declareList(archive);
@@ -183,6 +188,21 @@ void Grammar::declareInspect() {
     command.flag("--json", inspect_.json, "print one object; docs/commandLine.md lists its keys");
     declareQuiet(command);
     choose(command, inspect_);
+}
+
+void Grammar::declareSend() {
+    CommandGrammar command(app_, "send",
+                           "offer a package to a phone in the same network, until Ctrl-C, or ten\n"
+                           "minutes after the last byte");
+    command.operand("PACKAGE", send_.package, "the package (.ipa), or any other file");
+    command.number("--port", "N", send_.port, std::uint16_t{1}, "the port; a free one if left out");
+    command.text("--interface", "NAME", send_.interface,
+                 "the network interface, such as wlan0, with all its addresses;\n"
+                 "the local networks if left out");
+    command.choice("--qr", send_.qr, qrModes,
+                   "print the address as a QR code (auto: if the output is a\nterminal)");
+    declareFeedback(command);
+    choose(command, send_);
 }
 
 void Grammar::declareList(CLI::App &parent) {

@@ -13,6 +13,7 @@ struct Purpose {
     std::string operator()(const InspectOptions &options) const {
         return "inspect " + options.package;
     }
+    std::string operator()(const SendOptions &options) const { return "send " + options.package; }
     std::string operator()(const ListOptions &options) const { return "list " + options.archive; }
     std::string operator()(const ExtractOptions &options) const {
         return "extract " + options.archive;

@@ -11,6 +11,7 @@ namespace vellomir::cli {
 
 void run(const DuplicateOptions &options, Session &session);
 void run(const InspectOptions &options, Session &session);
+void run(const SendOptions &options, Session &session);
 void run(const ListOptions &options, Session &session);
 void run(const ExtractOptions &options, Session &session);
 void run(const CreateOptions &options, Session &session);

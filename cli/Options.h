@@ -1,9 +1,11 @@
 #pragma once
 
 #include "Vellomir/Job/DeepChanges.h"
+#include "Vellomir/Sending/SendingLimits.h"
 #include "archive/Compression.h"
 #include "archive/TextEncoding.h"
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <variant>
@@ -41,6 +43,16 @@ struct InspectOptions {
     std::string package;
     std::optional<archive::TextEncoding> encoding;
     bool json = false;
+};
+
+enum class QrMode { automatic, always, never };
+
+struct SendOptions {
+    std::string package;
+    std::uint16_t port = 0;               ///< 0: one that is free
+    std::optional<std::string> interface; ///< nothing: all that are in a local network
+    QrMode qr = QrMode::automatic;
+    SendingLimits limits; ///< not on the command line
 };
 
 struct ListOptions {
@@ -99,8 +111,8 @@ struct CompareOptions {
 };
 
 using Options =
-    std::variant<DuplicateOptions, InspectOptions, ListOptions, ExtractOptions, CreateOptions,
-                 AddOptions, RemoveOptions, CatOptions, TestOptions, CompareOptions>;
+    std::variant<DuplicateOptions, InspectOptions, SendOptions, ListOptions, ExtractOptions,
+                 CreateOptions, AddOptions, RemoveOptions, CatOptions, TestOptions, CompareOptions>;
 
 /// What a command line asks for.
 struct Request {

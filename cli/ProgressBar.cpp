@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <sys/ioctl.h>
 #include <utility>
 
 namespace vellomir::cli {
@@ -62,6 +61,13 @@ void ProgressBar::update(const archive::Progress &progress) {
     draw(barText(fraction_, columns(), isDone ? "" : rate_.text(progress.totalUnitCount())));
 }
 
+void ProgressBar::show(const std::string &text) {
+    if (!isShown_)
+        return;
+    const std::lock_guard guard(lock_);
+    draw(text);
+}
+
 void ProgressBar::draw(const std::string &text) {
     if (text == drawn_)
         return;
@@ -96,10 +102,8 @@ void ProgressBar::finish() {
 }
 
 std::size_t ProgressBar::columns() const {
-    winsize size{};
-    if (::ioctl(file_, TIOCGWINSZ, &size) != 0 || size.ws_col == 0)
-        return 80;
-    return size.ws_col - 1U; // writing into the last column may start a new line
+    const auto width = terminalColumns(file_);
+    return width ? *width - 1U : 80; // writing into the last column may start a new line
 }
 
 } // namespace vellomir::cli

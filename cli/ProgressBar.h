@@ -32,6 +32,8 @@ public:
 
     /// Follows the progress from now on; to be called before the work begins.
     void watch(archive::Progress &progress);
+    /// Draws a text in place of the bar.
+    void show(const std::string &text);
     /// Makes room for a line of text; the bar comes back with the next progress.
     void hide();
     void finish();

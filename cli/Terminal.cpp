@@ -5,6 +5,7 @@
 
 #include <cstdlib>
 #include <string_view>
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 namespace vellomir::cli {
@@ -20,6 +21,13 @@ std::string_view environment(const char *name) {
 bool isSmartTerminal(int file) {
     const std::string_view kind = environment("TERM");
     return ::isatty(file) == 1 && !kind.empty() && kind != "dumb";
+}
+
+std::optional<std::size_t> terminalColumns(int file) {
+    winsize size{};
+    if (::ioctl(file, TIOCGWINSZ, &size) != 0 || size.ws_col == 0)
+        return std::nullopt;
+    return size.ws_col;
 }
 
 bool hasColours(int file) {

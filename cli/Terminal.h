@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstddef>
+#include <optional>
 #include <string>
 
 /// What standard error is, and what may be written there.
@@ -7,6 +9,9 @@ namespace vellomir::cli {
 
 /// A terminal that understands escapes: by `TERM`.
 [[nodiscard]] bool isSmartTerminal(int file);
+
+/// How many characters fit into a line; nothing if it is no terminal or does not say.
+[[nodiscard]] std::optional<std::size_t> terminalColumns(int file);
 
 /// Such a terminal, and the user has not set `NO_COLOR` to any text.
 [[nodiscard]] bool hasColours(int file);

@@ -19,12 +19,12 @@ void waitUntilWritable(int file) {
     ::poll(&request, 1, -1);
 }
 
-} // namespace
-
-std::optional<std::size_t> readInto(int file, std::span<std::byte> buffer) {
+/// Calls `read` with each rest of the buffer until that is full or the file ends.
+template <class Read>
+std::optional<std::size_t> fill(std::span<std::byte> buffer, Read read) {
     std::size_t done = 0;
     while (done < buffer.size()) {
-        const ssize_t count = ::read(file, buffer.data() + done, buffer.size() - done);
+        const ssize_t count = read(buffer.subspan(done), done);
         if (count == 0)
             break;
         if (count > 0)
@@ -33,6 +33,20 @@ std::optional<std::size_t> readInto(int file, std::span<std::byte> buffer) {
             return std::nullopt;
     }
     return done;
+}
+
+} // namespace
+
+std::optional<std::size_t> readInto(int file, std::span<std::byte> buffer) {
+    return fill(buffer, [file](std::span<std::byte> rest, std::size_t) {
+        return ::read(file, rest.data(), rest.size());
+    });
+}
+
+std::optional<std::size_t> readAt(int file, std::uint64_t offset, std::span<std::byte> buffer) {
+    return fill(buffer, [file, offset](std::span<std::byte> rest, std::size_t done) {
+        return ::pread(file, rest.data(), rest.size(), static_cast<off_t>(offset + done));
+    });
 }
 
 bool writeFully(int file, std::span<const std::byte> bytes, const std::function<bool()> &mayGoOn) {

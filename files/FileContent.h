@@ -17,6 +17,10 @@ namespace vellomir {
 /// none, with errno, if that fails.
 [[nodiscard]] std::optional<std::size_t> readInto(int file, std::span<std::byte> buffer);
 
+/// The same from an offset, without a use or a change of the position.
+[[nodiscard]] std::optional<std::size_t> readAt(int file, std::uint64_t offset,
+                                                std::span<std::byte> buffer);
+
 /// Writes all bytes at the position, and waits where a pipe or a terminal takes no more. False,
 /// with errno, if that fails. If `mayGoOn` is not null, it is called after each part but the last;
 /// if it returns false, the writing ends with EINTR.

@@ -21,7 +21,10 @@ Sheet {
         scroller.contentY = 0;
         page.focus = true;
     }
-    onDismissed: launchState.didFinishSharing()
+    onDismissed: {
+        sharing.sending.close();
+        launchState.didFinishSharing();
+    }
 
     ColumnLayout {
         id: page
@@ -65,6 +68,15 @@ Sheet {
                     hint: "Saves the file in a folder that you choose."
                     enabled: sheet.sharing.isThere && !sheet.sharing.isSaving
                     onClicked: sheet.sharing.saveCopy()
+                }
+
+                SheetRow {
+                    objectName: "sendRow"
+                    Layout.fillWidth: true
+                    symbol: "iphone"
+                    text: "Send to a phone…"
+                    enabled: sheet.sharing.isThere
+                    onClicked: sheet.sharing.sendToPhone()
                 }
 
                 SheetRow {

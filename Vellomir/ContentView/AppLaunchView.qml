@@ -172,6 +172,11 @@ Rectangle {
         launchState: screen.launchState
     }
 
+    // Above the share sheet, which stays open.
+    SendSheet {
+        sending: screen.launchState.sharing.sending
+    }
+
     InfoSheetView {
         id: infoSheet
 

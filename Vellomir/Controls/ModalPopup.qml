@@ -11,6 +11,7 @@ T.Dialog {
         sequences: ["Ctrl+W", "Ctrl+Q"]
         enabled: popup.visible
         onActivated: popup.parent.Window.window.close()
+        onActivatedAmbiguously: popup.parent.Window.window.close() // One sheet is above another.
     }
 
     // Qt gives a dialog its role for assistive programs, but not its name.

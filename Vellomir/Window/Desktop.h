@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Vellomir/Sending/InterfaceAddress.h"
 #include "Vellomir/Window/HelpPage.h"
 
 #include <QString>
@@ -8,6 +9,7 @@
 
 #include <functional>
 #include <optional>
+#include <vector>
 
 namespace vellomir {
 
@@ -28,6 +30,11 @@ public:
     virtual void showInFileManager(const QString &file, std::function<void(bool)> answer) = 0;
     /// Puts the file itself on the clipboard, for pasting in a file manager or a message.
     virtual void copyToClipboard(const QString &file) = 0;
+    /// Where a file can be offered to a phone: never empty. Throws `SendingFault` if this computer
+    /// is in no local network.
+    [[nodiscard]] virtual std::vector<InterfaceAddress> localAddresses() {
+        return servedAddresses(interfaceAddresses());
+    }
     /// Marks the window in task bars until the user activates it.
     virtual void requestAttention(QWindow &window) { window.alert(0); }
     /// Shows progress, 0 to 1, in docks and task bars that support it; nothing removes it.

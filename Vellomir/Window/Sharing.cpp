@@ -45,7 +45,7 @@ QString concerns(const InspectionWarning &warning) {
 } // namespace
 
 Sharing::Sharing(Pickers &pickers, Desktop &desktop, QObject *parent)
-    : QObject(parent), pickers_(pickers), desktop_(desktop) {}
+    : QObject(parent), pickers_(pickers), desktop_(desktop), sending_(desktop) {}
 
 Sharing::~Sharing() {
     if (saver_.joinable())
@@ -168,6 +168,11 @@ void Sharing::saved(const QString &destination, const QString &failure) {
         return say(QStringLiteral("Saved as %1").arg(abbreviatedPath(destination)));
     say(QStringLiteral("Could not save %1: %2").arg(abbreviatedPath(destination), failure), true);
     emit savingFailed();
+}
+
+void Sharing::sendToPhone() {
+    if (!isMissing())
+        sending_.open(path());
 }
 
 void Sharing::showInFileManager() {

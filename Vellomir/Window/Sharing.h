@@ -2,6 +2,7 @@
 
 #include "Vellomir/Inspection/Inspection.h"
 #include "Vellomir/Job/ResultRemarks.h"
+#include "Vellomir/Window/PhoneSending.h"
 
 #include <QDateTime>
 #include <QObject>
@@ -47,6 +48,8 @@ class Sharing : public QObject {
     Q_PROPERTY(QString message READ message NOTIFY messageChanged)
     Q_PROPERTY(bool hasFailed READ hasFailed NOTIFY messageChanged)
     Q_PROPERTY(bool isSaving READ isSaving NOTIFY isSavingChanged)
+    /// The sheet that sends the file to a phone.
+    Q_PROPERTY(PhoneSending *sending READ sending CONSTANT)
 
 public:
     Sharing(Pickers &pickers, Desktop &desktop, QObject *parent = nullptr);
@@ -71,9 +74,12 @@ public:
     [[nodiscard]] QString message() const { return message_; }
     [[nodiscard]] bool hasFailed() const { return hasFailed_; }
     [[nodiscard]] bool isSaving() const { return isSaving_; }
+    [[nodiscard]] PhoneSending *sending() { return &sending_; }
 
     /// Asks for a destination and saves a copy there in the background. One at a time.
     Q_INVOKABLE void saveCopy();
+    /// Opens the sheet that sends the file.
+    Q_INVOKABLE void sendToPhone();
     Q_INVOKABLE void showInFileManager();
     Q_INVOKABLE void copyFile();
     /// Shows how to drag the row, when it is clicked instead.
@@ -103,6 +109,7 @@ private:
 
     Pickers &pickers_;
     Desktop &desktop_;
+    PhoneSending sending_;
     QUrl item_;
     ResultRemarks remarks_;
     std::vector<InspectionWarning> warnings_;

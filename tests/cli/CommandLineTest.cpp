@@ -228,6 +228,27 @@ TEST(CommandLine, VersionIsOneLine) {
     EXPECT_EQ(std::get<Answer>(parse({"--version"})).text, "vellomir-cli 2.0\n");
 }
 
+TEST(CommandLine, SendHasPortAndInterface) {
+    const auto usual = options<SendOptions>({"send", "a.ipa"});
+    EXPECT_EQ(usual.package, "a.ipa");
+    EXPECT_EQ(usual.port, 0);
+    EXPECT_EQ(usual.interface, std::nullopt);
+    EXPECT_EQ(usual.qr, QrMode::automatic);
+    const auto chosen = options<SendOptions>(
+        {"send", "a.ipa", "--port", "65535", "--interface", "wlan0", "--qr", "never"});
+    EXPECT_EQ(chosen.port, 65535);
+    EXPECT_EQ(chosen.interface, "wlan0");
+    EXPECT_EQ(chosen.qr, QrMode::never);
+}
+
+TEST(CommandLine, PortIsANumberOfAPort) {
+    for (const char *const port :
+         {"0", "65536", "99999999999999999999", "-1", "+1", "x", "80x", " 80", ""})
+        EXPECT_THAT(error({"send", "a.ipa", "--port", port}),
+                    HasSubstr("is no number from 1 to 65535"))
+            << port;
+}
+
 } // namespace
 
 } // namespace vellomir::cli

@@ -113,10 +113,10 @@ class Window:
         return any(isNear(found, color) for found in self.desktop.colors(x - 50, y - 80, 100, 50))
 
     def showsShareSheet(self):
-        """Four rows and a button to close it, all of them below the middle."""
+        """Five rows and a button to close it, all of them below the middle."""
         _, top, _, height = self.desktop.place(self.id)
         middle = top + 0.45 * height
-        return len([y for _, y in self.buttons() if y > middle]) == 5 and len(self.buttons()) == 5
+        return len([y for _, y in self.buttons() if y > middle]) == 6 and len(self.buttons()) == 6
 
     def showsMainScreen(self):
         return len(self.buttons()) == 4

@@ -18,11 +18,12 @@ PARTS = [f"Vellomir/{name}" for name in ("PropertyLists", "Pictures", "Sandbox",
 INSPECTION = ENGINE + ["Vellomir/PropertyLists"]
 JOB = ENGINE + PARTS + ["Vellomir/Inspection"]
 SCREEN = JOB + ["Vellomir/Job"]
-WINDOW = SCREEN + ["Vellomir", "Vellomir/ContentView"]
+WINDOW = SCREEN + ["Vellomir", "Vellomir/ContentView", "Vellomir/Sending"]
 BELOW = {
     "files": [],
     "archive": ["files"],
     **{part: ENGINE for part in PARTS},
+    "Vellomir/Sending": ["files"],
     "Vellomir/Inspection": INSPECTION,
     "Vellomir/Job": JOB,
     # The screens' own values are beside the state of the main screen.
@@ -30,7 +31,7 @@ BELOW = {
     "Vellomir/ContentView": SCREEN + ["Vellomir"],
     "Vellomir/Window": WINDOW,
     "Vellomir/Window/Screenshots": WINDOW + ["Vellomir/Window"],
-    "cli": SCREEN,
+    "cli": SCREEN + ["Vellomir/Sending"],
 }
 # These include what they test or measure.
 FREE = ["tests", "fuzz", "benchmarks", "samples"]

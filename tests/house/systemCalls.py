@@ -15,7 +15,7 @@ ALLOWED = {
     "Vellomir/Pictures/HelperStart.cpp": "sets up the descriptors of a child process after fork",
     "Vellomir/Pictures/SharedMemory.cpp": "seals and maps memory that has no name in a folder",
     "Vellomir/Window/TerminationSignals.cpp": "writes to a pipe inside a signal handler",
-    "cli/ProgressBar.cpp": "asks a terminal for its width",
+    "cli/Terminal.cpp": "asks a terminal for its width",
     "cli/main.cpp": "opens closed standard streams before anything else runs",
 }
 

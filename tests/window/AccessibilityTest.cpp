@@ -153,10 +153,25 @@ TEST_P(Accessibility, ExposesShareSheet) {
                       Node{QAccessible::Heading, "Notes2.ipa"},
                       Node{QAccessible::StaticText, "2.5 kB"},
                       Node{QAccessible::Button, "Save a copy…"},
+                      Node{QAccessible::Button, "Send to a phone…"},
                       Node{QAccessible::Button, "Show in the file manager"},
                       Node{QAccessible::Button, "Copy the file"},
                       Node{QAccessible::AlertMessage, "Copied. Paste it before you close Vellomir"},
                       Node{QAccessible::Button, "Close"}}));
+}
+
+TEST_P(Accessibility, ExposesSendSheet) {
+    openShareSheet();
+    click("sendRow");
+    const std::string address = state().sharing()->sending()->address().toStdString();
+    EXPECT_THAT(dialog("Send to a phone"),
+                IsSupersetOf({Node{QAccessible::Dialog, "Send to a phone"},
+                              Node{QAccessible::Heading, "Send to a phone"},
+                              Node{QAccessible::Graphic, "QR code of the address"},
+                              Node{QAccessible::StaticText, address},
+                              Node{QAccessible::Button, "Copy the address"},
+                              Node{QAccessible::AlertMessage, "Nothing sent yet"},
+                              Node{QAccessible::Button, "Close"}}));
 }
 
 TEST_P(Accessibility, ExposesAlert) {

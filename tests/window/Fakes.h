@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Vellomir/Sending/SendingFault.h"
 #include "Vellomir/Window/Desktop.h"
 #include "Vellomir/Window/Pickers.h"
 
@@ -63,6 +64,13 @@ public:
     }
     void copyToClipboard(const QString &file) override { copied.append(file); }
 
+    std::vector<InterfaceAddress> localAddresses() override {
+        if (!hasNetwork)
+            throw SendingFault("This computer is in no local network");
+        return {{.interface = "lo", .address = *IpAddress::parse("127.0.0.1")},
+                {.interface = "lo", .address = *IpAddress::parse("127.0.0.2")}};
+    }
+
     void requestAttention(QWindow &) override { ++requests; }
     void showProgress(std::optional<double> share) override { progress.push_back(share); }
 
@@ -71,6 +79,7 @@ public:
     QUrl help = QUrl(QStringLiteral("file:///share/help.html"));
     bool hasBrowser = true;
     bool hasFileManager = true;
+    bool hasNetwork = true;
     QStringList opened;
     QStringList shown;
     QStringList copied;

@@ -41,7 +41,8 @@ TEST_F(ShareSheet, ShowsFileAndActions) {
     EXPECT_TRUE(showsText("2.5 kB"));
     EXPECT_TRUE(showsText("Kept until you select another file. Save a copy to keep it."));
     double last = 0;
-    for (const char *const row : {"saveRow", "showRow", "copyRow", "dragRow", "doneButton"}) {
+    for (const char *const row :
+         {"saveRow", "sendRow", "showRow", "copyRow", "dragRow", "doneButton"}) {
         EXPECT_GT(placeOf(item(row)).top(), last) << row;
         last = placeOf(item(row)).bottom();
     }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Vellomir/Sending/SendingFault.h"
 #include "Vellomir/Window/Desktop.h"
 #include "Vellomir/Window/Fonts.h"
 #include "Vellomir/Window/OrsantaVellomirApp.h"
@@ -25,6 +26,7 @@ public:
     /// Deleted with this object.
     [[nodiscard]] const QTemporaryDir &folder() const { return folder_; }
     [[nodiscard]] QQuickWindow &window() { return app_.window(); }
+    void setNetwork(bool hasNetwork) { desktop_.hasNetwork = hasNetwork; }
     void setTextScale(double scale) { app_.fonts().setScale(scale); }
     /// The first item of the window with this object name; null if there is none.
     [[nodiscard]] QQuickItem *item(const QString &objectName);
@@ -46,6 +48,15 @@ private:
             answer(false);
         }
         void copyToClipboard(const QString &) override {}
+        /// Pictures are drawn without a network.
+        std::vector<InterfaceAddress> localAddresses() override {
+            if (!hasNetwork)
+                throw SendingFault("This computer is in no local network");
+            return {{.interface = "lo", .address = *IpAddress::parse("127.0.0.1")}};
+        }
+
+    public:
+        bool hasNetwork = true;
     };
 
     [[nodiscard]] OrsantaVellomirApp::Surroundings surroundings();

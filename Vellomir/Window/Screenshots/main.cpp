@@ -208,6 +208,11 @@ void shareNothing(Stage &stage) {
     stage.state().sharing()->prepare();
 }
 
+void send(Stage &stage) {
+    openShareSheet(stage, QStringLiteral("Sample2.ipa"));
+    stage.state().sharing()->sendToPhone();
+}
+
 const std::vector<State> states = {
     {QStringLiteral("main-empty"), [](Stage &) {}},
     {QStringLiteral("main-file-chosen"), chooseFile},
@@ -247,6 +252,13 @@ const std::vector<State> states = {
     {QStringLiteral("share-sheet-everything"), shareEverything, Stage::Movement::whole},
     {QStringLiteral("share-sheet-warnings"), shareWarnings, Stage::Movement::whole},
     {QStringLiteral("share-sheet-no-file"), shareNothing, Stage::Movement::whole},
+    {QStringLiteral("send-sheet"), send},
+    {QStringLiteral("send-sheet-moved-in"), send, Stage::Movement::whole},
+    {QStringLiteral("send-sheet-no-network"),
+     [](Stage &stage) {
+         stage.setNetwork(false);
+         send(stage);
+     }},
     {QStringLiteral("about-sheet"), [](Stage &stage) { stage.view().showInfoSheet.set(true); }},
     {QStringLiteral("about-sheet-moved-in"),
      [](Stage &stage) { stage.view().showInfoSheet.set(true); }, Stage::Movement::whole},

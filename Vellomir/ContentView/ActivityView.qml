@@ -75,6 +75,7 @@ Sheet {
                     Layout.fillWidth: true
                     symbol: "iphone"
                     text: "Send to a phone…"
+                    hint: "Lets a phone in the same network load the file with its browser."
                     enabled: sheet.sharing.isThere
                     onClicked: sheet.sharing.sendToPhone()
                 }

@@ -118,6 +118,7 @@ Sheet {
                     visible: sheet.isOffered
                     symbol: "doc.on.doc"
                     text: "Copy the address"
+                    hint: "Puts the address on the clipboard, to send it in a message."
                     onClicked: sheet.sending.copyAddress()
                 }
 
@@ -166,6 +167,7 @@ Sheet {
             Layout.fillWidth: true
             Layout.margins: Style.padding
             text: "Close"
+            hint: "Closes this sheet, and ends what is being sent."
             onClicked: sheet.close()
         }
     }

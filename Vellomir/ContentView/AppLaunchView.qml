@@ -9,7 +9,7 @@ Rectangle {
 
     required property AppLaunchState launchState
 
-    readonly property bool sheetIsOpen: imageCropper.visible || shareSheet.visible || infoSheet.visible || alert.visible
+    readonly property bool sheetIsOpen: imageCropper.isOpen || shareSheet.isOpen || infoSheet.isOpen || alert.isOpen
 
     color: Style.background
 
@@ -158,28 +158,48 @@ Rectangle {
         onFilesDropped: urls => screen.launchState.openDocuments(urls)
     }
 
-    ImageCropperView {
+    LateSheet {
         id: imageCropper
 
-        launchState: screen.launchState
+        active: screen.launchState.showImageCropper
+        sourceComponent: ImageCropperView {
+            launchState: screen.launchState
+        }
     }
 
-    ActivityView {
+    LateSheet {
         id: shareSheet
 
-        launchState: screen.launchState
+        active: screen.launchState.showShareSheet
+        sourceComponent: ActivityView {
+            launchState: screen.launchState
+        }
     }
 
-    InfoSheetView {
+    LateSheet {
         id: infoSheet
 
-        launchState: screen.launchState
+        active: screen.launchState.showInfoSheet
+        sourceComponent: InfoSheetView {
+            launchState: screen.launchState
+        }
     }
 
-    AlertView {
+    LateSheet {
         id: alert
 
-        launchState: screen.launchState
+        active: screen.launchState.alert !== ""
+        sourceComponent: AlertView {
+            launchState: screen.launchState
+        }
+    }
+
+    // A sheet that is made when it is first shown, so that the window's first frame does not wait
+    // for it. Afterwards it stays.
+    component LateSheet: Loader {
+        readonly property bool isOpen: (item as T.Popup)?.visible ?? false
+
+        onLoaded: active = true
     }
 
     // Opens the about sheet. Its touch area is larger than the symbol.

@@ -67,6 +67,7 @@ qt_add_qml_module(vellomir-window
         Window/PreviewProvider.cpp Window/PreviewProvider.h
         Window/Sharing.cpp Window/Sharing.h
         Window/SpringValue.cpp Window/SpringValue.h
+        Window/SymbolProvider.cpp Window/SymbolProvider.h
         Window/SystemDesktop.cpp Window/SystemDesktop.h
         Window/TapWatcher.cpp Window/TapWatcher.h
         Window/ThumbnailProvider.cpp Window/ThumbnailProvider.h

@@ -161,45 +161,52 @@ Rectangle {
     LateSheet {
         id: imageCropper
 
-        active: screen.launchState.showImageCropper
-        sourceComponent: ImageCropperView {
-            launchState: screen.launchState
-        }
+        file: Qt.resolvedUrl("../ImageCropperView.qml")
+        isAskedFor: screen.launchState.showImageCropper
+        launchState: screen.launchState
     }
 
     LateSheet {
         id: shareSheet
 
-        active: screen.launchState.showShareSheet
-        sourceComponent: ActivityView {
-            launchState: screen.launchState
-        }
+        file: Qt.resolvedUrl("ActivityView.qml")
+        isAskedFor: screen.launchState.showShareSheet
+        launchState: screen.launchState
     }
 
     LateSheet {
         id: infoSheet
 
-        active: screen.launchState.showInfoSheet
-        sourceComponent: InfoSheetView {
-            launchState: screen.launchState
-        }
+        file: Qt.resolvedUrl("../InfoSheetView.qml")
+        isAskedFor: screen.launchState.showInfoSheet
+        launchState: screen.launchState
     }
 
     LateSheet {
         id: alert
 
-        active: screen.launchState.alert !== ""
-        sourceComponent: AlertView {
-            launchState: screen.launchState
-        }
+        file: Qt.resolvedUrl("../Controls/AlertView.qml")
+        isAskedFor: screen.launchState.alert !== ""
+        launchState: screen.launchState
     }
 
-    // A sheet that is made when it is first shown, so that the window's first frame does not wait
+    // A sheet that is loaded when it is first shown, so that the window's first frame does not wait
     // for it. Afterwards it stays.
     component LateSheet: Loader {
+        required property url file
+        required property bool isAskedFor
+        required property AppLaunchState launchState
         readonly property bool isOpen: (item as T.Popup)?.visible ?? false
 
-        onLoaded: active = true
+        function load(): void {
+            if (isAskedFor && status === Loader.Null)
+                setSource(file, {
+                    "launchState": launchState
+                });
+        }
+
+        onIsAskedForChanged: load()
+        Component.onCompleted: load()
     }
 
     // Opens the about sheet. Its touch area is larger than the symbol.

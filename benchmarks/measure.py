@@ -2,8 +2,10 @@
 """Measures our programs beside other tools. ./bench starts it, and says what its options mean."""
 
 import argparse
+import contextlib
 import os
 import shutil
+import signal
 import subprocess
 import sys
 import tempfile
@@ -104,7 +106,7 @@ class Bench:
             if row.needsTree and not os.path.exists(os.path.join(folder, "tree")):
                 subprocess.run(["unzip", "-q", path, "-d", os.path.join(folder, "tree")], check=True)
             if row.needsList:
-                writeList(path, os.path.join(folder, "list.txt"))
+                writeLists(path, folder)
         return Runner(os.path.join(self.options.tools, "Stopwatch"), folder)
 
     def _leave(self, folder, row):
@@ -127,20 +129,35 @@ class Bench:
         runner.clear(row.results)
 
 
-def writeList(package, path):
-    """The items of a package for WriteFiles, folders before what is in them."""
-    with zipfile.ZipFile(package) as opened, open(path, "w", encoding="utf-8") as file:
-        for entry in opened.infolist():
+def writeLists(package, folder):
+    """The items of a package for WriteFiles, folders before what is in them, and its files for Inflate."""
+    with zipfile.ZipFile(package) as opened:
+        entries = opened.infolist()
+    with open(os.path.join(folder, "list.txt"), "w", encoding="utf-8") as file:
+        for entry in entries:
             file.write(f"{'d' if entry.is_dir() else entry.file_size} {entry.filename.rstrip('/')}\n")
+    with open(os.path.join(folder, "entries.txt"), "w", encoding="utf-8") as file:
+        for entry in entries:
+            file.write(f"{entry.header_offset} {entry.compress_type} {entry.compress_size} "
+                       f"{entry.file_size} {entry.CRC}\n")
+
+
+@contextlib.contextmanager
+def workFolder(parent):
+    """A new folder for the rows, which is removed with all that is beside it."""
+    with tempfile.TemporaryDirectory(prefix="vellomir-bench-", dir=parent) as folder:
+        work = os.path.join(folder, "work")
+        os.mkdir(work)
+        yield work
 
 
 def run(options):
     bench = Bench(options)
     memory = "/dev/shm" if os.access("/dev/shm", os.W_OK | os.X_OK) else options.results
-    with tempfile.TemporaryDirectory(prefix="vellomir-bench-", dir=memory) as folder:
+    with workFolder(memory) as folder:
         bench.inMemory(folder)
     if not options.quick:
-        with tempfile.TemporaryDirectory(prefix="disk-", dir=options.results) as folder:
+        with workFolder(options.results) as folder:
             bench.onDisk(folder)
     results = report.results(bench.rows, bench.skipped, options.runs)
     report.write(results, options.json or os.path.join(options.results, "results.json"))
@@ -150,8 +167,12 @@ def run(options):
 
 
 if __name__ == "__main__":
+    # So that the folders are removed whatever ends the run.
+    signal.signal(signal.SIGTERM, lambda *_: sys.exit(143))
     try:
         run(parse())
     except Broken as error:
         say(f"./bench: {error}")
         sys.exit(1)
+    except KeyboardInterrupt:
+        sys.exit(130)

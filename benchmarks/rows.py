@@ -28,7 +28,7 @@ class Row:
     repetitions: int = 1  # runs without anything in between, of which the mean counts
     rounds: int = 1  # as many times the rounds of other rows
     needsTree: bool = False  # the package, unpacked in "tree"
-    needsList: bool = False  # its files and sizes, in "list.txt"
+    needsList: bool = False  # its items in "list.txt" and "entries.txt"
 
 
 def shell(text):
@@ -78,7 +78,7 @@ class Rows:
             Tool("minizip", [os.path.join(self._tools, "MinizipTool"), "unpack", file, "out"]),
             Tool("only cp of the package", ["cp", file, "out"], "limit"),
             Tool("only writing the files", [os.path.join(self._tools, "WriteFiles"), "list.txt", "out"], "limit"),
-            Tool("only inflating and checking", [self._cli, "archive", "test", file, "--quiet"], "limit"),
+            self._inflating(file),
         ]
         return Row(f"unpack-{package}", f"unpack {package}", tools, package, ("out",),
                    lambda folder, tool, output: checks.tree(os.path.join(folder, "out")), needsList=True)
@@ -119,11 +119,16 @@ class Rows:
             Tool("unzip, sed, zip -0", shell(f"unzip -q {file} -d out && {EDIT} && "
                                              "cd out && zip -qr0 ../new.zip Payload")),
             Tool("only cp of the package", ["cp", file, "out"], "limit"),
-            Tool("only inflating and checking", [self._cli, "archive", "test", file, "--quiet"], "limit"),
+            self._inflating(file),
         ]
         return Row(f"job-{package}", f"second copy of {package}", tools, package, ("out", "new.zip"),
                    lambda folder, tool, output: checks.copy(os.path.join(folder, "new.zip"),
-                                                            "no edit" not in tool.name))
+                                                            "no edit" not in tool.name),
+                   needsList=True)
+
+    def _inflating(self, file):
+        inflate = os.path.join(self._tools, "Inflate")
+        return Tool("only inflating and checking", [inflate, "entries.txt", file], "limit")
 
     def _list(self, package):
         file = package + ".ipa"

@@ -19,7 +19,7 @@ class Tool:
 
     name: str
     command: list
-    kind: str = "other"  # "ours", "other", or "limit": a part of the work that nobody can leave out
+    kind: str = "other"  # "ours", "other", or "limit": a part of the work that cannot be left out
     disk: int | None = None  # bytes at most while it ran, its result included
     onDisk: float | None = None  # seconds, on the disk
     runs: list = field(default_factory=list)

@@ -73,6 +73,7 @@ qt_add_qml_module(vellomir-window
         Window/QrCodeItem.cpp Window/QrCodeItem.h
         Window/Sharing.cpp Window/Sharing.h
         Window/SpringValue.cpp Window/SpringValue.h
+        Window/SymbolProvider.cpp Window/SymbolProvider.h
         Window/SystemDesktop.cpp Window/SystemDesktop.h
         Window/TapWatcher.cpp Window/TapWatcher.h
         Window/ThumbnailProvider.cpp Window/ThumbnailProvider.h

@@ -44,7 +44,7 @@ Archive::Reach Archive::reach(const std::function<void(const Entry &)> &visit,
                               const ProgressPointer &progress) const {
     Reach reach{.promised = totalNumberOfEntriesInCentralDirectory()};
     std::uint64_t recordBytes = 0;
-    auto walk = makeIterator();
+    auto walk = EntryIterator::forHeaders(*this);
     while (const auto entry = walk.next()) {
         requireNotCancelled(progress);
         if (visit)

@@ -1,6 +1,7 @@
 #include "archive/Date.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cmath>
 #include <ctime>
 #include <limits>
@@ -33,14 +34,18 @@ std::optional<std::tm> breakDown(double timeIntervalSince1970) {
 Date Date::fromDateTime(DateTime dateTime) {
     const unsigned date = dateTime.date;
     const unsigned time = dateTime.time;
-    std::tm fields{};
-    fields.tm_sec = static_cast<int>((time & 31U) * 2U);
-    fields.tm_min = static_cast<int>((time >> 5U) & 63U);
-    fields.tm_hour = static_cast<int>((time >> 11U) & 31U);
-    fields.tm_mday = static_cast<int>(date & 31U);
-    fields.tm_mon = static_cast<int>((date >> 5U) & 15U) - 1;
-    fields.tm_year = static_cast<int>(date >> 9U) + firstYear;
-    return {static_cast<double>(::timegm(&fields))};
+    const int seconds = static_cast<int>((time & 31U) * 2U);
+    const int minutes = static_cast<int>((time >> 5U) & 63U);
+    const int hours = static_cast<int>((time >> 11U) & 31U);
+    const int day = static_cast<int>(date & 31U);
+    const int month = static_cast<int>((date >> 5U) & 15U) - 1; // -1 to 14
+    const int year = static_cast<int>(date >> 9U) + 1980;
+    // Months and years beyond the calendar's carry over by themselves.
+    const std::chrono::year_month first =
+        std::chrono::year(year) / std::chrono::January + std::chrono::months(month);
+    const std::chrono::sys_days start = first / 1;
+    const auto days = std::int64_t{start.time_since_epoch().count()} + day - 1;
+    return {static_cast<double>(((days * 24 + hours) * 60 + minutes) * 60 + seconds)};
 }
 
 std::uint16_t Date::fileModificationDate() const {

@@ -20,11 +20,13 @@ std::span<const std::byte> DirectoryWindow::bytes(std::uint64_t offset, std::siz
     return rest.first(std::min(size, rest.size()));
 }
 
-std::optional<CentralDirectoryStructure> DirectoryWindow::record(std::uint64_t offset) {
-    constexpr std::size_t fixed = CentralDirectoryStructure::size;
-    const auto readTail = [&](std::size_t size) { return bytes(offset + fixed, size); };
-    return CentralDirectoryStructure::make(bytes(offset, fixed), readTail);
+template <class Record>
+std::optional<Record> DirectoryWindow::read(std::uint64_t offset) {
+    const auto readTail = [&](std::size_t size) { return bytes(offset + Record::size, size); };
+    return Record::make(bytes(offset, Record::size), readTail);
 }
+template std::optional<CentralDirectoryStructure> DirectoryWindow::read(std::uint64_t offset);
+template std::optional<LocalFileHeader> DirectoryWindow::read(std::uint64_t offset);
 
 void DirectoryWindow::read(std::uint64_t offset, std::size_t size) {
     if (!buffer_ || size > capacity_) {

@@ -12,7 +12,8 @@
 namespace vellomir::archive {
 
 /// A view on a part of a stream that moves forward in large pieces, so that the records of a
-/// directory cost a few reads in all. Others may move the stream's position in between.
+/// directory, or local headers that are close to each other, cost a few reads in all. Others may
+/// move the stream's position in between.
 class DirectoryWindow {
 public:
     /// `expectedSize` bytes are likely to be asked for in all; more are possible.
@@ -24,9 +25,17 @@ public:
 
     /// The directory's record at the absolute offset; nothing if the bytes there are none, or are
     /// cut off. Throws what `bytes` and `CentralDirectoryStructure::make` throw.
-    [[nodiscard]] std::optional<CentralDirectoryStructure> record(std::uint64_t offset);
+    [[nodiscard]] std::optional<CentralDirectoryStructure> record(std::uint64_t offset) {
+        return read<CentralDirectoryStructure>(offset);
+    }
+    /// The same for a local header.
+    [[nodiscard]] std::optional<LocalFileHeader> localHeader(std::uint64_t offset) {
+        return read<LocalFileHeader>(offset);
+    }
 
 private:
+    template <class Record>
+    [[nodiscard]] std::optional<Record> read(std::uint64_t offset);
     void read(std::uint64_t offset, std::size_t size);
 
     std::FILE *file_;

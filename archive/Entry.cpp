@@ -66,17 +66,16 @@ Entry::EntryType Entry::type() const {
     const OSType host =
         osType(centralDirectoryStructure_.versionMadeBy >> 8U).value_or(OSType::unused);
     const std::uint32_t attributes = centralDirectoryStructure_.externalFileAttributes;
-    bool isDirectory = path().ends_with('/');
     if (host == OSType::unix || host == OSType::osx) {
         const std::uint32_t mode = attributes >> 16U;
         const std::uint32_t format = mode & S_IFMT;
         if (format == S_IFREG || format == S_IFDIR || format == S_IFLNK)
             return entryType(mode);
-    } else if (host == OSType::msdos) {
-        // The whole attribute word must be 0x10 to 0x1F: the directory bit with a bit above it does
-        // not count.
-        isDirectory = isDirectory || attributes >> 4U == 1;
     }
+    // The whole attribute word must be 0x10 to 0x1F: the directory bit with a bit above it does not
+    // count.
+    const bool isDirectory =
+        (host == OSType::msdos && attributes >> 4U == 1) || path().ends_with('/');
     return isDirectory ? EntryType::directory : EntryType::file;
 }
 

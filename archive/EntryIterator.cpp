@@ -32,6 +32,13 @@ EntryIterator EntryIterator::forSingleRecords(const Archive &archive) {
     return iterator;
 }
 
+EntryIterator EntryIterator::forHeaders(const Archive &archive) {
+    EntryIterator iterator(archive);
+    iterator.headers_ = std::make_unique<DirectoryWindow>(archive.archiveFile_.get(),
+                                                          std::uint64_t{defaultPOSIXBufferSize});
+    return iterator;
+}
+
 EntryIterator::EntryIterator(EntryIterator &&) noexcept = default;
 Archive::EntryIterator &EntryIterator::operator=(EntryIterator &&) noexcept = default;
 EntryIterator::~EntryIterator() = default;
@@ -58,8 +65,7 @@ std::optional<Entry> EntryIterator::readEntry() {
     if (!structure)
         return stop(End::damagedRecord);
     std::FILE *file = archive_->archiveFile_.get();
-    auto header =
-        Data::readRecord<LocalFileHeader>(file, structure->effectiveRelativeOffsetOfLocalHeader());
+    auto header = readLocalHeader(structure->effectiveRelativeOffsetOfLocalHeader());
     if (!header)
         return stop(End::damagedLocalHeader);
 
@@ -77,6 +83,18 @@ std::optional<Entry> EntryIterator::readEntry() {
     auto entry = Entry::make(std::move(*structure), std::move(*header), std::move(descriptor),
                              std::move(zip64Descriptor), archive_->preferredEncoding());
     return entry ? std::move(entry) : stop(End::encryptedEntry);
+}
+
+std::optional<LocalFileHeader> EntryIterator::readLocalHeader(std::uint64_t offset) {
+    if (headers_) {
+        try {
+            return headers_->localHeader(offset);
+        } catch (const Error &) {
+            // Behind the header, the disk may be unreadable: that is no concern of this walk.
+            headers_.reset();
+        }
+    }
+    return Data::readRecord<LocalFileHeader>(archive_->archiveFile_.get(), offset);
 }
 
 void EntryIterator::goTo(std::uint64_t position) {

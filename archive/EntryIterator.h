@@ -43,13 +43,17 @@ private:
     explicit EntryIterator(const Archive &archive);
     /// For single records in any order, which are read in small pieces.
     static EntryIterator forSingleRecords(const Archive &archive);
+    /// For walks that read no data between two entries: reads local headers in larger pieces.
+    static EntryIterator forHeaders(const Archive &archive);
     /// Goes on with the record at this position, which was `position_` before a `next`.
     void goTo(std::uint64_t position);
     std::optional<Entry> readEntry();
+    std::optional<LocalFileHeader> readLocalHeader(std::uint64_t offset);
     std::optional<Entry> stop(End end);
 
     const Archive *archive_;
     std::unique_ptr<DirectoryWindow> window_;
+    std::unique_ptr<DirectoryWindow> headers_; ///< null where data is read as well
     std::uint64_t position_;
     std::uint64_t count_;
     std::uint64_t recordsRead_ = 0;

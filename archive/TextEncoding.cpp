@@ -1,5 +1,7 @@
 #include "archive/TextEncoding.h"
 
+#include "files/ASCII.h"
+
 #include <array>
 #include <cstdint>
 
@@ -35,12 +37,17 @@ void appendUTF8(std::string &text, std::uint16_t scalar) {
     }
 }
 
-std::string decodeCodePage437(std::span<const std::byte> bytes) {
+std::string decodeCodePage437(std::string_view bytes) {
     std::string text;
     text.reserve(bytes.size());
-    for (const std::byte byte : bytes) {
-        const auto value = std::to_integer<std::uint8_t>(byte);
-        appendUTF8(text, value < 0x80 ? value : codePage437[value - 0x80U]);
+    while (!bytes.empty()) {
+        const std::size_t plain = asciiLength(bytes);
+        text += bytes.substr(0, plain);
+        bytes.remove_prefix(plain);
+        if (bytes.empty())
+            break;
+        appendUTF8(text, codePage437[static_cast<std::uint8_t>(bytes.front()) - 0x80U]);
+        bytes.remove_prefix(1);
     }
     return text;
 }
@@ -48,12 +55,10 @@ std::string decodeCodePage437(std::span<const std::byte> bytes) {
 } // namespace
 
 std::optional<std::string> decode(std::span<const std::byte> bytes, TextEncoding encoding) {
+    const std::string_view stored(reinterpret_cast<const char *>(bytes.data()), bytes.size());
     if (encoding == TextEncoding::codePage437)
-        return decodeCodePage437(bytes);
-    std::string text(bytes.size(), '\0');
-    for (std::size_t index = 0; index < bytes.size(); ++index)
-        text[index] = static_cast<char>(bytes[index]);
-    return isValidUTF8(text) ? std::optional(std::move(text)) : std::nullopt;
+        return decodeCodePage437(stored);
+    return isValidUTF8(stored) ? std::optional(std::string(stored)) : std::nullopt;
 }
 
 } // namespace vellomir::archive

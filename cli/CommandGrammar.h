@@ -28,6 +28,19 @@ inline std::string commandPath(const CLI::App &command) {
     return path.empty() ? command.get_name() : path + " " + command.get_name();
 }
 
+/// The library's help without its remarks on the number of commands.
+class HelpFormatter : public CLI::Formatter {
+public:
+    HelpFormatter() {
+        column_width(30);
+        label("SUBCOMMAND", "COMMAND");
+        label("Positionals", "Operands");
+    }
+    std::string make_description(const CLI::App *app) const override {
+        return app->get_description() + "\n\n";
+    }
+};
+
 /// One command and its options; the targets must outlive the parsing.
 class CommandGrammar {
 public:

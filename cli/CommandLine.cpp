@@ -5,11 +5,17 @@
 
 #include "archive/TextEncoding.h"
 
+#include <algorithm>
+#include <functional>
 #include <memory>
+#include <optional>
 #include <set>
+#include <string_view>
 
 namespace vellomir::cli {
 namespace {
+
+constexpr const char *versionText = "vellomir-cli " VELLOMIR_VERSION;
 
 const Choices<ProgressMode> progressModes = {{"auto", ProgressMode::automatic},
                                              {"always", ProgressMode::always},
@@ -21,18 +27,22 @@ const Choices<archive::CompressionMethod> methods = {
 const Choices<archive::TextEncoding> encodings = {{"utf-8", archive::TextEncoding::utf8},
                                                   {"cp437", archive::TextEncoding::codePage437}};
 
-/// All commands, and the values that a command line fills in.
+/// The commands, and the values that a command line fills in.
 class Grammar {
 public:
-    Grammar();
+    using IsDeclared = std::function<bool(std::string_view name)>;
+    /// Declares all commands, or those that are asked for.
+    explicit Grammar(const IsDeclared &isDeclared = [](auto) { return true; });
 
+    /// Throws what the library throws.
+    [[nodiscard]] Request read(const std::vector<std::string> &arguments);
     [[nodiscard]] std::variant<Request, Answer> parse(const std::vector<std::string> &arguments);
     [[nodiscard]] CommandDescription description() const { return descriptionOf(app_); }
 
 private:
-    void declareDuplicate();
-    void declareInspect();
-    void declareSend();
+    void declareDuplicate(CLI::App &parent);
+    void declareInspect(CLI::App &parent);
+    void declareSend(CLI::App &parent);
     void declareDeepChanges(CommandGrammar &command, CLI::Option &icon);
     void finishDuplicate(bool hasNumber, bool hasIcon);
     void declareList(CLI::App &parent);
@@ -74,41 +84,32 @@ private:
     CompareOptions compare_;
 };
 
-/// The library's help without its remarks on the number of commands.
-class HelpFormatter : public CLI::Formatter {
-public:
-    HelpFormatter() {
-        column_width(30);
-        label("SUBCOMMAND", "COMMAND");
-        label("Positionals", "Operands");
-    }
-    std::string make_description(const CLI::App *app) const override {
-        return app->get_description() + "\n\n";
-    }
-};
-
-Grammar::Grammar() {
+Grammar::Grammar(const IsDeclared &isDeclared) {
     app_.formatter(std::make_shared<HelpFormatter>());
     app_.set_help_flag("-h,--help", "print this help");
-    app_.set_version_flag("--version", "vellomir-cli " VELLOMIR_VERSION, "print the version");
+    app_.set_version_flag("--version", versionText, "print the version");
     app_.require_subcommand(1);
-    declareDuplicate();
-    declareInspect();
-    declareSend();
+    const auto declare = [&](const char *name, void (Grammar::*command)(CLI::App &), CLI::App &in) {
+        if (isDeclared(name))
+            (this->*command)(in);
+    };
+    declare("duplicate", &Grammar::declareDuplicate, app_);
+    declare("inspect", &Grammar::declareInspect, app_);
+    declare("send", &Grammar::declareSend, app_);
     CLI::App &archive = *app_.add_subcommand("archive", "work with a ZIP archive");
     archive.require_subcommand(1)->group("Commands");
-    declareList(archive);
-    declareExtract(archive);
-    declareCreate(archive);
-    declareAdd(archive);
-    declareRemove(archive);
-    declareCat(archive);
-    declareTest(archive);
-    declareCompare(archive);
+    declare("list", &Grammar::declareList, archive);
+    declare("extract", &Grammar::declareExtract, archive);
+    declare("create", &Grammar::declareCreate, archive);
+    declare("add", &Grammar::declareAdd, archive);
+    declare("remove", &Grammar::declareRemove, archive);
+    declare("cat", &Grammar::declareCat, archive);
+    declare("test", &Grammar::declareTest, archive);
+    declare("compare", &Grammar::declareCompare, archive);
 }
 
-void Grammar::declareDuplicate() {
-    CommandGrammar command(app_, "duplicate", "make a second copy of an application package");
+void Grammar::declareDuplicate(CLI::App &parent) {
+    CommandGrammar command(parent, "duplicate", "make a second copy of an application package");
     command.operand("PACKAGE", duplicate_.package, "the package (.ipa); it stays as it is");
     const CLI::Option &number =
         command.text("--number", "TEXT", duplicate_.number,
@@ -179,8 +180,8 @@ void Grammar::finishDuplicate(bool hasNumber, bool hasIcon) {
     changes.icons |= isDeep_ && hasIcon;
 }
 
-void Grammar::declareInspect() {
-    CommandGrammar command(app_, "inspect",
+void Grammar::declareInspect(CLI::App &parent) {
+    CommandGrammar command(parent, "inspect",
                            "say what a package holds, and what would make a copy misbehave");
     command.operand("PACKAGE", inspect_.package, "the package (.ipa); nothing is unpacked to disk");
     command.choice("--encoding", inspect_.encoding, encodings,
@@ -190,8 +191,8 @@ void Grammar::declareInspect() {
     choose(command, inspect_);
 }
 
-void Grammar::declareSend() {
-    CommandGrammar command(app_, "send",
+void Grammar::declareSend(CLI::App &parent) {
+    CommandGrammar command(parent, "send",
                            "offer a package to a phone in the same network, until Ctrl-C, or ten\n"
                            "minutes after the last byte");
     command.operand("PACKAGE", send_.package, "the package (.ipa), or any other file");
@@ -357,25 +358,46 @@ std::string Grammar::describe(const CLI::ParseError &error) const {
     return "wrong command line: " + why + " (" + path + " --help tells more)";
 }
 
-std::variant<Request, Answer> Grammar::parse(const std::vector<std::string> &arguments) {
+Request Grammar::read(const std::vector<std::string> &arguments) {
     std::vector<std::string> reversed = shielded(arguments);
     std::reverse(reversed.begin(), reversed.end());
+    app_.parse(std::move(reversed));
+    return request_;
+}
+
+std::variant<Request, Answer> Grammar::parse(const std::vector<std::string> &arguments) {
     try {
-        app_.parse(std::move(reversed));
-        return request_;
+        return read(arguments);
     } catch (const CLI::CallForHelp &) {
         return Answer{app_.help()};
-    } catch (const CLI::CallForVersion &version) {
-        return Answer{std::string(version.what()) + "\n"};
+    } catch (const CLI::CallForVersion &) {
+        return Answer{std::string(versionText) + "\n"};
     } catch (const CLI::ParseError &error) {
         throw UsageError(describe(error));
+    }
+}
+
+/// With the commands that are named only, which takes less time. Nothing for help and
+/// errors, which speak of all commands.
+std::optional<std::variant<Request, Answer>>
+parseQuickly(const std::vector<std::string> &arguments) {
+    const auto isNamed = [&](std::string_view name) {
+        return std::find(arguments.begin(), arguments.end(), name) != arguments.end();
+    };
+    try {
+        return Grammar(isNamed).read(arguments);
+    } catch (const CLI::CallForVersion &) {
+        return Answer{std::string(versionText) + "\n"};
+    } catch (const CLI::ParseError &) {
+        return std::nullopt;
     }
 }
 
 } // namespace
 
 std::variant<Request, Answer> parse(const std::vector<std::string> &arguments) {
-    return Grammar().parse(arguments);
+    const auto quickly = parseQuickly(arguments);
+    return quickly ? *quickly : Grammar().parse(arguments);
 }
 
 CommandDescription describeCommands() {

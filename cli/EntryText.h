@@ -29,6 +29,8 @@ namespace vellomir::cli {
 
 /// The line of a listing: mode, size, method, date and path.
 [[nodiscard]] std::string listingLine(const archive::Entry &entry, const std::string &path);
+/// Appends the same to a text.
+void appendListingLine(std::string &text, const archive::Entry &entry, const std::string &path);
 
 /// The entry's path, or its bytes, escaped, where they are no text.
 [[nodiscard]] std::string displayPath(const archive::CentralDirectoryStructure &record,

@@ -33,15 +33,19 @@ public:
 private:
     void print(const archive::Entry &entry, bool isFirst) {
         const std::string path = archive_.path(entry);
-        if (options_.json)
+        if (options_.json) {
             out_.text((isFirst ? "" : ",\n") + entryJson(entry, path));
-        else
-            out_.line(listingLine(entry, path));
+            return;
+        }
+        line_.clear();
+        appendListingLine(line_, entry, path);
+        out_.line(line_);
     }
 
     const ListOptions &options_;
     const Archive &archive_;
     ResultStream &out_;
+    std::string line_; ///< keeps its memory from line to line
 };
 
 } // namespace

@@ -1,7 +1,9 @@
 #include "files/PrintableText.h"
 
-#include <cstddef>
+#include "files/ASCII.h"
+
 #include <cstdint>
+#include <cstring>
 
 namespace vellomir {
 namespace {
@@ -59,12 +61,26 @@ void appendEscaped(std::string &text, std::string_view bytes) {
 
 } // namespace
 
+std::size_t asciiLength(std::string_view text) {
+    constexpr std::uint64_t highBits = 0x8080808080808080U;
+    std::size_t length = 0;
+    for (std::uint64_t word = 0; text.size() - length >= sizeof(word); length += sizeof(word)) {
+        std::memcpy(&word, text.data() + length, sizeof(word));
+        if ((word & highBits) != 0)
+            break;
+    }
+    while (length < text.size() && static_cast<std::uint8_t>(text[length]) < 0x80)
+        ++length;
+    return length;
+}
+
 bool isValidUTF8(std::string_view text) {
-    while (!text.empty()) {
+    for (text.remove_prefix(asciiLength(text)); !text.empty();) {
         const std::size_t length = characterLength(text);
         if (length == 0)
             return false;
         text.remove_prefix(length);
+        text.remove_prefix(asciiLength(text));
     }
     return true;
 }

@@ -1,9 +1,9 @@
 # shellcheck shell=bash disable=SC2034
-# What ./run and ./test share: the packages, and building a preset. All it says goes to stderr.
+# What ./run, ./test and ./bench share: the packages, and building a preset. All it says goes to stderr.
 
 root=$(cd "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/.." && pwd)
 
-# One list of Debian packages, in two groups. ccache is used where it is installed.
+# One list of Debian packages, in three groups. ccache is used where it is installed.
 packagesToRun=(build-essential cmake ninja-build pkg-config zlib1g-dev libexpat1-dev qt6-base-dev
     qt6-image-formats-plugins libheif-dev libcli11-dev nlohmann-json3-dev libqrencode-dev cmark-gfm
     qt6-declarative-dev qt6-declarative-dev-tools libqt6svg6 fonts-inter
@@ -12,6 +12,7 @@ packagesToRun=(build-essential cmake ninja-build pkg-config zlib1g-dev libexpat1
 packagesToTest=(libgtest-dev libgmock-dev clang libclang-rt-14-dev clang-format clang-tidy shellcheck
     zip unzip libarchive-tools p7zip-full python3 git doxygen xvfb xdotool openbox xclip
     desktop-file-utils appstream shared-mime-info libglib2.0-bin groff-base curl zbar-tools)
+packagesToMeasure=(zip unzip libarchive-tools p7zip-full libzip-dev libminizip-dev python3)
 
 # Debian has ISA-L for these two; elsewhere zlib inflates.
 case $(dpkg --print-architecture 2>/dev/null) in

@@ -9,7 +9,7 @@ Rectangle {
 
     required property AppLaunchState launchState
 
-    readonly property bool sheetIsOpen: imageCropper.visible || shareSheet.visible || infoSheet.visible || alert.visible
+    readonly property bool sheetIsOpen: imageCropper.isOpen || shareSheet.isOpen || infoSheet.isOpen || alert.isOpen
 
     color: Style.background
 
@@ -160,33 +160,62 @@ Rectangle {
         onFilesDropped: urls => screen.launchState.openDocuments(urls)
     }
 
-    ImageCropperView {
+    LateSheet {
         id: imageCropper
 
+        file: Qt.resolvedUrl("../ImageCropperView.qml")
+        isAskedFor: screen.launchState.showImageCropper
         launchState: screen.launchState
     }
 
-    ActivityView {
+    LateSheet {
         id: shareSheet
 
+        file: Qt.resolvedUrl("ActivityView.qml")
+        isAskedFor: screen.launchState.showShareSheet
         launchState: screen.launchState
     }
 
     // Above the share sheet, which stays open.
-    SendSheet {
-        sending: screen.launchState.sharing.sending
+    LateSheet {
+        file: Qt.resolvedUrl("SendSheet.qml")
+        isAskedFor: screen.launchState.sharing.sending.isOpen
+        launchState: screen.launchState
     }
 
-    InfoSheetView {
+    LateSheet {
         id: infoSheet
 
+        file: Qt.resolvedUrl("../InfoSheetView.qml")
+        isAskedFor: screen.launchState.showInfoSheet
         launchState: screen.launchState
     }
 
-    AlertView {
+    LateSheet {
         id: alert
 
+        file: Qt.resolvedUrl("../Controls/AlertView.qml")
+        isAskedFor: screen.launchState.alert !== ""
         launchState: screen.launchState
+    }
+
+    // A sheet that is loaded when it is first shown, so that the window's first frame does not wait
+    // for it. Afterwards it stays.
+    component LateSheet: Loader {
+        required property url file
+        required property bool isAskedFor
+        required property AppLaunchState launchState
+        readonly property bool isOpen: (item as T.Popup)?.visible ?? false
+
+        function load(): void {
+            if (isAskedFor && status === Loader.Null)
+                setSource(file, {
+                    "launchState": launchState
+                });
+        }
+
+        onIsAskedForChanged: load()
+        Component.onCompleted: load()
     }
 
     // Opens the about sheet. Its touch area is larger than the symbol.

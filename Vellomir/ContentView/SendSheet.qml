@@ -8,8 +8,9 @@ import Vellomir
 Sheet {
     id: sheet
 
-    required property PhoneSending sending
+    required property AppLaunchState launchState
 
+    readonly property PhoneSending sending: launchState.sharing.sending
     readonly property bool isOffered: sending.address !== ""
 
     title: "Send to a phone"

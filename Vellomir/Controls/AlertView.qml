@@ -17,6 +17,10 @@ ModalPopup {
     closePolicy: T.Popup.CloseOnEscape
     onTitleChanged: title !== "" ? open() : close()
     onClosed: launchState.alert = ""
+    Component.onCompleted: {
+        if (title !== "")
+            open();
+    }
 
     background: Rectangle {
         color: Style.field

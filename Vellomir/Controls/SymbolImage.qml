@@ -5,7 +5,8 @@ Image {
     required property string symbol
     required property real size
 
-    source: Qt.resolvedUrl("qrc:/Vellomir/Assets/" + symbol + ".svg")
+    // An image of a file would load the libraries of all picture formats.
+    source: "image://symbols/" + symbol
     width: size
     height: size
     sourceSize.width: size

@@ -7,6 +7,7 @@
 #include "Vellomir/Window/Motion.h"
 #include "Vellomir/Window/Pickers.h"
 #include "Vellomir/Window/PreviewProvider.h"
+#include "Vellomir/Window/SymbolProvider.h"
 #include "Vellomir/Window/URLs.h"
 #include "files/PendingFile.h"
 
@@ -79,6 +80,7 @@ OrsantaVellomirApp::OrsantaVellomirApp(const Surroundings &surroundings)
       engine_(std::make_unique<QQmlApplicationEngine>()) {
     auto *const previews = new PreviewProvider; // owned by the engine
     engine_->addImageProvider(QLatin1String(PreviewProvider::name), previews);
+    engine_->addImageProvider(QLatin1String(SymbolProvider::name), new SymbolProvider);
     state_ = std::make_unique<AppLaunchState>(AppLaunchState::Surroundings{
         *view_, *previews, surroundings.pickers, surroundings.desktop, eventLoopQueue()});
     recordSaving();

@@ -110,6 +110,26 @@ TEST(DateFromWords, AgreesWithPython) {
             << pairs[index].date << ' ' << pairs[index].time;
 }
 
+TEST(DateFromWords, AgreesWithTheCLibraryForEveryWord) {
+    const auto expected = [](Date::DateTime words) {
+        std::tm fields{};
+        fields.tm_year = 80 + (words.date >> 9U);
+        fields.tm_mon = (words.date >> 5U & 15) - 1;
+        fields.tm_mday = words.date & 31;
+        fields.tm_hour = words.time >> 11U;
+        fields.tm_min = words.time >> 5U & 63;
+        fields.tm_sec = (words.time & 31) * 2;
+        return static_cast<double>(::timegm(&fields));
+    };
+    std::mt19937 generator(437);
+    for (unsigned word = 0; word <= 0xFFFF; ++word) {
+        const auto one = static_cast<std::uint16_t>(word);
+        const auto other = static_cast<std::uint16_t>(generator());
+        ASSERT_EQ(seconds({one, other}), expected({one, other})) << one << ' ' << other;
+        ASSERT_EQ(seconds({other, one}), expected({other, one})) << other << ' ' << one;
+    }
+}
+
 // --- Dates to words ---------------------------------------------------------------------------
 
 TEST(DateToWords, IsUTC) {

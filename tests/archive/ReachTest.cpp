@@ -1,5 +1,6 @@
 #include "archive/Archive.h"
 
+#include "tests/support/FailingStream.h"
 #include "tests/support/RawArchive.h"
 
 #include <gtest/gtest.h>
@@ -41,6 +42,35 @@ TEST(Reach, CompleteArchivesAreReachedAsAWhole) {
     EXPECT_EQ(reachOf(test::rawArchive({})), Reach{});
     EXPECT_EQ(reachOf(test::rawArchive(three)), (Reach{.promised = 3, .reached = 3}));
     EXPECT_TRUE(reachOf(test::rawArchive(three)).isComplete());
+}
+
+TEST(Reach, UnreadableDataHidesNoEntry) {
+    test::FailingStream disk(test::rawArchive(
+        {{.name = "a", .data = std::string(100000, 'a')}, {.name = "b", .data = "2"}}));
+    disk.damagedFrom = 2000;
+    disk.damagedTo = 60000;
+    const auto archive = Archive::open(Archive::FilePointer(disk.open()), URL::file("/disk.zip"),
+                                       Archive::AccessMode::read);
+    std::string paths;
+    EXPECT_EQ(archive->reach([&](const Entry &entry) { paths += entry.path(); }),
+              (Reach{.promised = 2, .reached = 2}));
+    EXPECT_EQ(paths, "ab");
+}
+
+TEST(Reach, FindsNearAndFarLocalHeaders) {
+    std::vector<test::RawEntry> entries;
+    for (int index = 0; index < 200; ++index) // some close to each other, some far apart
+        entries.push_back({.name = "entry" + std::to_string(index),
+                           .data = std::string(index % 7 == 0 ? 40000 : 10, 'x')});
+    std::string bytes = test::rawArchive(entries);
+    const auto archive = opened(bytes);
+    std::vector<std::uint64_t> offsets;
+    for (const Entry &entry : *archive)
+        offsets.push_back(entry.dataOffset());
+    std::vector<std::uint64_t> found;
+    EXPECT_TRUE(archive->reach([&](const Entry &entry) { found.push_back(entry.dataOffset()); })
+                    .isComplete());
+    EXPECT_EQ(found, offsets);
 }
 
 TEST(Reach, VisitsReachedEntriesInOrder) {

@@ -3,6 +3,7 @@
 #include "archive/TextEncoding.h"
 
 #include "archive/Data.h"
+#include "files/ASCII.h"
 #include "tests/support/Hex.h"
 #include "tests/support/Referee.h"
 
@@ -53,6 +54,37 @@ TEST(CodePage437, DecodesWholeNames) {
     EXPECT_EQ(decode({}, TextEncoding::codePage437), "");
     EXPECT_EQ(decode(Data(std::string_view("a\0b", 3)), TextEncoding::codePage437),
               std::string("a\0b", 3));
+}
+
+TEST(CodePage437, DecodesNamesByteByByte) {
+    const std::string all = [] {
+        std::string bytes;
+        for (int byte = 0; byte < 256; ++byte)
+            bytes += static_cast<char>(byte * 77); // all values, ASCII and others mixed
+        return bytes;
+    }();
+    for (std::size_t size = 0; size <= 40; ++size) {
+        for (std::size_t start = 0; start + size <= all.size(); ++start) {
+            std::string expected;
+            for (std::size_t index = start; index < start + size; ++index)
+                expected += *decode(Data(all.substr(index, 1)), TextEncoding::codePage437);
+            ASSERT_EQ(decode(Data(all.substr(start, size)), TextEncoding::codePage437), expected);
+        }
+    }
+}
+
+TEST(ASCII, LengthEndsAtTheFirstOtherByte) {
+    EXPECT_EQ(asciiLength({}), 0U);
+    for (std::size_t size = 1; size <= 40; ++size) {
+        EXPECT_EQ(asciiLength(std::string(size, '\x7f')), size);
+        for (std::size_t place = 0; place < size; ++place) {
+            std::string text(size, 'a');
+            text[place] = '\x80';
+            EXPECT_EQ(asciiLength(text), place);
+            text.back() = '\xff';
+            EXPECT_EQ(asciiLength(text), place);
+        }
+    }
 }
 
 // --- UTF-8 ------------------------------------------------------------------------------------

@@ -46,6 +46,21 @@ TEST(CommandLine, DuplicateAcceptsAllOptions) {
     EXPECT_EQ(chosen.encoding, archive::TextEncoding::utf8);
 }
 
+TEST(CommandLine, OperandsMayBeNamedLikeCommands) {
+    EXPECT_EQ(options<ListOptions>({"archive", "list", "list"}).archive, "list");
+    EXPECT_EQ(options<ListOptions>({"archive", "list", "duplicate"}).archive, "duplicate");
+    EXPECT_EQ(options<CatOptions>({"archive", "cat", "archive", "test"}).entry, "test");
+    EXPECT_THAT(error({"list", "a.zip"}), HasSubstr("\"list\" is no command"));
+}
+
+TEST(CommandLine, ErrorsAndHelpNameAllCommands) {
+    EXPECT_THAT(error({"archive", "lst", "a.zip"}), HasSubstr("did you mean \"list\"?"));
+    EXPECT_THAT(std::get<Answer>(parse({"archive", "--help"})).text,
+                AllOf(HasSubstr("list"), HasSubstr("extract"), HasSubstr("compare")));
+    EXPECT_THAT(std::get<Answer>(parse({"archive", "list", "--help"})).text,
+                AllOf(HasSubstr("--encoding"), HasSubstr("--json")));
+}
+
 TEST(CommandLine, DuplicateHasDefaults) {
     const auto chosen = options<DuplicateOptions>({"duplicate", "--number", "2", "a.ipa"});
     EXPECT_EQ(chosen.icon, std::nullopt);

@@ -4,6 +4,11 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
+#include <cstdio>
+#include <ctime>
+#include <random>
+
 namespace vellomir::cli {
 
 using archive::Archive;
@@ -50,6 +55,48 @@ TEST(EntryText, DatesAreInUTC) {
     const archive::Date date = archive::Date::fromDateTime({0x5A21, 0x6B3D});
     EXPECT_EQ(cli::dateText(date), "2025-01-01 13:25:58");
     EXPECT_EQ(cli::dateText(date, 'T'), "2025-01-01T13:25:58");
+}
+
+/// As the C library writes it.
+std::string expectedDate(std::int64_t seconds) {
+    const auto time = static_cast<std::time_t>(seconds);
+    std::tm fields{};
+    ::gmtime_r(&time, &fields);
+    std::array<char, 128> text{};
+    std::snprintf(text.data(), text.size(), "%04d-%02d-%02d %02d:%02d:%02d", fields.tm_year + 1900,
+                  fields.tm_mon + 1, fields.tm_mday, fields.tm_hour, fields.tm_min, fields.tm_sec);
+    return text.data();
+}
+
+TEST(EntryText, DatesAgreeWithTheCLibrary) {
+    constexpr std::int64_t year0 = -62167219200;
+    constexpr std::int64_t year10000 = 253402300800;
+    std::vector<std::int64_t> moments = {0, -1, 951782399, 951782400, 951868800, 4107542400};
+    for (const std::int64_t edge : {year0, year10000})
+        for (std::int64_t offset = -2; offset <= 2; ++offset)
+            moments.push_back(edge + offset);
+    std::mt19937_64 generator(1);
+    std::uniform_int_distribution<std::int64_t> all(2 * year0, 2 * year10000);
+    std::uniform_int_distribution<std::int64_t> usual(312768000, 4354819200);
+    for (int count = 0; count < 100000; ++count) {
+        moments.push_back(all(generator));
+        moments.push_back(usual(generator));
+    }
+    for (const std::int64_t moment : moments)
+        ASSERT_EQ(cli::dateText({static_cast<double>(moment)}), expectedDate(moment)) << moment;
+    EXPECT_EQ(cli::dateText({-0.5}), "1969-12-31 23:59:59");
+}
+
+TEST(EntryText, LongSizesAndMethodsWidenTheColumns) {
+    const auto line = [](std::uint32_t size, std::uint16_t method) {
+        archive::CentralDirectoryStructure record;
+        record.uncompressedSize = size;
+        record.compressionMethod = method;
+        const auto entry = Entry::make(record, {}, std::nullopt, std::nullopt);
+        return cli::listingLine(*entry, "x");
+    };
+    EXPECT_EQ(line(4294967294, 8).substr(0, 32), "-rw-r--r--   4294967294 deflate ");
+    EXPECT_EQ(line(1, 65535).substr(0, 37), "-rw-r--r--            1 method 65535 ");
 }
 
 TEST(EntryText, MethodsHaveNames) {

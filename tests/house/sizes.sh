@@ -3,7 +3,7 @@
 limit=400
 # shellcheck source=tests/house/files.sh
 source "$(dirname "$0")/files.sh"
-trackedFiles '*.cpp' '*.h' '*.qml' '*.py' '*.sh' run test package
+trackedFiles '*.cpp' '*.h' '*.qml' '*.py' '*.sh' run test bench package
 long=$(wc -l -- "${files[@]}" | awk -v limit=$limit '$2 != "total" && $1 > limit')
 if [[ -n $long ]]; then
     echo "Longer than $limit lines:"

@@ -35,11 +35,17 @@ public:
 
     std::size_t readable = unlimited;   ///< bytes that can be read before EIO
     std::size_t writable = unlimited;   ///< bytes that can be written before ENOSPC
+    std::size_t damagedFrom = 0;        ///< reading from here on, ...
+    std::size_t damagedTo = 0;          ///< ... up to here, fails with EIO
     bool isSeekable = true;             ///< if false, seeking fails with ESPIPE
     std::function<void()> whileReading; ///< called for each reading, if it is there
 
 private:
     static FailingStream &self(void *cookie) { return *static_cast<FailingStream *>(cookie); }
+
+    [[nodiscard]] bool isDamagedAt(std::size_t position) const {
+        return position >= damagedFrom && position < damagedTo;
+    }
 
     static ssize_t read(void *cookie, char *buffer, std::size_t size) {
         FailingStream &stream = self(cookie);
@@ -47,8 +53,10 @@ private:
         if (stream.whileReading)
             stream.whileReading();
         const std::size_t start = std::min(stream.position_, stream.content_.size());
-        const std::size_t count = std::min({size, stream.content_.size() - start, stream.readable});
-        if (count == 0 && stream.readable == 0) {
+        std::size_t count = std::min({size, stream.content_.size() - start, stream.readable});
+        if (start < stream.damagedTo)
+            count = std::min(count, std::max(start, stream.damagedFrom) - start);
+        if (count == 0 && (stream.readable == 0 || stream.isDamagedAt(start))) {
             errno = EIO;
             return -1;
         }

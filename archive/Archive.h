@@ -106,9 +106,8 @@ public:
          std::optional<TextEncoding> preferredEncoding = std::nullopt,
          const ProgressPointer &progress = nullptr);
 
-    /// The same archive for another thread: over the same open file, whatever has taken its name,
-    /// but with a stream and a position of its own. Throws `DataError::unreadableFile`. Null for an
-    /// archive in memory, one over a stream without a file, and one not opened for reading only.
+    /// The same open file as an archive for another thread, with a position of its own. Null in
+    /// memory, for a stream without a file, and unless only read. Throws `unreadableFile`.
     [[nodiscard]] std::unique_ptr<Archive> openForAnotherThread() const;
 
     Archive(const Archive &) = delete;

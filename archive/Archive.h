@@ -16,9 +16,9 @@
 
 namespace vellomir::archive {
 
-class ArchiveUnpacker;
 class DestinationFolder;
 class EntryAppender;
+class EntryWriter;
 class PathIndex;
 struct EndRecords;
 struct FileAddition;
@@ -105,6 +105,10 @@ public:
     open(FilePointer stream, const URL &url, AccessMode accessMode,
          std::optional<TextEncoding> preferredEncoding = std::nullopt,
          const ProgressPointer &progress = nullptr);
+
+    /// The same open file as an archive for another thread, with a position of its own. Null in
+    /// memory, for a stream without a file, and unless only read. Throws `unreadableFile`.
+    [[nodiscard]] std::unique_ptr<Archive> openForAnotherThread() const;
 
     Archive(const Archive &) = delete;
     Archive &operator=(const Archive &) = delete;
@@ -335,9 +339,9 @@ public:
     /// @}
 
 private:
-    friend class ArchiveUnpacker;
     friend class EntryAppender;
     friend EntryIterator;
+    friend class EntryWriter;
     friend class PathIndex;
 
     Archive(URL url, AccessMode accessMode, std::optional<TextEncoding> preferredEncoding,

@@ -29,6 +29,20 @@ class Extract(Case):
         self.succeed("archive", "extract", "a.zip", "ours")
         self.assertEqual(snapshot(self.folder / "ours"), snapshot(self.folder / "theirs"))
 
+    def testTheNumberOfThreadsChangesNothing(self):
+        makeZip(self.folder / "a.zip",
+                [(f"d{number % 7}/{number}", b"x" * 2000 + b"<%d>" % number) for number in range(300)])
+        corrupt(self.folder / "a.zip", b"<250>", b"<25?>")
+        lines = set()
+        for jobs in ("1", "2", "8", None):
+            out = f"out{jobs}"
+            options = ["--jobs", jobs] if jobs else []
+            lines.add(self.fail_("archive", "extract", "a.zip", out, *options).replace(out, "out"))
+            self.assertEqual({name for name in snapshot(self.folder / out) if "/" in name},
+                             {f"d{number % 7}/{number}" for number in range(251)}, jobs)
+        self.assertEqual(len(lines), 1, lines)
+        self.assertIn("d5/250", lines.pop())
+
     def testTheDestinationIsMade(self):
         makeZip(self.folder / "a.zip", [("a", b"1")])
         self.succeed("archive", "extract", "a.zip", "not/yet/there/")

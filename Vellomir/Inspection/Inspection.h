@@ -28,6 +28,7 @@ struct InspectedBundle {
     NestedBundle place; ///< relative to the app's folder
     std::string identifier;
     std::string companion; ///< of a watch app: the identifier of the app that it belongs to
+    std::string watchApp;  ///< of a watch extension: the identifier of its watch app
 
     friend bool operator==(const InspectedBundle &, const InspectedBundle &) = default;
 };

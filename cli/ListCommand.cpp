@@ -36,7 +36,7 @@ private:
         if (options_.json)
             out_.text((isFirst ? "" : ",\n") + entryJson(entry, path));
         else
-            out_.line(listingLine(entry, path));
+            out_.entryLine(listingLine(entry, path));
     }
 
     const ListOptions &options_;

@@ -221,6 +221,32 @@ TEST_F(CommandFaults, List) {
                cli::ListOptions{.archive = archivePath(), .json = true});
 }
 
+/// A package with something to read of each kind.
+std::string richPackage() {
+    const auto item = [](const std::string &path, const std::string &data) {
+        return test::rawDeflated("Payload/Notes.app/" + path, data);
+    };
+    return test::notesPackage(
+        {item("PlugIns/S.appex/Info.plist", test::plist("<key>CFBundleIdentifier</key>"
+                                                        "<string>com.example.notes.s</string>")),
+         item("de.lproj/InfoPlist.strings", "CFBundleName = \"f\x9Fr\";"),
+         item("ja.lproj/InfoPlist.strings", "CFBundleName = \"\x83\x5C\";"),
+         test::rawLink("Payload/Notes.app/link", "Notes")});
+}
+
+/// A list that cannot be read is a line of the result, and the run goes on.
+TEST_F(CommandFaults, Inspect) {
+    package_ = richPackage();
+    const std::string before = package_;
+    for (const bool json : {false, true})
+        runCommand({.name = json ? "inspect --json" : "inspect",
+                    .checkDone = [&] { expectNothingChanged(); },
+                    .maySayLess = {Call::seek, Call::open},
+                    .neverFailing = json ? std::vector{Call::allocate} : std::vector<Call>()},
+                   cli::InspectOptions{.package = path("Notes.ipa"), .json = json});
+    EXPECT_TRUE(readFile(folder_ / "Notes.ipa") == before);
+}
+
 TEST_F(CommandFaults, Cat) {
     runCommand({.name = "archive cat", .checkDone = [&] { expectNothingChanged(); }},
                cli::CatOptions{.archive = archivePath(), .entry = "d/deflated"});

@@ -89,12 +89,21 @@ std::size_t CharacterSet::takeCharacter(std::string_view bytes, std::string &tex
         text += bytes.front();
         return 1;
     }
+    std::string &known = known_.at(static_cast<unsigned char>(bytes.front()) - 0x80U);
+    if (!known.empty()) {
+        text += known;
+        return 1;
+    }
     for (std::size_t size = 1; size <= std::min(bytes.size(), longestCharacter); ++size) {
         std::string character;
         std::string_view rest = bytes.substr(0, size);
         const int error = converter_.convert(rest, character);
         if (error == 0) {
-            text += name_ == macRoman ? right(character) : std::string_view(character);
+            if (name_ == macRoman)
+                character = right(character);
+            text += character;
+            if (size == 1)
+                known = character;
             return size;
         }
         converter_.finish(character);

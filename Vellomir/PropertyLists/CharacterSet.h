@@ -2,6 +2,7 @@
 
 #include "archive/Progress.h"
 
+#include <array>
 #include <cstddef>
 #include <iconv.h>
 #include <optional>
@@ -55,6 +56,7 @@ private:
 
     const char *name_;
     Converter converter_;
+    std::array<std::string, 128> known_; ///< characters of one byte from 0x80 on, once they are met
 };
 
 /// Mac Roman: the system's table differs in two characters, the increment sign and the apple.

@@ -12,7 +12,7 @@ namespace vellomir {
 namespace {
 
 /// Far more than the names of an app need. Several sets are tried, character by character.
-constexpr std::size_t maximumGuessedSize = 1 << 20;
+constexpr std::size_t maximumGuessedSize = 256 << 10;
 
 /// XML says its encoding itself.
 bool mayBeOldText(std::string_view bytes) {

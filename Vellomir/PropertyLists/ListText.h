@@ -16,7 +16,7 @@ struct ListText {
 };
 
 /// Decodes like `decodePropertyListText`. A text in the old format that cannot be decoded so is in
-/// one of the character sets of its language (`guessOldText`) if it has at most 1 MiB; "" means
+/// one of the character sets of its language (`guessOldText`) if it has at most 256 KiB; "" means
 /// that there is no language, and so no guess.
 ///
 /// Throws like `decodePropertyListText`.

@@ -1,6 +1,5 @@
 #include "tests/Inspection/InspectedPackages.h"
 
-#include "Vellomir/Inspection/IconFiles.h"
 #include "tests/Inspection/Programs.h"
 #include "tests/support/Archives.h"
 

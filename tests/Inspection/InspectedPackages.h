@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Vellomir/Inspection/IconFiles.h" // so that tables made before main() may use copyInfo()
 #include "Vellomir/Inspection/Inspection.h"
 #include "tests/support/RawArchive.h"
 

@@ -94,7 +94,7 @@ struct Inspection {
     std::optional<Profile> profile;
     bool hasAssetCatalogue = false;
 
-    std::vector<std::string> unsafeEntries; ///< the first ten
+    std::vector<std::string> unsafeEntries; ///< the first ten, with reasons: "a/b: below a link"
     std::uint64_t unsafeEntryCount = 0;
     std::vector<UnreadItem> unread;
     std::vector<InspectionWarning> warnings; ///< in the order of their codes

@@ -47,7 +47,7 @@ public:
         count(entry, path);
         const auto unpacked = unpackedPath(path);
         if (!unpacked) {
-            addUnsafe(path);
+            addUnsafe(path, "leads out of the package");
             return;
         }
         const bool isFolder = entry.type() == Entry::EntryType::directory;
@@ -91,18 +91,21 @@ private:
             largest.pop_back();
     }
 
-    void addUnsafe(const std::string &path) {
+    void addUnsafe(const std::string &path, const std::string &reason) {
         ++facts_.unsafeEntryCount;
         if (facts_.unsafeEntries.size() < unsafeCount)
-            facts_.unsafeEntries.push_back(path);
+            facts_.unsafeEntries.push_back(path + ": " + reason);
     }
 
     /// The target of a link is stored, and no longer than a path may be.
     void lookAtLink(const Entry &entry, const std::string &path, const std::string &unpacked) {
         const auto &record = entry.centralDirectoryStructure();
         const std::uint64_t size = record.effectiveUncompressedSize();
-        if (record.compressionMethod != 0 || size == 0 || size >= PATH_MAX)
-            addUnsafe(path);
+        if (record.compressionMethod != 0)
+            addUnsafe(path, "a compressed link");
+        else if (size == 0 || size >= PATH_MAX)
+            addUnsafe(path,
+                      size == 0 ? "a link without a target" : "a link with too long a target");
         if (links_.size() < maximumItems) {
             links_.insert(unpacked);
             linkHashes_.insert(PathHash().add(unpacked).value());
@@ -126,7 +129,7 @@ private:
         if (!unpacked)
             return;
         if (entry.type() != Entry::EntryType::directory && isTaken(*unpacked))
-            addUnsafe(path);
+            addUnsafe(path, "an earlier entry has the same path");
         else
             findBelowLink(path, *unpacked);
     }
@@ -152,7 +155,7 @@ private:
             hash.add(folder.substr(start));
             start = slash;
             if (linkHashes_.contains(hash.value()) && links_.contains(folder))
-                return addUnsafe(path);
+                return addUnsafe(path, "below a link");
         }
     }
 

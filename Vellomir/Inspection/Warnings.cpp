@@ -159,14 +159,9 @@ private:
     void findUnsafeEntries() {
         if (found_.unsafeEntryCount == 0)
             return;
-        const bool isOne = found_.unsafeEntryCount == 1;
         warn(Code::unsafeEntry,
              counted(found_.unsafeEntryCount, "entry") +
-                 " cannot be unpacked, and so there is no copy: " +
-                 (isOne ? "its path leads out of the package or below a link, or an earlier entry "
-                          "has the same path, or it is a link without a usable target."
-                        : "their paths lead out of the package or below a link, or earlier entries "
-                          "have the same paths, or they are links without a usable target."),
+                 " cannot be unpacked, and so there is no copy.",
              "", found_.unsafeEntries);
     }
 

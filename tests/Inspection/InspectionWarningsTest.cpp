@@ -203,8 +203,25 @@ TEST(InspectionWarnings, IdentifierOfAnotherAppHasNoOption) {
 
 TEST(InspectionWarnings, EntryThatIsStoredTwiceIsNamedOnce) {
     const Inspection found = inspected({info(), file("a", "1"), file("a", "2"), file("a", "3")});
-    EXPECT_THAT(found.unsafeEntries, ElementsAre(app + "a", app + "a"));
+    const std::string expected = app + "a: an earlier entry has the same path";
+    EXPECT_THAT(found.unsafeEntries, ElementsAre(expected, expected));
     EXPECT_EQ(found.unsafeEntryCount, 2);
+}
+
+TEST(InspectionWarnings, UnsafeEntryHasItsReason) {
+    RawEntry compressed = test::rawLink(app + "compressed", "target");
+    compressed.directoryMethod = 8;
+    const Inspection found = inspected({info(),
+                                        {.name = "../x"},
+                                        compressed,
+                                        test::rawLink(app + "empty", ""),
+                                        test::rawLink(app + "link", "/tmp"),
+                                        file("link/x", "x")});
+    EXPECT_EQ(found.warnings.at(0).message,
+              "4 entries cannot be unpacked, and so there is no copy.");
+    EXPECT_THAT(found.warnings.at(0).concerns,
+                ElementsAre("../x: leads out of the package", app + "compressed: a compressed link",
+                            app + "empty: a link without a target", app + "link/x: below a link"));
 }
 
 TEST(InspectionWarnings, DamagedSignatureIsNotedBesideTheRest) {

@@ -81,11 +81,15 @@ Consumer counting(const Consumer &consumer, const Archive::ExtractOptions &optio
     };
 }
 
-std::string linkTarget(const Data &data) {
+/// A compressed link is not decoded, so its bytes are hardly ever a target.
+constexpr const char *compressedLink = "The link is compressed: only a stored link can be read";
+
+std::string linkTarget(const Data &data, bool isCompressed) {
     const std::string_view text = data.text();
     if (!isValidUTF8(text) || text.find('\0') != std::string_view::npos)
         throw Error(ArchiveError::invalidEntryPath,
-                    {.detail = "The target of the link is not valid UTF-8 text"});
+                    {.detail = isCompressed ? compressedLink
+                                            : "The target of the link is not valid UTF-8 text"});
     return std::string(text);
 }
 
@@ -157,7 +161,10 @@ CRC32 Archive::readSymbolicLink(const Entry &entry, const Consumer &consumer,
                                 const ExtractOptions &options) const {
     const Data target = readBytes(entry.localFileHeader().compressedSize);
     const CRC32 checksum = target.crc32(0);
-    if (std::uint64_t left = options.sizeLimit.value_or(target.size()); options.sizeLimit)
+    std::uint64_t left = options.sizeLimit.value_or(target.size());
+    if (entry.isCompressed() && target.size() > left)
+        throw Error(ArchiveError::invalidEntrySize, {.detail = compressedLink});
+    if (options.sizeLimit)
         takeOff(left, target.size(), *options.sizeLimit);
     consumer(target);
     complete(options.progress);
@@ -199,7 +206,7 @@ CRC32 Archive::extract(const Entry &entry, const std::string &name, DestinationF
     if (entry.localFileHeader().compressedSize > maxSymbolicLinkSize)
         throw writeError(folder.fullPath(name), ENAMETOOLONG);
     const auto createLink = [&](std::span<const std::byte> target) {
-        folder.createSymbolicLink(name, linkTarget(Data(target)),
+        folder.createSymbolicLink(name, linkTarget(Data(target), entry.isCompressed()),
                                   entry.fileAttributes().modificationDate);
     };
     return extract(entry, createLink, options);

@@ -9,6 +9,8 @@ namespace vellomir::cli {
 namespace {
 
 constexpr char mark = '\x1f';
+/// Bytes in the name of a copy without ".ipa": file systems take 255 with it.
+constexpr std::size_t longestFileName = 251;
 
 bool looksLikeList(std::string_view argument) {
     return argument.starts_with('[') && argument.ends_with(']');
@@ -80,7 +82,19 @@ std::string objectionToName(std::string_view name) {
         return "the name is not valid UTF-8 text, or has control characters";
     if (name.find('/') != name.npos)
         return "the name is also that of the copy's file, so it may not have a \"/\"";
+    if (name.size() > longestFileName)
+        return "the name is also that of the copy's file, so it may have at most " +
+               std::to_string(longestFileName) + " bytes; this one has " +
+               std::to_string(name.size());
     return {};
+}
+
+std::string objectionToNumber(std::string_view number) {
+    if (number.size() <= longestFileName)
+        return {};
+    return "it is also a part of the name of the copy's file, so it may have at most " +
+           std::to_string(longestFileName) + " bytes; this one has " +
+           std::to_string(number.size());
 }
 
 std::string objectionToIdentifier(std::string_view identifier) {

@@ -24,6 +24,10 @@ namespace vellomir::cli {
 /// Why a text cannot be an app's name and the name of the copy's file; "" if it can.
 [[nodiscard]] std::string objectionToName(std::string_view name);
 
+/// Why a text cannot be behind an app's name in the name of the copy's file; "" if it can, as far
+/// as the name is not known.
+[[nodiscard]] std::string objectionToNumber(std::string_view number);
+
 /// Why a text cannot be an app's identifier; "" if it can.
 [[nodiscard]] std::string objectionToIdentifier(std::string_view identifier);
 

@@ -168,9 +168,13 @@ void Grammar::finishDuplicate(bool hasNumber, bool hasIcon) {
     DeepChanges &changes = duplicate_.changes;
     if (!hasNumber && !(changes.name && changes.identifier))
         throw CLI::RequiredError("--number");
-    if (changes.name)
+    if (changes.name) {
         if (const std::string objection = objectionToName(*changes.name); !objection.empty())
             CommandGrammar::reject("--name", objection);
+    } else if (const std::string objection = objectionToNumber(duplicate_.number);
+               !objection.empty()) {
+        CommandGrammar::reject("--number", objection);
+    }
     if (changes.identifier)
         if (const std::string objection = objectionToIdentifier(*changes.identifier);
             !objection.empty())

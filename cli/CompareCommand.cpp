@@ -33,9 +33,9 @@ constexpr std::array differenceWords = {
     DifferenceWord{&EntryDifferences::order, "order", false},
 };
 
-/// Bytes that are no text as they are escaped elsewhere.
-std::string shownPath(std::string_view path) {
-    return archive::isValidUTF8(path) ? std::string(path) : archive::printable(path);
+/// As in a listing: "" for bytes that are no text.
+std::string pathInJson(std::string_view path) {
+    return archive::isValidUTF8(path) ? std::string(path) : "";
 }
 
 /// Prints the result, line by line or element by element.
@@ -46,14 +46,14 @@ public:
 
     void printText(const Comparison &comparison) {
         for (const std::string_view path : comparison.removed)
-            out_.line("removed: " + shownPath(path));
+            out_.entryLine("removed: " + std::string(path));
         for (const std::string_view path : comparison.added)
-            out_.line("added: " + shownPath(path));
+            out_.entryLine("added: " + std::string(path));
         for (const ChangedEntry &entry : comparison.changed)
             if (const auto what = words(entry.differences); !what.empty())
-                out_.line("changed: " + shownPath(entry.path) + " (" + joined(what) + ")");
-        out_.line(groupedText(comparison.equal) + " of " + groupedText(comparison.total) +
-                  (comparison.total == 1 ? " entry" : " entries") + " equal byte for byte");
+                out_.entryLine("changed: " + std::string(entry.path) + " (" + joined(what) + ")");
+        out_.entryLine(groupedText(comparison.equal) + " of " + groupedText(comparison.total) +
+                       (comparison.total == 1 ? " entry" : " entries") + " equal byte for byte");
     }
 
     void printJson(const Comparison &comparison) {
@@ -65,7 +65,7 @@ public:
         const char *separator = "";
         for (const ChangedEntry &entry : comparison.changed)
             if (const auto what = words(entry.differences); !what.empty()) {
-                out_.text(separator + changeJson(shownPath(entry.path), what));
+                out_.text(separator + changeJson(pathInJson(entry.path), what));
                 separator = ",\n";
             }
         out_.text("]}\n");
@@ -75,7 +75,7 @@ private:
     void printPaths(const std::vector<std::string_view> &paths) {
         const char *separator = "";
         for (const std::string_view path : paths) {
-            out_.text(separator + textJson(shownPath(path)));
+            out_.text(separator + textJson(pathInJson(path)));
             separator = ",\n";
         }
     }

@@ -58,19 +58,29 @@ std::string architecturesOf(const Program &program) {
     return joined(names);
 }
 
+/// "signed com.example.notes (TEAM)"
+std::string signatureText(const ProgramSlice &slice) {
+    if (!slice.signature || slice.signature->identifier.empty())
+        return "signed";
+    const std::string &team = slice.signature->team;
+    return "signed " + slice.signature->identifier + (team.empty() ? "" : " (" + team + ")");
+}
+
 /// "encrypted, signed com.example.notes (TEAM)"
 std::string stateOf(const Program &program) {
     std::vector<std::string> states;
     if (program.isEncrypted())
         states.emplace_back("encrypted");
-    if (program.slices.empty())
-        return {};
-    const ProgramSlice &slice = program.slices.front();
-    if (slice.signature)
-        states.push_back("signed " + slice.signature->identifier +
-                         (slice.signature->team.empty() ? "" : " (" + slice.signature->team + ")"));
-    else
-        states.push_back(slice.isSigned ? "signature damaged: " + slice.problem : "not signed");
+    const auto isDamaged = [](const ProgramSlice &slice) { return !slice.problem.empty(); };
+    const bool hasDamage = std::any_of(program.slices.begin(), program.slices.end(), isDamaged);
+    const auto isSigned = [](const ProgramSlice &slice) { return slice.isSigned; };
+    const auto found = std::find_if(program.slices.begin(), program.slices.end(), isSigned);
+    if (found != program.slices.end())
+        states.push_back(signatureText(*found));
+    else if (!hasDamage)
+        states.emplace_back("not signed");
+    if (hasDamage)
+        states.emplace_back("damaged");
     return joined(states);
 }
 
@@ -171,8 +181,8 @@ private:
     void writeLanguages() {
         std::vector<Row> rows;
         for (const LocalizedName &name : found_.localizedNames)
-            rows.push_back({name.language, name.displayName.empty() ? name.name : name.displayName,
-                            name.file});
+            rows.push_back({name.language, name.file,
+                            name.displayName.empty() ? name.name : name.displayName});
         section("Languages with a name of their own", rows);
     }
 
@@ -198,12 +208,11 @@ private:
     }
 
     void writeWarnings() {
-        if (found_.warnings.empty()) {
+        if (found_.warnings.empty())
             head(found_.unread.empty() ? "No warnings" : "No warnings about what could be read");
-            return;
-        }
-        head(found_.isCopy ? "Warnings about this copy"
-                           : "Warnings about a copy made without further options");
+        else
+            head(found_.isCopy ? "Warnings about this copy"
+                               : "Warnings about a copy made without further options");
         for (const InspectionWarning &warning : found_.warnings)
             writeWarning(warning);
         add("");

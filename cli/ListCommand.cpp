@@ -39,7 +39,7 @@ private:
         }
         line_.clear();
         appendListingLine(line_, entry, path);
-        out_.line(line_);
+        out_.entryLine(line_);
     }
 
     const ListOptions &options_;

@@ -6,6 +6,7 @@
 #include "files/Error.h"
 #include "files/FileContent.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <unistd.h>
 
@@ -23,6 +24,16 @@ void ResultStream::line(std::string_view text) {
         this->text(printable(text));
     else
         this->text(text);
+    this->text("\n");
+}
+
+void ResultStream::entryLine(std::string_view text) {
+    const bool isPlain = std::all_of(text.begin(), text.end(),
+                                     [](char each) { return each >= ' ' && each < '\x7F'; });
+    if (isPlain)
+        this->text(text);
+    else
+        this->text(printable(text));
     this->text("\n");
 }
 

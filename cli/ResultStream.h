@@ -19,6 +19,9 @@ public:
 
     /// The text and a line feed.
     void line(std::string_view text);
+    /// The same for a text with names of entries: control characters are always shown as \xNN, so
+    /// that no name makes lines of its own, also not for a program that reads them.
+    void entryLine(std::string_view text);
     /// The text as it is, of this program's own making.
     void text(std::string_view text);
     /// Data, as it is.

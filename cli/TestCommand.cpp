@@ -23,8 +23,8 @@ public:
             out.text((count_ == 0 ? testHeadJson(options_.archive, false) : ",\n") +
                      problemJson(problem));
         else
-            out.line((problem.entry.empty() ? options_.archive : problem.entry) + ": " +
-                     problem.problem);
+            out.entryLine((problem.entry.empty() ? options_.archive : problem.entry) + ": " +
+                          problem.problem);
         ++count_;
     }
 
@@ -33,7 +33,7 @@ public:
         if (options_.json)
             out.text((count_ == 0 ? testHeadJson(options_.archive, true) : "") + "]}\n");
         else if (count_ == 0 && !session_.isQuiet())
-            out.line(options_.archive + ": " + countText(entries, "entry") + ", no problems");
+            out.entryLine(options_.archive + ": " + countText(entries, "entry") + ", no problems");
         out.flush();
     }
 

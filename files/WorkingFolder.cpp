@@ -154,6 +154,7 @@ WorkingFolder::WorkingFolder(const std::string &parent)
 WorkingFolder::WorkingFolder(FileDescriptor parent, const std::string &path)
     : parent_(std::move(parent)) {
     removeAbandonedIn(parent_.get());
+    int error = EEXIST;
     for (int attempt = 0; attempt < maxAttempts; ++attempt) {
         if (make() == Outcome::made) {
             path_ = path + (path.ends_with('/') ? "" : "/") + name_;
@@ -164,8 +165,11 @@ WorkingFolder::WorkingFolder(FileDescriptor parent, const std::string &path)
         }
         if (errno != EEXIST && errno != ENOENT)
             throw writeError(path, errno);
+        error = errno;
     }
-    throw writeError(path, EEXIST);
+    throw Error(
+        FileError::fileWriteUnknown,
+        {.path = path, .detail = "No file can be made in this folder", .systemError = error});
 }
 
 std::string WorkingFolder::visiblePath(const std::string &path) const {

@@ -37,18 +37,21 @@ void require(bool condition) {
         throw std::out_of_range("program");
 }
 
-PlainSlice plainSlice(std::span<const std::byte> file, const Place &place) {
+/// Throws at the first damage; the slice keeps what was found before.
+void readSlice(std::span<const std::byte> file, const Place &place, PlainSlice &slice) {
+    require(place.start <= file.size() && place.size <= file.size() - place.start);
     const auto bytes = file.subspan(place.start, place.size);
     const auto isMagic = [](std::uint64_t number) { return (number | 1U) == 0xFEEDFACF; };
     const bool isBig = !isMagic(Numbers(bytes).at(0)) && isMagic(Numbers(bytes, true).at(0));
     const Numbers numbers(bytes, isBig);
     require(isMagic(numbers.at(0)) || isMagic(Numbers(bytes).at(0)));
     const std::uint64_t head = numbers.at(0) == 0xFEEDFACF ? 32 : 28;
-    require(head <= bytes.size() && numbers.at(20) <= bytes.size() - head);
+    require(head <= bytes.size());
+    slice.hasHeader = true;
+    require(numbers.at(20) <= bytes.size() - head);
     const Numbers commands(bytes.first(head + numbers.at(20)), isBig);
     const std::uint64_t end = head + numbers.at(20);
     require(end <= (1U << 20U));
-    PlainSlice slice;
     std::uint64_t position = head;
     for (std::uint64_t left = numbers.at(16); left > 0; --left) {
         const std::uint64_t kind = commands.at(position);
@@ -66,7 +69,19 @@ PlainSlice plainSlice(std::span<const std::byte> file, const Place &place) {
         }
         position += size;
     }
-    return slice;
+    slice.isWhole = true;
+}
+
+/// What a row of the table of a fat file says; a place outside of every file if it is cut off.
+Place placeInRow(const Numbers &numbers, std::uint64_t row, bool isWide) {
+    try {
+        const Place place = isWide ? Place{numbers.at(row + 8, 8), numbers.at(row + 16, 8)}
+                                   : Place{numbers.at(row + 8), numbers.at(row + 12)};
+        static_cast<void>(numbers.at(row + (isWide ? 28 : 16)));
+        return place;
+    } catch (const std::out_of_range &) {
+        return {~std::uint64_t{0}, 0};
+    }
 }
 
 std::vector<Place> plainPlaces(std::span<const std::byte> file) {
@@ -79,17 +94,20 @@ std::vector<Place> plainPlaces(std::span<const std::byte> file) {
         require(count > 0 && count <= 16);
         const bool isWide = magic == 0xCAFEBABF;
         std::vector<Place> places;
-        for (std::uint64_t index = 0; index < count; ++index) {
-            const std::uint64_t item = 8 + index * (isWide ? 32 : 20);
-            const Place place = isWide ? Place{numbers.at(item + 8, 8), numbers.at(item + 16, 8)}
-                                       : Place{numbers.at(item + 8), numbers.at(item + 12)};
-            static_cast<void>(numbers.at(item + (isWide ? 28 : 16)));
-            require(place.start <= file.size() && place.size <= file.size() - place.start);
-            places.push_back(place);
-        }
+        for (std::uint64_t index = 0; index < count; ++index)
+            places.push_back(placeInRow(numbers, 8 + index * (isWide ? 32 : 20), isWide));
         return places;
     }
     return {{0, file.size()}};
+}
+
+PlainSlice plainSlice(std::span<const std::byte> file, const Place &place) {
+    PlainSlice slice;
+    try {
+        readSlice(file, place, slice);
+    } catch (const std::out_of_range &) { // damaged: not whole
+    }
+    return slice;
 }
 
 } // namespace
@@ -97,9 +115,12 @@ std::vector<Place> plainPlaces(std::span<const std::byte> file) {
 std::optional<std::vector<PlainSlice>> plainProgram(std::span<const std::byte> bytes) {
     try {
         std::vector<PlainSlice> slices;
-        for (const Place &place : plainPlaces(bytes))
+        bool hasHeader = false;
+        for (const Place &place : plainPlaces(bytes)) {
             slices.push_back(plainSlice(bytes, place));
-        return slices;
+            hasHeader |= slices.back().hasHeader;
+        }
+        return hasHeader ? std::optional(slices) : std::nullopt;
     } catch (const std::out_of_range &) {
         return std::nullopt;
     }

@@ -44,6 +44,8 @@ BundleInfo bundleInfo(const PropertyList &list) {
     info.minimumSystemVersion = textAt(root, "MinimumOSVersion");
     info.executable = textAt(root, "CFBundleExecutable");
     info.companion = textAt(root, "WKCompanionAppBundleIdentifier");
+    info.watchApp = textAt(member(member(root, "NSExtension"), "NSExtensionAttributes"),
+                           "WKAppBundleIdentifier");
     info.iconNames = iconNames(root);
     info.urlSchemes = urlSchemes(root);
     info.namesCatalogueIcon = !textAt(root, "CFBundleIconName").empty();

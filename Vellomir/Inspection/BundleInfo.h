@@ -17,6 +17,7 @@ struct BundleInfo {
     std::string minimumSystemVersion;
     std::string executable;
     std::string companion; ///< of a watch app: the identifier of the app that it belongs to
+    std::string watchApp;  ///< of a watch extension: the identifier of its watch app
     std::vector<std::string> iconNames; ///< of files and of a catalogue, without duplicates
     std::vector<std::string> urlSchemes;
     bool namesCatalogueIcon = false; ///< a key that a copy keeps names an icon in a catalogue

@@ -35,7 +35,7 @@ BundleKind kindOf(std::string_view name, std::string_view between, const NestedB
     if (hasExtension(name, ".appex") && (between == "PlugIns/" || between == "Extensions/"))
         return isInWatchApp ? BundleKind::watchExtension : BundleKind::appExtension;
     if (parent == nullptr && hasExtension(name, ".app")) {
-        if (between == "Watch/")
+        if (between == "Watch/" || between == "com.apple.WatchPlaceholder/")
             return BundleKind::watchApp;
         if (between == "AppClips/")
             return BundleKind::appClip;

@@ -10,7 +10,7 @@ namespace vellomir {
 /// What a bundle inside an app is, by the folder in which the phone looks for it.
 enum class BundleKind {
     appExtension,   ///< PlugIns/*.appex or Extensions/*.appex of a bundle
-    watchApp,       ///< Watch/*.app of the app
+    watchApp,       ///< Watch/*.app of the app, or com.apple.WatchPlaceholder/*.app
     watchExtension, ///< an extension of a watch app
     appClip,        ///< AppClips/*.app of the app
     framework,      ///< *.framework

@@ -3,6 +3,7 @@
 #include "Vellomir/Inspection/ByteCursor.h"
 #include "Vellomir/Inspection/Errors.h"
 #include "Vellomir/Inspection/ListValues.h"
+#include "archive/Error.h"
 
 #include <algorithm>
 #include <array>
@@ -117,20 +118,44 @@ Entitlements readEntitlements(Blob list, const archive::Progress *progress) {
     return found;
 }
 
+/// Runs a step; its failure is the signature's problem. Returns whether it succeeded.
+template <class Step>
+bool attempt(CodeSignature &signature, Step step) {
+    try {
+        step();
+        return true;
+    } catch (const Error &error) {
+        if (error.code() == archive::ArchiveError::cancelledOperation)
+            throw;
+        if (signature.problem.empty())
+            signature.problem = reasonOf(error);
+        return false;
+    }
+}
+
 } // namespace
 
 CodeSignature readCodeSignature(std::span<const std::byte> bytes,
                                 const archive::Progress *progress) {
     const Blob whole = blobOf(bytes, signatureMagic, "list of parts");
     CodeSignature signature;
-    const auto directory = slot(whole, directorySlot);
-    if (!directory)
-        throw damagedSignature("The code signature has no code directory");
-    readDirectory(blobOf(*directory, directoryMagic, "code directory"), signature);
-    if (const auto list = slot(whole, entitlementsSlot)) {
+    const bool hasDirectory = attempt(signature, [&] {
+        const auto directory = slot(whole, directorySlot);
+        if (!directory)
+            throw damagedSignature("The code signature has no code directory");
+        readDirectory(blobOf(*directory, directoryMagic, "code directory"), signature);
+    });
+    bool hasEntitlements = false;
+    attempt(signature, [&] {
+        const auto list = slot(whole, entitlementsSlot);
+        if (!list)
+            return;
         const Blob blob = blobOf(*list, entitlementsMagic, "list of entitlements");
         signature.entitlements = readEntitlements(blob.subspan(blobHeadSize), progress);
-    }
+        hasEntitlements = true;
+    });
+    if (!hasDirectory && !hasEntitlements)
+        throw damagedSignature(signature.problem);
     return signature;
 }
 

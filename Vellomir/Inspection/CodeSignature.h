@@ -25,6 +25,7 @@ struct CodeSignature {
     std::string identifier; ///< of the code directory
     std::string team;       ///< "" without one
     Entitlements entitlements;
+    std::string problem = {}; ///< why not all of it could be read; else ""
 
     friend bool operator==(const CodeSignature &, const CodeSignature &) = default;
 };

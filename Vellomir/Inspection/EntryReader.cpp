@@ -1,6 +1,7 @@
 #include "Vellomir/Inspection/EntryReader.h"
 
 #include "Vellomir/Inspection/Errors.h"
+#include "Vellomir/PropertyLists/PropertyListFile.h"
 
 #include <algorithm>
 #include <exception>
@@ -124,6 +125,15 @@ PropertyList EntryReader::list(const std::string &path) {
     const Data bytes = data(path);
     try {
         return PropertyList::parse(bytes, progress_.get());
+    } catch (const Error &error) {
+        throw about(error, path);
+    }
+}
+
+PropertyList EntryReader::texts(const std::string &path, std::string_view language) {
+    Data bytes = data(path);
+    try {
+        return PropertyListFile::parse(std::move(bytes), progress_.get(), language).list();
     } catch (const Error &error) {
         throw about(error, path);
     }

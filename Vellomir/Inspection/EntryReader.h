@@ -37,6 +37,9 @@ public:
     [[nodiscard]] archive::Data data(const std::string &path);
     /// The property list of a small file.
     [[nodiscard]] PropertyList list(const std::string &path);
+    /// The texts of a small file that is in a folder *.lproj of this name; a file without texts is
+    /// an empty list.
+    [[nodiscard]] PropertyList texts(const std::string &path, std::string_view language);
 
     /// The size of a file's data, and a function that reads parts of it; checksums are not
     /// compared. Stored data is read where it is needed, deflated data up to the end of the last

@@ -106,6 +106,7 @@ private:
                 const BundleInfo info = bundleInfo(reader_.list(path));
                 bundle.identifier = info.identifier;
                 bundle.companion = info.companion;
+                bundle.watchApp = info.watchApp;
                 executable = info.executable;
             });
         addProgram(folder, executable, place.kind != BundleKind::other);
@@ -114,7 +115,8 @@ private:
 
     void readNames(const std::string &file) {
         attempt(full(file), [&] {
-            for (LocalizedName &name : localizedNames(file, reader_.list(full(file))))
+            const PropertyList texts = reader_.texts(full(file), languageOfStrings(file));
+            for (LocalizedName &name : localizedNames(file, texts))
                 found_.localizedNames.push_back(std::move(name));
         });
     }
@@ -134,7 +136,18 @@ private:
             found_.programs.push_back(
                 {path,
                  readProgram(file.read, file.size, reader_.signatureBytesLeft(), progress_.get())});
+            noteProblems(found_.programs.back());
         });
+    }
+
+    /// What is damaged in a program of which the rest was read.
+    void noteProblems(const Program &program) {
+        for (const ProgramSlice &slice : program.slices)
+            if (!slice.problem.empty())
+                found_.unread.push_back(
+                    {program.path, program.slices.size() == 1
+                                       ? slice.problem
+                                       : slice.architecture + ": " + slice.problem});
     }
 
     void gatherGroups() {

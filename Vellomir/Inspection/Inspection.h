@@ -28,6 +28,7 @@ struct InspectedBundle {
     NestedBundle place; ///< relative to the app's folder
     std::string identifier;
     std::string companion; ///< of a watch app: the identifier of the app that it belongs to
+    std::string watchApp;  ///< of a watch extension: the identifier of its watch app
 
     friend bool operator==(const InspectedBundle &, const InspectedBundle &) = default;
 };
@@ -93,7 +94,7 @@ struct Inspection {
     std::optional<Profile> profile;
     bool hasAssetCatalogue = false;
 
-    std::vector<std::string> unsafeEntries; ///< the first ten
+    std::vector<std::string> unsafeEntries; ///< the first ten, with reasons: "a/b: below a link"
     std::uint64_t unsafeEntryCount = 0;
     std::vector<UnreadItem> unread;
     std::vector<InspectionWarning> warnings; ///< in the order of their codes

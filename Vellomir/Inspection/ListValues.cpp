@@ -46,7 +46,8 @@ std::vector<std::string> textsOf(const PropertyListValue *value) {
 
 void addNew(std::vector<std::string> &list, const std::vector<std::string> &texts) {
     for (const std::string &text : texts)
-        if (std::find(list.begin(), list.end(), text) == list.end())
+        if (list.size() < maximumDistinctTexts &&
+            std::find(list.begin(), list.end(), text) == list.end())
             list.push_back(text);
 }
 

@@ -26,7 +26,10 @@ inline constexpr std::size_t maximumKeptTexts = 256;
 /// values are left out. `value` may be null.
 [[nodiscard]] std::vector<std::string> textsOf(const PropertyListValue *value);
 
-/// Appends the texts that are not in the list yet.
+/// So many different texts are kept of a package as a whole.
+inline constexpr std::size_t maximumDistinctTexts = 1000;
+
+/// Appends the texts that are not in the list yet, up to `maximumDistinctTexts`.
 void addNew(std::vector<std::string> &list, const std::vector<std::string> &texts);
 
 } // namespace vellomir

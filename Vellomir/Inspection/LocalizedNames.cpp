@@ -8,14 +8,6 @@ namespace {
 constexpr std::string_view stringsFile = ".lproj/InfoPlist.strings";
 constexpr std::string_view tableFile = "InfoPlist.loctable";
 
-/// "" unless the path is that of a strings file beside the app's property list.
-std::string_view languageOf(std::string_view path) {
-    if (!path.ends_with(stringsFile))
-        return {};
-    path.remove_suffix(stringsFile.size());
-    return path.find('/') == path.npos ? path : std::string_view();
-}
-
 void addLanguage(std::vector<LocalizedName> &names, std::string_view language,
                  const std::string &file, const PropertyListValue &texts) {
     LocalizedName name{.language = kept(language),
@@ -28,19 +20,26 @@ void addLanguage(std::vector<LocalizedName> &names, std::string_view language,
 
 } // namespace
 
+std::string_view languageOfStrings(std::string_view path) {
+    if (!path.ends_with(stringsFile))
+        return {};
+    path.remove_suffix(stringsFile.size());
+    return path.find('/') == path.npos ? path : std::string_view();
+}
+
 bool mayHaveLocalizedNames(std::string_view path) {
-    return path == tableFile || !languageOf(path).empty();
+    return path == tableFile || !languageOfStrings(path).empty();
 }
 
 std::vector<LocalizedName> localizedNames(const std::string &path, const PropertyList &list) {
     std::vector<LocalizedName> names;
     if (path != tableFile) {
-        addLanguage(names, languageOf(path), path, list.value());
+        addLanguage(names, languageOfStrings(path), path, list.value());
         return names;
     }
     static constexpr std::size_t maximumLanguages = 1000;
-    for (const auto &[language, texts] : std::get<PropertyListDictionary>(list.value().content))
-        if (names.size() < maximumLanguages)
+    for (const auto &[language, texts] : list.members())
+        if (names.size() < maximumLanguages && language != keyOfNoLanguage)
             addLanguage(names, language, path, texts);
     return names;
 }

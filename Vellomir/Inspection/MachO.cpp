@@ -109,10 +109,13 @@ Header readHeader(Bytes bytes) {
 /// Reads the load commands of one architecture.
 class LoadCommands {
 public:
-    /// `bytes` are those of the commands, and `place` is the architecture's in the file.
-    LoadCommands(Bytes bytes, const Header &header, const ByteRange &place)
+    /// `bytes` are those of the commands, `place` is the architecture's in the file, and `problem`
+    /// is what is known to be wrong with it.
+    LoadCommands(Bytes bytes, const Header &header, const ByteRange &place,
+                 const std::string &problem)
         : bytes_(bytes), header_(header), place_(place) {
         slice_.architecture = architectureName(header.cpu, header.subtype);
+        slice_.problem = problem;
     }
 
     MachOSlice read() {
@@ -120,9 +123,11 @@ public:
             ByteCursor cursor(bytes_, header_.order);
             const auto command = cursor.value<std::uint32_t>();
             const auto size = cursor.value<std::uint32_t>();
-            if (!cursor.isComplete() || size < loadCommandSize || size > bytes_.size())
-                throw damaged("Load command " + std::to_string(index + 1) + " of " +
-                              std::to_string(header_.commands) + " is damaged");
+            if (!cursor.isComplete() || size < loadCommandSize || size > bytes_.size()) {
+                complain("Load command " + std::to_string(index + 1) + " of " +
+                         std::to_string(header_.commands) + " is damaged");
+                break;
+            }
             take(command, bytes_.subspan(loadCommandSize, size - loadCommandSize));
             bytes_ = bytes_.subspan(size);
         }
@@ -130,6 +135,12 @@ public:
     }
 
 private:
+    /// The first problem is kept.
+    void complain(const std::string &sentence) {
+        if (slice_.problem.empty())
+            slice_.problem = sentence;
+    }
+
     void take(std::uint32_t command, Bytes fields) {
         ByteCursor cursor(fields, header_.order);
         if (command == codeSignatureCommand)
@@ -141,16 +152,18 @@ private:
     void takeSignature(ByteCursor &cursor) {
         ByteRange range{.offset = cursor.value<std::uint32_t>()};
         range.size = cursor.value<std::uint32_t>();
+        slice_.isSigned = true;
         if (!cursor.isComplete() || !isInside(range, place_.size))
-            throw damaged("The code signature is outside the program");
-        slice_.signature = {.offset = place_.offset + range.offset, .size = range.size};
+            complain("The code signature is outside the program");
+        else
+            slice_.signature = {.offset = place_.offset + range.offset, .size = range.size};
     }
 
     void takeEncryption(ByteCursor &cursor) {
         cursor.skip(8);                                    // cryptoff, cryptsize
         const auto number = cursor.value<std::uint32_t>(); // cryptid
         if (!cursor.isComplete())
-            throw damaged("The load command about encryption is too short");
+            complain("The load command about encryption is too short");
         slice_.isEncrypted |= number != 0;
     }
 
@@ -160,78 +173,119 @@ private:
     MachOSlice slice_;
 };
 
-/// The places of the architectures in the file, by the table of a fat file.
-std::vector<ByteRange> fatPlaces(Bytes bytes, const Magic &magic, std::uint64_t fileSize) {
+/// One architecture of the file while it is read.
+struct Part {
+    ByteRange place;                   ///< in the file
+    std::string name = {};             ///< by the table of a fat file
+    std::optional<Header> header = {}; ///< nothing if it cannot be read
+    ByteRange needed = {};             ///< header and load commands
+    std::string problem = {};
+};
+
+/// Reads the fields of a row in the table of a fat file.
+Part fatPart(ByteCursor &cursor, bool isWide, std::uint64_t fileSize) {
+    const auto cpu = cursor.value<std::uint32_t>();
+    const auto type = cursor.value<std::uint32_t>();
+    Part part{.place = {}, .name = architectureName(cpu, type)};
+    if (isWide) {
+        part.place.offset = cursor.value<std::uint64_t>();
+        part.place.size = cursor.value<std::uint64_t>();
+        cursor.skip(8); // align, reserved
+    } else {
+        part.place.offset = cursor.value<std::uint32_t>();
+        part.place.size = cursor.value<std::uint32_t>();
+        cursor.skip(4); // align
+    }
+    if (!cursor.isComplete() || !isInside(part.place, fileSize)) {
+        part.place = {};
+        part.problem = "An architecture is outside the program's file";
+    }
+    return part;
+}
+
+std::vector<Part> fatParts(Bytes bytes, const Magic &magic, std::uint64_t fileSize) {
     ByteCursor cursor(bytes.subspan(4), magic.order);
     const auto count = cursor.value<std::uint32_t>();
     if (count == 0 || count > maximumSlices)
         throw damaged("The file is no Mach-O program: it lists " + std::to_string(count) +
                       " architectures");
-    std::vector<ByteRange> places(count);
-    for (ByteRange &place : places) {
-        cursor.skip(8); // cputype, cpusubtype: the architecture's own header has them
-        if (magic.value == fatMagic64) {
-            place.offset = cursor.value<std::uint64_t>();
-            place.size = cursor.value<std::uint64_t>();
-            cursor.skip(8); // align, reserved
-        } else {
-            place.offset = cursor.value<std::uint32_t>();
-            place.size = cursor.value<std::uint32_t>();
-            cursor.skip(4); // align
-        }
-        if (!cursor.isComplete() || !isInside(place, fileSize))
-            throw damaged("An architecture is outside the program's file");
-    }
-    return places;
+    std::vector<Part> parts;
+    for (std::uint32_t index = 0; index < count; ++index)
+        parts.push_back(fatPart(cursor, magic.value == fatMagic64, fileSize));
+    return parts;
 }
 
-/// What has to be read of an architecture: header and load commands.
-std::uint64_t neededSize(const Header &header, const ByteRange &place) {
-    const std::uint64_t size = std::uint64_t{header.size} + header.commandsSize;
-    if (size > place.size)
-        throw damaged("The load commands go beyond the program's end");
-    if (size > maximumHeader)
-        throw damaged("The load commands have more than 1 MiB");
-    return size;
-}
-
-std::vector<archive::Data> readStarts(const ReadRanges &read,
-                                      const std::vector<ByteRange> &places) {
-    std::vector<ByteRange> starts = places;
-    for (ByteRange &start : starts)
-        start.size = std::min(start.size, firstPart);
+std::vector<archive::Data> readStarts(const ReadRanges &read, const std::vector<Part> &parts) {
+    std::vector<ByteRange> starts;
+    for (const Part &part : parts)
+        starts.push_back({part.place.offset, std::min(part.place.size, firstPart)});
     return read(starts);
+}
+
+/// Finds header and load commands; the latter as far as they are in the file, and in the limit.
+void findCommands(Part &part, const archive::Data &start) {
+    if (!part.problem.empty())
+        return;
+    try {
+        part.header = readHeader(start);
+    } catch (const Error &error) {
+        part.problem = reasonOf(error);
+        return;
+    }
+    const std::uint64_t size = std::uint64_t{part.header->size} + part.header->commandsSize;
+    if (size > part.place.size)
+        part.problem = "The load commands go beyond the program's end";
+    else if (size > maximumHeader)
+        part.problem = "The load commands have more than 1 MiB";
+    part.needed = {part.place.offset, std::min({size, part.place.size, maximumHeader})};
+}
+
+/// The data of all parts: `starts`, or more if these are not enough.
+std::vector<archive::Data> readCommands(const ReadRanges &read, const std::vector<Part> &parts,
+                                        std::vector<archive::Data> starts) {
+    const bool isEnough = std::equal(parts.begin(), parts.end(), starts.begin(),
+                                     [](const Part &part, const archive::Data &start) {
+                                         return part.needed.size <= start.size();
+                                     });
+    if (isEnough)
+        return starts;
+    std::vector<ByteRange> needed;
+    for (const Part &part : parts)
+        needed.push_back(part.needed);
+    return read(needed);
+}
+
+MachOSlice sliceOf(const Part &part, const archive::Data &data) {
+    if (!part.header)
+        return {.architecture = part.name, .problem = part.problem};
+    std::string problem = part.problem;
+    if (data.size() < part.needed.size)
+        problem = "The program ends inside its load commands";
+    const Bytes bytes(data);
+    const std::size_t end = std::min<std::size_t>(bytes.size(), part.needed.size);
+    const std::size_t start = std::min(end, part.header->size);
+    return LoadCommands(bytes.subspan(start, end - start), *part.header, part.place, problem)
+        .read();
 }
 
 } // namespace
 
 std::vector<MachOSlice> readMachO(const ReadRanges &read, std::uint64_t fileSize) {
-    std::vector<ByteRange> places = {{.offset = 0, .size = fileSize}};
-    std::vector<archive::Data> starts = readStarts(read, places);
-    if (const auto magic = magicOf(starts.front(), {fatMagic32, fatMagic64})) {
-        places = fatPlaces(starts.front(), *magic, fileSize);
-        starts = readStarts(read, places);
+    std::vector<Part> parts = {{.place = {.offset = 0, .size = fileSize}}};
+    std::vector<archive::Data> data = readStarts(read, parts);
+    if (const auto magic = magicOf(data.front(), {fatMagic32, fatMagic64})) {
+        parts = fatParts(data.front(), *magic, fileSize);
+        data = readStarts(read, parts);
     }
-    std::vector<Header> headers;
-    std::vector<ByteRange> needed;
-    for (std::size_t index = 0; index < places.size(); ++index) {
-        headers.push_back(readHeader(starts[index]));
-        needed.push_back({places[index].offset, neededSize(headers[index], places[index])});
-    }
-    const bool isEnough = std::equal(needed.begin(), needed.end(), starts.begin(),
-                                     [](const ByteRange &range, const archive::Data &start) {
-                                         return range.size <= start.size();
-                                     });
-    if (!isEnough)
-        starts = read(needed);
+    for (std::size_t index = 0; index < parts.size(); ++index)
+        findCommands(parts[index], data[index]);
+    if (std::none_of(parts.begin(), parts.end(),
+                     [](const Part &part) { return part.header.has_value(); }))
+        throw damaged(parts.front().problem);
+    data = readCommands(read, parts, std::move(data));
     std::vector<MachOSlice> slices;
-    for (std::size_t index = 0; index < places.size(); ++index) {
-        const Header &header = headers[index];
-        if (starts[index].size() < needed[index].size)
-            throw damaged("The program ends inside its load commands");
-        const Bytes commands = Bytes(starts[index]).subspan(header.size, header.commandsSize);
-        slices.push_back(LoadCommands(commands, header, places[index]).read());
-    }
+    for (std::size_t index = 0; index < parts.size(); ++index)
+        slices.push_back(sliceOf(parts[index], data[index]));
     return slices;
 }
 

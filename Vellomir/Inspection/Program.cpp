@@ -30,10 +30,13 @@ void readSignature(ProgramSlice &slice, const archive::Data &bytes, std::uint64_
             throw Error(InspectionError::unreadableSignature,
                         {.detail = "The code signature is too large, or the file ends inside it"});
         slice.signature = readCodeSignature(bytes, progress);
+        if (slice.problem.empty())
+            slice.problem = slice.signature->problem;
     } catch (const Error &error) {
         if (error.code() == archive::ArchiveError::cancelledOperation)
             throw;
-        slice.problem = reasonOf(error);
+        if (slice.problem.empty())
+            slice.problem = reasonOf(error);
     }
 }
 
@@ -54,7 +57,9 @@ std::vector<ProgramSlice> readProgram(const ReadRanges &read, std::uint64_t file
         const MachOSlice &each = found[index];
         ProgramSlice slice{.architecture = each.architecture,
                            .isEncrypted = each.isEncrypted,
-                           .isSigned = each.signature.has_value()};
+                           .isSigned = each.isSigned,
+                           .signature = std::nullopt,
+                           .problem = each.problem};
         if (each.signature)
             readSignature(slice, signatures[index], each.signature->size, progress);
         slices.push_back(std::move(slice));

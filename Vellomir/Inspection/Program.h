@@ -17,7 +17,7 @@ struct ProgramSlice {
     bool isEncrypted = false;
     bool isSigned = false;
     std::optional<CodeSignature> signature; ///< nothing without one, and if it cannot be read
-    std::string problem;                    ///< why the signature cannot be read; else ""
+    std::string problem;                    ///< why not all of it could be read; else ""
 
     friend bool operator==(const ProgramSlice &, const ProgramSlice &) = default;
 };
@@ -34,8 +34,8 @@ struct Program {
 };
 
 /// Reads the architectures of a program and their signatures. At most `signatureLimit` bytes of
-/// signatures are read, which are taken off it; a signature that is damaged, or larger than what is
-/// left, becomes the problem of its architecture. `progress` may be null.
+/// signatures are read, which are taken off it. What is damaged, and a signature that is larger
+/// than what is left, becomes the problem of its architecture. `progress` may be null.
 ///
 /// Throws `InspectionError::unreadableProgram`, `ArchiveError::cancelledOperation`, and what `read`
 /// throws.

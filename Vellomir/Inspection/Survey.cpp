@@ -15,11 +15,27 @@ using archive::Entry;
 
 constexpr std::size_t largestCount = 10;
 constexpr std::size_t unsafeCount = 10;
+/// Of so many files it is known whether two have one path: 8 MB.
+constexpr std::size_t maximumHashes = 1'000'000;
 
 std::uint64_t limitedSum(std::uint64_t left, std::uint64_t right) {
     constexpr std::uint64_t maximum = std::numeric_limits<std::uint64_t>::max();
     return right > maximum - left ? maximum : left + right;
 }
+
+/// FNV-1a, piece by piece: the folders around an item of a long path take no longer than the path.
+class PathHash {
+public:
+    PathHash &add(std::string_view piece) {
+        for (const char each : piece)
+            value_ = (value_ ^ static_cast<unsigned char>(each)) * 0x100000001B3U;
+        return *this;
+    }
+    [[nodiscard]] std::uint64_t value() const { return value_; }
+
+private:
+    std::uint64_t value_ = 0xCBF29CE484222325U;
+};
 
 /// The walk over all entries.
 class PackageWalk {
@@ -31,11 +47,13 @@ public:
         count(entry, path);
         const auto unpacked = unpackedPath(path);
         if (!unpacked) {
-            addUnsafe(path);
+            addUnsafe(path, "leads out of the package");
             return;
         }
         const bool isFolder = entry.type() == Entry::EntryType::directory;
         search_.look(*unpacked, isFolder);
+        if (!isFolder && files_.size() < maximumHashes)
+            files_.push_back(PathHash().add(*unpacked).value());
         if (search_.propertyList() == unpacked && !isFolder && listPath_.first != *unpacked)
             listPath_ = {*unpacked, path};
         if (entry.type() == Entry::EntryType::symlink)
@@ -48,9 +66,10 @@ public:
         const auto list = search_.propertyList();
         if (!list)
             throw noApp(reach);
-        if (!links_.empty())
+        keepRepeatedHashes();
+        if (!links_.empty() || !files_.empty())
             static_cast<void>(
-                archive_.reach([this](const Entry &entry) { findBelowLink(entry); }, progress));
+                archive_.reach([this](const Entry &entry) { lookAgain(entry); }, progress));
         facts_.bundle = search_.bundle();
         facts_.apps.assign(search_.apps().begin(), search_.apps().end());
         return {.propertyList = listPath_.second, .facts = std::move(facts_)};
@@ -72,34 +91,72 @@ private:
             largest.pop_back();
     }
 
-    void addUnsafe(const std::string &path) {
+    void addUnsafe(const std::string &path, const std::string &reason) {
         ++facts_.unsafeEntryCount;
         if (facts_.unsafeEntries.size() < unsafeCount)
-            facts_.unsafeEntries.push_back(path);
+            facts_.unsafeEntries.push_back(path + ": " + reason);
     }
 
     /// The target of a link is stored, and no longer than a path may be.
     void lookAtLink(const Entry &entry, const std::string &path, const std::string &unpacked) {
         const auto &record = entry.centralDirectoryStructure();
         const std::uint64_t size = record.effectiveUncompressedSize();
-        if (record.compressionMethod != 0 || size == 0 || size >= PATH_MAX)
-            addUnsafe(path);
-        if (links_.size() < maximumItems)
+        if (record.compressionMethod != 0)
+            addUnsafe(path, "a compressed link");
+        else if (size == 0 || size >= PATH_MAX)
+            addUnsafe(path,
+                      size == 0 ? "a link without a target" : "a link with too long a target");
+        if (links_.size() < maximumItems) {
             links_.insert(unpacked);
+            linkHashes_.insert(PathHash().add(unpacked).value());
+        }
     }
 
-    /// An unpacker writes nothing through a link.
-    void findBelowLink(const Entry &entry) {
+    /// Leaves those that occur more than once, each of them once.
+    void keepRepeatedHashes() {
+        std::sort(files_.begin(), files_.end());
+        std::vector<std::uint64_t> repeated;
+        for (std::size_t index = 1; index < files_.size(); ++index)
+            if (files_[index] == files_[index - 1] &&
+                (repeated.empty() || repeated.back() != files_[index]))
+                repeated.push_back(files_[index]);
+        files_ = std::move(repeated);
+    }
+
+    void lookAgain(const Entry &entry) {
         const std::string path = archive_.path(entry);
         const auto unpacked = unpackedPath(path);
         if (!unpacked)
             return;
-        for (std::size_t slash = unpacked->find('/'); slash != unpacked->npos;
-             slash = unpacked->find('/', slash + 1))
-            if (links_.contains(std::string_view(*unpacked).substr(0, slash))) {
-                addUnsafe(path);
-                return;
-            }
+        if (entry.type() != Entry::EntryType::directory && isTaken(*unpacked))
+            addUnsafe(path, "an earlier entry has the same path");
+        else
+            findBelowLink(path, *unpacked);
+    }
+
+    /// Whether an earlier file or link has this path.
+    bool isTaken(const std::string &unpacked) {
+        if (!std::binary_search(files_.begin(), files_.end(), PathHash().add(unpacked).value()))
+            return false;
+        if (taken_.contains(unpacked))
+            return true;
+        if (taken_.size() < maximumItems)
+            taken_.insert(unpacked);
+        return false;
+    }
+
+    /// An unpacker writes nothing through a link.
+    void findBelowLink(const std::string &path, const std::string &unpacked) {
+        PathHash hash;
+        std::size_t start = 0;
+        for (std::size_t slash = unpacked.find('/'); slash != unpacked.npos;
+             slash = unpacked.find('/', slash + 1)) {
+            const std::string_view folder = std::string_view(unpacked).substr(0, slash);
+            hash.add(folder.substr(start));
+            start = slash;
+            if (linkHashes_.contains(hash.value()) && links_.contains(folder))
+                return addUnsafe(path, "below a link");
+        }
     }
 
     [[nodiscard]] Error noApp(const Archive::Reach &reach) const {
@@ -115,6 +172,9 @@ private:
     AppSearch search_;
     std::pair<std::string, std::string> listPath_; ///< unpacked, and as the archive has it
     std::set<std::string, std::less<>> links_;
+    std::set<std::uint64_t> linkHashes_; ///< of the same paths
+    std::vector<std::uint64_t> files_;   ///< hashes of the paths of files and links
+    std::set<std::string> taken_;        ///< paths of which there are more entries
     Inspection facts_;
 };
 

@@ -2,6 +2,7 @@
 
 #include "Vellomir/Inspection/CopyNumber.h"
 #include "Vellomir/Inspection/ListValues.h"
+#include "Vellomir/Inspection/NestedIdentifiers.h"
 
 #include <algorithm>
 
@@ -20,7 +21,8 @@ std::string counted(std::size_t count, const std::string &noun) {
 /// Looks at the facts one after the other.
 class WarningFinder {
 public:
-    explicit WarningFinder(const Inspection &found) : found_(found), number_(found.info) {}
+    explicit WarningFinder(const Inspection &found)
+        : found_(found), number_(found.info), copy_(found.isCopy ? "this copy" : "a copy") {}
 
     std::vector<InspectionWarning> find() {
         findNestedIdentifiers();
@@ -44,40 +46,9 @@ private:
         warnings_.push_back({code, message, option, std::move(concerns)});
     }
 
-    /// Whether a plain copy, or this one, is not installed because of the bundle.
-    [[nodiscard]] bool keepsIdentifier(const InspectedBundle &bundle) const {
-        if (!needsAppIdentifier(bundle.place.kind) || found_.info.identifier.empty())
-            return false;
-        const std::string &own = found_.info.identifier;
-        if (!found_.isCopy)
-            return bundle.identifier.starts_with(own + ".") || bundle.companion == own;
-        return (!bundle.identifier.empty() && number_.keepsOldIdentifier(bundle.identifier)) ||
-               (!bundle.companion.empty() && bundle.companion != own);
-    }
-
     void findNestedIdentifiers() {
-        Texts concerns;
-        std::string subject;
-        for (const InspectedBundle &bundle : found_.nestedBundles)
-            if (keepsIdentifier(bundle)) {
-                concerns.push_back(bundle.place.folder + ": " + bundle.identifier);
-                subject = nameOf(bundle.place.kind);
-            }
-        if (concerns.empty())
-            return;
-        const bool isOne = concerns.size() == 1;
-        if (isOne)
-            subject = (subject.starts_with("app") ? "An " : "A ") + subject;
-        else
-            subject = std::to_string(concerns.size()) + " nested bundles";
-        const std::string end = isOne ? "s the old identifier: this copy won't install as it is."
-                                      : " the old identifier: this copy won't install as it is.";
-        warn(Code::nestedIdentifier,
-             found_.isCopy ? subject + " keep" + end
-                           : subject + (isOne ? " carries" : " carry") +
-                                 " the app's identifier: a copy won't install as long as the old "
-                                 "one is in there.",
-             "--nested", concerns);
+        for (InspectionWarning &warning : nestedIdentifierWarnings(found_))
+            warnings_.push_back(std::move(warning));
     }
 
     [[nodiscard]] bool hidesNewName(const LocalizedName &name) const {
@@ -103,15 +74,14 @@ private:
     }
 
     void findIcons() {
-        const std::string copy = found_.isCopy ? "this copy" : "a copy";
         if (found_.info.namesCatalogueIcon && found_.hasAssetCatalogue)
             warn(Code::assetCatalogueIcon,
-                 "The asset catalogue has an icon, which goes before files: " + copy +
+                 "The asset catalogue has an icon, which goes before files: " + copy_ +
                      " shows it and not the new icon.",
                  "--icons", {"CFBundleIconName"});
         if (found_.info.hasTabletIcons)
             warn(Code::ipadIcon,
-                 "The iPad has icons of its own: there, " + copy +
+                 "The iPad has icons of its own: there, " + copy_ +
                      " shows them and not the new icon.",
                  "--icons", {"CFBundleIcons~ipad"});
     }
@@ -124,9 +94,9 @@ private:
                     addBound(concerns, slice.signature->entitlements);
         if (!concerns.empty())
             warn(Code::entitlements,
-                 "Rights in the signature are bound to the identifier: a copy needs a signature of "
-                 "its own, and services such as push messages and iCloud work only with rights for "
-                 "the new identifier.",
+                 "Rights in the signature are bound to the identifier: " + copy_ +
+                     " needs a signature of its own, and services such as push messages and iCloud "
+                     "work only with rights for the new identifier.",
                  "", concerns);
     }
 
@@ -142,16 +112,17 @@ private:
         addNew(groups, found_.keychainGroups);
         if (!groups.empty())
             warn(Code::sharedGroup,
-                 "The app shares files or passwords in " + counted(groups.size(), "group") +
-                     ": a copy signed with the same groups reads and changes the original's data.",
+                 "The app shares files or passwords in " + counted(groups.size(), "group") + ": " +
+                     copy_ +
+                     ", signed with the same groups, reads and changes the original's data.",
                  "", groups);
     }
 
     void findReservedIdentifier() {
         if (found_.info.identifier.starts_with("com.apple."))
             warn(Code::reservedIdentifier,
-                 "The identifier begins with \"com.apple.\": the phone installs a copy, but never "
-                 "shows it.",
+                 "The identifier begins with \"com.apple.\": the phone installs " + copy_ +
+                     ", but never shows it.",
                  "--identifier", {found_.info.identifier});
     }
 
@@ -163,8 +134,8 @@ private:
         if (!paths.empty())
             warn(Code::encrypted,
                  counted(paths.size(), "program") + (paths.size() == 1 ? " is" : " are") +
-                     " encrypted for the account that bought the app: a copy closes as soon as it "
-                     "is opened.",
+                     " encrypted for the account that bought the app: " + copy_ +
+                     " closes as soon as it is opened.",
                  "", paths);
     }
 
@@ -188,14 +159,9 @@ private:
     void findUnsafeEntries() {
         if (found_.unsafeEntryCount == 0)
             return;
-        const bool isOne = found_.unsafeEntryCount == 1;
         warn(Code::unsafeEntry,
              counted(found_.unsafeEntryCount, "entry") +
-                 (isOne ? " leads out of the package or below a link, or is a link without a "
-                          "usable target"
-                        : " lead out of the package or below a link, or are links without a usable "
-                          "target") +
-                 ": unpacking fails, and so there is no copy.",
+                 " cannot be unpacked, and so there is no copy.",
              "", found_.unsafeEntries);
     }
 
@@ -212,6 +178,7 @@ private:
 
     const Inspection &found_;
     CopyNumber number_;
+    std::string copy_; ///< in the messages
     std::vector<InspectionWarning> warnings_;
 };
 

@@ -1,5 +1,6 @@
 #include "Vellomir/Job/ListEditor.h"
 
+#include "Vellomir/Inspection/LocalizedNames.h"
 #include "Vellomir/PropertyLists/PropertyListFile.h"
 
 namespace vellomir {
@@ -43,8 +44,8 @@ void ListEditor::tryToEdit(const std::string &path, const Change &change) const 
                     {.path = file.path(), .detail = "A link or a folder is not changed"});
     std::vector<ValueChange> changes;
     try {
-        auto list =
-            PropertyListFile::parse(files_.read(file, PropertyList::maximumSize), progress_);
+        auto list = PropertyListFile::parse(files_.read(file, PropertyList::maximumSize), progress_,
+                                            languageOfStrings(path));
         changes = change(list.list());
         if (changes.empty())
             return;

@@ -1,5 +1,7 @@
 #include "Vellomir/Job/LocalizedNames.h"
 
+#include "Vellomir/Inspection/LocalizedNames.h"
+
 namespace vellomir {
 namespace {
 
@@ -42,7 +44,8 @@ LocalizedChanges changeNamesOfLanguages(PropertyListDictionary &languages,
                                         const NameChange &newName) {
     LocalizedChanges result;
     for (PropertyListMember &language : languages)
-        if (auto *const texts = std::get_if<PropertyListDictionary>(&language.value.content))
+        if (auto *const texts = std::get_if<PropertyListDictionary>(&language.value.content);
+            texts != nullptr && language.key != keyOfNoLanguage)
             change(*texts, {language.key}, newName, result);
     return result;
 }

@@ -11,8 +11,8 @@ namespace {
 constexpr const char *identifierKey = "CFBundleIdentifier";
 
 /// The folders of a bundle in which the phone looks for other bundles.
-constexpr std::array<std::string_view, 4> containers = {"AppClips", "Extensions", "PlugIns",
-                                                        "Watch"};
+constexpr std::array<std::string_view, 5> containers = {"AppClips", "Extensions", "PlugIns",
+                                                        "Watch", "com.apple.WatchPlaceholder"};
 
 /// Of one package. Lists are untrusted; the log still names those of each list.
 constexpr std::size_t maximumKeptTexts = 1000;

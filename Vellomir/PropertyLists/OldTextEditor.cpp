@@ -1,68 +1,15 @@
 #include "Vellomir/PropertyLists/OldTextEditor.h"
 
+#include "Vellomir/PropertyLists/CharacterSet.h"
+#include "Vellomir/PropertyLists/ListText.h"
 #include "Vellomir/PropertyLists/OldTextReader.h"
-#include "Vellomir/PropertyLists/TextDecoding.h"
-#include "Vellomir/PropertyLists/UnicodeText.h"
+#include "Vellomir/PropertyLists/UnicodeForm.h"
 
-#include <algorithm>
-#include <array>
 #include <map>
+#include <utility>
 
 namespace vellomir {
 namespace {
-
-/// How characters become bytes.
-struct TextForm {
-    enum class Units { utf8, utf16BigEndian, utf16LittleEndian };
-
-    Units units = Units::utf8;
-    bool isMarked = false; ///< begins with a byte-order mark
-};
-
-constexpr std::array textForms = {
-    TextForm{TextForm::Units::utf8, false},
-    TextForm{TextForm::Units::utf8, true},
-    TextForm{TextForm::Units::utf16BigEndian, false},
-    TextForm{TextForm::Units::utf16BigEndian, true},
-    TextForm{TextForm::Units::utf16LittleEndian, false},
-    TextForm{TextForm::Units::utf16LittleEndian, true},
-};
-
-void appendUnit(std::string &bytes, char32_t unit, TextForm::Units units) {
-    const char high = static_cast<char>((unit >> 8U) & 0xFFU);
-    const char low = static_cast<char>(unit & 0xFFU);
-    const bool isBigEndian = units == TextForm::Units::utf16BigEndian;
-    bytes += isBigEndian ? high : low;
-    bytes += isBigEndian ? low : high;
-}
-
-/// `text` is valid UTF-8.
-std::string encodedText(std::string_view text, const TextForm &form) {
-    std::string marked = (form.isMarked ? "\xEF\xBB\xBF" : "") + std::string(text);
-    if (form.units == TextForm::Units::utf8)
-        return marked;
-    std::string bytes;
-    for (std::size_t position = 0; position < marked.size();) {
-        const TextCharacter character = characterAt(marked, position);
-        if (character.code >= 0x10000) {
-            const char32_t rest = character.code - 0x10000U;
-            appendUnit(bytes, 0xD800U + (rest >> 10U), form.units);
-            appendUnit(bytes, 0xDC00U + (rest & 0x3FFU), form.units);
-        } else {
-            appendUnit(bytes, character.code, form.units);
-        }
-        position += character.size;
-    }
-    return bytes;
-}
-
-/// The form in which the text gives these bytes.
-const TextForm *formOf(std::string_view bytes, const std::string &text) {
-    const auto *const found =
-        std::find_if(textForms.begin(), textForms.end(),
-                     [&](const TextForm &form) { return encodedText(text, form) == bytes; });
-    return found == textForms.end() ? nullptr : found;
-}
 
 std::string quotedValue(const std::string &text) {
     std::string result = "\"";
@@ -91,43 +38,89 @@ std::optional<std::map<std::string, std::string>> differences(const PropertyList
     return texts;
 }
 
+/// A part of a text, and what is to be there instead.
+struct Replacement {
+    std::size_t start = 0;
+    std::size_t end = 0;
+    std::string text;
+};
+
+std::vector<Replacement> replacements(const std::vector<OldTextPlace> &places,
+                                      const std::map<std::string, std::string> &texts) {
+    std::vector<Replacement> found;
+    for (const OldTextPlace &place : places)
+        if (const auto changed = texts.find(place.key); changed != texts.end())
+            found.push_back(
+                {.start = place.start,
+                 .end = place.end,
+                 .text = (place.start == place.end ? " = " : "") + quotedValue(changed->second)});
+    return found;
+}
+
 /// One pass, because a text may have any number of duplicate keys.
-std::string replacedTexts(std::string_view text, const std::vector<OldTextPlace> &places,
-                          const std::map<std::string, std::string> &texts) {
+std::string replaced(std::string_view text, const std::vector<Replacement> &changes) {
     std::string result;
     std::size_t done = 0;
-    for (const OldTextPlace &place : places) {
-        const auto changed = texts.find(place.key);
-        if (changed == texts.end())
-            continue;
-        result += text.substr(done, place.start - done);
-        result += place.start == place.end ? " = " : "";
-        result += quotedValue(changed->second);
-        done = place.end;
+    for (const Replacement &change : changes) {
+        result += text.substr(done, change.start - done);
+        result += change.text;
+        done = change.end;
     }
     return result.append(text.substr(done));
+}
+
+/// The same changes of the bytes in their character set; nothing if it lacks a character.
+std::optional<std::string> replacedInSet(std::string_view bytes, const char *set,
+                                         const std::vector<Replacement> &changes) {
+    CharacterSet characters(set);
+    std::vector<std::size_t> offsets;
+    for (const Replacement &change : changes)
+        offsets.insert(offsets.end(), {change.start, change.end});
+    offsets = characters.byteOffsets(bytes, offsets);
+    std::vector<Replacement> inBytes;
+    for (std::size_t index = 0; index < changes.size(); ++index) {
+        auto text = characters.encode(changes[index].text);
+        if (!text)
+            return std::nullopt;
+        inBytes.push_back({offsets[2 * index], offsets[2 * index + 1], *std::move(text)});
+    }
+    return replaced(bytes, inBytes);
+}
+
+/// Whether the bytes are read as this list.
+bool areRead(std::string_view bytes, const PropertyList &list, std::string_view language,
+             const archive::Progress *progress) {
+    const ListText read = decodeListText(std::as_bytes(std::span(bytes)), language, progress);
+    return readOldTextPropertyList(read.text, progress) == list.value();
 }
 
 } // namespace
 
 std::optional<archive::Data> editOldTextPropertyList(std::span<const std::byte> bytes,
                                                      const PropertyList &changed,
+                                                     std::string_view language,
                                                      const archive::Progress *progress) {
-    const std::string text = decodePropertyListText(bytes, progress);
-    const std::string_view view(reinterpret_cast<const char *>(bytes.data()), bytes.size());
-    const TextForm *const form = formOf(view, text);
+    const auto [text, set] = decodeListText(bytes, language, progress);
     std::vector<OldTextPlace> places;
     const PropertyListValue old = readOldTextPropertyList(text, progress, &places);
     const auto *const members = std::get_if<PropertyListDictionary>(&old.content);
-    if (form == nullptr || members == nullptr)
-        return std::nullopt;
-    const auto texts = differences(*members, changed.members());
+    const auto texts = members ? differences(*members, changed.members()) : std::nullopt;
     if (!texts)
         return std::nullopt;
-    const archive::Data edited(encodedText(replacedTexts(text, places, *texts), *form));
-    if (PropertyList::parse(edited, progress).value() != changed.value())
+    const auto changes = replacements(places, *texts);
+    const std::string_view view(reinterpret_cast<const char *>(bytes.data()), bytes.size());
+    UnicodeForm form{.units = UnicodeForm::Units::utf16LittleEndian, .isMarked = true};
+    if (set != nullptr) {
+        const auto edited = replacedInSet(view, set, changes);
+        if (edited && areRead(*edited, changed, language, progress))
+            return archive::Data(*edited);
+    } else {
+        form = unicodeFormOf(bytes);
+    }
+    const std::string edited = encodeUnicode(replaced(text, changes), form);
+    if (!areRead(edited, changed, language, progress))
         return std::nullopt;
-    return edited;
+    return archive::Data(edited);
 }
 
 } // namespace vellomir

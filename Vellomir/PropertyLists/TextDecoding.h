@@ -10,8 +10,8 @@ namespace vellomir {
 
 /// Decodes a list in a text format to UTF-8 without byte-order mark.
 ///
-/// The encoding is taken from a byte-order mark of UTF-8 or UTF-16, then from the position of a
-/// zero byte, then from the XML declaration; the default is UTF-8. A declaration may only name
+/// The encoding is taken from a byte-order mark of UTF-8, UTF-16 or UTF-32, then from the positions
+/// of zero bytes, then from the XML declaration; the default is UTF-8. A declaration may only name
 /// encodings of a fixed list, because some of the system's decoders are not safe for untrusted
 /// input.
 ///

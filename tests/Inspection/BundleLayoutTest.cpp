@@ -25,6 +25,8 @@ const std::vector<Layout> layouts = {
     {"Elsewhere/W.appex/Info.plist", {{"Elsewhere/W.appex", BundleKind::other}}},
     {"PlugIns/Deeper/W.appex/Info.plist", {{"PlugIns/Deeper/W.appex", BundleKind::other}}},
     {"Watch/W.app/Info.plist", {{"Watch/W.app", BundleKind::watchApp}}},
+    {"com.apple.WatchPlaceholder/W.app/W",
+     {{"com.apple.WatchPlaceholder/W.app", BundleKind::watchApp}}},
     {"Watch/W.app/PlugIns/E.appex/E",
      {{"Watch/W.app/PlugIns/E.appex", BundleKind::watchExtension}}},
     {"Watch/W.app/Watch/V.app/V", {{"Watch/W.app/Watch/V.app", BundleKind::other}}},

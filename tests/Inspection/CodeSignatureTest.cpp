@@ -26,9 +26,11 @@ const std::string rights =
              memberTexts("keychain-access-groups", {"TEAM.shared"}) +
              member("aps-environment", "production") + "<key>get-task-allow</key><false/>");
 
+/// Of the signature as a whole, or of a part of it.
 std::string complaint(const std::string &bytes) {
     try {
-        static_cast<void>(readCodeSignature(view(bytes)));
+        const std::string problem = readCodeSignature(view(bytes)).problem;
+        return problem.empty() ? "none" : problem;
     } catch (const Error &error) {
         EXPECT_EQ(error.code(), InspectionError::unreadableSignature);
         return reasonOf(error);
@@ -88,12 +90,18 @@ TEST(CodeSignature, TextsOfTheDirectoryNeedAnEnd) {
 
 TEST(CodeSignature, EntitlementsMustBeAPropertyList) {
     const std::string bytes = madeSignature("com.example.notes", "TEAM", "<rights>");
-    try {
-        static_cast<void>(readCodeSignature(view(bytes)));
-        ADD_FAILURE() << "it was read";
-    } catch (const Error &error) {
-        EXPECT_EQ(error.code(), PropertyListError::unreadablePropertyList);
-    }
+    const CodeSignature signature = readCodeSignature(view(bytes));
+    EXPECT_EQ(signature.identifier, "com.example.notes");
+    EXPECT_THAT(signature.problem, HasSubstr("rights"));
+}
+
+TEST(CodeSignature, KeepsEntitlementsBesideADamagedDirectory) {
+    std::string bytes = madeSignature("com.example.notes", "TEAM", rights);
+    bytes.replace(28, 4, test::words({0}, ByteOrder::big)); // its magic number
+    const CodeSignature signature = readCodeSignature(view(bytes));
+    EXPECT_EQ(signature.identifier, "");
+    EXPECT_THAT(signature.entitlements.keychainGroups, ElementsAre("TEAM.shared"));
+    EXPECT_THAT(signature.problem, HasSubstr("no code directory where it should be"));
 }
 
 std::vector<ProgramSlice> programOf(const std::string &signature, std::uint64_t &limit) {

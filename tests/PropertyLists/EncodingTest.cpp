@@ -115,6 +115,40 @@ TEST(Encodings, InvalidUTF8IsRefused) {
         EXPECT_EQ(read("{k=\"" + std::string(bytes) + "\";}"), bytes);
 }
 
+/// Each unit as many bytes, with the mark in front.
+std::string utf32(const std::u32string &text, bool isBig, bool hasMark) {
+    std::string bytes;
+    for (const char32_t character : (hasMark ? U"\uFEFF" : U"") + text)
+        for (unsigned index = 0; index < 4; ++index)
+            bytes += static_cast<char>((character >> 8 * (isBig ? 3 - index : index)) & 0xFFU);
+    return bytes;
+}
+
+TEST(Encodings, ListsMayBeUTF32) {
+    for (const bool isBig : {true, false})
+        for (const bool hasMark : {true, false}) {
+            EXPECT_EQ(read(utf32(U"{k = \"\u00E9\U0001F600\";}", isBig, hasMark)),
+                      "\xC3\xA9\xF0\x9F\x98\x80");
+            EXPECT_EQ(read(utf32(U"<dict><key>k</key><string>v</string></dict>", isBig, hasMark)),
+                      "v");
+        }
+    EXPECT_THAT(refusal(utf32(U"{k = \"", true, true) + std::string("\0\0\xD8\0", 4)),
+                HasSubstr("byte 28: expected text in UTF-32"));
+    EXPECT_THAT(refusal(utf32(U"{}", true, true) + "\x01"), HasSubstr("byte 12"));
+}
+
+/// The first character, a line separator, is "( " or " (" in bytes.
+TEST(Encodings, UTF16IsFoundByZerosBehindTheFirstCharacter) {
+    for (const bool isBig : {true, false})
+        EXPECT_EQ(read((isBig ? "\x20\x28" : "\x28\x20") + utf16("k = vv;", isBig, false)), "vv");
+}
+
+TEST(Encodings, RareZerosDoNotMakeUTF16) {
+    std::string list = "{k = \"" + std::string(100, 'v') + "\";}";
+    list[50] = '\0';
+    EXPECT_EQ(read(list), list.substr(6, 100));
+}
+
 TEST(Encodings, OldTextMayBeUTF16) {
     for (const bool isBig : {true, false})
         for (const bool hasMark : {true, false})

@@ -32,6 +32,40 @@ TEST(PropertyListFile, OldTextIsChangedInPlace) {
     EXPECT_EQ(changed("k; x;", "x", "y"), "k; x = \"y\";");
 }
 
+/// The list in the folder of a language, with another text for the key.
+std::string changedIn(std::string_view language, std::string_view list, const std::string &text) {
+    auto file = PropertyListFile::parse(Data(list), nullptr, language);
+    file.list().setText("k", text);
+    return file.data().text();
+}
+
+TEST(PropertyListFile, OldTextKeepsItsCharacterSet) {
+    EXPECT_EQ(changedIn("de", "/* f\x9Fr */ k = \"f\x9Fr\"; x = \"\xA9\";", "f\xC3\xBCr2"),
+              "/* f\x9Fr */ k = \"f\x9Fr2\"; x = \"\xA9\";");
+    EXPECT_EQ(changedIn("de", "/* f\xFCr */ k = \"f\xFCr\";", "f\xC3\xBCr2"),
+              "/* f\xFCr */ k = \"f\xFCr2\";");
+    // The second byte of these characters is a backslash.
+    EXPECT_EQ(changedIn("Japanese", "x = \"\x83\x5C\"; k = \"\x83\x5C\";", "\xE3\x82\xBD\"2"),
+              "x = \"\x83\x5C\"; k = \"\x83\x5C\\\"2\";");
+    EXPECT_EQ(changedIn("zh_TW", "x = \"\xA5\x5C\"; k;", "\xE5\x8A\x9F"),
+              "x = \"\xA5\x5C\"; k = \"\xA5\x5C\";");
+}
+
+TEST(PropertyListFile, SetWithoutACharacterBecomesUTF16) {
+    const std::string list = changedIn("de", "k = \"f\x9Fr\";", "\xCE\xA9\xE5\x8A\x9F");
+    EXPECT_EQ(list, std::string("\xFF\xFEk\0 \0=\0 \0\"\0\xA9\x03\x9F\x52\"\0;\0", 20));
+}
+
+TEST(PropertyListFile, OnlyOldTextOfALanguageIsGuessed) {
+    for (const auto &[language, text] :
+         {std::pair("", "k = \"\x9F\";"), std::pair("ja", "k = \"\xFF\xFD\";"),
+          std::pair("de", "<dict><key>k</key><string>\x9F</string></dict>")})
+        EXPECT_THROW(static_cast<void>(
+                         PropertyListFile::parse(Data(std::string_view(text)), nullptr, language)),
+                     Error)
+            << text;
+}
+
 TEST(PropertyListFile, ManyDuplicateKeysAreChangedInOnePass) {
     std::string text;
     std::string expected;

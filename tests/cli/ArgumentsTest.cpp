@@ -47,6 +47,13 @@ TEST(Arguments, TextThatBeginsLikeMarkerIsKept) {
     EXPECT_THAT(roundTrip({"\x1f[a]", "\x1f"}), ElementsAre("\x1f[a]", "\x1f"));
 }
 
+TEST(Arguments, NamesTooLongForAFileAreRefused) {
+    EXPECT_THAT(cli::objectionToName(std::string(251, 'n')), IsEmpty());
+    EXPECT_THAT(cli::objectionToName(std::string(252, 'n')), HasSubstr("at most 251 bytes"));
+    EXPECT_THAT(cli::objectionToNumber(std::string(251, '2')), IsEmpty());
+    EXPECT_THAT(cli::objectionToNumber(std::string(252, '2')), HasSubstr("at most 251 bytes"));
+}
+
 TEST(Arguments, UnsafeEntryPathsAreRefused) {
     EXPECT_THAT(cli::objectionToPath(""), HasSubstr("empty"));
     EXPECT_THAT(cli::objectionToPath("/a"), HasSubstr("absolute"));

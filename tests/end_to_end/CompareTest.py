@@ -94,6 +94,27 @@ class Compare(Case):
         self.assertNotRegex(found, "[\x00-\x09\x0b-\x1f\x7f-\u009f]")
 
 
+    def testANameMakesNoLineOfItsOwn(self):
+        self.zip("a.zip", ("a\n0 of 0 entries equal byte for byte", b""), ("b\r", b"1"))
+        self.zip("b.zip", ("b\r", b"2"))
+        self.assertEqual(self.compare("a.zip", "b.zip", code=1),
+                         lines("removed: a\\x0a0 of 0 entries equal byte for byte", "changed: b\\x0d (content)",
+                               "0 of 2 entries equal byte for byte"))
+
+    def testPathsThatAreNoText(self):
+        for name, content in [("a.zip", b"1"), ("b.zip", b"2")]:
+            self.zip(name, ("AA", content), (name, b""))
+            self.write(name, (self.folder / name).read_bytes().replace(b"AA", b"A\xff").replace(
+                b"a.zip", b"a\xff\xfe\xfdp"))
+        options = ["--encoding", "utf-8"]
+        self.assertEqual(self.compare("a.zip", "b.zip", *options, code=1),
+                         lines("removed: a\\xff\\xfe\\xfdp", "added: b.zip", "changed: A\\xff (content)",
+                               "0 of 3 entries equal byte for byte"))
+        self.assertEqual(json.loads(self.compare("a.zip", "b.zip", "--json", *options, code=1)),
+                         {"equal": 0, "added": ["b.zip"], "removed": [""],
+                          "changed": [{"path": "", "what": ["content"]}]})
+
+
 class Failures(Case):
     def setUp(self):
         super().setUp()

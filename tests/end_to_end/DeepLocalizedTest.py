@@ -93,8 +93,8 @@ class Localized(DeepCase):
                    ("d.lproj/InfoPlist.strings/", b"")])
         problems = [
             "Unable to change CFBundleName in a.lproj/InfoPlist.strings: it is no text",
-            "Error while updating b.lproj/InfoPlist.strings: The property list cannot be read: byte "
-            "15: expected text in UTF-8 (entry Payload/Notes.app/b.lproj/InfoPlist.strings): app.ipa",
+            "Error while updating b.lproj/InfoPlist.strings: The old-style text property list cannot "
+            'be read: line 1, "CFBundleName": expected a text, found "ÿ" (entry Payload/Notes.app/b.lproj/InfoPlist.strings): app.ipa',
             "Error while updating c.lproj/InfoPlist.strings: A link or a folder is not changed "
             "(entry Payload/Notes.app/c.lproj/InfoPlist.strings): app.ipa",
             "Error while updating d.lproj/InfoPlist.strings: A link or a folder is not changed "

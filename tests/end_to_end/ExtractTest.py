@@ -2,6 +2,7 @@
 import os
 import subprocess
 import unittest
+import zipfile
 
 from harness import Case, corrupt, makeZip, snapshot
 
@@ -138,6 +139,14 @@ class Extract(Case):
         (self.folder / "a.zip").chmod(0)
         line = self.fail_("archive", "extract", "a.zip", "out", **options)
         self.assertRegex(line, r"Permission denied.*\(ArchiveError\.unreadableArchive\)")
+
+
+class CompressedLinks(Case):
+    def testTheReasonIsSaid(self):
+        for target in [b"t", b"target" * 20]:
+            makeZip(self.folder / "a.zip", [("link", target, 0o120777)], zipfile.ZIP_DEFLATED)
+            self.assertIn("The link is compressed: only a stored link can be read (entry link)",
+                          self.fail_("archive", "extract", "a.zip", "out"))
 
 
 if __name__ == "__main__":

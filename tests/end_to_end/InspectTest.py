@@ -11,6 +11,7 @@ from harness import (ICON_NAMES, PROGRAM, UNCOUNTED, Case, infoPlist, makePackag
                      packageEntries, zipInfo)
 
 sys.path.insert(0, str(Path(__file__).resolve().parents[1] / "packages"))
+import machO  # noqa: E402
 import packages  # noqa: E402
 
 
@@ -59,6 +60,22 @@ class InspectTest(Case):
         self.assertIn("\n  nested-identifier: --nested mends it\n"
                       "    An app extension carries the app's identifier: a copy won't install as long\n", out)
 
+    def testSaysWhatCannotBeSeen(self):
+        for identifier, heading in [("com.example.notes", "No warnings"), ("com.apple.notes", "Warnings about")]:
+            makeZip(self.folder / "a.ipa", entries(infoPlist(CFBundleIdentifier=identifier)))
+            out = self.succeed("inspect", "a.ipa")
+            self.assertIn(heading, out)
+            self.assertTrue(out.endswith("\n\nThis is what can be seen from outside. A program may also check its own\n"
+                                         "identifier.\n"), out)
+
+    def testNamesOfLanguagesAreTheLastColumn(self):
+        """Some letters are two columns wide, and some none."""
+        makeZip(self.folder / "a.ipa", entries(more=[
+            (f"{language}.lproj/InfoPlist.strings", f'CFBundleName = "{name}";'.encode())
+            for language, name in [("ja", "メモ"), ("th", "โน้ต")]]))
+        self.assertIn("\n  ja  ja.lproj/InfoPlist.strings  メモ\n  th  th.lproj/InfoPlist.strings  โน้ต\n",
+                      self.succeed("inspect", "a.ipa"))
+
     def testWarningsDoNotFail(self):
         makeZip(self.folder / "a.ipa", entries(infoPlist(CFBundleIdentifier="com.apple.notes")))
         [warning] = self.inspect("a.ipa")["warnings"]
@@ -98,6 +115,22 @@ class InspectTest(Case):
         makeZip(self.folder / "bad.ipa", entries(b"no list"))
         self.assertRegex(self.fail_("inspect", "bad.ipa"), r"Payload/Notes\.app/Info\.plist.*bad\.ipa|"
                                                            r"bad\.ipa.*Payload/Notes\.app/Info\.plist")
+
+    def testSomethingInFrontOfTheArchiveIsNamed(self):
+        content = makeZip(self.folder / "a.ipa", entries()).read_bytes()
+        self.write("a.ipa", b"#!/bin/sh\n" + content)
+        self.assertRegex(self.fail_("inspect", "a.ipa"),
+                         r"No app was found: the directory promises 1 entry, 0 could be reached: something "
+                         r"stands in front of the archive in its file \(10 bytes\): .*a\.ipa")
+
+    def testDamagedSignature(self):
+        code = machO.thin(machO.Program("com.example.notes", encryption=1))
+        damaged = code.replace(b"\xfa\xde\x0c\xc0", bytes(4))
+        makeZip(self.folder / "a.ipa", entries(more=[("Notes", damaged)]))
+        out = self.succeed("inspect", "a.ipa")
+        self.assertIn("\n  Notes  arm64  encrypted, signed, damaged\n", out)
+        self.assertIn("Payload/Notes.app/Notes: The code signature has no list of parts where it should be\n", out)
+        self.assertEqual(self.codes("a.ipa"), ["encrypted"])
 
     def testNamesControlNoTerminal(self):
         plist = infoPlist(CFBundleDisplayName="No\x7ftes", CFBundleIdentifier="com.\u0085a")

@@ -165,7 +165,7 @@ class Packages(Case):
     def testTheDeepCopyHasNoneOfTheHealedWarnings(self):
         def check(name, package, _):
             self.duplicate(name, "--deep")
-            self.assertEqual(self.codes("copy.ipa"), package.warnings - HEALED)
+            self.assertEqual(self.codes("copy.ipa"), package.warnings - HEALED | package.lasting)
 
         self.forEach(check)
 
@@ -173,7 +173,7 @@ class Packages(Case):
     def testTheDeepCopyWithAnIconShowsIt(self):
         def check(name, package, files):
             copy = self.duplicate(name, "--deep", "--icon", "icon.png")
-            self.assertEqual(self.codes("copy.ipa"), package.warnings - HEALED_WITH_ICON)
+            self.assertEqual(self.codes("copy.ipa"), package.warnings - HEALED_WITH_ICON | package.lasting)
             icons = {f"{package.main}/{icon}" for icon in ICON_NAMES}
             self.assertLessEqual(icons, set(copy))
             _, changed, added = self.differences(name)

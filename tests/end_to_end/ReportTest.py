@@ -77,6 +77,12 @@ class Report(DeepCase):
                 result = self.duplicate("--report", name)
                 self.assertEqual((result.code, result.out), (1, ""), name)
 
+    def testAFolderThatTakesNoFiles(self):
+        self.make()
+        with self.unchanged():
+            self.assertIn("No file can be made in this folder: /proc: No such file or directory",
+                          self.duplicate("--report", "/proc/report.json").err)
+
     def testTheCopyAndItsReportHaveTwoNames(self):
         self.make()
         with self.unchanged():

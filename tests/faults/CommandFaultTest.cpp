@@ -1,5 +1,6 @@
 // The commands, with every system call and every allocation failing in turn.
 
+#include "Vellomir/Inspection/Inspection.h"
 #include "archive/FileManager.h"
 #include "cli/Commands.h"
 #include "files/FileDescriptor.h"
@@ -9,6 +10,7 @@
 
 #include <cstdio>
 #include <fcntl.h>
+#include <optional>
 
 namespace vellomir {
 
@@ -219,6 +221,55 @@ TEST_F(CommandFaults, List) {
                 .checkDone = [&] { expectNothingChanged(); },
                 .neverFailing = {Call::allocate}}, // which the library for JSON does not survive
                cli::ListOptions{.archive = archivePath(), .json = true});
+}
+
+/// A package with something to read of each kind.
+std::string richPackage() {
+    const auto item = [](const std::string &path, const std::string &data) {
+        return test::rawDeflated("Payload/Notes.app/" + path, data);
+    };
+    return test::notesPackage(
+        {item("PlugIns/S.appex/Info.plist", test::plist("<key>CFBundleIdentifier</key>"
+                                                        "<string>com.example.notes.s</string>")),
+         item("de.lproj/InfoPlist.strings", "CFBundleName = \"f\x9Fr\";"),
+         item("ja.lproj/InfoPlist.strings", "CFBundleName = \"\x83\x5C\";"),
+         test::rawLink("Payload/Notes.app/link", "Notes")});
+}
+
+/// A list that cannot be read is a line of the result, and the run goes on.
+TEST_F(CommandFaults, Inspect) {
+    package_ = richPackage();
+    const std::string before = package_;
+    for (const bool json : {false, true})
+        runCommand({.name = json ? "inspect --json" : "inspect",
+                    .checkDone = [&] { expectNothingChanged(); },
+                    .neverFailing = json ? std::vector{Call::allocate} : std::vector<Call>()},
+                   cli::InspectOptions{.package = path("Notes.ipa"), .json = json});
+    EXPECT_TRUE(readFile(folder_ / "Notes.ipa") == before);
+}
+
+/// What cannot be read is missing nowhere: it is noted, or the inspection fails.
+TEST_F(CommandFaults, InspectionNotesWhatItLacks) {
+    package_ = richPackage();
+    reset();
+    const auto look = [&] {
+        return inspect(*Archive::open(URL::file(path("Notes.ipa")), Archive::AccessMode::read));
+    };
+    const Inspection whole = look();
+    std::optional<Inspection> found;
+    test::runWithFaults({.name = "inspect a package",
+                         .prepare = [&] { found.reset(); },
+                         .run = [&] { found = look(); },
+                         .checkDone =
+                             [&] {
+                                 if (found->unread.size() > whole.unread.size())
+                                     return;
+                                 EXPECT_EQ(found->unread, whole.unread);
+                                 EXPECT_EQ(found->warnings, whole.warnings);
+                                 EXPECT_EQ(found->localizedNames, whole.localizedNames);
+                                 EXPECT_EQ(found->nestedBundles, whole.nestedBundles);
+                             },
+                         .names = {path("Notes.ipa")}});
 }
 
 TEST_F(CommandFaults, Cat) {

@@ -18,9 +18,11 @@ MAIN = "Payload/Notes.app"
 
 @dataclasses.dataclass(frozen=True)
 class Package:
-    """`warnings`: the codes that must be found in it, and no others. `main`: the app's folder."""
+    """`warnings`: the codes that must be found in it, and no others. `lasting`: those of them that no
+    option heals here, although it heals others of their kind. `main`: the app's folder."""
     make: object
     warnings: frozenset = frozenset()
+    lasting: frozenset = frozenset()
     packing: packers.Packing = packers.USUAL
     main: str = MAIN
 
@@ -189,7 +191,7 @@ PACKAGES = {
                         main="Payload/Messenger.app"),
     "watch": warned(watch, "nested-identifier"),
     "clip": warned(clip, "nested-identifier", "entitlements"),
-    "foreign-extension": Package(foreignExtension),
+    "foreign-extension": warned(foreignExtension, "nested-identifier", lasting=frozenset(["nested-identifier"])),
     "languages": warned(languages, "localized-name"),
     "other-texts": Package(otherTexts),
     "ipad": warned(ipad, "ipad-icon", "asset-catalogue-icon"),

@@ -39,6 +39,7 @@ private:
     friend class Archive;
     friend class ArchiveUnpacker;
     friend class EntryRange;
+    friend class EntryTransfer;
     friend class PathIndex;
     explicit EntryIterator(const Archive &archive);
     /// For single records in any order, which are read in small pieces.

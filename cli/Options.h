@@ -35,6 +35,7 @@ struct DuplicateOptions {
     bool json = false;
     DeepChanges changes;               ///< `icons` only with an icon
     std::optional<std::string> report; ///< the file that lists what was changed
+    bool onDisk = false;               ///< unpack to a folder, also where a list would do
 };
 
 struct InspectOptions {

@@ -5,6 +5,7 @@
 #include "files/FileContent.h"
 #include "files/FileStatus.h"
 #include "files/FolderChanges.h"
+#include "files/PositionedStream.h"
 
 #include <cerrno>
 
@@ -62,6 +63,13 @@ Error explainMissingRecord(std::FILE *file) {
     return unreadable("This is not a ZIP archive: it has no end record");
 }
 
+/// A null buffer would leave the C library's own size, whatever size is asked for.
+void setStream(Archive::BackingConfiguration &configuration, Archive::FilePointer stream) {
+    configuration.streamBuffer = std::make_unique<char[]>(defaultPOSIXBufferSize);
+    std::setvbuf(stream.get(), configuration.streamBuffer.get(), _IOFBF, defaultPOSIXBufferSize);
+    configuration.file = std::move(stream);
+}
+
 Archive::BackingConfiguration scanned(Archive::BackingConfiguration configuration,
                                       const Archive::ProgressPointer &progress) {
     EndRecordsScan scan =
@@ -97,10 +105,7 @@ Archive::BackingConfiguration scanned(Archive::BackingConfiguration configuratio
 Archive::BackingConfiguration Archive::makeBackingConfiguration(FilePointer stream, AccessMode mode,
                                                                 const ProgressPointer &progress) {
     BackingConfiguration configuration;
-    // A null buffer would leave the C library's own size, whatever size is asked for.
-    configuration.streamBuffer = std::make_unique<char[]>(defaultPOSIXBufferSize);
-    std::setvbuf(stream.get(), configuration.streamBuffer.get(), _IOFBF, defaultPOSIXBufferSize);
-    configuration.file = std::move(stream);
+    setStream(configuration, std::move(stream));
     if (mode == AccessMode::create)
         writeEmptyArchive(configuration.file.get());
     configuration = scanned(std::move(configuration), progress);
@@ -179,6 +184,22 @@ std::unique_ptr<Archive> Archive::open(Data data, AccessMode accessMode,
     } catch (const Error &error) {
         rethrowAsOpeningError(error, url, accessMode);
     }
+}
+
+std::unique_ptr<Archive> Archive::openForAnotherThread() const {
+    const int descriptor = ::fileno(archiveFile());
+    if (accessMode_ != AccessMode::read || isMemory() || descriptor < 0)
+        return nullptr;
+    FileDescriptor file = duplicate(descriptor);
+    FilePointer stream(file.isOpen() ? openPositionedStream(std::move(file)) : nullptr);
+    if (!stream)
+        throw Error(DataError::unreadableFile, {.path = filePath(), .systemError = errno});
+    BackingConfiguration configuration;
+    setStream(configuration, std::move(stream));
+    configuration.endOfCentralDirectoryRecord = endOfCentralDirectoryRecord_;
+    configuration.zip64EndOfCentralDirectory = zip64EndOfCentralDirectory_;
+    return std::unique_ptr<Archive>(
+        new Archive(url_, accessMode_, preferredEncoding_, std::move(configuration)));
 }
 
 std::unique_ptr<Archive> Archive::make(const URL &url, AccessMode accessMode,

@@ -16,9 +16,9 @@
 
 namespace vellomir::archive {
 
-class ArchiveUnpacker;
 class DestinationFolder;
 class EntryAppender;
+class EntryWriter;
 class PathIndex;
 struct EndRecords;
 struct FileAddition;
@@ -105,6 +105,11 @@ public:
     open(FilePointer stream, const URL &url, AccessMode accessMode,
          std::optional<TextEncoding> preferredEncoding = std::nullopt,
          const ProgressPointer &progress = nullptr);
+
+    /// The same archive for another thread: over the same open file, whatever has taken its name,
+    /// but with a stream and a position of its own. Throws `DataError::unreadableFile`. Null for an
+    /// archive in memory, one over a stream without a file, and one not opened for reading only.
+    [[nodiscard]] std::unique_ptr<Archive> openForAnotherThread() const;
 
     Archive(const Archive &) = delete;
     Archive &operator=(const Archive &) = delete;
@@ -335,9 +340,9 @@ public:
     /// @}
 
 private:
-    friend class ArchiveUnpacker;
     friend class EntryAppender;
     friend EntryIterator;
+    friend class EntryWriter;
     friend class PathIndex;
 
     Archive(URL url, AccessMode accessMode, std::optional<TextEncoding> preferredEncoding,

@@ -1,7 +1,8 @@
 #include "archive/ArchiveUnpacker.h"
 
-#include "archive/PathBelow.h"
 #include "archive/SaturatedSum.h"
+
+#include <thread>
 
 namespace vellomir::archive {
 namespace {
@@ -12,13 +13,23 @@ std::size_t index(EntryType type) {
     return static_cast<std::size_t>(type);
 }
 
+FileManager::UnzipOptions withJobs(FileManager::UnzipOptions options) {
+    constexpr unsigned most = 8;
+    if (options.jobs == 0)
+        options.jobs = std::clamp(std::thread::hardware_concurrency(), 1U, most);
+    return options;
+}
+
 } // namespace
 
 ArchiveUnpacker::ArchiveUnpacker(const URL &at, const URL &to,
-                                 const FileManager::UnzipOptions &options)
-    : options_(options), archive_(Archive::open(at, Archive::AccessMode::read,
-                                                options.preferredEncoding, options.progress)),
-      entries_(archive_->makeIterator()), destination_(to), folder_(to) {}
+                                 const FileManager::UnzipOptions &options,
+                                 const FileBatches::Limits &limits)
+    : options_(withJobs(options)),
+      archive_(Archive::open(at, Archive::AccessMode::read, options.preferredEncoding,
+                             options.progress)),
+      destination_(to), folder_(to), writer_(*archive_, folder_, destination_, options_),
+      batches_(limits) {}
 
 void ArchiveUnpacker::run() {
     readDirectory();
@@ -41,10 +52,11 @@ void ArchiveUnpacker::run() {
 /// Remembers where the records are and not what they hold: records may share one local header, and
 /// that may be large.
 void ArchiveUnpacker::readDirectory() {
+    EntryIterator entries = archive_->makeIterator();
     for (;;) {
         throwIfCancelled();
-        const std::uint64_t position = entries_.position_;
-        const auto entry = entries_.next();
+        const std::uint64_t position = entries.position_;
+        const auto entry = entries.next();
         if (!entry)
             return;
         positions_.at(index(entry->type())).push_back(position);
@@ -53,47 +65,31 @@ void ArchiveUnpacker::readDirectory() {
 }
 
 void ArchiveUnpacker::count(const Entry &entry) {
+    const std::uint64_t size = entry.centralDirectoryStructure().effectiveUncompressedSize();
     if (options_.progress)
         totalUnitCount_ += Archive::totalUnitCountForReading(entry);
     if (entry.type() != EntryType::directory)
-        promisedBytes_ = saturatedSum(
-            promisedBytes_, entry.centralDirectoryStructure().effectiveUncompressedSize());
+        promisedBytes_ = saturatedSum(promisedBytes_, size);
+    if (entry.type() == EntryType::file && options_.jobs > 1)
+        batches_.add(size);
 }
 
 void ArchiveUnpacker::extractAll() {
-    for (const EntryType type : {EntryType::directory, EntryType::file, EntryType::symlink})
-        for (const std::uint64_t position : positions_.at(index(type))) {
-            throwIfCancelled();
-            const Entry entry = entryAt(position, type);
-            const std::string path = archive_->path(entry);
-            try {
-                extract(entry, path);
-            } catch (const Error &error) {
-                throw error.about(path);
-            }
-        }
+    extract(EntryType::directory);
+    extractFiles();
+    extract(EntryType::symlink);
 }
 
-Entry ArchiveUnpacker::entryAt(std::uint64_t position, EntryType type) {
-    entries_.goTo(position);
-    auto entry = entries_.next();
-    if (!entry || entry->type() != type)
-        throw Error(ArchiveError::unreadableArchive,
-                    {.path = archive_->url().path(),
-                     .detail = "The archive was changed while it was unpacked"});
-    return std::move(*entry);
+void ArchiveUnpacker::extractFiles() {
+    if (options_.jobs <= 1)
+        return extract(EntryType::file);
+    FileWorkers(*archive_, folder_, writer_, destination_, options_)
+        .write(positions_.at(index(EntryType::file)), batches_);
 }
 
-void ArchiveUnpacker::extract(const Entry &entry, const std::string &entryPath) {
-    const std::string path = pathBelow(destination_, entryPath);
-    Archive::ExtractOptions options{.skipCRC32 = options_.skipCRC32};
-    options.progress =
-        childProgress(options_.progress, [&] { return Archive::totalUnitCountForReading(entry); });
-    if (options_.holdsToDirectory)
-        options.sizeLimit = entry.centralDirectoryStructure().effectiveUncompressedSize();
-    const CRC32 checksum = archive_->extract(entry, path, folder_, options);
-    if (!options_.skipCRC32)
-        archive_->requireChecksum(entry, checksum);
+void ArchiveUnpacker::extract(EntryType type) {
+    for (const std::uint64_t position : positions_.at(index(type)))
+        writer_.write(position, type);
 }
 
 void ArchiveUnpacker::throwIfCancelled() const {

@@ -43,6 +43,8 @@ ItemAttributes itemAttributes(const FileAttributes &attributes) {
 } // namespace
 
 void DestinationFile::write(std::span<const std::byte> chunk) {
+    if (observer_ != nullptr)
+        observer_->willWrite();
     if (!writeFully(descriptor_.get(), chunk))
         throw Error(DataError::unwritableFile, {.path = path_, .systemError = errno});
 }
@@ -54,6 +56,15 @@ void DestinationFile::finish(const FileAttributes &attributes) {
 }
 
 DestinationFolder::DestinationFolder(const URL &url) : rootPath_(url.path()) {}
+
+DestinationFolder DestinationFolder::forAnotherThread() const {
+    DestinationFolder other(URL::folder(rootPath_));
+    other.rootPath_ = rootPath_;
+    other.root_ = duplicate(root_.get());
+    if (!other.root_.isOpen())
+        throw writeError(rootPath_, errno);
+    return other;
+}
 
 void DestinationFolder::requireRoom(std::uint64_t bytes) const {
     requireFreeRoom(rootPath_, bytes);
@@ -71,7 +82,9 @@ DestinationFile DestinationFolder::createFile(std::string_view path) {
         ::vellomir::createFile(place.itemName(), Access::write, S_IRUSR | S_IWUSR);
     if (!descriptor.isOpen())
         throw errno == EEXIST ? writeError(fullPath(path), errno) : cannotOpen(errno);
-    return {std::move(descriptor), fullPath(path)};
+    if (observer_ != nullptr)
+        observer_->madeFile();
+    return {std::move(descriptor), fullPath(path), observer_};
 }
 
 void DestinationFolder::createDirectory(std::string_view path, const FileAttributes &attributes) {
@@ -109,6 +122,24 @@ void DestinationFolder::requireNothing(std::string_view path) {
     const Item place = item(path, MissingFolders::refuse);
     if (place.folder >= 0 && statusOf(place.itemName(), Links::refuse))
         throw writeError(fullPath(path), EEXIST);
+}
+
+void DestinationFolder::removeFile(std::string_view path) {
+    const Item place = item(path, MissingFolders::refuse);
+    const auto status =
+        place.folder >= 0 ? statusOf(place.itemName(), Links::refuse) : std::nullopt;
+    if (status && status->isRegularFile())
+        static_cast<void>(::vellomir::removeFile(place.itemName()));
+}
+
+bool DestinationFolder::removeEmptyFolder(std::string_view path) {
+    const Item place = item(path, MissingFolders::refuse);
+    return place.folder < 0 || removeFolder(place.itemName()) || errno == ENOENT;
+}
+
+void DestinationFolder::forgetParents() {
+    for (Parent &each : parents_)
+        each = {};
 }
 
 void DestinationFolder::finishDirectories(const Progress *progress) {
@@ -225,6 +256,8 @@ FileDescriptor DestinationFolder::openFolder(int parent, const std::string &name
     const bool isNew = makeFolder({parent, name}, defaultDirectoryPermissions);
     if (!isNew && errno != EEXIST)
         throw writeError(fullPath(path), errno);
+    if (isNew && observer_ != nullptr)
+        observer_->madeFolder(path);
     FileDescriptor folder = ::vellomir::openFolder({parent, name}, FolderUse::names);
     const int systemError = errno;
     if (!folder.isOpen() && isLink({parent, name}))

@@ -15,11 +15,28 @@
 
 namespace vellomir::archive {
 
+/// Learns what is made in a `DestinationFolder`, on the thread that makes it.
+class DestinationObserver {
+public:
+    DestinationObserver() = default;
+    DestinationObserver(const DestinationObserver &) = delete;
+    DestinationObserver &operator=(const DestinationObserver &) = delete;
+    virtual ~DestinationObserver() = default;
+
+    /// A file was made, and nothing has been written to it.
+    virtual void madeFile() = 0;
+    /// A folder was made for an item below it: after the one above it, if that was made as well.
+    virtual void madeFolder(std::string_view path) = 0;
+    /// Before each piece of a file's data. What this throws ends the extraction.
+    virtual void willWrite() = 0;
+};
+
 /// A file that is being extracted.
 class DestinationFile {
 public:
-    DestinationFile(FileDescriptor descriptor, std::string path)
-        : descriptor_(std::move(descriptor)), path_(std::move(path)) {}
+    /// The observer may be null.
+    DestinationFile(FileDescriptor descriptor, std::string path, DestinationObserver *observer)
+        : descriptor_(std::move(descriptor)), path_(std::move(path)), observer_(observer) {}
 
     /// Throws `DataError::unwritableFile`.
     void write(std::span<const std::byte> chunk);
@@ -29,6 +46,7 @@ public:
 private:
     FileDescriptor descriptor_;
     std::string path_;
+    DestinationObserver *observer_;
 };
 
 /// The folder that an archive is unpacked into. Everything is made below it, by names that are
@@ -36,11 +54,21 @@ private:
 /// is there already or is put there meanwhile.
 ///
 /// Paths are relative, without ".", ".." and empty components. Missing parents are made on the way.
-/// All operations throw `FileError`s with the full path.
+/// All operations throw `FileError`s with the full path. One thread at a time; `forAnotherThread`
+/// makes one for each of the others.
 class DestinationFolder {
 public:
     /// Touches nothing yet; the folder is made with its first item.
     explicit DestinationFolder(const URL &url);
+
+    /// The same folder, which must be open, for files made on another thread. Its attributes and
+    /// those of the folders in it are left to this one.
+    [[nodiscard]] DestinationFolder forAnotherThread() const;
+    /// Whether the folder itself has been made, or found, and opened.
+    [[nodiscard]] bool isOpen() const { return root_.isOpen(); }
+
+    /// Null for none. It must outlive the files that are made meanwhile.
+    void setObserver(DestinationObserver *observer) { observer_ = observer; }
 
     /// Throws `fileWriteOutOfSpace` if the file system of the folder has less room than this. Makes
     /// nothing.
@@ -71,6 +99,13 @@ public:
     /// Once the progress, which may be null, is cancelled, 10,000 more folders are finished, which
     /// takes less than half a second; `cancelledOperation` if there are more.
     void finishDirectories(const Progress *progress);
+
+    /// Removes a file that was made here. Does nothing if there is none, or something else.
+    void removeFile(std::string_view path);
+    /// Removes a folder if it is empty. False if it is still there.
+    [[nodiscard]] bool removeEmptyFolder(std::string_view path);
+    /// Closes the folders of the last items, which may have been removed.
+    void forgetParents();
 
     /// For messages.
     [[nodiscard]] std::string fullPath(std::string_view path) const;
@@ -113,6 +148,7 @@ private:
     std::array<Parent, 16> parents_;
     std::size_t nextParent_ = 0;
     std::vector<Directory> directories_;
+    DestinationObserver *observer_ = nullptr;
 };
 
 } // namespace vellomir::archive

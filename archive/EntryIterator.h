@@ -40,6 +40,7 @@ private:
     friend class ArchiveUnpacker;
     friend class EntryRange;
     friend class EntryTransfer;
+    friend class EntryWriter;
     friend class PathIndex;
     explicit EntryIterator(const Archive &archive);
     /// For single records in any order, which are read in small pieces.

@@ -37,6 +37,11 @@ public:
         /// asked for before anything is written (`fileWriteOutOfSpace`), and an entry that is
         /// longer than its size is stopped there (`invalidEntrySize`).
         bool holdsToDirectory = false;
+        /// How many threads write files, the caller's one included; 0 for one a core, at most 8.
+        /// The result is that of one thread: after a failure, the error is that of the first entry
+        /// that failed in the archive's order, and nothing of the files behind it stays. Where the
+        /// system makes no more threads, there are fewer.
+        unsigned jobs = 1;
     };
     /// The same with these options.
     void unzipItem(const URL &at, const URL &to, const UnzipOptions &options) const;

@@ -60,8 +60,10 @@ void Progress::throwIfCancelled(const std::string &path) const {
 }
 
 void Progress::changed() {
-    if (observer_)
+    if (observer_) {
+        const std::lock_guard lock(observerLock_);
         observer_(*this);
+    }
     if (!parent_)
         return;
     if (completedUnitCount() >= totalUnitCount())

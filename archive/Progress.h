@@ -16,7 +16,8 @@ namespace vellomir::archive {
 /// The engine counts after each chunk (16 KiB by default) and polls for cancellation before each.
 class Progress : public std::enable_shared_from_this<Progress> {
 public:
-    /// Called on the working thread after each change of this object or of one below it.
+    /// Called on a working thread after each change of this object or of one below it; never on two
+    /// threads at once.
     using Observer = std::function<void(const Progress &)>;
 
     /// One that has this total, and nothing completed.
@@ -69,6 +70,7 @@ private:
     mutable std::mutex childrenLock_;
     std::vector<Child> children_;
     Observer observer_;
+    std::recursive_mutex observerLock_; ///< an observer may change the progress
 };
 
 } // namespace vellomir::archive

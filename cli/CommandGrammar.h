@@ -6,7 +6,9 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <charconv>
 #include <string>
+#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -89,6 +91,19 @@ public:
         });
     }
 
+    /// How many threads may work, from 1 to `mostJobs`.
+    void jobs(unsigned &target) {
+        const std::string help = "how many threads write files: 1 to " + std::to_string(mostJobs) +
+                                 " (one a core,\nat most 8); the result is always the same";
+        option("--jobs", "N", help, [&target](const std::string &text) {
+            const char *const end = text.data() + text.size();
+            const auto [rest, error] = std::from_chars(text.data(), end, target);
+            if (error != std::errc() || rest != end || target < 1 || target > mostJobs)
+                reject("--jobs",
+                       "\"" + text + "\" is no number from 1 to " + std::to_string(mostJobs));
+        });
+    }
+
     CLI::Option &flag(const std::string &name, bool &target, const std::string &help) {
         return *app_.add_flag(name, target, help);
     }
@@ -98,6 +113,8 @@ public:
     }
 
 private:
+    static constexpr unsigned mostJobs = 64;
+
     template <class Take>
     CLI::Option &option(const std::string &name, const std::string &placeholder,
                         const std::string &help, Take take) {

@@ -208,6 +208,7 @@ void Grammar::declareExtract(CLI::App &parent) {
     command.choice("--encoding", extract_.encoding, encodings,
                    "how all names are stored (else each entry says it)");
     command.flag("--skip-crc32", extract_.skipCRC32, "do not check the data against its checksums");
+    command.jobs(extract_.jobs);
     declareFeedback(command);
     choose(command, extract_);
 }

@@ -32,7 +32,8 @@ void run(const ExtractOptions &options, Session &session) {
                     {.skipCRC32 = options.skipCRC32,
                      .progress = session.progress(),
                      .preferredEncoding = options.encoding,
-                     .holdsToDirectory = true});
+                     .holdsToDirectory = true,
+                     .jobs = options.jobs});
     if (reach.reached == 0) // and no folder was made on the way
         files.createParentDirectoryStructure(destination.appendingPathComponent("entry"));
     if (const auto missing = shortfall(reach))

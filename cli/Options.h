@@ -56,6 +56,7 @@ struct ExtractOptions {
     std::string destination;
     std::optional<archive::TextEncoding> encoding;
     bool skipCRC32 = false;
+    unsigned jobs = 0; ///< threads; 0: one a core, at most 8
 };
 
 struct CreateOptions {

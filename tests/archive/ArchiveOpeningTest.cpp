@@ -2,6 +2,7 @@
 
 #include "tests/support/Archives.h"
 #include "tests/support/Errors.h"
+#include "tests/support/Random.h"
 #include "tests/support/RecordArchive.h"
 
 #include <gmock/gmock.h>
@@ -246,6 +247,41 @@ TEST(Creating, InMemoryIgnoresTheBytes) {
     ASSERT_TRUE(archive);
     EXPECT_EQ(archive->data()->text(), emptyArchive);
     EXPECT_TRUE(archive->isMemory());
+}
+
+TEST(OpeningForAnotherThread, BothReadAtPositionsOfTheirOwn) {
+    const test::TemporaryFolder folder;
+    const std::string text = test::randomText(50'000);
+    test::writeFile(folder / "a.zip", test::rawArchive({{"a", text}, {"b", "short"}}));
+    const auto first = Archive::open(folder.url("a.zip"), AccessMode::read);
+    const auto second = first->openForAnotherThread();
+    ASSERT_NE(second, nullptr);
+    EXPECT_EQ(test::paths(*second), test::paths(*first));
+    const Entry entry = (*first)["a"].value();
+    std::string found;
+    first->extractChecked(entry, [&](std::span<const std::byte> chunk) {
+        found += Data(chunk).text();
+        EXPECT_EQ(test::contentOf(*second, "b"), "short");
+    });
+    EXPECT_EQ(found, text);
+}
+
+TEST(OpeningForAnotherThread, ReadsTheSameFileWhateverHasItsName) {
+    const test::TemporaryFolder folder;
+    test::writeFile(folder / "a.zip", test::rawArchive({{"a", "old"}}));
+    const auto first = Archive::open(folder.url("a.zip"), AccessMode::read);
+    std::filesystem::remove(folder / "a.zip");
+    test::writeFile(folder / "a.zip", test::rawArchive({{"a", "new"}}));
+    EXPECT_EQ(test::contentOf(*first->openForAnotherThread(), "a"), "old");
+}
+
+TEST(OpeningForAnotherThread, NeedsAFileThatIsOnlyRead) {
+    const test::TemporaryFolder folder;
+    test::writeFile(folder / "a.zip", test::rawArchive({}));
+    EXPECT_EQ(test::openBytes(test::rawArchive({}), AccessMode::read)->openForAnotherThread(),
+              nullptr);
+    EXPECT_EQ(Archive::open(folder.url("a.zip"), AccessMode::update)->openForAnotherThread(),
+              nullptr);
 }
 
 TEST(OpeningErrors, CancelledSearchHasItsOwnError) {

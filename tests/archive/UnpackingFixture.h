@@ -1,14 +1,25 @@
 #pragma once
 
-#include "archive/FileManager.h"
+#include "archive/ArchiveUnpacker.h"
 #include "tests/support/Archives.h"
 #include "tests/support/Errors.h"
 
+#include <cstdlib>
 #include <sys/stat.h>
 
 namespace vellomir::archive {
 
 inline constexpr time_t storedTime = 1735737958; ///< of rawArchive's entries
+
+/// Unpacks as `FileManager` does. The tests run once more with VELLOMIR_TEST_JOBS threads, which
+/// take file by file.
+inline void unzip(const URL &at, const URL &to, FileManager::UnzipOptions options) {
+    const char *const jobs = std::getenv("VELLOMIR_TEST_JOBS");
+    if (jobs == nullptr || !FileManager().itemExists(at))
+        return FileManager().unzipItem(at, to, options);
+    options.jobs = static_cast<unsigned>(std::stoul(jobs));
+    ArchiveUnpacker(at, to, options, {.files = 1}).run();
+}
 
 /// Unpacks "a.zip" to "out".
 class Unpacking : public testing::Test {
@@ -17,7 +28,7 @@ protected:
         test::writeFile(folder_ / "a.zip", test::rawArchive(entries));
     }
     void unpack(const FileManager::UnzipOptions &options = {}) {
-        FileManager().unzipItem(folder_.url("a.zip"), folder_.url("out"), options);
+        archive::unzip(folder_.url("a.zip"), folder_.url("out"), options);
     }
     /// The error of unpacking; one without a code if there is none.
     Error unzip(const FileManager::UnzipOptions &options = {}) {

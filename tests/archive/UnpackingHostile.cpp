@@ -244,7 +244,7 @@ protected:
         test::writeFile(folder_ / "a.zip", test::rawArchive(entries));
         fs::create_directory(folder_ / "out");
         const test::Umask umask(GetParam());
-        FileManager().unzipItem(folder_.url("a.zip"), folder_.url("out"));
+        unzip(folder_.url("a.zip"), folder_.url("out"), {});
     }
     [[nodiscard]] mode_t mode(const std::string &path) const {
         struct stat status {};

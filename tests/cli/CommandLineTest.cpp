@@ -112,10 +112,12 @@ TEST(CommandLine, ArchiveCommandsAcceptTheirOptions) {
     EXPECT_TRUE(list.json);
 
     const auto extract = options<ExtractOptions>(
-        {"archive", "extract", "a", "d", "--skip-crc32", "--encoding", "utf-8"});
+        {"archive", "extract", "a", "d", "--skip-crc32", "--encoding", "utf-8", "--jobs", "64"});
     EXPECT_EQ(extract.destination, "d");
     EXPECT_EQ(extract.encoding, archive::TextEncoding::utf8);
     EXPECT_TRUE(extract.skipCRC32);
+    EXPECT_EQ(extract.jobs, 64U);
+    EXPECT_EQ(options<ExtractOptions>({"archive", "extract", "a", "d"}).jobs, 0U);
 
     const auto create = options<CreateOptions>(
         {"archive", "create", "a", "s", "--keep-parent", "--method", "deflate"});
@@ -191,6 +193,11 @@ TEST(CommandLine, WrongCommandLinesAreRefused) {
         {{"archive", "list", "[a]", "[b]"}, "not expected: [b]"},
         {{"archive", "list", "a", "--encoding", "latin1"}, "\"latin1\" is none of utf-8|cp437"},
         {{"archive", "create", "a", "b", "--method", "lzma"}, "\"lzma\" is none of none|deflate"},
+        {{"archive", "extract", "a", "b", "--jobs", "0"}, "\"0\" is no number from 1 to 64"},
+        {{"archive", "extract", "a", "b", "--jobs", "65"}, "\"65\" is no number from 1 to 64"},
+        {{"archive", "extract", "a", "b", "--jobs", "-1"}, "\"-1\" is no number from 1 to 64"},
+        {{"archive", "extract", "a", "b", "--jobs", "2x"}, "\"2x\" is no number from 1 to 64"},
+        {{"archive", "extract", "a", "b", "--jobs="}, "\"\" is no number from 1 to 64"},
         {{"archive", "create", "a", "b", "--progress", "on"}, "none of auto|always|never"},
         {{"archive", "add", "a"}, "PATH"},
         {{"archive", "add", "a", "../b"}, "\"../b\""},

@@ -311,6 +311,31 @@ TEST_F(EngineFaults, RemoveInMemory) {
         {.names = anyName_});
 }
 
+/// Which thread meets the fault differs from run to run: a fault may also make workers fewer.
+TEST_F(EngineFaults, UnzipWithWorkers) {
+    std::vector<test::RawEntry> entries = {test::rawDirectory("d/")};
+    for (int index = 0; index < 40; ++index)
+        entries.push_back({"d/" + std::to_string(index % 3) + "/" + std::to_string(index), "1"});
+    runWithFaults(
+        "unpack with three threads",
+        [&] { FileManager().unzipItem(folder_.url("many.zip"), folder_.url("out"), {.jobs = 3}); },
+        [&] { EXPECT_EQ(test::contents(folder_ / "out").size(), 1U + 3U + 40U); },
+        {.prepare =
+             [&] {
+                 reset();
+                 test::writeFile(folder_ / "many.zip", test::rawArchive(entries));
+             },
+         .checkFailed =
+             [&] {
+                 const auto found = test::contents(folder_ / "out");
+                 std::size_t files = 0;
+                 for (const auto &[path, text] : found)
+                     files += text.ends_with(" 1") ? 1U : 0U;
+                 for (std::size_t index = 0; index < files; ++index)
+                     EXPECT_TRUE(found.contains(entries[1 + index].name)) << "one in front";
+             }});
+}
+
 TEST_F(EngineFaults, QuestionsAboutItems) {
     std::int64_t size = 0;
     runWithFaults(

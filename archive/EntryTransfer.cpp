@@ -1,6 +1,7 @@
 #include "archive/EntryTransfer.h"
 
 #include "archive/EntryAttributes.h"
+#include "archive/FileWorkers.h"
 #include "archive/PlacedArchive.h"
 #include "archive/SaturatedSum.h"
 #include "archive/UnitCount.h"
@@ -42,14 +43,16 @@ Date::DateTime currentDateTime() {
 
 } // namespace
 
-/// Inflates files to where they belong.
+/// Inflates files to where they belong, on one thread.
 class EntryTransfer::Worker {
 public:
-    Worker(const EntryTransfer &transfer, const Archive &archive)
-        : transfer_(transfer), archive_(archive), entries_(archive.makeIterator()),
-          writer_(*transfer.target_) {}
+    /// `own` is the archive, unless the caller owns it.
+    Worker(const EntryTransfer &transfer, const Archive &archive, std::unique_ptr<Archive> own)
+        : transfer_(transfer), own_(std::move(own)), archive_(archive),
+          entries_(archive.makeIterator()), writer_(*transfer.target_) {}
 
     void transfer(const File &file) {
+        requireNotCancelled(transfer_.options_.progress);
         ListedItem &item = *file.item;
         const auto entry = entryAt(file.position);
         const bool isWritten = !item.content && transfer_.isInFolder(item.path);
@@ -87,6 +90,7 @@ private:
     }
 
     const EntryTransfer &transfer_;
+    std::unique_ptr<Archive> own_;
     const Archive &archive_;
     Archive::EntryIterator entries_;
     PlacedArchive::Writer writer_;
@@ -101,14 +105,7 @@ EntryTransfer::EntryTransfer(Archive::FilePointer archive, const std::string &ne
     list_.finish(currentDateTime());
     requireFreeRoom(folderOf(newPath), promisedBytes_);
     target_ = std::make_unique<PlacedArchive>(newPath);
-    const std::vector<File> ordered = files();
-    reservePlaces(ordered);
-    Worker worker(*this, *old);
-    for (const File &file : ordered) {
-        requireNotCancelled(options_.progress);
-        worker.transfer(file);
-    }
-    worker.finish();
+    transfer(*old, files());
 }
 
 EntryTransfer::~EntryTransfer() = default;
@@ -185,10 +182,44 @@ std::vector<EntryTransfer::File> EntryTransfer::files() {
     return files;
 }
 
-void EntryTransfer::reservePlaces(std::span<const File> files) {
-    for (const File &file : files)
+void EntryTransfer::transfer(const Archive &archive, std::span<const File> files) {
+    FileBatches batches({});
+    for (const File &file : files) {
         if (!file.item->content && isInFolder(file.item->path))
             target_->reserve(*file.item);
+        batches.add(file.item->size);
+    }
+    const auto all = workers(archive, batches.count());
+    const OrderedOutcome outcome = runInOrder(
+        {.count = batches.count(),
+         .workers = static_cast<unsigned>(all.size()),
+         .window = batches.count()},
+        [&](const OrderedItem &item) {
+            const std::size_t end = batches.start(item.number() + 1);
+            for (std::size_t file = batches.start(item.number()); file < end; ++file)
+                if (item.isWanted())
+                    all[item.worker()]->transfer(files[file]);
+        });
+    if (outcome.failure)
+        std::rethrow_exception(outcome.failure);
+    for (const auto &worker : all)
+        worker->finish();
+}
+
+/// At least one.
+std::vector<std::unique_ptr<EntryTransfer::Worker>>
+EntryTransfer::workers(const Archive &archive, std::size_t most) const {
+    std::vector<std::unique_ptr<Worker>> all;
+    all.push_back(std::make_unique<Worker>(*this, archive, nullptr));
+    const std::size_t count = std::min<std::size_t>(threadCount(options_.jobs), most);
+    while (all.size() < count) {
+        auto own = archive.openForAnotherThread();
+        if (!own)
+            break;
+        const Archive &another = *own;
+        all.push_back(std::make_unique<Worker>(*this, another, std::move(own)));
+    }
+    return all;
 }
 
 bool EntryTransfer::isInFolder(std::string_view path) const {

@@ -24,7 +24,7 @@ class PlacedArchive;
 /// for paths that `EntryList` does not take, for modes that would keep the owner from reading an
 /// item or the files in a folder, or that have one of the bits above 0777; where an entry is not as
 /// long as the directory says, or its checksum is wrong; and where the numbers or the memory do not
-/// suffice. One thread at a time.
+/// suffice. The caller's thread is the only one that uses an object.
 class EntryTransfer {
 public:
     struct Options {
@@ -36,6 +36,9 @@ public:
         std::string folder;
         /// Whether the file of this path is held in memory.
         std::function<bool(std::string_view path)> isHeld;
+        /// How many threads inflate, the caller's one included; 0 for one a core, at most 8. Where
+        /// the system makes no more threads, there are fewer.
+        unsigned jobs = 1;
     };
     /// Entries by the end record of the old archive, and those that could be read.
     struct Count {
@@ -75,7 +78,9 @@ private:
     [[nodiscard]] ListedItem listed(const Entry &entry, std::string path);
     void countUnits(const Entry &entry);
     [[nodiscard]] std::vector<File> files();
-    void reservePlaces(std::span<const File> files);
+    void transfer(const Archive &archive, std::span<const File> files);
+    [[nodiscard]] std::vector<std::unique_ptr<Worker>> workers(const Archive &archive,
+                                                               std::size_t most) const;
     [[nodiscard]] bool isInFolder(std::string_view path) const;
 
     Options options_;

@@ -131,6 +131,7 @@ void Grammar::declareDuplicate() {
     command.flag("--on-disk", duplicate_.onDisk,
                  "unpack the package to a hidden folder first, which needs\n"
                  "more room and time; the copy is the same");
+    command.jobs(duplicate_.jobs);
     declareDeepChanges(command, icon);
     declareFeedback(command);
     command.app().callback([this, &number, &icon] {

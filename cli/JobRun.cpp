@@ -44,6 +44,7 @@ JobServices JobRun::services() const {
     return {.sandbox = sandbox,
             .files = makeFiles(sandbox, options_.onDisk),
             .progress = session_.progress(),
+            .jobs = options_.jobs,
             .displayPath = [this](const std::string &path) { return asTyped(path); }};
 }
 

@@ -12,16 +12,17 @@ std::optional<archive::URL> Job::unzipIPA(const archive::URL &url) {
             copy.deletingPathExtension().appendingPathComponent("unzipped/");
         observer_.logRestarted("Unzipping IPA...");
 
-        progress_.run(JobProgress::Share::copying,
+        progress_.run(services_.files->shares().copying,
                       [&](const auto &progress) { services_.files->copyIn(url, copy, progress); });
         services_.files->removeIfThere(folder);
         services_.files->createFolder(folder);
-        progress_.run(JobProgress::Share::unpacking, [&](const auto &progress) {
+        progress_.run(services_.files->shares().unpacking, [&](const auto &progress) {
             services_.files->unpack(copy, folder,
                                     {.progress = progress,
                                      .nameEncoding = input_.nameEncoding,
                                      .packedFolder = payloadName,
-                                     .mayChange = changeableFiles(folder)});
+                                     .mayChange = changeableFiles(folder),
+                                     .jobs = services_.jobs});
         });
 
         observer_.logged("Unzipped IPA file successfully");

@@ -17,7 +17,7 @@ std::optional<archive::URL> Job::zipUpdatedIPA(const archive::URL &url,
         const archive::URL place = packagePlace(output, staging);
         removeAllButPayload(staging);
         removeOldPackage(place);
-        progress_.run(JobProgress::Share::packing, [&](const auto &progress) {
+        progress_.run(services_.files->shares().packing, [&](const auto &progress) {
             services_.files->pack(staging, place, progress);
         });
         services_.files->remove(staging);

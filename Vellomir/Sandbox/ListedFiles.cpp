@@ -254,7 +254,8 @@ bool ListedFiles::tryToList(const URL &folder, const UnpackOptions &options) con
                                    .preferredEncoding = options.nameEncoding,
                                    .longestPath = PATH_MAX - pathReserve - state.folder.size(),
                                    .folder = options.packedFolder,
-                                   .isHeld = options.mayChange});
+                                   .isHeld = options.mayChange,
+                                   .jobs = options.jobs});
         if (transfer->list().find(options.packedFolder) != nullptr)
             disk_.createFolder(folder.appendingPathComponent(options.packedFolder));
         state.transfer = std::move(transfer);

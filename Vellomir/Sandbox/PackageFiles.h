@@ -24,12 +24,21 @@ struct UnpackOptions {
     std::string packedFolder;
     /// Whether the file of this path in the package may be written before that.
     std::function<bool(std::string_view path)> mayChange;
+    /// How many threads inflate; 0 for one a core, at most 8.
+    unsigned jobs = 1;
 };
 
 /// The entries that the end record of a package promises, and those that can be read.
 struct EntryCount {
     std::uint64_t promised = 0;
     std::uint64_t read = 0;
+};
+
+/// How long the parts of a job take, in percent of the whole.
+struct WorkShares {
+    int copying = 10;
+    int unpacking = 45;
+    int packing = 45;
 };
 
 /// The files of a job: the copy of a package, what is unpacked of it, and the new package. All paths
@@ -87,6 +96,8 @@ public:
     findFirst(const archive::URL &folder,
               const std::function<bool(const archive::URL &)> &test) const = 0;
 
+    /// How long `copyIn`, `unpack` and `pack` take, as a rule.
+    [[nodiscard]] virtual WorkShares shares() const = 0;
     /// Unpacks a package that `copyIn` copied into an empty folder. The sizes in the directory are
     /// limits. Throws what `FileManager::unzipItem` throws.
     virtual void unpack(const archive::URL &package, const archive::URL &folder,

@@ -40,6 +40,7 @@ public:
     findFirst(const archive::URL &folder,
               const std::function<bool(const archive::URL &)> &test) const override;
 
+    [[nodiscard]] WorkShares shares() const override { return {}; }
     void unpack(const archive::URL &package, const archive::URL &folder,
                 const UnpackOptions &options) const override;
     [[nodiscard]] EntryCount countEntries(const archive::URL &package) const override;

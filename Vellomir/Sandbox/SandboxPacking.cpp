@@ -13,7 +13,8 @@ void SandboxFiles::unpack(const URL &package, const URL &folder,
     archive::FileManager().unzipItem(package, folder,
                                      {.progress = options.progress,
                                       .preferredEncoding = options.nameEncoding,
-                                      .holdsToDirectory = true});
+                                      .holdsToDirectory = true,
+                                      .jobs = options.jobs});
 }
 
 EntryCount SandboxFiles::countEntries(const URL &package) const {

@@ -151,7 +151,8 @@ class Roads:
         user = {"user": NOBODY, "group": NOBODY, "extra_groups": []} if isUser else {}
         environment = {**(UNCOUNTED if isUser else os.environ), "TZ": chance.choice(ZONES)}
         umask = chance.choice([0o22, 0o22, 0, 0o77, 0o27])
-        runs = [Run(self.folder, arguments, more, umask, environment, user) for more in ([], ["--on-disk"])]
+        jobs = ["--jobs", chance.choice("128")]
+        runs = [Run(self.folder, arguments, more, umask, environment, user) for more in (jobs, ["--on-disk"])]
         (self.folder / name).unlink()
         found = difference(*runs)
         self.count(*runs)

@@ -2,8 +2,6 @@
 
 #include "archive/SaturatedSum.h"
 
-#include <thread>
-
 namespace vellomir::archive {
 namespace {
 
@@ -14,9 +12,7 @@ std::size_t index(EntryType type) {
 }
 
 FileManager::UnzipOptions withJobs(FileManager::UnzipOptions options) {
-    constexpr unsigned most = 8;
-    if (options.jobs == 0)
-        options.jobs = std::clamp(std::thread::hardware_concurrency(), 1U, most);
+    options.jobs = threadCount(options.jobs);
     return options;
 }
 

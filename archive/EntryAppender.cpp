@@ -2,6 +2,7 @@
 
 #include "archive/BufferSize.h"
 #include "archive/EntryAttributes.h"
+#include "archive/EntryRecords.h"
 #include "archive/UnitCount.h"
 
 #include <algorithm>
@@ -11,7 +12,6 @@ namespace vellomir::archive {
 namespace {
 
 using EntryType = Entry::EntryType;
-using Field = ZIP64ExtendedInformation::Field;
 
 void throwIfCancelled(const Archive::ProgressPointer &progress) {
     if (progress)
@@ -24,10 +24,6 @@ Provider bounded(const Provider &provider) {
         const auto chunk = provider(position, size);
         return chunk.first(std::min(chunk.size(), size));
     };
-}
-
-bool needsZIP64(std::uint64_t uncompressedSize, std::uint64_t compressedSize) {
-    return uncompressedSize >= maxUncompressedSize || compressedSize >= maxCompressedSize;
 }
 
 Archive &writable(Archive &archive) {
@@ -142,7 +138,9 @@ void EntryAppender::writeWholeEntry(const std::string &path, EntryType type,
     const LocalFileHeader header =
         writeLocalFileHeader(start, path, method, sizes, checksum, modificationDateTime);
     const CentralDirectoryStructure structure =
-        writeCentralDirectoryStructure(header, start, externalFileAttributes(type, permissions));
+        makeCentralDirectoryStructure(header, start, externalFileAttributes(type, permissions));
+    directory_.append(structure.data());
+    isDirectoryWritten_ = false;
     records_ = records_.after(Archive::ModifyOperation::add, structure, writer_.position());
 }
 
@@ -151,29 +149,13 @@ LocalFileHeader EntryAppender::writeLocalFileHeader(std::uint64_t offset, const 
                                                     CompressionMethod compressionMethod, Sizes size,
                                                     CRC32 checksum,
                                                     Date::DateTime modificationDateTime) {
-    if (!isValidUTF8(path) || path.size() > maxUInt16)
-        throw Error(ArchiveError::invalidEntryPath);
-    const bool isLarge = needsZIP64(size.uncompressed, size.compressed);
-    const auto version = isLarge ? Archive::Version::v45 : Archive::Version::v20;
-    LocalFileHeader header;
-    header.versionNeededToExtract = static_cast<std::uint16_t>(version);
-    header.generalPurposeBitFlag = utf8PathFlag;
-    header.compressionMethod = static_cast<std::uint16_t>(compressionMethod);
-    header.lastModFileTime = modificationDateTime.time;
-    header.lastModFileDate = modificationDateTime.date;
-    header.crc32 = checksum;
-    header.fileNameData = Data(path);
-    header.fileNameLength = static_cast<std::uint16_t>(path.size());
-    header.compressedSize = isLarge ? maxUInt32 : static_cast<std::uint32_t>(size.compressed);
-    header.uncompressedSize = isLarge ? maxUInt32 : static_cast<std::uint32_t>(size.uncompressed);
-    if (isLarge) {
-        ZIP64ExtendedInformation field;
-        field.dataSize = 2 * sizeof(std::uint64_t);
-        field.uncompressedSize = size.uncompressed;
-        field.compressedSize = size.compressed;
-        header.extraFieldData = field.data();
-        header.extraFieldLength = static_cast<std::uint16_t>(header.extraFieldData.size());
-    }
+    LocalFileHeader header =
+        makeLocalFileHeader({.path = path,
+                             .method = compressionMethod,
+                             .uncompressedSize = size.uncompressed,
+                             .compressedSize = size.compressed,
+                             .checksum = checksum,
+                             .modificationDateTime = modificationDateTime});
     if (offset == writer_.position())
         writer_.write(header.data());
     else
@@ -248,31 +230,6 @@ EntryAppender::Written EntryAppender::writeSymbolicLink(std::int64_t size,
     const auto target = provider(0, static_cast<std::size_t>(size));
     writer_.write(target);
     return {static_cast<std::int64_t>(target.size()), Data::crc32(target, 0)};
-}
-
-CentralDirectoryStructure
-EntryAppender::writeCentralDirectoryStructure(const LocalFileHeader &localFileHeader,
-                                              std::uint64_t relativeOffset,
-                                              std::uint32_t externalFileAttributes) {
-    ZIP64ExtendedInformation field;
-    if (const auto sizes = ZIP64ExtendedInformation::scanForZIP64Field(
-            localFileHeader.extraFieldData, localFileHeader.validFields())) {
-        field.uncompressedSize = sizes->uncompressedSize;
-        field.compressedSize = sizes->compressedSize;
-        field.dataSize = 2 * sizeof(std::uint64_t);
-    }
-    auto offset = static_cast<std::uint32_t>(relativeOffset);
-    if (relativeOffset >= maxOffsetOfLocalFileHeader) {
-        offset = maxUInt32;
-        field.relativeOffsetOfLocalHeader = relativeOffset;
-        field.dataSize = static_cast<std::uint16_t>(field.dataSize + sizeof(std::uint64_t));
-    }
-    auto structure =
-        CentralDirectoryStructure::from(localFileHeader, externalFileAttributes, offset,
-                                        field.dataSize > 0 ? std::optional(field) : std::nullopt);
-    directory_.append(structure.data());
-    isDirectoryWritten_ = false;
-    return structure;
 }
 
 /// The directory is written twice: the first copy is the one that the end records point at.

@@ -60,9 +60,6 @@ private:
     Written writeCompressed(std::int64_t size, const Archive::AddOptions &options,
                             const Provider &provider);
     Written writeSymbolicLink(std::int64_t size, const Provider &provider);
-    CentralDirectoryStructure writeCentralDirectoryStructure(const LocalFileHeader &localFileHeader,
-                                                             std::uint64_t relativeOffset,
-                                                             std::uint32_t externalFileAttributes);
     void cutBehindTheEnd();
     void rollback(std::uint64_t localFileHeaderStart);
     void leaveAsWritten(std::uint64_t localFileHeaderStart);

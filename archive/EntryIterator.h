@@ -39,6 +39,7 @@ private:
     friend class Archive;
     friend class ArchiveUnpacker;
     friend class EntryRange;
+    friend class EntryTransfer;
     friend class EntryWriter;
     friend class PathIndex;
     explicit EntryIterator(const Archive &archive);

@@ -85,6 +85,11 @@ OrderedOutcome runAlone(const OrderedWork &work, const Task &task) {
 
 } // namespace
 
+unsigned threadCount(unsigned jobs) {
+    constexpr unsigned most = 8;
+    return jobs == 0 ? std::clamp(std::thread::hardware_concurrency(), 1U, most) : jobs;
+}
+
 OrderedOutcome runInOrder(const OrderedWork &work, const Task &task) {
     const auto workers = static_cast<unsigned>(std::min<std::size_t>(work.workers, work.count));
     if (workers <= 1)

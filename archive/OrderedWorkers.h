@@ -46,6 +46,9 @@ struct OrderedOutcome {
     std::size_t begun = 0;
 };
 
+/// How many threads such a number asks for: 0 is one a core, at most 8.
+[[nodiscard]] unsigned threadCount(unsigned jobs);
+
 /// Runs the task once for each item, on the caller's thread and on new ones, which have ended when
 /// this returns. Items are begun in their order. When one fails, no other is begun, and those that
 /// were begun in front of it are finished: if one of them fails, it is the first failed one

@@ -134,6 +134,10 @@ void Grammar::declareDuplicate(CLI::App &parent) {
     command.flag("--json", duplicate_.json,
                  "print one object instead of the log: log, errorMessage,\n"
                  "result (a path or null), warnings");
+    command.flag("--on-disk", duplicate_.onDisk,
+                 "unpack the package to a hidden folder first, which needs\n"
+                 "more room and time; the copy is the same");
+    command.jobs(duplicate_.jobs);
     declareDeepChanges(command, icon);
     declareFeedback(command);
     command.app().callback([this, &number, &icon] {

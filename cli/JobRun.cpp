@@ -1,5 +1,6 @@
 #include "cli/JobRun.h"
 
+#include "Vellomir/Sandbox/ListedFiles.h"
 #include "archive/URL.h"
 #include "files/PendingFile.h"
 
@@ -14,6 +15,12 @@ namespace {
 std::optional<archive::TextEncoding>
 encodingOfAllNames(std::optional<archive::TextEncoding> encoding) {
     return encoding == archive::TextEncoding::utf8 ? encoding : std::nullopt;
+}
+
+std::shared_ptr<const PackageFiles> makeFiles(const Sandbox &sandbox, bool onDisk) {
+    if (onDisk)
+        return std::make_shared<SandboxFiles>(sandbox.root());
+    return std::make_shared<ListedFiles>(sandbox);
 }
 
 } // namespace
@@ -35,8 +42,9 @@ JobServices JobRun::services() const {
     const auto root = archive::URL::folder(folder_.accessPath()).appendingPathComponent("job/");
     const Sandbox sandbox(root, {"Documents"}, Sandbox::RootLinks::keep);
     return {.sandbox = sandbox,
-            .files = SandboxFiles(sandbox.root()),
+            .files = makeFiles(sandbox, options_.onDisk),
             .progress = session_.progress(),
+            .jobs = options_.jobs,
             .displayPath = [this](const std::string &path) { return asTyped(path); }};
 }
 

@@ -37,6 +37,8 @@ struct DuplicateOptions {
     bool json = false;
     DeepChanges changes;               ///< `icons` only with an icon
     std::optional<std::string> report; ///< the file that lists what was changed
+    bool onDisk = false;               ///< unpack to a folder, also where a list would do
+    unsigned jobs = 0;                 ///< threads; 0: one a core, at most 8
 };
 
 struct InspectOptions {

@@ -2,6 +2,7 @@
 
 #include "Vellomir/ContentView/AppLaunchView.h"
 #include "Vellomir/ContentView/CopyWarnings.h"
+#include "Vellomir/Sandbox/SandboxFiles.h"
 
 namespace vellomir {
 
@@ -13,7 +14,7 @@ Job AppLaunchView::newJob() {
                 .duplicationNumber = [this] { return duplicationNumber.get(); },
                 .icon = [this] { return selectedImage.get(); }},
                {.sandbox = services_.sandbox,
-                .files = SandboxFiles(services_.sandbox.root()),
+                .files = std::make_shared<SandboxFiles>(services_.sandbox.root()),
                 .progress = services_.progress,
                 .displayPath = services_.displayPath},
                *this);

@@ -21,8 +21,8 @@ URL Job::documentsFolder() const {
 
 void Job::clearTemporaryFiles() {
     try {
-        for (const URL &child : services_.files.children(services_.sandbox.temporaryFolder()))
-            services_.files.remove(child);
+        for (const URL &child : services_.files->children(services_.sandbox.temporaryFolder()))
+            services_.files->remove(child);
         observer_.logged("Temporary files cleared");
     } catch (const std::exception &error) {
         complain(Kind::temporaryFilesNotCleared, "Error clearing temporary files: ", error);
@@ -36,8 +36,8 @@ void Job::diagnoseClearing(const std::exception &error) const {
 bool Job::clearDocuments() {
     const URL folder = documentsFolder();
     try {
-        for (const URL &child : services_.files.children(folder))
-            services_.files.remove(child);
+        for (const URL &child : services_.files->children(folder))
+            services_.files->remove(child);
         return true;
     } catch (const std::exception &error) {
         diagnoseClearing(error);
@@ -55,9 +55,9 @@ void Job::clearAllBut(const std::optional<URL> &kept) {
     };
     for (const URL &folder : {documentsFolder(), services_.sandbox.temporaryFolder()})
         attempt([&] {
-            for (const URL &child : services_.files.children(folder))
+            for (const URL &child : services_.files->children(folder))
                 if (!kept || child.path() != kept->path())
-                    attempt([&] { services_.files.remove(child); });
+                    attempt([&] { services_.files->remove(child); });
         });
 }
 

@@ -31,7 +31,7 @@ void Job::changeDeeply(const URL &url) {
 void Job::changeParts(const URL &url) {
     const DeepChanges &asked = input_.changes;
     const URL app = renaming_->list.deletingLastPathComponent();
-    const ListEditor editor(services_.files, url, app, record_, progress_.progress());
+    const ListEditor editor(*services_.files, url, app, record_, progress_.progress());
     if (asked.nested)
         changeNestedIdentifiers(editor, renaming_->list.lastPathComponent(),
                                 {.from = renaming_->oldIdentifier, .to = renaming_->newIdentifier});

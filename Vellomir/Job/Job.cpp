@@ -2,7 +2,6 @@
 
 #include "Vellomir/Job/ErrorText.h"
 #include "Vellomir/Job/UserNames.h"
-#include "archive/Archive.h"
 
 namespace vellomir {
 
@@ -52,20 +51,9 @@ std::optional<URL> Job::run() {
 /// Unpacking stops without an error at a damaged directory record, so the entries are counted. If
 /// counting fails, the unpacked files are still good.
 void Job::countEntries(const URL &package) {
-    using archive::Archive;
-    try {
-        const auto archive = Archive::make(package, Archive::AccessMode::read);
-        if (!archive)
-            return;
-        auto walk = archive->makeIterator();
-        while (walk.next())
-            ++remarks_.readEntries;
-        remarks_.promisedEntries = walk.end() == Archive::EntryIterator::End::complete
-                                       ? remarks_.readEntries
-                                       : archive->totalNumberOfEntriesInCentralDirectory();
-    } catch (const Error &) { // The copy of the package cannot be read any more.
-        remarks_.readEntries = remarks_.promisedEntries = 0;
-    }
+    const EntryCount count = services_.files->countEntries(package);
+    remarks_.readEntries = count.read;
+    remarks_.promisedEntries = count.promised;
 }
 
 std::string Job::reason(const std::exception &error) const {

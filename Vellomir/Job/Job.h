@@ -7,13 +7,14 @@
 #include "Vellomir/Job/ResultRemarks.h"
 #include "Vellomir/Pictures/Picture.h"
 #include "Vellomir/PropertyLists/PropertyList.h"
+#include "Vellomir/Sandbox/PackageFiles.h"
 #include "Vellomir/Sandbox/Sandbox.h"
-#include "Vellomir/Sandbox/SandboxFiles.h"
 #include "archive/TextEncoding.h"
 #include "archive/URL.h"
 
 #include <exception>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -36,9 +37,11 @@ struct JobInput {
 /// Where a job works.
 struct JobServices {
     Sandbox sandbox;
-    SandboxFiles files; ///< of the sandbox
+    std::shared_ptr<const PackageFiles> files; ///< of the sandbox; of this job only
     /// Counts and cancels copying, unpacking and packing. Null: no progress and no cancellation.
     std::shared_ptr<archive::Progress> progress = nullptr;
+    /// How many threads unpack; 0 for one a core, at most 8. All else is on the job's thread.
+    unsigned jobs = 1;
     /// Displays a path outside the sandbox, such as "~/a.ipa".
     std::function<std::string(const std::string &path)> displayPath = [](const std::string &path) {
         return path;
@@ -104,7 +107,8 @@ public:
     /// All steps. Returns the new package, which `finished` had as well.
     std::optional<archive::URL> run();
 
-    /// Copies the package into Documents and unpacks it there. Returns the folder.
+    /// Copies the package into Documents and unpacks it there, or as the files of the job do that.
+    /// Returns the folder.
     std::optional<archive::URL> unzipIPA(const archive::URL &url);
     /// Writes the icon files into the bundle below the folder. Returns the bundle's path.
     std::optional<std::string> updateAppIcon(const archive::URL &url, const Picture &newIcon);

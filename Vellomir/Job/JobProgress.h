@@ -12,9 +12,6 @@ class JobProgress {
 public:
     using ProgressPointer = std::shared_ptr<archive::Progress>;
 
-    /// The weight of a step, in percent of the job.
-    enum class Share { copying = 10, unpacking = 45, packing = 45 };
-
     explicit JobProgress(ProgressPointer progress) : progress_(std::move(progress)) {}
 
     void begin() const {
@@ -24,13 +21,14 @@ public:
         progress_->setTotalUnitCount(100);
     }
 
-    /// Runs a step with a child progress; the full weight counts as done when the step returns.
+    /// Runs a step of this weight, in percent of the job, with a child progress; the full weight
+    /// counts as done when the step returns.
     template <class Step>
-    void run(Share share, Step step) const {
+    void run(int percent, Step step) const {
         if (!progress_)
             return step(ProgressPointer());
         const ProgressPointer child = archive::Progress::make();
-        progress_->addChild(child, static_cast<std::int64_t>(share));
+        progress_->addChild(child, percent);
         step(child);
         child->setCompletedUnitCount(child->totalUnitCount());
     }

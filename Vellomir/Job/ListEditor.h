@@ -2,7 +2,7 @@
 
 #include "Vellomir/Job/ChangeRecord.h"
 #include "Vellomir/PropertyLists/PropertyList.h"
-#include "Vellomir/Sandbox/SandboxFiles.h"
+#include "Vellomir/Sandbox/PackageFiles.h"
 
 #include <functional>
 
@@ -12,11 +12,11 @@ namespace vellomir {
 /// cannot be read or written stays as it was and gives a warning.
 class ListEditor {
 public:
-    /// `unpacked` is the folder of all entries, `app` the bundle's folder below it. The record and
-    /// the progress, which may be null, must outlive this object.
-    ListEditor(SandboxFiles files, archive::URL unpacked, archive::URL app, ChangeRecord &record,
-               const archive::Progress *progress)
-        : files_(std::move(files)), unpacked_(std::move(unpacked)), app_(std::move(app)),
+    /// `unpacked` is the folder of all entries, `app` the bundle's folder below it. The files,
+    /// the record and the progress, which may be null, must outlive this object.
+    ListEditor(const PackageFiles &files, archive::URL unpacked, archive::URL app,
+               ChangeRecord &record, const archive::Progress *progress)
+        : files_(files), unpacked_(std::move(unpacked)), app_(std::move(app)),
           record_(record), progress_(progress) {}
 
     /// Changes a list and says what was changed.
@@ -26,7 +26,7 @@ public:
     /// Does not throw.
     void edit(const std::string &path, const Change &change) const;
 
-    [[nodiscard]] const SandboxFiles &files() const { return files_; }
+    [[nodiscard]] const PackageFiles &files() const { return files_; }
     [[nodiscard]] const archive::URL &app() const { return app_; }
     [[nodiscard]] ChangeRecord &record() const { return record_; }
     /// The path of the entry of an item of the app.
@@ -35,7 +35,7 @@ public:
 private:
     void tryToEdit(const std::string &path, const Change &change) const;
 
-    SandboxFiles files_;
+    const PackageFiles &files_;
     archive::URL unpacked_;
     archive::URL app_;
     ChangeRecord &record_;

@@ -1,14 +1,13 @@
 #include "Vellomir/Job/LocalizedFiles.h"
 
+#include "Vellomir/Job/PackageParts.h"
+
 #include <algorithm>
 
 namespace vellomir {
 namespace {
 
 using archive::URL;
-
-constexpr std::string_view stringsName = "InfoPlist.strings";
-constexpr std::string_view tableName = "InfoPlist.loctable";
 
 /// Adds the paths of the folder's items of this name; there is at most one. `path` is the folder's,
 /// and empty or with a "/" at its end.

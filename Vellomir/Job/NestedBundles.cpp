@@ -1,6 +1,7 @@
 #include "Vellomir/Job/NestedBundles.h"
 
 #include "Vellomir/Inspection/BundleLayout.h"
+#include "Vellomir/Job/PackageParts.h"
 
 #include <algorithm>
 #include <array>
@@ -163,7 +164,7 @@ void changeNestedIdentifiers(const ListEditor &editor, const std::string &appLis
     }
     IdentifierEdit(editor, change, appList).changeApp();
     for (const std::string &folder : folders)
-        IdentifierEdit(editor, change, folder + "Info.plist").changeNested();
+        IdentifierEdit(editor, change, folder + std::string(infoPlistName)).changeNested();
 }
 
 } // namespace vellomir

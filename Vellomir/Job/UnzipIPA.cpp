@@ -1,7 +1,7 @@
 // Job: unpacking the picked package.
 
 #include "Vellomir/Job/Job.h"
-#include "archive/FileManager.h"
+#include "Vellomir/Job/PackageParts.h"
 
 namespace vellomir {
 
@@ -12,15 +12,17 @@ std::optional<archive::URL> Job::unzipIPA(const archive::URL &url) {
             copy.deletingPathExtension().appendingPathComponent("unzipped/");
         observer_.logRestarted("Unzipping IPA...");
 
-        progress_.run(JobProgress::Share::copying,
-                      [&](const auto &progress) { services_.files.copyIn(url, copy, progress); });
-        services_.files.removeIfThere(folder);
-        services_.files.createFolder(folder);
-        progress_.run(JobProgress::Share::unpacking, [&](const auto &progress) {
-            archive::FileManager().unzipItem(copy, folder,
-                                             {.progress = progress,
-                                              .preferredEncoding = input_.nameEncoding,
-                                              .holdsToDirectory = true});
+        progress_.run(services_.files->shares().copying,
+                      [&](const auto &progress) { services_.files->copyIn(url, copy, progress); });
+        services_.files->removeIfThere(folder);
+        services_.files->createFolder(folder);
+        progress_.run(services_.files->shares().unpacking, [&](const auto &progress) {
+            services_.files->unpack(copy, folder,
+                                    {.progress = progress,
+                                     .nameEncoding = input_.nameEncoding,
+                                     .packedFolder = payloadName,
+                                     .mayChange = changeableFiles(folder),
+                                     .jobs = services_.jobs});
         });
 
         observer_.logged("Unzipped IPA file successfully");

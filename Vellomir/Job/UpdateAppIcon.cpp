@@ -49,9 +49,9 @@ std::optional<archive::URL> Job::findBundle(const archive::URL &url) const {
         const auto list = firstInfoPlist(url);
         auto bundle = list ? outermostBundle(url, *list) : std::nullopt;
         if (!bundle)
-            bundle = services_.files.findFirst(url, isBundle);
+            bundle = services_.files->findFirst(url, isBundle);
         if (bundle)
-            services_.files.requireItem(*bundle);
+            services_.files->requireItem(*bundle);
         return bundle;
     } catch (const std::exception &error) {
         diagnose(error);
@@ -103,8 +103,8 @@ bool Job::writeIcons(const archive::URL &url, const archive::URL &bundle,
         const IconFile &icon = icons[std::min(index, icons.size() - 1)];
         const archive::URL file = bundle.appendingPathComponent(name);
         try {
-            const auto oldSize = services_.files.fileSize(file);
-            services_.files.write(file, icon.png);
+            const auto oldSize = services_.files->fileSize(file);
+            services_.files->write(file, icon.png);
             observer_.logged(name + " updated");
             if (input_.changes.icons)
                 record_.say("Scaled " + name + " to " + std::to_string(icon.width) + " x " +

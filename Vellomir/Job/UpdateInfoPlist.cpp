@@ -2,6 +2,7 @@
 
 #include "Vellomir/Job/IconKeys.h"
 #include "Vellomir/Job/Job.h"
+#include "Vellomir/Job/PackageParts.h"
 
 namespace vellomir {
 
@@ -47,16 +48,15 @@ void Job::recordInfoPlist(const archive::URL &url, const PropertyList &old,
 }
 
 std::optional<archive::URL> Job::firstInfoPlist(const archive::URL &url) const {
-    return services_.files.findFirst(url, [](const archive::URL &item) {
-        return item.absoluteString().find(".app/Info.plist") != std::string::npos;
-    });
+    return services_.files->findFirst(
+        url, [](const archive::URL &item) { return namesAppList(item.absoluteString()); });
 }
 
 std::optional<archive::URL> Job::findInfoPlist(const archive::URL &url) const {
     try {
         auto file = firstInfoPlist(url);
         if (file)
-            services_.files.requireFile(*file);
+            services_.files->requireFile(*file);
         return file;
     } catch (const std::exception &error) {
         diagnose(error);
@@ -66,7 +66,7 @@ std::optional<archive::URL> Job::findInfoPlist(const archive::URL &url) const {
 
 std::optional<PropertyList> Job::readInfoPlist(const archive::URL &file) {
     try {
-        return PropertyList::parse(services_.files.read(file, PropertyList::maximumSize),
+        return PropertyList::parse(services_.files->read(file, PropertyList::maximumSize),
                                    progress_.progress());
     } catch (const Error &error) {
         failReading(error.about({}, file.path()));
@@ -120,7 +120,7 @@ bool Job::writeInfoPlist(const PropertyList &propertyList, const archive::URL &f
         return false;
     }
     try {
-        services_.files.write(file, *xml);
+        services_.files->write(file, *xml);
         observer_.logged("Info.plist updated successfully");
         return true;
     } catch (const std::exception &error) {

@@ -1,7 +1,7 @@
 // Job: packing the changed bundle.
 
 #include "Vellomir/Job/Job.h"
-#include "archive/FileManager.h"
+#include "Vellomir/Job/PackageParts.h"
 
 namespace vellomir {
 
@@ -17,11 +17,10 @@ std::optional<archive::URL> Job::zipUpdatedIPA(const archive::URL &url,
         const archive::URL place = packagePlace(output, staging);
         removeAllButPayload(staging);
         removeOldPackage(place);
-        progress_.run(JobProgress::Share::packing, [&](const auto &progress) {
-            archive::FileManager().zipItem(staging, place, false, archive::CompressionMethod::none,
-                                           progress);
+        progress_.run(services_.files->shares().packing, [&](const auto &progress) {
+            services_.files->pack(staging, place, progress);
         });
-        services_.files.remove(staging);
+        services_.files->remove(staging);
         observer_.logged("Zipped updated app successfully");
         return output;
     } catch (const std::exception &error) {
@@ -33,14 +32,14 @@ std::optional<archive::URL> Job::zipUpdatedIPA(const archive::URL &url,
 /// Failures are only reported: whether there is a package, packing decides.
 void Job::stagePayload(const archive::URL &url, const archive::URL &staging) {
     try {
-        services_.files.createFolder(staging);
+        services_.files->createFolder(staging);
         observer_.logged("Created temporary folder");
     } catch (const std::exception &error) {
         complain(Kind::stagingFolderNotCreated, "Error while creating temporary folder: ", error);
     }
     try {
-        services_.files.move(url.appendingPathComponent("Payload"),
-                             staging.appendingPathComponent("Payload"));
+        services_.files->move(url.appendingPathComponent(payloadName),
+                             staging.appendingPathComponent(payloadName));
         observer_.logged("Moved Payload folder");
     } catch (const std::exception &error) {
         complain(Kind::payloadNotMoved, "Error while moving Payload folder: ", error);
@@ -50,17 +49,17 @@ void Job::stagePayload(const archive::URL &url, const archive::URL &staging) {
 /// The package "tempFolder.ipa" is unpacked in the staging folder. Its other files do not belong
 /// into the new package.
 void Job::removeAllButPayload(const archive::URL &staging) const {
-    if (!services_.files.isFolder(staging))
+    if (!services_.files->isFolder(staging))
         return;
-    for (const archive::URL &child : services_.files.children(staging))
-        if (child.lastPathComponent() != "Payload")
-            services_.files.remove(child);
+    for (const archive::URL &child : services_.files->children(staging))
+        if (child.lastPathComponent() != payloadName)
+            services_.files->remove(child);
 }
 
 /// The name comes from the package, so it is untrusted: the result must be in Documents, and not in
 /// the folder that it is made from.
 archive::URL Job::packagePlace(const archive::URL &output, const archive::URL &staging) const {
-    archive::URL place = services_.files.withoutLinks(output);
+    archive::URL place = services_.files->withoutLinks(output);
     if (!place.isContained(documentsFolder()) || place.isContained(staging))
         throw Error(FileError::fileReadInvalidFileName,
                     {.path = output.path(),
@@ -70,7 +69,7 @@ archive::URL Job::packagePlace(const archive::URL &output, const archive::URL &s
 
 void Job::removeOldPackage(const archive::URL &place) const {
     try {
-        services_.files.removeIfThere(place);
+        services_.files->removeIfThere(place);
     } catch (const std::exception &error) {
         diagnose(error); // Packing fails if it is still there.
     }

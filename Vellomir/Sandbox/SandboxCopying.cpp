@@ -14,14 +14,6 @@ namespace {
 
 using archive::URL;
 
-OpenFile openSource(const std::string &path, archive::Progress *progress) {
-    FileDescriptor source = openFile(path, Access::read);
-    const std::uint64_t size = regularFileSize(source, path);
-    if (progress != nullptr)
-        progress->setTotalUnitCount(static_cast<std::int64_t>(size));
-    return {std::move(source), path};
-}
-
 BeforeChunk counting(archive::Progress *progress, const std::string &path) {
     if (progress == nullptr)
         return nullptr;
@@ -51,9 +43,22 @@ void copyTo(const SandboxPlace &place, const std::string &path, const OpenFile &
 
 } // namespace
 
+OpenFile openSource(const std::string &path) {
+    FileDescriptor source = openFile(path, Access::read);
+    static_cast<void>(regularFileSize(source, path));
+    return {std::move(source), path};
+}
+
 void SandboxFiles::copyIn(const URL &from, const URL &to, const ProgressPointer &progress) const {
     // The source first: it stays readable even if it is what has to make room.
-    const OpenFile source = openSource(from.path(), progress.get());
+    copyIn(openSource(from.path()), to, progress);
+}
+
+void SandboxFiles::copyIn(const OpenFile &source, const URL &to,
+                          const ProgressPointer &progress) const {
+    if (progress)
+        progress->setTotalUnitCount(
+            static_cast<std::int64_t>(regularFileSize(source.descriptor, source.path)));
     removeIfThere(to);
     copyTo(SandboxPath::item(root_, to), to.path(), source, counting(progress.get(), source.path));
 }

@@ -1,5 +1,7 @@
 #include "tests/Job/JobBench.h"
 
+#include "Vellomir/Sandbox/ListedFiles.h"
+
 namespace vellomir::test {
 
 using archive::URL;
@@ -20,9 +22,17 @@ Job &JobBench::newJob() {
                                  .icon = [this] { return icon; },
                                  .changes = changes},
                         JobServices{.sandbox = sandbox_,
-                                    .files = SandboxFiles(sandbox_.root(), listFolder_),
+                                    .files = files(),
                                     .progress = progress_},
                         static_cast<JobObserver &>(*this));
+}
+
+std::shared_ptr<const PackageFiles> JobBench::files() {
+    if (!isListed)
+        return std::make_shared<SandboxFiles>(sandbox_.root(), listFolder_);
+    if (!listedFiles_)
+        listedFiles_ = std::make_shared<ListedFiles>(sandbox_);
+    return listedFiles_;
 }
 
 JobProblem JobBench::failure() const {

@@ -22,6 +22,8 @@ public:
     std::string number;
     std::optional<Picture> icon;
     DeepChanges changes;
+    /// Whether the jobs share `ListedFiles`; else they work on disk.
+    bool isListed = false;
 
     [[nodiscard]] std::filesystem::path documents() const { return folder / "box/Documents"; }
     [[nodiscard]] std::filesystem::path temporary() const { return folder / "box/tmp"; }
@@ -73,9 +75,12 @@ private:
         remarks_ = remarks;
     }
 
+    [[nodiscard]] std::shared_ptr<const PackageFiles> files();
+
     std::shared_ptr<archive::Progress> progress_;
     ListFolder listFolder_;
     Sandbox sandbox_;
+    std::shared_ptr<const PackageFiles> listedFiles_;
     std::optional<Job> job_;
     Lines log_;
     Lines console_;

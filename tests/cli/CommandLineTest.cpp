@@ -36,13 +36,15 @@ std::string error(const Arguments &arguments) {
 TEST(CommandLine, DuplicateAcceptsAllOptions) {
     const auto chosen = options<DuplicateOptions>(
         {"duplicate", "a.ipa", "--number", "2", "--icon", "i.png", "--zoom", "--output", "out",
-         "--force", "--json", "--strict", "--allow-incomplete", "--encoding", "utf-8"});
+         "--force", "--json", "--strict", "--allow-incomplete", "--encoding", "utf-8", "--on-disk",
+         "--jobs", "3"});
     EXPECT_EQ(chosen.package, "a.ipa");
     EXPECT_EQ(chosen.number, "2");
     EXPECT_EQ(chosen.icon, "i.png");
     EXPECT_EQ(chosen.output, "out");
     EXPECT_TRUE(chosen.zoom && chosen.force && chosen.json && chosen.strict &&
-                chosen.allowIncomplete);
+                chosen.allowIncomplete && chosen.onDisk);
+    EXPECT_EQ(chosen.jobs, 3U);
     EXPECT_EQ(chosen.encoding, archive::TextEncoding::utf8);
 }
 
@@ -67,7 +69,8 @@ TEST(CommandLine, DuplicateHasDefaults) {
     EXPECT_EQ(chosen.output, ".");
     EXPECT_EQ(chosen.encoding, std::nullopt);
     EXPECT_FALSE(chosen.zoom || chosen.force || chosen.json || chosen.strict ||
-                 chosen.allowIncomplete);
+                 chosen.allowIncomplete || chosen.onDisk);
+    EXPECT_EQ(chosen.jobs, 0U);
 }
 
 TEST(CommandLine, DuplicateAcceptsDeepChanges) {

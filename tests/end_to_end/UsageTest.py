@@ -24,7 +24,7 @@ class Usage(Case):
                        "--force", "--encoding utf-8|cp437", "--allow-incomplete", "--strict",
                        "--json", "--quiet", "--progress auto|always|never", "--nested",
                        "--localized", "--icons", "--deep", "--name TEXT", "--identifier TEXT",
-                       "--opaque", "--report FILE"]:
+                       "--opaque", "--report FILE", "--on-disk", "--jobs N"]:
             self.assertIn(option, duplicate)
 
     def testWrongCommandLinesTouchNothing(self):

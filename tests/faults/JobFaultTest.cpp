@@ -19,9 +19,10 @@ namespace {
 /// A bench with a picked package.
 class Bench : public test::JobBench {
 public:
-    explicit Bench(const std::string &content) {
+    Bench(const std::string &content, bool withList) {
         pick(content);
         number = "2";
+        isListed = withList;
     }
 
     /// The failure of a step that does not throw: all lines of the log and the console.
@@ -33,10 +34,17 @@ public:
     }
 };
 
+bool saysFailure(const test::Lines &lines) {
+    return std::any_of(lines.begin(), lines.end(), [](const std::string &line) {
+        return line.starts_with("Error") || line.starts_with("Unable") ||
+               line.starts_with("App directory not found");
+    });
+}
+
 class JobFaults : public testing::Test {
 protected:
     /// A new bench with a picked package.
-    void reset() { job_.emplace(package_); }
+    void reset() { job_.emplace(package_, isListed_); }
     void unpack() {
         reset();
         ASSERT_TRUE(job_->unzipIPA(picked()));
@@ -63,22 +71,19 @@ protected:
         EXPECT_THAT(items["Payload/Notes.app/image"], testing::EndsWith(image_));
     }
 
+    void runWholeJob(const std::string &name, std::size_t itemCount);
+    void runDeepChanges(const std::string &name);
+
     std::string image_ = std::string(5000, 'i');
     std::string package_ = test::notesPackage({test::rawDeflated("Payload/Notes.app/image", image_),
                                                test::rawLink("Payload/Notes.app/link", "image")});
+    bool isListed_ = false;
     Picture icon_ = test::dot();
     std::optional<Bench> job_;
 };
 
-bool saysFailure(const test::Lines &lines) {
-    return std::any_of(lines.begin(), lines.end(), [](const std::string &line) {
-        return line.starts_with("Error") || line.starts_with("Unable") ||
-               line.starts_with("App directory not found");
-    });
-}
-
-TEST_F(JobFaults, WholeJob) {
-    test::runWithFaults({.name = "job: all steps but the icon",
+void JobFaults::runWholeJob(const std::string &name, std::size_t itemCount) {
+    test::runWithFaults({.name = name,
                          .prepare = [&] { reset(); },
                          .run =
                              [&] {
@@ -90,7 +95,7 @@ TEST_F(JobFaults, WholeJob) {
                              [&] {
                                  expectSourceUntouched();
                                  if (!saysFailure(job().log()))
-                                     expectWholeCopy(6);
+                                     expectWholeCopy(itemCount);
                              },
                          .checkFailed = [&] { expectSourceUntouched(); },
                          .names = {"Notes", "Info.plist", "vellomir-"},
@@ -98,13 +103,13 @@ TEST_F(JobFaults, WholeJob) {
                          .isLong = true});
 }
 
-TEST_F(JobFaults, DeepChanges) {
+void JobFaults::runDeepChanges(const std::string &name) {
     const std::string list =
         test::plist("<key>CFBundleIdentifier</key><string>com.example.notes.a</string>");
     package_ = test::notesPackage(
         {{.name = "Payload/Notes.app/PlugIns/A.appex/Info.plist", .data = list},
          {.name = "Payload/Notes.app/de.lproj/InfoPlist.strings", .data = "CFBundleName = a;"}});
-    test::runWithFaults({.name = "job: all steps with nested bundles and localized names",
+    test::runWithFaults({.name = name,
                          .prepare =
                              [&] {
                                  reset();
@@ -128,6 +133,25 @@ TEST_F(JobFaults, DeepChanges) {
                          .names = {"Notes", "Info.plist", "InfoPlist.strings", "vellomir-"},
                          .maySayLess = {Call::open, Call::status, Call::list},
                          .isLong = true});
+}
+
+TEST_F(JobFaults, WholeJob) {
+    runWholeJob("job: all steps but the icon", 6);
+}
+
+TEST_F(JobFaults, WholeJobWithoutTree) {
+    isListed_ = true;
+    package_ = test::notesPackage({test::rawDeflated("Payload/Notes.app/image", image_)});
+    runWholeJob("job: all steps but the icon, without a tree", 5);
+}
+
+TEST_F(JobFaults, DeepChanges) {
+    runDeepChanges("job: all steps with nested bundles and localized names");
+}
+
+TEST_F(JobFaults, DeepChangesWithoutTree) {
+    isListed_ = true;
+    runDeepChanges("job: the same without a tree");
 }
 
 TEST_F(JobFaults, Unpacking) {

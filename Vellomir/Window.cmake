@@ -48,6 +48,7 @@ qt_add_qml_module(vellomir-window
     VERSION 1.0
     RESOURCE_PREFIX /
     NO_PLUGIN
+    DEPENDENCIES QtQuick
     QML_FILES ${qml_files}
     RESOURCES ${assets} ${launcher_icon}
     SOURCES

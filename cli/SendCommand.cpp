@@ -49,6 +49,12 @@ void printAddresses(const FileServer &server, const SendOptions &options, Result
     out.flush();
 }
 
+std::string howToFetch(const FileServer &server) {
+    const bool isOne = server.addresses().size() == 1;
+    return std::string("Open ") + (isOne ? "this address" : "one of these addresses") +
+           " on the phone, in the same network (" + server.interfaces() + "). Ctrl-C ends it.";
+}
+
 /// A line on standard error that is neither a warning nor an error.
 void say(Session &session, const std::string &text) {
     session.bar().finish();
@@ -63,8 +69,7 @@ void run(const SendOptions &options, Session &session) {
         options.package,
         {.addresses = chosenAddresses(options), .port = options.port, .limits = options.limits});
     printAddresses(server, options, session.out());
-    say(session, "Open this address on the phone, in the same network (" + server.interfaces() +
-                     "). Ctrl-C ends it.");
+    say(session, howToFetch(server));
     std::string progress;
     const auto show = [&](const SendingState &state) {
         progress = progressText(state, server.fileSize(), sizeText);

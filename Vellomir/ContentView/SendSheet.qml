@@ -106,8 +106,8 @@ Sheet {
                 }
 
                 SheetText {
-                    visible: sheet.sending.otherAddresses.length > 0
-                    text: "In other networks of this computer:\n" + sheet.sending.otherAddresses.join("\n")
+                    visible: sheet.sending.otherAddresses !== ""
+                    text: "In other networks of this computer:\n" + sheet.sending.otherAddresses
                     color: Style.grey
                     font: Style.footnote
                     wrapMode: Text.WrapAnywhere

@@ -23,8 +23,8 @@ class PhoneSending : public QObject {
     Q_PROPERTY(bool isOpen READ isOpen NOTIFY isOpenChanged)
     /// What to open on the phone; empty if nothing is offered.
     Q_PROPERTY(QString address READ address NOTIFY addressesChanged)
-    /// The same in other networks of this computer.
-    Q_PROPERTY(QStringList otherAddresses READ otherAddresses NOTIFY addressesChanged)
+    /// The same in other networks of this computer, one a line.
+    Q_PROPERTY(QString otherAddresses READ otherAddresses NOTIFY addressesChanged)
     /// How much was sent, in a few words.
     Q_PROPERTY(QString progress READ progress NOTIFY progressChanged)
     /// The same from 0 to 1.
@@ -39,7 +39,7 @@ public:
 
     [[nodiscard]] bool isOpen() const { return isOpen_; }
     [[nodiscard]] QString address() const { return addresses_.value(0); }
-    [[nodiscard]] QStringList otherAddresses() const { return addresses_.mid(1); }
+    [[nodiscard]] QString otherAddresses() const { return addresses_.mid(1).join(u'\n'); }
     [[nodiscard]] QString progress() const { return progress_; }
     [[nodiscard]] double share() const { return share_; }
     [[nodiscard]] QString failure() const { return failure_; }

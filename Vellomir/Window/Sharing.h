@@ -49,7 +49,7 @@ class Sharing : public QObject {
     Q_PROPERTY(bool hasFailed READ hasFailed NOTIFY messageChanged)
     Q_PROPERTY(bool isSaving READ isSaving NOTIFY isSavingChanged)
     /// The sheet that sends the file to a phone.
-    Q_PROPERTY(PhoneSending *sending READ sending CONSTANT)
+    Q_PROPERTY(vellomir::PhoneSending *sending READ sending CONSTANT)
 
 public:
     Sharing(Pickers &pickers, Desktop &desktop, QObject *parent = nullptr);

@@ -58,7 +58,7 @@ TEST_F(SendSheet, ShowsTheAddress) {
     EXPECT_THAT(address, MatchesRegex("http://127.0.0.1:[0-9]*/[A-Z2-7]*"));
     EXPECT_EQ(textProperty(item("addressText"), "text"), address);
     EXPECT_TRUE(showsText("In other networks of this computer:\n" +
-                          sending().otherAddresses().join(u'\n').toStdString()));
+                          sending().otherAddresses().toStdString()));
     EXPECT_EQ(message(), "Nothing sent yet");
 }
 

@@ -71,9 +71,10 @@ private:
             if (isal_inflate(&state_) != ISAL_DECOMP_OK)
                 return false;
             const std::size_t count = plain_.size() - state_.avail_out;
-            if (count == 0 && state_.avail_in == 0 && position_ == end_)
-                return false;
             take(plain_.data(), count);
+            const bool isOver = count == 0 && state_.avail_in == 0 && position_ == end_;
+            if (isOver && state_.block_state != ISAL_BLOCK_FINISH)
+                return false;
         }
         return true;
     }

@@ -58,7 +58,7 @@ void appendDate(std::string &text, std::chrono::sys_seconds moment, char separat
     const auto seconds = static_cast<unsigned>((moment - days).count());
     const auto year = static_cast<unsigned>(static_cast<int>(date.year()));
     std::array<char, 19> form{"    -  -     :  :"};
-    putTwoDigits(&form[0], year / 100);
+    putTwoDigits(form.data(), year / 100);
     putTwoDigits(&form[2], year % 100);
     putTwoDigits(&form[5], static_cast<unsigned>(date.month()));
     putTwoDigits(&form[8], static_cast<unsigned>(date.day()));

@@ -146,12 +146,12 @@ TEST_F(UnpackingWorkers, OnlyOwnItemsAreRemovedBehindADamagedFile) {
         fs::create_directories(folder_ / "out/empty/folder");
         fs::create_symlink("nowhere", folder_ / "out/mine/link");
     };
-    archiveOf(joined(joined({longDamaged("bad")}, smallFiles("mine/", 3)),
+    archiveOf(joined(joined({{"f", "1"}, longDamaged("bad")}, smallFiles("mine/", 3)),
                      {{"mine/link", "1"}, {"empty/folder/new/file", "1"}, {"mine/3", "1"}}));
     const Outcome outcome = expectSameOutcome();
     EXPECT_THAT(outcome.tree.at("mine/3"), testing::EndsWith("precious"));
     EXPECT_TRUE(outcome.tree.contains("empty/folder"));
-    EXPECT_EQ(outcome.tree.size(), 6U);
+    EXPECT_EQ(outcome.tree.size(), 7U);
 }
 
 TEST_F(UnpackingWorkers, FirstOfTwoFilesWithOneNameStays) {

@@ -149,13 +149,12 @@ LocalFileHeader EntryAppender::writeLocalFileHeader(std::uint64_t offset, const 
                                                     CompressionMethod compressionMethod, Sizes size,
                                                     CRC32 checksum,
                                                     Date::DateTime modificationDateTime) {
-    LocalFileHeader header =
-        makeLocalFileHeader({.path = path,
-                             .method = compressionMethod,
-                             .uncompressedSize = size.uncompressed,
-                             .compressedSize = size.compressed,
-                             .checksum = checksum,
-                             .modificationDateTime = modificationDateTime});
+    LocalFileHeader header = makeLocalFileHeader({.path = path,
+                                                  .method = compressionMethod,
+                                                  .uncompressedSize = size.uncompressed,
+                                                  .compressedSize = size.compressed,
+                                                  .checksum = checksum,
+                                                  .modificationDateTime = modificationDateTime});
     if (offset == writer_.position())
         writer_.write(header.data());
     else

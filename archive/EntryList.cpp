@@ -42,8 +42,8 @@ auto walkKey(const WalkPlace &place, std::size_t start) {
 }
 
 bool isBefore(const WalkPlace &left, const WalkPlace &right) {
-    const auto differs = std::mismatch(left.path.begin(), left.path.end(), right.path.begin(),
-                                       right.path.end());
+    const auto differs =
+        std::mismatch(left.path.begin(), left.path.end(), right.path.begin(), right.path.end());
     const auto common = static_cast<std::size_t>(differs.first - left.path.begin());
     const auto hasEnded = [common](std::string_view path, std::string_view other) {
         return common == path.size() && (common == other.size() || other[common] == '/');
@@ -69,7 +69,8 @@ bool isItemBefore(const ListedItem &left, const ListedItem &right) {
 }
 
 bool isBelow(std::string_view path, std::string_view folder) {
-    return folder.empty() || (path.starts_with(folder) && path.substr(folder.size()).starts_with('/'));
+    return folder.empty() ||
+           (path.starts_with(folder) && path.substr(folder.size()).starts_with('/'));
 }
 
 } // namespace

@@ -176,9 +176,8 @@ std::vector<EntryTransfer::File> EntryTransfer::files() {
     for (ListedItem &item : list_.items())
         if (!item.isFolder)
             files.push_back({item.offset, &item});
-    std::sort(files.begin(), files.end(), [](const File &left, const File &right) {
-        return left.position < right.position;
-    });
+    std::sort(files.begin(), files.end(),
+              [](const File &left, const File &right) { return left.position < right.position; });
     return files;
 }
 
@@ -190,16 +189,16 @@ void EntryTransfer::transfer(const Archive &archive, std::span<const File> files
         batches.add(file.item->size);
     }
     const auto all = workers(archive, batches.count());
-    const OrderedOutcome outcome = runInOrder(
-        {.count = batches.count(),
-         .workers = static_cast<unsigned>(all.size()),
-         .window = batches.count()},
-        [&](const OrderedItem &item) {
-            const std::size_t end = batches.start(item.number() + 1);
-            for (std::size_t file = batches.start(item.number()); file < end; ++file)
-                if (item.isWanted())
-                    all[item.worker()]->transfer(files[file]);
-        });
+    const OrderedOutcome outcome =
+        runInOrder({.count = batches.count(),
+                    .workers = static_cast<unsigned>(all.size()),
+                    .window = batches.count()},
+                   [&](const OrderedItem &item) {
+                       const std::size_t end = batches.start(item.number() + 1);
+                       for (std::size_t file = batches.start(item.number()); file < end; ++file)
+                           if (item.isWanted())
+                               all[item.worker()]->transfer(files[file]);
+                   });
     if (outcome.failure)
         std::rethrow_exception(outcome.failure);
     for (const auto &worker : all)
@@ -207,8 +206,8 @@ void EntryTransfer::transfer(const Archive &archive, std::span<const File> files
 }
 
 /// At least one.
-std::vector<std::unique_ptr<EntryTransfer::Worker>>
-EntryTransfer::workers(const Archive &archive, std::size_t most) const {
+std::vector<std::unique_ptr<EntryTransfer::Worker>> EntryTransfer::workers(const Archive &archive,
+                                                                           std::size_t most) const {
     std::vector<std::unique_ptr<Worker>> all;
     all.push_back(std::make_unique<Worker>(*this, archive, nullptr));
     const std::size_t count = std::min<std::size_t>(threadCount(options_.jobs), most);

@@ -53,10 +53,10 @@ void writeDirectory(std::span<const ListedItem> items, StreamWriter &writer,
     for (const ListedItem &item : items) {
         requireNotCancelled(progress);
         const NewEntry entry = newEntry(item);
-        writer.write(makeCentralDirectoryStructure(
-                         makeLocalFileHeader(entry), item.offset,
-                         externalFileAttributes(entry.type, entry.permissions))
-                         .data());
+        writer.write(
+            makeCentralDirectoryStructure(makeLocalFileHeader(entry), item.offset,
+                                          externalFileAttributes(entry.type, entry.permissions))
+                .data());
     }
     const std::uint64_t size = writer.position() - start;
     writeEndOfCentralDirectory(EndRecords().with(items.size(), size, start), writer);

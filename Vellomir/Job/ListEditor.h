@@ -16,8 +16,8 @@ public:
     /// the record and the progress, which may be null, must outlive this object.
     ListEditor(const PackageFiles &files, archive::URL unpacked, archive::URL app,
                ChangeRecord &record, const archive::Progress *progress)
-        : files_(files), unpacked_(std::move(unpacked)), app_(std::move(app)),
-          record_(record), progress_(progress) {}
+        : files_(files), unpacked_(std::move(unpacked)), app_(std::move(app)), record_(record),
+          progress_(progress) {}
 
     /// Changes a list and says what was changed.
     using Change = std::function<std::vector<ValueChange>(PropertyList &list)>;

@@ -39,7 +39,7 @@ void Job::stagePayload(const archive::URL &url, const archive::URL &staging) {
     }
     try {
         services_.files->move(url.appendingPathComponent(payloadName),
-                             staging.appendingPathComponent(payloadName));
+                              staging.appendingPathComponent(payloadName));
         observer_.logged("Moved Payload folder");
     } catch (const std::exception &error) {
         complain(Kind::payloadNotMoved, "Error while moving Payload folder: ", error);

@@ -107,8 +107,12 @@ void ListedFiles::requireFile(const URL &url) const {
 }
 
 bool ListedFiles::isFolder(const URL &url) const {
-    const ListedItem *const item = find(url);
-    return item == nullptr ? disk_.isFolder(url) : item->isFolder;
+    if (const ListedItem *const item = find(url))
+        return item->isFolder;
+    const auto path = listedPath(url);
+    const bool hasFolder =
+        path && state_->transfer->list().find(archive::folderOfItem(*path)) != nullptr;
+    return !hasFolder && disk_.isFolder(url);
 }
 
 std::optional<std::uint64_t> ListedFiles::fileSize(const URL &url) const {
@@ -229,7 +233,8 @@ void ListedFiles::move(const URL &from, const URL &to) const {
         state_->packedPlace = to.path();
 }
 
-void ListedFiles::unpack(const URL &package, const URL &folder, const UnpackOptions &options) const {
+void ListedFiles::unpack(const URL &package, const URL &folder,
+                         const UnpackOptions &options) const {
     const OpenFile &source = state_->package;
     const FileIdentity before(source.descriptor.get(), source.path);
     const bool isListed = tryToList(folder, options);

@@ -41,9 +41,9 @@ struct WorkShares {
     int packing = 45;
 };
 
-/// The files of a job: the copy of a package, what is unpacked of it, and the new package. All paths
-/// are below one root folder; others are refused with `FileError::fileReadInvalidFileName`. All
-/// errors are `FileError`s with the path, unless a comment says otherwise.
+/// The files of a job: the copy of a package, what is unpacked of it, and the new package. All
+/// paths are below one root folder; others are refused with `FileError::fileReadInvalidFileName`.
+/// All errors are `FileError`s with the path, unless a comment says otherwise.
 ///
 /// An object is for one job and one thread. It is a handle: constant functions change the files.
 class PackageFiles {

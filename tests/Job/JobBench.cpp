@@ -21,9 +21,7 @@ Job &JobBench::newJob() {
                                  .duplicationNumber = [this] { return number; },
                                  .icon = [this] { return icon; },
                                  .changes = changes},
-                        JobServices{.sandbox = sandbox_,
-                                    .files = files(),
-                                    .progress = progress_},
+                        JobServices{.sandbox = sandbox_, .files = files(), .progress = progress_},
                         static_cast<JobObserver &>(*this));
 }
 

@@ -88,8 +88,8 @@ TEST_F(Roads, ResultsAndErrorsAreThoseOfTheDisk) {
     ASSERT_TRUE(listed_.isListed());
     for (const std::string &path :
          {"Payload", "Payload/A.app", "Payload/A.app/file", "Payload/A.app/missing",
-          "Payload/A.app/file/below", "Payload/missing/x", "missing", "other/x", "Payload/A.app/changed",
-          "Payload/A.app/folder"}) {
+          "Payload/A.app/file/below", "Payload/missing/x", "missing", "other/x",
+          "Payload/A.app/changed", "Payload/A.app/folder"}) {
         expectSame([&](const PackageFiles &files, const auto &at) {
             files.requireItem(at(path));
             return "there";
@@ -150,9 +150,8 @@ TEST_F(Roads, SearchesGoThroughTheItemsInOneOrder) {
         return seen;
     });
     expectSame([&](const PackageFiles &files, const auto &at) {
-        const auto found = files.findFirst(at(""), [](const URL &item) {
-            return item.path().ends_with("changed");
-        });
+        const auto found = files.findFirst(
+            at(""), [](const URL &item) { return item.path().ends_with("changed"); });
         return found->path().substr(at("").path().size());
     });
 }
@@ -178,11 +177,12 @@ TEST_F(Roads, PackingWritesTheChangedItems) {
         files->pack(place(*files, "staging/"), place(*files, "new.ipa"), nullptr);
     }
     const auto contents = [&](const std::string &road) {
-        const auto package = archive::Archive::open(url(road + "/new.ipa"),
-                                                    archive::Archive::AccessMode::read);
+        const auto package =
+            archive::Archive::open(url(road + "/new.ipa"), archive::Archive::AccessMode::read);
         std::string text;
         for (const archive::Entry &entry : *package) {
-            text += entry.path() + ' ' + std::to_string(entry.fileAttributes().posixPermissions) + ' ';
+            text +=
+                entry.path() + ' ' + std::to_string(entry.fileAttributes().posixPermissions) + ' ';
             package->extractChecked(
                 entry, [&](std::span<const std::byte> chunk) { text += Data(chunk).text(); });
             text += '\n';
@@ -209,10 +209,9 @@ TEST_F(Roads, WithoutTheFolderAnEmptyPackageIsPacked) {
     unpack(rawArchive({{.name = "other/x", .data = "x"}}));
     ASSERT_TRUE(listed_.isListed());
     listed_.createFolder(url("list/staging/"));
-    EXPECT_EQ(errorOf([&] {
-                  listed_.move(url("list/unzipped/Payload"), url("list/staging/Payload"));
-              }),
-              FileError::fileReadNoSuchFile);
+    EXPECT_EQ(
+        errorOf([&] { listed_.move(url("list/unzipped/Payload"), url("list/staging/Payload")); }),
+        FileError::fileReadNoSuchFile);
     listed_.pack(url("list/staging/"), url("list/new.ipa"), nullptr);
     EXPECT_EQ(fs::file_size(box("list/new.ipa")), 22U);
 }
@@ -273,8 +272,9 @@ TEST_F(Roads, UnfinishedPackageIsRemoved) {
         const ListedFiles files(sandbox_);
         files.createFolder(url("list/unzipped/"));
         files.copyIn(URL::file(outside("app.ipa")), url("list/app.ipa"), nullptr);
-        files.unpack(url("list/app.ipa"), url("list/unzipped/"),
-                     {.packedFolder = "Payload", .mayChange = [](std::string_view) { return false; }});
+        files.unpack(
+            url("list/app.ipa"), url("list/unzipped/"),
+            {.packedFolder = "Payload", .mayChange = [](std::string_view) { return false; }});
         EXPECT_FALSE(fs::is_empty(box("tmp")));
     }
     EXPECT_TRUE(fs::is_empty(box("tmp")));

@@ -34,7 +34,8 @@ EntryList listOf(const std::vector<std::string> &names) {
 
 TEST(EntryList, OrderIsThatOfAWalk) {
     std::mt19937 generator(7);
-    const std::vector<std::string> names = {"Payload", "a", "a.b", "a-b", "B", "\xc3\xa9", "0", "~"};
+    const std::vector<std::string> names = {"Payload", "a",        "a.b", "a-b",
+                                            "B",       "\xc3\xa9", "0",   "~"};
     for (int round = 0; round < 30; ++round) {
         const test::TemporaryFolder folder;
         EntryList list;

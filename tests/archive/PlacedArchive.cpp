@@ -43,8 +43,9 @@ TEST(PlacedArchive, PlacesBeyondFourGiB) {
     writer.flush();
     archive.finish(items, path, nullptr);
     const std::uint64_t first = 31 + fourGiB - 2;
-    EXPECT_EQ(asPythonReads(path), "a " + std::to_string(fourGiB - 1) + ' ' + std::to_string(first) +
-                                       " 45\nb " + std::to_string(fourGiB - 2) + " 0 20\nc/ 0 " +
+    EXPECT_EQ(asPythonReads(path), "a " + std::to_string(fourGiB - 1) + ' ' +
+                                       std::to_string(first) + " 45\nb " +
+                                       std::to_string(fourGiB - 2) + " 0 20\nc/ 0 " +
                                        std::to_string(first + 31 + 20 + fourGiB - 1) + " 20\n");
     const auto read = Archive::open(folder.url("a.zip"), Archive::AccessMode::read);
     EXPECT_TRUE(read->zip64EndOfCentralDirectory());

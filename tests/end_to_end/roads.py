@@ -17,6 +17,7 @@ import sys
 import tempfile
 import time
 import zipfile
+import zlib
 from pathlib import Path
 
 import generated
@@ -39,13 +40,6 @@ def options(chance):
         if chance.random() < likely:
             found += [option, value]
     return found
-
-
-def readable(path):
-    try:
-        return zipfile.ZipFile(path)
-    except zipfile.BadZipFile:
-        return None
 
 
 def headers(content, entry):
@@ -106,7 +100,12 @@ class Run:
         report.unlink(missing_ok=True)
         items = sorted(path for path in (folder / "out").iterdir())
         self.seen["items"] = [path.name for path in items]
-        self.copy = Copy(items[0]) if len(items) == 1 else None
+        self.copy = None
+        if len(items) == 1:
+            try:
+                self.copy = Copy(items[0])
+            except (zipfile.BadZipFile, struct.error, zlib.error) as error:
+                self.seen["items"].append(f"cannot be read: {error}")
         shutil.rmtree(folder / "out")
 
 

@@ -2,6 +2,7 @@
 
 #include "Vellomir/Inspection/AppSearch.h"
 #include "Vellomir/Inspection/Errors.h"
+#include "Vellomir/Inspection/ListValues.h"
 
 #include <algorithm>
 #include <climits>
@@ -86,7 +87,7 @@ private:
             return;
         const auto place = std::find_if(largest.begin(), largest.end(),
                                         [size](const auto &each) { return each.size < size; });
-        largest.insert(place, {path, size});
+        largest.insert(place, {kept(path), size});
         if (largest.size() > largestCount)
             largest.pop_back();
     }
@@ -94,7 +95,7 @@ private:
     void addUnsafe(const std::string &path, const std::string &reason) {
         ++facts_.unsafeEntryCount;
         if (facts_.unsafeEntries.size() < unsafeCount)
-            facts_.unsafeEntries.push_back(path + ": " + reason);
+            facts_.unsafeEntries.push_back(kept(path) + ": " + reason);
     }
 
     /// The target of a link is stored, and no longer than a path may be.

@@ -7,6 +7,7 @@
 #include <bit>
 #include <cerrno>
 #include <cstdint>
+#include <new>
 #include <utility>
 
 namespace vellomir {
@@ -46,7 +47,10 @@ bool isASCII(char byte) {
 
 } // namespace
 
-Converter::Converter(const char *to, const char *from) : converter_(::iconv_open(to, from)) {}
+Converter::Converter(const char *to, const char *from) : converter_(::iconv_open(to, from)) {
+    if (!isOpen() && errno == ENOMEM)
+        throw std::bad_alloc();
+}
 
 Converter::~Converter() {
     if (isOpen())
@@ -115,8 +119,6 @@ std::size_t CharacterSet::takeCharacter(std::string_view bytes, std::string &tex
 
 std::optional<std::string> CharacterSet::decode(std::string_view bytes,
                                                 const archive::Progress *progress) {
-    if (!converter_.isOpen())
-        return std::nullopt;
     std::string text;
     std::size_t count = 0;
     while (!bytes.empty()) {

@@ -15,7 +15,7 @@ namespace vellomir {
 /// Converts from one encoding to another. The locale makes no difference.
 class Converter {
 public:
-    /// The names are iconv's.
+    /// The names are iconv's. Throws `std::bad_alloc`.
     Converter(const char *to, const char *from);
     ~Converter();
     Converter(const Converter &) = delete;
@@ -40,8 +40,10 @@ public:
     /// The name is iconv's. The set must have no shift states and no combining characters.
     explicit CharacterSet(const char *name);
 
-    /// As UTF-8. Nothing if a byte is no part of a character, or if the system does not know the
-    /// set. `progress` may be null. Throws `ArchiveError::cancelledOperation`.
+    /// Whether the system knows the set. Else nothing may be decoded.
+    [[nodiscard]] bool isKnown() const { return converter_.isOpen(); }
+    /// As UTF-8. Nothing if a byte is no part of a character. `progress` may be null. Throws
+    /// `ArchiveError::cancelledOperation`.
     [[nodiscard]] std::optional<std::string> decode(std::string_view bytes,
                                                     const archive::Progress *progress);
     /// Nothing if the text, which is UTF-8, has a character that the set lacks.

@@ -111,7 +111,10 @@ std::optional<GuessedText> guessOldText(std::string_view bytes, std::string_view
     std::optional<GuessedText> best;
     double bestUse = 0;
     for (const char *set : setsOf(language)) {
-        auto text = CharacterSet(set).decode(bytes, progress);
+        CharacterSet characters(set);
+        if (!characters.isKnown())
+            return std::nullopt; // It may be the right one.
+        auto text = characters.decode(bytes, progress);
         if (!text)
             continue;
         const double use = usualness(*text);

@@ -18,8 +18,8 @@ struct GuessedText {
 /// without its extension: "de", "zh_TW", "Japanese". Of the sets that were usual for the language,
 /// the one in which the further characters look most like words of it is taken.
 ///
-/// Nothing if the bytes are invalid in all of these sets. `progress` may be null. Throws
-/// `ArchiveError::cancelledOperation`.
+/// Nothing if the bytes are invalid in all of these sets, or if the system lacks one of them.
+/// `progress` may be null. Throws `ArchiveError::cancelledOperation`.
 [[nodiscard]] std::optional<GuessedText>
 guessOldText(std::string_view bytes, std::string_view language, const archive::Progress *progress);
 

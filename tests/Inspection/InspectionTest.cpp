@@ -163,6 +163,13 @@ TEST(Inspection, KeepsALimitedNumberOfGroups) {
     EXPECT_EQ(inspected(entries).appGroups.size(), 1000);
 }
 
+TEST(Inspection, LongPathsAreCutOff) {
+    const std::string path = "../" + std::string(60'000, 'p');
+    const Inspection found = inspected({info(), {.name = path, .data = std::string(9000, 'x')}});
+    EXPECT_EQ(found.unsafeEntries.at(0), path.substr(0, 1024) + ": leads out of the package");
+    EXPECT_EQ(found.largestEntries.at(0).path, path.substr(0, 1024));
+}
+
 TEST(Inspection, LooksAtALimitedNumberOfBundles) {
     Entries entries = {info()};
     for (int index = 0; index < 1100; ++index)

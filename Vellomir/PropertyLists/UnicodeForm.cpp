@@ -171,7 +171,7 @@ std::string decodeUnicode(Bytes bytes, const UnicodeForm &form) {
 }
 
 std::string encodeUnicode(std::string_view text, const UnicodeForm &form) {
-    const std::string marked = std::string(form.isMarked ? markInUTF8 : "") + std::string(text);
+    std::string marked = std::string(form.isMarked ? markInUTF8 : "") + std::string(text);
     if (form.units == Units::utf8)
         return marked;
     std::string bytes;

@@ -59,7 +59,7 @@ class Localized(DeepCase):
         self.assertEqual(list(plistlib.loads(found["it.lproj/InfoPlist.strings"])), list(texts))
 
     def testTableOfLanguages(self):
-        table = {"LocProvenance": {"a": 1}, "de": {"CFBundleName": "n", "x": "y"},
+        table = {"LocProvenance": {"CFBundleName": "no name"}, "de": {"CFBundleName": "n", "x": "y"},
                  "en": {"CFBundleDisplayName": "m"}, "fr": {"x": "z"}}
         self.make([("InfoPlist.loctable", binary(**table))])
         found = self.deeply("--localized", log=[

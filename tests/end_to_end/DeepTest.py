@@ -10,11 +10,13 @@ from harness import lines, successLog
 class Nested(DeepCase):
     def testEachKindOfBundle(self):
         names = {"PlugIns/Share.appex": ".share", "Extensions/Ex.appex": ".ex",
+                 "com.apple.WatchPlaceholder/P.app": ".placeholder",
                  "Watch/W.app": ".watch", "Watch/W.app/PlugIns/E.appex": ".watch.e",
                  "AppClips/Clip.app": ".Clip", "AppClips/Clip.app/PlugIns/N.appex": ".Clip.n"}
         self.make([(f"{path}/Info.plist", bundle(IDENTIFIER + end)) for path, end in names.items()])
         order = ["AppClips/Clip.app", "AppClips/Clip.app/PlugIns/N.appex", "Extensions/Ex.appex",
-                 "PlugIns/Share.appex", "Watch/W.app", "Watch/W.app/PlugIns/E.appex"]
+                 "PlugIns/Share.appex", "Watch/W.app", "Watch/W.app/PlugIns/E.appex",
+                 "com.apple.WatchPlaceholder/P.app"]
         changed = self.deeply("--nested", log=[
             f"New CFBundleIdentifier in {path}/Info.plist: {IDENTIFIER}2{names[path]}"
             for path in order])

@@ -18,8 +18,8 @@ inline constexpr std::string_view tableName = "InfoPlist.loctable";
 /// Whether a URL or a path is taken for that of an app's list.
 [[nodiscard]] bool namesAppList(std::string_view text);
 
-/// Tells the files that a step may write, by their paths in the package that is unpacked into this
-/// folder. May tell more.
+/// Whether a step may write the file of this path in the package that is unpacked into the folder.
+/// True for some others as well.
 [[nodiscard]] std::function<bool(std::string_view path)>
 changeableFiles(const archive::URL &folder);
 

@@ -36,7 +36,7 @@ public:
     void replace(const archive::URL &url, std::span<const std::byte> content) const override;
 
     void createFolder(const archive::URL &url) const override { disk_.createFolder(url); }
-    /// Opens the package, and makes an empty file in the place of the copy. Throws
+    /// Opens the package, and makes an empty file with the name of the copy. Throws
     /// `FileError::fileReadUnknown` in `unpack` if the package is changed until then.
     void copyIn(const archive::URL &from, const archive::URL &to,
                 const ProgressPointer &progress) const override;

@@ -42,23 +42,27 @@ class Duplicate(Interrupted):
         makeLargePackage(self.folder / "app.ipa")
         (self.folder / "out").mkdir()
 
-    def check(self, moment, **options):
+    def check(self, moment, *arguments, **options):
         clean = (self.folder / "out/Notes2.ipa").unlink
         before = self.interrupt(moment, "duplicate", "app.ipa", "--number", "2", "--output", "out",
-                                clean=clean, **options)
+                                *arguments, clean=clean, **options)
         self.assertEqual(snapshot(self.folder), before)
 
     def testWhileCopying(self):
         self.check(lambda: self.hidden("job/Documents/app.ipa"))
 
-    def testWhileUnpacking(self):
-        self.check(lambda: self.hidden("job/Documents/app/unzipped/Payload/Notes.app/big"))
+    def testWhileTheCopyIsWritten(self):
+        self.check(lambda: self.hidden("job/tmp/unfinished.ipa"))
 
-    def testWhilePacking(self):
-        self.check(lambda: self.hidden("job/Documents/Notes2.ipa"))
+    def testWhileUnpackingOnDisk(self):
+        self.check(lambda: self.hidden("job/Documents/app/unzipped/Payload/Notes.app/big"),
+                   "--on-disk")
+
+    def testWhilePackingOnDisk(self):
+        self.check(lambda: self.hidden("job/Documents/Notes2.ipa"), "--on-disk")
 
     def testAgainAndAgain(self):
-        self.check(lambda: self.hidden("job/Documents/app/unzipped/*"), signals=[signal.SIGINT] * 50)
+        self.check(lambda: self.hidden("job/tmp/unfinished.ipa"), signals=[signal.SIGINT] * 50)
 
     def testOtherSignals(self):
         for number in [signal.SIGTERM, signal.SIGHUP]:

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Vellomir/Job/Job.h"
+#include "files/FolderItems.h"
 #include "tests/Job/Packages.h"
 #include "tests/support/TemporaryFolder.h"
 

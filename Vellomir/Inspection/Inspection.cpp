@@ -36,8 +36,8 @@ std::string stem(const std::string &folder) {
 class Inspector {
 public:
     Inspector(const Archive &archive, archive::ProgressPointer progress)
-        : archive_(archive), progress_(std::move(progress)),
-          survey_(surveyPackage(archive, progress_)), reader_(archive, progress_) {
+        : progress_(std::move(progress)), survey_(surveyPackage(archive, progress_)),
+          reader_(archive, progress_) {
         found_ = std::move(survey_.facts);
         items_ = surveyApp(archive, found_.bundle, progress_);
     }
@@ -146,7 +146,6 @@ private:
                 }
     }
 
-    const Archive &archive_;
     archive::ProgressPointer progress_;
     PackageSurvey survey_;
     EntryReader reader_;

@@ -147,8 +147,8 @@ class Concurrent(Case):
                 return
             time.sleep(0.0005)
 
-    def isHeld(self):
-        with open(self.folder / "a.zip", "rb") as file:
+    def isHeld(self, name="a.zip"):
+        with open(self.folder / name, "rb") as file:
             try:
                 fcntl.flock(file, fcntl.LOCK_EX | fcntl.LOCK_NB)
                 return False
@@ -158,6 +158,14 @@ class Concurrent(Case):
     def workingFolders(self):
         return [path.parent.name for path in self.folder.glob(".vellomir-*/.vellomir-lock")]
 
+    def hasHeldWorkingFolder(self):
+        """Whether a run works in the folder. Until its lock is held, the folder counts as abandoned,
+        and another run may remove it."""
+        try:
+            return any(self.isHeld(f"{name}/.vellomir-lock") for name in self.workingFolders())
+        except FileNotFoundError: # removed between the two calls
+            return False
+
     @contextlib.contextmanager
     def waitingRun(self):
         """A run that is stopped while it waits for the archive; its working folder is made."""
@@ -166,7 +174,7 @@ class Concurrent(Case):
             while True: # on a busy machine it may have given up before it was stopped
                 run = subprocess.Popen([PROGRAM, "archive", "add", "a.zip", "new.txt"],
                                        cwd=self.folder, stderr=subprocess.DEVNULL)
-                while run.poll() is None and not self.workingFolders():
+                while run.poll() is None and not self.hasHeldWorkingFolder():
                     time.sleep(0.001)
                 self.stop(run)
                 if run.poll() is None:

@@ -1,5 +1,6 @@
 // The steps of a job, with every system call and every allocation failing in turn.
 
+#include "archive/FileManager.h"
 #include "files/Error.h"
 #include "tests/Job/JobBench.h"
 #include "tests/faults/FaultRuns.h"

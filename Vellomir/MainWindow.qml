@@ -28,7 +28,7 @@ T.ApplicationWindow {
     }
 
     Shortcut {
-        sequences: [StandardKey.HelpContents]
+        sequences: ["F1"]
         context: Qt.ApplicationShortcut // also while a sheet is open
         onActivated: window.launchState.openHelp()
     }

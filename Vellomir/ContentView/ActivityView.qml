@@ -103,6 +103,7 @@ Sheet {
                 DragOutRow {
                     objectName: "dragRow"
                     Layout.fillWidth: true
+                    hint: "Drops the file in another program, such as a file manager or a mail."
                     enabled: sheet.sharing.isThere
                     uriList: sheet.sharing.uriList
                     onClicked: sheet.sharing.explainDragging()
@@ -176,7 +177,6 @@ Sheet {
         signal dropped(wasTaken: bool)
 
         symbol: "hand.draw"
-        hint: "Drops the file in another program, such as a file manager or a mail."
         text: "Drag this to another window"
         // An automatic drag carries data; the row itself does not move.
         Drag.dragType: Drag.Automatic

@@ -19,9 +19,11 @@ Loader {
         if (!isHovered)
             wasUsed = isUsed;
     }
-    sourceComponent: Hint {
-        parent: area
-        text: area.text
-        visible: true
+    sourceComponent: Hint {}
+    onLoaded: {
+        const hint = item as Hint;
+        hint.parent = area;
+        hint.text = Qt.binding(() => area.text);
+        hint.visible = true;
     }
 }

@@ -315,7 +315,7 @@ void ListedFiles::pack(const URL &folder, const URL &package,
 void ListedFiles::removeUnfinished() const {
     try {
         disk_.removeIfThere(unfinished_);
-    } catch (const Error &) { // it is below the folder of the job, which is removed with it
+    } catch (const std::exception &) { // it is below the job's folder, and removed with it
     }
 }
 

@@ -52,6 +52,12 @@ public:
     void clearTemporaryFiles() { newJob().clearTemporaryFiles(); }
     bool clearDocuments() { return newJob().clearDocuments(); }
 
+    /// Ends the last job, which closes what its files hold open.
+    void end() {
+        job_.reset();
+        listedFiles_.reset();
+    }
+
     /// What the last job failed with. Fails the test if it did not fail.
     [[nodiscard]] JobProblem failure() const;
     [[nodiscard]] const Job &job() const { return *job_; }

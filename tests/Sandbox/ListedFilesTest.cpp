@@ -86,7 +86,7 @@ protected:
 TEST_F(Roads, ResultsAndErrorsAreThoseOfTheDisk) {
     unpack(rawArchive(entries_));
     ASSERT_TRUE(listed_.isListed());
-    for (const std::string &path :
+    for (const std::string path :
          {"Payload", "Payload/A.app", "Payload/A.app/file", "Payload/A.app/missing",
           "Payload/A.app/file/below", "Payload/missing/x", "missing", "other/x",
           "Payload/A.app/changed", "Payload/A.app/folder"}) {
@@ -119,7 +119,7 @@ TEST_F(Roads, ResultsAndErrorsAreThoseOfTheDisk) {
 TEST_F(Roads, ReadingAndWritingAreThoseOfTheDisk) {
     unpack(rawArchive(entries_));
     const Data content = bytes("new content");
-    for (const std::string &path :
+    for (const std::string path :
          {"Payload/A.app/changed", "Payload/A.app/folder", "Payload/A.app/new-changed",
           "Payload/A.app/file/below", "Payload/missing/x", "Payload/A.app/folder/changed"}) {
         for (const std::size_t limit : {1U, 100U})
@@ -131,7 +131,7 @@ TEST_F(Roads, ReadingAndWritingAreThoseOfTheDisk) {
             return std::string(files.read(at(path), 100).text());
         });
     }
-    for (const std::string &path : {"Payload/A.app/changed", "Payload/A.app/folder", "missing/x"})
+    for (const std::string path : {"Payload/A.app/changed", "Payload/A.app/folder", "missing/x"})
         expectSame([&](const PackageFiles &files, const auto &at) {
             files.replace(at(path), bytes("replaced"));
             return std::string(files.read(at(path), 100).text());
@@ -289,7 +289,7 @@ TEST_F(Roads, FoldedNamesAreLeftToTheDisk) {
 
 TEST_F(Roads, PlaceInTheTreeIsThatOfTheDisk) {
     unpack(rawArchive(entries_));
-    for (const std::string &path :
+    for (const std::string path :
          {"other/new.ipa", "other/x", "other/x/new.ipa", "missing/new.ipa", "new.ipa"})
         expectSame([&](const PackageFiles &files, const auto &at) {
             return files.withoutLinks(at(path)).path().substr(at("").path().size());

@@ -41,9 +41,9 @@ class FullDisks(Case):
         self.assertEqual(os.listdir(self.disk), [])
 
     def testDuplicateWhileUnpackingAndPacking(self):
-        for size in [400_000, 200_000]:
+        for size, *options in [(400_000,), (400_000, "--on-disk"), (200_000, "--on-disk")]:
             self.package(b"x" * size, 8)
-            result = self.cli("duplicate", "app.ipa", "--number", "2", "--output", "disk")
+            result = self.cli("duplicate", "app.ipa", "--number", "2", "--output", "disk", *options)
             self.isNamed(self.errorLine(result.err))
             self.assertNotIn(".vellomir-", result.out)
             self.isNamed(result.out.splitlines()[-1 if size == 400_000 else -2] + " ")

@@ -89,6 +89,7 @@ void JobFaults::runWholeJob(const std::string &name, std::size_t itemCount) {
                          .run =
                              [&] {
                                  job().run();
+                                 job().end();
                                  if (!job().result())
                                      job().throwWords();
                              },
@@ -119,6 +120,7 @@ void JobFaults::runDeepChanges(const std::string &name) {
                          .run =
                              [&] {
                                  job().run();
+                                 job().end();
                                  if (!job().result() || saysFailure(job().log()))
                                      job().throwWords();
                              },

@@ -145,11 +145,11 @@ void ListedFiles::write(const URL &url, std::span<const std::byte> content) cons
     if (item != nullptr && item->isFolder)
         throw writeError(url.path(), EISDIR);
     if (item == nullptr) {
-        archive::EntryList &list = state_->transfer->list();
-        if (!path || list.find(archive::folderOfItem(*path)) == nullptr)
+        archive::EntryList *const list = path ? &state_->transfer->list() : nullptr;
+        if (list == nullptr || list->find(archive::folderOfItem(*path)) == nullptr)
             return disk_.write(url, content);
         touchFolder(archive::folderOfItem(*path));
-        item = &list.insert({.path = *path, .permissions = 0644});
+        item = &list->insert({.path = *path, .permissions = 0644});
     }
     setContent(*item, content);
 }

@@ -46,7 +46,8 @@ void copyTo(const SandboxPlace &place, const std::string &path, const OpenFile &
 OpenFile openSource(const std::string &path) {
     FileDescriptor source = openFile(path, Access::read);
     static_cast<void>(regularFileSize(source, path));
-    return {std::move(source), path};
+    std::string name = path; // GCC 12 loses the descriptor if a later member of a result throws.
+    return {std::move(source), std::move(name)};
 }
 
 void SandboxFiles::copyIn(const URL &from, const URL &to, const ProgressPointer &progress) const {

@@ -32,8 +32,8 @@ FileDescriptor openForWriting(const SandboxPlace &place) {
 SandboxPlace createBeside(const SandboxPlace &place, mode_t mode, const std::string &path,
                           FileDescriptor &file) {
     static constexpr int attempts = 1000;
-    SandboxPlace fresh{
-        .folder = duplicate(place.folder.get()), .name = {}, .folderPath = place.folderPath};
+    SandboxPlace fresh{.folder = {}, .name = {}, .folderPath = place.folderPath};
+    fresh.folder = duplicate(place.folder.get());
     for (int attempt = 0; attempt < attempts; ++attempt) {
         fresh.name = ".vellomir-new-" + std::to_string(attempt);
         file = createFile(fresh.itemName(), Access::write, 0600);

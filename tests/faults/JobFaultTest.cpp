@@ -26,6 +26,15 @@ public:
         isListed = withList;
     }
 
+    /// Closes what the job has open, also when it throws.
+    void runToItsEnd() {
+        const struct Ending {
+            Bench &bench;
+            ~Ending() { bench.end(); }
+        } ending{*this};
+        run();
+    }
+
     /// The failure of a step that does not throw: all lines of the log and the console.
     void throwWords() const {
         std::string text = consoleText();
@@ -88,8 +97,7 @@ void JobFaults::runWholeJob(const std::string &name, std::size_t itemCount) {
                          .prepare = [&] { reset(); },
                          .run =
                              [&] {
-                                 job().run();
-                                 job().end();
+                                 job().runToItsEnd();
                                  if (!job().result())
                                      job().throwWords();
                              },
@@ -119,8 +127,7 @@ void JobFaults::runDeepChanges(const std::string &name) {
                              },
                          .run =
                              [&] {
-                                 job().run();
-                                 job().end();
+                                 job().runToItsEnd();
                                  if (!job().result() || saysFailure(job().log()))
                                      job().throwWords();
                              },

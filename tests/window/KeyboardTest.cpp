@@ -101,8 +101,8 @@ TEST_F(Keyboard, TabStaysInAboutSheet) {
 
 TEST_F(Keyboard, TabStaysInShareSheet) {
     openShareSheet();
-    EXPECT_THAT(walk(7), ElementsAre("saveRow", "sendRow", "showRow", "copyRow", "dragRow",
-                                     "doneButton", "saveRow"));
+    EXPECT_THAT(walk(8), ElementsAre("helpButton", "saveRow", "sendRow", "showRow", "copyRow",
+                                     "dragRow", "doneButton", "helpButton"));
 }
 
 TEST_F(Keyboard, TabStaysInCropper) {

@@ -261,7 +261,7 @@ TEST_F(ShareSheet, OpensScrolledToTopWithoutFocus) {
     EXPECT_EQ(item("shareScroller").property("contentY").toDouble(), 0);
     EXPECT_FALSE(item("dragRow").hasActiveFocus());
     key(Qt::Key_Tab);
-    EXPECT_TRUE(item("saveRow").hasActiveFocus());
+    EXPECT_TRUE(item("helpButton").hasActiveFocus());
 }
 
 TEST_F(ShareSheet, FailedSaveAfterClosingShowsAlert) {

@@ -5,14 +5,12 @@
 
 namespace vellomir::archive {
 
-using EntryType = Entry::EntryType;
-
 EntryWriter::EntryWriter(const Archive &archive, DestinationFolder &folder, const URL &destination,
                          const FileManager::UnzipOptions &options)
     : archive_(archive), folder_(folder), destination_(destination), options_(options),
       entries_(archive.makeIterator()) {}
 
-void EntryWriter::write(std::uint64_t position, EntryType type) {
+void EntryWriter::write(std::uint64_t position, Entry::EntryType type) {
     part_ = nullptr;
     if (options_.progress)
         options_.progress->throwIfCancelled();
@@ -31,10 +29,11 @@ std::int64_t EntryWriter::countedUnits() const {
 }
 
 void EntryWriter::removeFile(std::uint64_t position) {
-    folder_.removeFile(pathBelow(destination_, archive_.path(entryAt(position, EntryType::file))));
+    folder_.removeFile(
+        pathBelow(destination_, archive_.path(entryAt(position, Entry::EntryType::file))));
 }
 
-Entry EntryWriter::entryAt(std::uint64_t position, EntryType type) {
+Entry EntryWriter::entryAt(std::uint64_t position, Entry::EntryType type) {
     entries_.goTo(position);
     auto entry = entries_.next();
     if (!entry || entry->type() != type)

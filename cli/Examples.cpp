@@ -7,8 +7,8 @@ namespace {
 
 using Table = std::map<std::string, std::vector<Example>>;
 
-const Table &exampleTable() {
-    static const Table table = {
+Table packageExamples() {
+    return {
         {"duplicate",
          {{"a second copy with an icon of its own",
            "vellomir-cli duplicate App.ipa --number 2 --icon me.jpg --zoom"},
@@ -23,6 +23,11 @@ const Table &exampleTable() {
          {{"to the phone beside you", "vellomir-cli send App2.ipa"},
           {"in one network only, at a port that a firewall lets through",
            "vellomir-cli send App2.ipa --interface wlan0 --port 8080"}}},
+    };
+}
+
+Table archiveExamples() {
+    return {
         {"archive list",
          {{"what a package holds", "vellomir-cli archive list App.ipa"},
           {"the same for a program", "vellomir-cli archive list App.ipa --json"}}},
@@ -49,6 +54,14 @@ const Table &exampleTable() {
          {{"what has a copy changed?",
            "vellomir-cli archive compare App.ipa App2.ipa --contents"}}},
     };
+}
+
+const Table &exampleTable() {
+    static const Table table = [] {
+        Table all = packageExamples();
+        all.merge(archiveExamples());
+        return all;
+    }();
     return table;
 }
 

@@ -31,7 +31,8 @@ std::vector<InterfaceAddress> chosenAddresses(const SendOptions &options) {
 bool isCodeShown(const SendOptions &options, const QrCode &code) {
     if (options.qr != QrMode::automatic)
         return options.qr == QrMode::always;
-    const auto width = static_cast<std::size_t>(code.side() + 2 * QrCode::quietZone);
+    const auto width =
+        static_cast<std::size_t>(code.side()) + 2 * static_cast<std::size_t>(QrCode::quietZone);
     return isSmartTerminal(STDOUT_FILENO) &&
            terminalColumns(STDOUT_FILENO).value_or(width) >= width;
 }

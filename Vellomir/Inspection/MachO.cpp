@@ -217,6 +217,7 @@ std::vector<Part> fatParts(Bytes bytes, const Magic &magic, std::uint64_t fileSi
 
 std::vector<archive::Data> readStarts(const ReadRanges &read, const std::vector<Part> &parts) {
     std::vector<ByteRange> starts;
+    starts.reserve(parts.size());
     for (const Part &part : parts)
         starts.push_back({part.place.offset, std::min(part.place.size, firstPart)});
     return read(starts);
@@ -250,6 +251,7 @@ std::vector<archive::Data> readCommands(const ReadRanges &read, const std::vecto
     if (isEnough)
         return starts;
     std::vector<ByteRange> needed;
+    needed.reserve(parts.size());
     for (const Part &part : parts)
         needed.push_back(part.needed);
     return read(needed);

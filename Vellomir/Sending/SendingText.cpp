@@ -4,7 +4,7 @@ namespace vellomir {
 
 std::string progressText(const SendingState &state, std::uint64_t fileSize,
                          const AmountText &amount) {
-    const std::string done = amount(state.position) + " of " + amount(fileSize) + " sent";
+    std::string done = amount(state.position) + " of " + amount(fileSize) + " sent";
     if (state.running > 1)
         return done + ", " + std::to_string(state.running) + " transfers";
     if (state.running == 1)

@@ -89,7 +89,7 @@ void PhoneSending::close() {
     setOpen(false);
 }
 
-void PhoneSending::copyAddress() {
+void PhoneSending::copyAddress() const {
     Clipboard::copyText(address());
 }
 

@@ -48,7 +48,7 @@ public:
     void open(const QString &file);
     /// To be called when the sheet has closed: closes all connections.
     Q_INVOKABLE void close();
-    Q_INVOKABLE void copyAddress();
+    Q_INVOKABLE void copyAddress() const;
 
 signals:
     void isOpenChanged();

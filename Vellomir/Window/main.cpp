@@ -45,7 +45,7 @@ void endWithoutCrash(QtMsgType type, const QMessageLogContext &context, const QS
 
 /// A name with bytes that are no text becomes a file URL, which can hold any bytes.
 QString decoded(const QByteArray &argument) {
-    const QString text = QFile::decodeName(argument);
+    QString text = QFile::decodeName(argument);
     if (QFile::encodeName(text) == argument)
         return text;
     const QByteArray folder =

@@ -27,6 +27,7 @@ class PlacedArchive;
 /// suffice. The caller's thread is the only one that uses an object.
 class EntryTransfer {
 public:
+    /// How to read the old archive, and what of it is wanted.
     struct Options {
         ProgressPointer progress = nullptr;
         std::optional<TextEncoding> preferredEncoding = std::nullopt;
@@ -60,6 +61,7 @@ public:
 
     /// What unpacking would have made. The content of a held file may be replaced.
     [[nodiscard]] EntryList &list() { return list_; }
+    /// How many entries were read, of how many.
     [[nodiscard]] const Count &count() const { return count_; }
 
     /// Completes the new archive. Errors name this path. Throws `DataError::unwritableFile`, and

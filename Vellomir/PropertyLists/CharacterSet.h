@@ -26,7 +26,7 @@ public:
     /// Appends what the input becomes, and takes that off the input. Returns 0, or errno if input
     /// is left.
     [[nodiscard]] int convert(std::string_view &input, std::string &output);
-    /// Appends what was held back for a combining character, and forgets what came before.
+    /// Appends the character that was kept for a combining one, and resets the state.
     void finish(std::string &output);
 
 private:

@@ -176,7 +176,8 @@ TEST(TwoOrderedWorkers, ItemInFrontOfAFailureIsFinished) {
     });
     EXPECT_TRUE(isFinished);
     EXPECT_EQ(outcome.failed, 1U);
-    EXPECT_EQ(outcome.begun, 2U);
+    EXPECT_GE(outcome.begun, 2U);
+    EXPECT_LE(outcome.begun, 3U); // the next item may begin before the failure is known
 }
 
 TEST(TwoOrderedWorkers, LaterFailureInFrontReplacesAnEarlierOne) {

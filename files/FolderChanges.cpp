@@ -13,12 +13,12 @@
 namespace vellomir {
 namespace {
 
-enum class Renaming { done, failed, unsupported };
+enum class ExclusiveRenaming { done, failed, unsupported };
 
-Renaming renameUnlessTaken(const ItemName &from, const ItemName &to) {
+ExclusiveRenaming renameUnlessTaken(const ItemName &from, const ItemName &to) {
     if (::renameat2(from.folder(), from.name(), to.folder(), to.name(), RENAME_NOREPLACE) == 0)
-        return Renaming::done;
-    return errno == EINVAL || errno == ENOSYS ? Renaming::unsupported : Renaming::failed;
+        return ExclusiveRenaming::done;
+    return errno == EINVAL || errno == ENOSYS ? ExclusiveRenaming::unsupported : ExclusiveRenaming::failed;
 }
 
 } // namespace
@@ -56,9 +56,9 @@ bool renameItem(const ItemName &from, const ItemName &to) {
 }
 
 bool renameToNewName(const ItemName &from, const ItemName &to) {
-    const Renaming renaming = renameUnlessTaken(from, to);
-    if (renaming != Renaming::unsupported)
-        return renaming == Renaming::done;
+    const ExclusiveRenaming renaming = renameUnlessTaken(from, to);
+    if (renaming != ExclusiveRenaming::unsupported)
+        return renaming == ExclusiveRenaming::done;
     // A link fails if the name is taken, and shows the whole file at once.
     if (::linkat(from.folder(), from.name(), to.folder(), to.name(), 0) != 0)
         return false;
@@ -67,9 +67,9 @@ bool renameToNewName(const ItemName &from, const ItemName &to) {
 }
 
 bool moveToNewName(const ItemName &from, const ItemName &to) {
-    const Renaming renaming = renameUnlessTaken(from, to);
-    if (renaming != Renaming::unsupported)
-        return renaming == Renaming::done;
+    const ExclusiveRenaming renaming = renameUnlessTaken(from, to);
+    if (renaming != ExclusiveRenaming::unsupported)
+        return renaming == ExclusiveRenaming::done;
     // Folders have no second names, so this takes two steps.
     if (statusOf(to, Links::refuse)) {
         errno = EEXIST;

@@ -18,10 +18,10 @@ namespace {
 using AccessMode = Archive::AccessMode;
 using EntryType = Entry::EntryType;
 
-constexpr std::size_t budget = std::size_t{1} << 18U;
-struct OverBudget {};
+constexpr std::size_t contentBudget = std::size_t{1} << 18U;
+struct OverContentBudget {};
 
-struct Item {
+struct ReadItem {
     std::string path;
     EntryType type = EntryType::file;
     Data content;
@@ -29,7 +29,7 @@ struct Item {
     Date::DateTime modified;
     CRC32 checksum = 0;
 
-    friend bool operator==(const Item &left, const Item &right) {
+    friend bool operator==(const ReadItem &left, const ReadItem &right) {
         return left.path == right.path && left.type == right.type &&
                left.content == right.content && left.permissions == right.permissions &&
                left.modified.date == right.modified.date &&
@@ -37,9 +37,9 @@ struct Item {
     }
 };
 
-Item read(const Archive &archive, const Entry &entry, std::size_t &left) {
+ReadItem read(const Archive &archive, const Entry &entry, std::size_t &left) {
     const FileAttributes attributes = entry.fileAttributes();
-    Item item{archive.path(entry),
+    ReadItem item{archive.path(entry),
               entry.type(),
               {},
               attributes.posixPermissions,
@@ -47,17 +47,17 @@ Item read(const Archive &archive, const Entry &entry, std::size_t &left) {
               0};
     item.checksum = archive.extract(entry, [&](std::span<const std::byte> chunk) {
         if (chunk.size() > left)
-            throw OverBudget();
+            throw OverContentBudget();
         left -= chunk.size();
         item.content.append(chunk);
     });
     return item;
 }
 
-/// Everything that can be extracted. Throws `OverBudget`.
-std::vector<Item> readAll(const Archive &archive) {
-    std::vector<Item> items;
-    std::size_t left = budget;
+/// Everything that can be extracted. Throws `OverContentBudget`.
+std::vector<ReadItem> readAll(const Archive &archive) {
+    std::vector<ReadItem> items;
+    std::size_t left = contentBudget;
     for (const Entry &entry : archive) {
         require(entry.localSize() >= LocalFileHeader::size,
                 "an entry is no shorter than its header");
@@ -69,7 +69,7 @@ std::vector<Item> readAll(const Archive &archive) {
     return items;
 }
 
-void add(Archive &archive, const Item &item, CompressionMethod method) {
+void add(Archive &archive, const ReadItem &item, CompressionMethod method) {
     const Provider provider = [&](std::int64_t position, std::size_t size) {
         const auto rest = item.content.bytes().subspan(static_cast<std::size_t>(position));
         return rest.first(std::min(size, rest.size()));
@@ -85,16 +85,16 @@ std::unique_ptr<Archive> reopened(const Archive &archive) {
     return again;
 }
 
-void writeAgain(const std::vector<Item> &items, CompressionMethod method) {
+void writeAgain(const std::vector<ReadItem> &items, CompressionMethod method) {
     const auto archive = Archive::make(Data(), AccessMode::create);
     require(archive != nullptr, "an archive in memory can be made");
-    for (const Item &item : items)
+    for (const ReadItem &item : items)
         add(*archive, item, method);
     require(readAll(*reopened(*archive)) == items, "what was written is what was read");
 }
 
 /// A further entry leaves the others as they were.
-void update(const Data &data, std::vector<Item> items) {
+void update(const Data &data, std::vector<ReadItem> items) {
     const auto archive = Archive::make(data, AccessMode::update);
     require(archive != nullptr, "what can be read can be updated");
     const bool isUsual = fuzz::hasUsualLayout(*archive, data);
@@ -118,11 +118,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *bytes, std::size_t siz
     if (!archive)
         return 0;
     try {
-        const std::vector<Item> items = readAll(*archive);
+        const std::vector<ReadItem> items = readAll(*archive);
         writeAgain(items, CompressionMethod::none);
         writeAgain(items, CompressionMethod::deflate);
         update(data, items);
-    } catch (const OverBudget &) { // nothing to learn from more of the same
+    } catch (const OverContentBudget &) { // nothing to learn from more of the same
     }
     return 0;
 }

@@ -23,7 +23,7 @@ namespace {
 
 constexpr std::size_t maximumEntries = 40;
 constexpr std::size_t maximumSteps = 6;
-constexpr std::size_t budget = std::size_t{1} << 18U;
+constexpr std::size_t contentLimit = std::size_t{1} << 18U;
 
 /// An entry as it must stay. Extraction may fail, before and after a change alike.
 struct Item {
@@ -67,7 +67,7 @@ Item itemOf(const Archive &archive, const Entry &entry, const Data &bytes) {
     item.local = Data(local.first(std::min<std::size_t>(entry.localSize(), local.size())));
     try {
         const auto take = [&](std::span<const std::byte> chunk) { item.content.append(chunk); };
-        static_cast<void>(archive.extract(entry, take, {.sizeLimit = budget}));
+        static_cast<void>(archive.extract(entry, take, {.sizeLimit = contentLimit}));
     } catch (const Error &error) {
         item.error = error.code();
     }

@@ -24,18 +24,18 @@ using EntryType = Entry::EntryType;
 
 namespace {
 
-constexpr std::size_t budget = std::size_t{1} << 17U;
-constexpr std::size_t maximumEntries = 12;
+constexpr std::size_t entryLimit = std::size_t{1} << 17U;
+constexpr std::size_t maximumEntriesRead = 12;
 
-struct Outcome {
+struct EntryOutcome {
     std::error_code error; ///< none if all went well
     Data content;
     CRC32 checksum = 0;
 };
 
-Outcome extract(const Archive &archive, const Entry &entry,
+EntryOutcome extract(const Archive &archive, const Entry &entry,
                 const Archive::ExtractOptions &options) {
-    Outcome outcome;
+    EntryOutcome outcome;
     try {
         outcome.checksum = archive.extract(
             entry, [&](Bytes chunk) { outcome.content.append(chunk); }, options);
@@ -61,8 +61,8 @@ Bytes available(Bytes archive, std::uint64_t offset, std::uint64_t size) {
 }
 
 /// Stored data comes out as the bytes in the archive.
-void requireStored(const Outcome &outcome, Bytes expected) {
-    if (expected.size() > budget) {
+void requireStored(const EntryOutcome &outcome, Bytes expected) {
+    if (expected.size() > entryLimit) {
         require(outcome.error == ArchiveError::invalidEntrySize, "too much is refused");
         return;
     }
@@ -71,8 +71,8 @@ void requireStored(const Outcome &outcome, Bytes expected) {
 }
 
 /// Deflated data is what zlib makes of the archive's bytes.
-void requireInflated(const Outcome &outcome, Bytes stream) {
-    const fuzz::PlainInflate plain = fuzz::inflatePlainly(stream, budget);
+void requireInflated(const EntryOutcome &outcome, Bytes stream) {
+    const fuzz::PlainInflate plain = fuzz::inflatePlainly(stream, entryLimit);
     if (plain.isComplete) {
         require(!outcome.error, "a complete stream can be read");
         require(outcome.content == Data(plain.output), "the inflaters deliver the same bytes");
@@ -86,12 +86,12 @@ void requireInflated(const Outcome &outcome, Bytes stream) {
                           outcome.error == CompressionError::corruptedData;
     require(isEither, "damaged, cut and too long data is refused");
     if (plain.isDamaged)
-        require(outcome.error == CompressionError::corruptedData || plain.output.size() == budget,
+        require(outcome.error == CompressionError::corruptedData || plain.output.size() == entryLimit,
                 "damage has the right error");
 }
 
 /// What the entry must deliver, from the archive's bytes alone.
-void requireExpected(const Outcome &outcome, const Entry &entry, const Member &member,
+void requireExpected(const EntryOutcome &outcome, const Entry &entry, const Member &member,
                      Bytes archive) {
     constexpr std::uint64_t greatestSize = std::uint64_t{1} << 63U;
     if (entry.type() != EntryType::file || member.dataOffset >= greatestSize)
@@ -112,7 +112,7 @@ void requireExpected(const Outcome &outcome, const Entry &entry, const Member &m
 }
 
 /// However the chunks are cut, the outcome is the same.
-void requireSame(const Outcome &one, const Outcome &other) {
+void requireSame(const EntryOutcome &one, const EntryOutcome &other) {
     require(one.error == other.error, "the size of the chunks changes no error");
     if (!one.error)
         require(one.content == other.content && one.checksum == other.checksum,
@@ -122,9 +122,9 @@ void requireSame(const Outcome &one, const Outcome &other) {
                 "the size of the chunks changes no byte before an error");
 }
 
-void requireLimit(const Archive &archive, const Entry &entry, const Outcome &whole,
+void requireLimit(const Archive &archive, const Entry &entry, const EntryOutcome &whole,
                   std::size_t limit) {
-    const Outcome limited = extract(archive, entry, {.skipCRC32 = true, .sizeLimit = limit});
+    const EntryOutcome limited = extract(archive, entry, {.skipCRC32 = true, .sizeLimit = limit});
     if (whole.error)
         return;
     const bool fits = whole.content.size() <= limit;
@@ -136,13 +136,13 @@ void requireLimit(const Archive &archive, const Entry &entry, const Outcome &who
 }
 
 /// To the disk goes what memory gets.
-void requireOnDisk(const Archive &archive, const Entry &entry, const Outcome &whole) {
+void requireOnDisk(const Archive &archive, const Entry &entry, const EntryOutcome &whole) {
     const fuzz::Folder folder;
     const auto path = folder / "item";
     std::error_code failure;
     try {
         const CRC32 checksum =
-            archive.extract(entry, URL::file(path.string()), {.sizeLimit = budget});
+            archive.extract(entry, URL::file(path.string()), {.sizeLimit = entryLimit});
         require(whole.error || checksum == whole.checksum, "disk and memory have one checksum");
     } catch (const Error &error) {
         failure = error.code();
@@ -158,11 +158,11 @@ void requireOnDisk(const Archive &archive, const Entry &entry, const Outcome &wh
 
 void compare(const Archive &archive, const Entry &entry, std::int64_t chunkSize,
              std::size_t limit) {
-    const Outcome whole = extract(archive, entry, {.sizeLimit = budget});
+    const EntryOutcome whole = extract(archive, entry, {.sizeLimit = entryLimit});
     if (!whole.error)
         require(whole.checksum == fuzz::checksumOf(whole.content),
                 "the checksum is that of the data");
-    requireSame(whole, extract(archive, entry, {.bufferSize = chunkSize, .sizeLimit = budget}));
+    requireSame(whole, extract(archive, entry, {.bufferSize = chunkSize, .sizeLimit = entryLimit}));
     const std::size_t size = whole.content.size();
     for (const std::size_t each : {limit, size, size - std::min<std::size_t>(size, 1)})
         requireLimit(archive, entry, whole, each);
@@ -177,7 +177,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     const std::size_t limit = input.number();
     const Bytes bytes = input.rest();
     const auto archive = Archive::make(Data(bytes), Archive::AccessMode::read);
-    const auto directory = fuzz::readDirectory(bytes, maximumEntries);
+    const auto directory = fuzz::readDirectory(bytes, maximumEntriesRead);
     if (!archive || !directory)
         return 0;
     std::size_t index = 0;
@@ -185,7 +185,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
         if (index == directory->members.size())
             break;
         compare(*archive, entry, chunkSize, limit);
-        requireExpected(extract(*archive, entry, {.sizeLimit = budget}), entry,
+        requireExpected(extract(*archive, entry, {.sizeLimit = entryLimit}), entry,
                         directory->members[index++], bytes);
     }
     return 0;

@@ -28,7 +28,7 @@ namespace {
 constexpr std::string_view placeholder = "/vellomir--root";
 static_assert(placeholder.size() == fuzz::Folder::pathSize);
 /// Plain bytes that one input may make.
-constexpr std::int64_t budget = std::int64_t{4} << 20U;
+constexpr std::int64_t diskBudget = std::int64_t{4} << 20U;
 
 /// With a folder beside the one that may be filled.
 class Root : public fuzz::Folder {
@@ -68,7 +68,7 @@ Snapshot snapshot(const fs::path &folder) {
 bool unpack(const fs::path &archive, const fs::path &to) {
     const auto progress = Progress::make();
     progress->setObserver([](const Progress &each) {
-        if (each.completedUnitCount() > budget)
+        if (each.completedUnitCount() > diskBudget)
             const_cast<Progress &>(each).cancel();
     });
     try {

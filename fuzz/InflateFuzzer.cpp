@@ -21,50 +21,50 @@ namespace {
 
 using Bytes = std::span<const std::byte>;
 
-constexpr std::size_t budget = std::size_t{1} << 18U;
-struct OverBudget {};
+constexpr std::size_t outputBudget = std::size_t{1} << 18U;
+struct OverOutputBudget {};
 
-enum class End { complete, corrupted, overBudget };
+enum class CodecEnd { complete, corrupted, overBudget };
 
-struct Outcome {
-    End end = End::complete;
+struct CodecOutcome {
+    CodecEnd end = CodecEnd::complete;
     DeflateStreamTotals totals;
     Data output;
 };
 
-Outcome run(Codec::Operation operation, Codec &codec, Bytes bytes, std::int64_t bufferSize) {
-    Outcome outcome;
+CodecOutcome run(Codec::Operation operation, Codec &codec, Bytes bytes, std::int64_t bufferSize) {
+    CodecOutcome outcome;
     const Provider provider = [&](std::int64_t position, std::size_t size) {
         const Bytes rest = bytes.subspan(static_cast<std::size_t>(position));
         return rest.first(std::min(size, rest.size()));
     };
     const Consumer consumer = [&](Bytes chunk) {
-        if (outcome.output.size() + chunk.size() > budget)
-            throw OverBudget();
+        if (outcome.output.size() + chunk.size() > outputBudget)
+            throw OverOutputBudget();
         outcome.output.append(chunk);
     };
     try {
         outcome.totals =
             process({operation, static_cast<std::int64_t>(bytes.size()), bufferSize, false}, codec,
                     provider, consumer);
-    } catch (const OverBudget &) {
-        outcome.end = End::overBudget;
+    } catch (const OverOutputBudget &) {
+        outcome.end = CodecEnd::overBudget;
     } catch (const Error &error) {
         require(error.code() == Data::CompressionError::corruptedData,
                 "the error is the right one");
-        outcome.end = End::corrupted;
+        outcome.end = CodecEnd::corrupted;
     }
     return outcome;
 }
 
 /// The codec alone, without the loop over the chunks: source and room in pieces of up to 600 bytes.
-Outcome drive(Codec &codec, Bytes stream, std::size_t seed) {
+CodecOutcome drive(Codec &codec, Bytes stream, std::size_t seed) {
     std::minstd_rand random(static_cast<unsigned>(seed));
     std::array<std::byte, 600> room{};
-    Outcome outcome;
+    CodecOutcome outcome;
     require(codec.setUp(), "a codec can be set up");
     std::size_t consumed = 0;
-    while (outcome.output.size() <= budget) {
+    while (outcome.output.size() <= outputBudget) {
         Bytes source = stream.subspan(consumed);
         const std::size_t given = std::min<std::size_t>(source.size(), random() % room.size());
         source = source.first(given);
@@ -73,20 +73,20 @@ Outcome drive(Codec &codec, Bytes stream, std::size_t seed) {
         const bool isLast = consumed + given == stream.size();
         const auto status = codec.process(source, destination, isLast);
         const std::size_t filled = asked - destination.size();
-        outcome.end = End::corrupted;
+        outcome.end = CodecEnd::corrupted;
         if (status == Codec::Status::error)
             return outcome;
         consumed += given - source.size();
         outcome.output.append(std::span(room).first(filled));
         if (status == Codec::Status::end) {
-            outcome.end = End::complete;
+            outcome.end = CodecEnd::complete;
             outcome.totals.sourceSize = consumed - codec.surplus();
             return outcome;
         }
         if (isLast && filled == 0 && given == source.size())
             return outcome; // cut short
     }
-    outcome.end = End::overBudget;
+    outcome.end = CodecEnd::overBudget;
     return outcome;
 }
 
@@ -107,12 +107,12 @@ std::vector<std::unique_ptr<Codec>> &inflaters() {
 }
 
 /// What an inflater made of the stream is what zlib makes of it in one call.
-void requireSame(const Outcome &found, const fuzz::PlainInflate &expected) {
+void requireSame(const CodecOutcome &found, const fuzz::PlainInflate &expected) {
     require(isPrefix(found.output, expected.output), "the inflaters deliver the same bytes");
-    if (found.end == End::overBudget)
-        require(expected.output.size() == budget || expected.hasIncompleteCode,
+    if (found.end == CodecEnd::overBudget)
+        require(expected.output.size() == outputBudget || expected.hasIncompleteCode,
                 "no inflater delivers more than the others");
-    else if (found.end == End::corrupted)
+    else if (found.end == CodecEnd::corrupted)
         require(!expected.isComplete, "the inflaters refuse the same streams");
     else if (!expected.hasIncompleteCode) // which zlib alone refuses
         require(expected.isComplete && found.totals.sourceSize == expected.consumed &&
@@ -121,11 +121,11 @@ void requireSame(const Outcome &found, const fuzz::PlainInflate &expected) {
 }
 
 void inflate(Bytes stream, std::int64_t bufferSize, std::size_t seed) {
-    const fuzz::PlainInflate expected = fuzz::inflatePlainly(stream, budget);
+    const fuzz::PlainInflate expected = fuzz::inflatePlainly(stream, outputBudget);
     for (const auto &inflater : inflaters()) {
-        const Outcome whole = run(Codec::Operation::decode, *inflater, stream, bufferSize);
+        const CodecOutcome whole = run(Codec::Operation::decode, *inflater, stream, bufferSize);
         requireSame(whole, expected);
-        if (whole.end == End::complete)
+        if (whole.end == CodecEnd::complete)
             require(whole.totals.producedSize == whole.output.size() &&
                         whole.totals.crc32 == fuzz::checksumOf(whole.output),
                     "the totals are those of the output");
@@ -135,11 +135,11 @@ void inflate(Bytes stream, std::int64_t bufferSize, std::size_t seed) {
 
 void roundTrip(Bytes plain, std::int64_t bufferSize, std::size_t seed) {
     static const std::unique_ptr<Codec> deflater = makeCodec(Codec::Operation::encode);
-    const Outcome deflated = run(Codec::Operation::encode, *deflater, plain, bufferSize);
-    require(deflated.end == End::complete, "everything can be compressed");
+    const CodecOutcome deflated = run(Codec::Operation::encode, *deflater, plain, bufferSize);
+    require(deflated.end == CodecEnd::complete, "everything can be compressed");
     require(deflated.totals.crc32 == fuzz::checksumOf(plain), "the checksum is that of the data");
     for (const auto &inflater : inflaters()) {
-        const Outcome inflated =
+        const CodecOutcome inflated =
             run(Codec::Operation::decode, *inflater, deflated.output, bufferSize);
         require(inflated.output == Data(plain), "the data comes back");
         require(inflated.totals.crc32 == deflated.totals.crc32, "so does its checksum");

@@ -32,13 +32,13 @@ namespace {
 using Bytes = std::span<const std::byte>;
 
 /// A picture, or why there is none.
-struct Outcome {
+struct PictureOutcome {
     std::optional<Picture> picture;
     std::string reason;
 };
 
 template <class Decode>
-Outcome outcome(const Decode &decode) {
+PictureOutcome outcome(const Decode &decode) {
     try {
         const DecodedPicture picture = decode();
         return {Picture(picture.bitmap, 1, picture.orientation), {}};
@@ -48,12 +48,12 @@ Outcome outcome(const Decode &decode) {
     }
 }
 
-Outcome decoded(Bytes bytes) {
+PictureOutcome decoded(Bytes bytes) {
     return outcome([bytes] { return decodePicture(bytes); });
 }
 
 /// The same picture after its way through the memory that both programs share.
-Outcome handedOver(const Picture &picture) {
+PictureOutcome handedOver(const Picture &picture) {
     const FileDescriptor memory = makeSharedMemory();
     writeBitmap(memory.get(), {picture.bitmap(), picture.orientation()});
     return outcome([&memory] { return readBitmap(mapWhole(memory.get())); });
@@ -105,7 +105,7 @@ bool haveSamePixels(const Bitmap &left, const Bitmap &right) {
     return true;
 }
 
-void requireSame(const Outcome &one, const Outcome &other, const char *promise) {
+void requireSame(const PictureOutcome &one, const PictureOutcome &other, const char *promise) {
     require(one.picture.has_value() == other.picture.has_value() && one.reason == other.reason,
             promise);
     require(!one.picture || (haveSamePixels(one.picture->bitmap(), other.picture->bitmap()) &&
@@ -114,12 +114,12 @@ void requireSame(const Outcome &one, const Outcome &other, const char *promise) 
 }
 
 /// A file that is cut is refused or, where what is missing did not belong to the picture, the same.
-void requireCutIsNoticed(Bytes bytes, const Outcome &whole) {
+void requireCutIsNoticed(Bytes bytes, const PictureOutcome &whole) {
     if (!whole.picture || bytes.size() < 2)
         return;
     const std::size_t anywhere = fuzz::checksumOf(bytes) % bytes.size();
     for (const std::size_t size : {anywhere, bytes.size() - 1}) {
-        const Outcome cut = decoded(bytes.first(size));
+        const PictureOutcome cut = decoded(bytes.first(size));
         require(!cut.picture || haveSamePixels(cut.picture->bitmap(), whole.picture->bitmap()),
                 "a picture that is cut short is refused");
     }
@@ -134,13 +134,13 @@ void requireIcon(const Picture &picture) {
             "turning keeps the size");
     const std::vector<std::byte> png = encodePicture(upright);
     require(!pictureFault(png), "an icon has no fault");
-    const Outcome again = decoded(png);
+    const PictureOutcome again = decoded(png);
     require(again.picture && again.picture->orientation() == Orientation::up &&
                 haveSamePixels(again.picture->bitmap(), upright),
             "an icon has the pixels of its picture");
     const Picture square = cropImageToSquare(picture);
     const int side = std::min(upright.width, upright.height);
-    const Outcome squareIcon =
+    const PictureOutcome squareIcon =
         decoded(encodePicture(vellomir::upright(square.bitmap(), square.orientation())));
     require(squareIcon.picture && squareIcon.picture->bitmap().width == side &&
                 squareIcon.picture->bitmap().height == side,
@@ -148,7 +148,7 @@ void requireIcon(const Picture &picture) {
 }
 
 /// Decoding has its own limits; with them, no file takes more.
-void requireMemory(std::size_t peak, std::size_t fileSize, const Outcome &whole) {
+void requireMemory(std::size_t peak, std::size_t fileSize, const PictureOutcome &whole) {
     constexpr std::int64_t always = 64 << 20;
     constexpr std::int64_t perPixel = 32;
     const std::int64_t pixels =
@@ -168,7 +168,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     if (claimed > manyPixels && claimed <= pixelLimit(size) && size % 64 != 0)
         return 0;
     fuzz::PeakMemory memory;
-    const Outcome whole = decoded(bytes);
+    const PictureOutcome whole = decoded(bytes);
     requireMemory(memory.peak(), size, whole);
     require(!fault || whole.reason == *fault, "a file with a fault is refused for it");
     require(!whole.picture || claimed <= pixelLimit(size),

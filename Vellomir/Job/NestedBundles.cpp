@@ -16,7 +16,7 @@ constexpr std::array<std::string_view, 5> containers = {"AppClips", "Extensions"
                                                         "Watch", "com.apple.WatchPlaceholder"};
 
 /// Of one package. Lists are untrusted; the log still names those of each list.
-constexpr std::size_t maximumKeptTexts = 1000;
+constexpr std::size_t maximumKeptNames = 1000;
 
 /// Far more than a phone knows; bounds the recursion and the time for hostile packages.
 constexpr std::size_t maximumLevels = 16;
@@ -138,7 +138,7 @@ private:
         editor_.record().say("Old identifier kept in " + path_ + ": " + listed(search));
         std::vector<KeptText> &kept = editor_.record().kept;
         for (auto &[keyPath, text] : search.found)
-            if (kept.size() < maximumKeptTexts)
+            if (kept.size() < maximumKeptNames)
                 kept.push_back({.file = editor_.entryPath(path_),
                                 .keyPath = std::move(keyPath),
                                 .text = std::move(text)});

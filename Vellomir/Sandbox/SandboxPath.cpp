@@ -9,7 +9,7 @@ namespace vellomir {
 namespace {
 
 /// Cuts the folder off the path if the path is below it.
-bool removeFolder(std::string_view &path, std::string_view folder) {
+bool cutFolder(std::string_view &path, std::string_view folder) {
     if (!path.starts_with(folder))
         return false;
     const std::string_view rest = path.substr(folder.size());
@@ -24,7 +24,7 @@ bool removeFolder(std::string_view &path, std::string_view folder) {
 SandboxPath::SandboxPath(const archive::URL &root, const archive::URL &url)
     : rootPath_(root.path()), path_(url.path()) {
     std::string_view rest = path_;
-    if (!url.isFileURL() || !removeFolder(rest, rootPath_) || rest.find('\0') != rest.npos)
+    if (!url.isFileURL() || !cutFolder(rest, rootPath_) || rest.find('\0') != rest.npos)
         refuse();
     prepend(rest);
 }
@@ -101,7 +101,7 @@ void SandboxPath::followLink(const Item &link) {
         throw readError(path_, errno);
     std::string_view target = *text;
     if (target.starts_with('/')) {
-        if (!removeFolder(target, rootPath_))
+        if (!cutFolder(target, rootPath_))
             refuse();
         restart();
     }

@@ -11,7 +11,7 @@
 namespace vellomir {
 namespace {
 
-constexpr std::size_t pieceSize = std::size_t{64} << 10U;
+constexpr std::size_t bytesReadAtOnce = std::size_t{64} << 10U;
 /// So that other clients have their turn.
 constexpr std::size_t piecesOfTurn = 4;
 
@@ -140,7 +140,7 @@ void Connection::sendAnswer(Time now) {
 
 /// The next piece of the file replaces what was sent. False, and closed, if the file was changed.
 bool Connection::loadMore() {
-    output_.resize(static_cast<std::size_t>(std::min<std::uint64_t>(unread_.length, pieceSize)));
+    output_.resize(static_cast<std::size_t>(std::min<std::uint64_t>(unread_.length, bytesReadAtOnce)));
     outputSent_ = 0;
     const std::span<char> piece(output_);
     if (!served_.file.isUnchanged() ||

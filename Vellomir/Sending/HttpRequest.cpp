@@ -8,13 +8,13 @@ namespace {
 constexpr std::string_view lineEnd = "\r\n";
 constexpr std::string_view blanks = " \t";
 
-bool isLetter(char character) {
+bool isAsciiLetter(char character) {
     return (character >= 'A' && character <= 'Z') || (character >= 'a' && character <= 'z');
 }
 
 bool isTokenCharacter(char character) {
     constexpr std::string_view others = "!#$%&'*+-.^_`|~";
-    return isLetter(character) || (character >= '0' && character <= '9') ||
+    return isAsciiLetter(character) || (character >= '0' && character <= '9') ||
            others.find(character) != std::string_view::npos;
 }
 

@@ -88,7 +88,7 @@ int runWindow(const WindowOptions &options) {
     return QApplication::exec();
 }
 
-int run(int argumentCount, char **arguments) {
+int runProgram(int argumentCount, char **arguments) {
     const ParsedCommandLine commandLine = parse(decoded(argumentCount, arguments));
     if (!commandLine.options)
         return commandLine.exitCode;
@@ -116,7 +116,7 @@ int run(int argumentCount, char **arguments) {
 
 int main(int argumentCount, char **arguments) {
     try {
-        return vellomir::run(argumentCount, arguments);
+        return vellomir::runProgram(argumentCount, arguments);
     } catch (const std::exception &error) {
         std::fprintf(stderr, "vellomir: %s\n", error.what());
         return 1;

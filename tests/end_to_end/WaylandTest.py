@@ -32,6 +32,8 @@ class Wayland(ReaderCase):
         self.reader.press("Copy the file")
         self.waitForMessage("Copied.")
         self.drag()
+        left, top, *_ = self.desktop.place(None)
+        self.desktop.click(left + 50, top + 10) # The title: the window gets the keyboard back.
         self.desktop.keys("ctrl+w")
         self.window.checkEnd()
         self.checkOutput()
@@ -57,7 +59,7 @@ class Wayland(ReaderCase):
         """Out of the window, to where nothing takes the file."""
         self.window.waitFor(lambda: len(self.window.fields()) > 5, "the rows")
         x, y = self.window.buttons()[DRAG]
-        self.desktop.drag((x, y), (1100, 500))
+        self.desktop.drag((x, y), (100 if x > 640 else 1180, 500)) # The window may be on either side.
         self.waitForMessage("Nothing took the file")
 
 

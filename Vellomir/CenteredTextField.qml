@@ -37,8 +37,8 @@ T.TextField {
     hoverEnabled: true
     selectionColor: Style.accent
     selectedTextColor: Style.background
-    placeholderText: placeholder
-    placeholderTextColor: Style.grey
+    // Not drawn. Qt gives it to assistive programs as the description, over the one below.
+    placeholderText: hint
 
     Accessible.role: Accessible.EditableText
     Accessible.name: placeholder
@@ -74,7 +74,7 @@ T.TextField {
         anchors.fill: parent
         visible: control.text === "" && control.preeditText === ""
         text: control.placeholder
-        color: control.placeholderTextColor
+        color: Style.grey
         font: control.font
         fontSizeMode: Text.HorizontalFit
         textFormat: Text.PlainText

@@ -11,7 +11,8 @@ packagesToRun=(build-essential cmake ninja-build pkg-config zlib1g-dev libexpat1
     qml6-module-qtquick-layouts qml6-module-qtquick-templates qml6-module-qtquick-window)
 packagesToTest=(libgtest-dev libgmock-dev clang libclang-rt-14-dev clang-format clang-tidy shellcheck
     zip unzip libarchive-tools p7zip-full python3 git doxygen xvfb xdotool openbox xclip
-    desktop-file-utils appstream shared-mime-info libglib2.0-bin groff-base curl zbar-tools)
+    desktop-file-utils appstream shared-mime-info libglib2.0-bin groff-base curl zbar-tools
+    at-spi2-core gir1.2-atspi-2.0 python3-gi dbus weston qt6-wayland)
 packagesToMeasure=(zip unzip libarchive-tools p7zip-full libzip-dev libminizip-dev python3)
 
 # Debian has ISA-L for these two; elsewhere zlib inflates.

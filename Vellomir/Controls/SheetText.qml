@@ -9,4 +9,5 @@ Text {
     horizontalAlignment: Text.AlignHCenter
     Accessible.role: Accessible.StaticText
     Accessible.name: text
+    Accessible.ignored: text === ""
 }

@@ -179,10 +179,11 @@ def isNear(color, other):
 
 class WindowCase(Case):
     """Each class has a desktop of its own, and each test a home of its own."""
+    Desktop = Desktop
 
     @classmethod
     def setUpClass(cls):
-        cls.desktop = Desktop()
+        cls.desktop = cls.Desktop()
         cls.addClassCleanup(cls.desktop.close)
 
     def setUp(self):

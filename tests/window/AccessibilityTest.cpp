@@ -160,6 +160,19 @@ TEST_P(Accessibility, ExposesShareSheet) {
                       Node{QAccessible::Button, "Close"}}));
 }
 
+TEST_P(Accessibility, ExposesMessageOnlyWhileThereIsOne) {
+    openShareSheet();
+    const auto roles = [this] {
+        std::vector<QAccessible::Role> found;
+        for (const Node &each : dialog("Share Notes2.ipa"))
+            found.push_back(each.role);
+        return found;
+    };
+    EXPECT_THAT(roles(), Not(Contains(QAccessible::AlertMessage)));
+    click("copyRow");
+    EXPECT_THAT(roles(), Contains(QAccessible::AlertMessage));
+}
+
 TEST_P(Accessibility, ExposesSendSheet) {
     openShareSheet();
     click("sendRow");
@@ -194,6 +207,7 @@ TEST_P(Accessibility, EveryControlHasANameAndADescription) {
                 ++count;
                 EXPECT_NE(name(*each), "");
                 EXPECT_NE(each->text(QAccessible::Description), "") << name(*each);
+                EXPECT_NE(each->text(QAccessible::Description).toStdString(), name(*each));
                 EXPECT_TRUE(each->state().focusable) << name(*each);
             }
     };

@@ -9,6 +9,7 @@
 namespace vellomir::archive {
 
 class Archive;
+class EntryAppender;
 
 /// An item on disk, and the path of the entry that is made of it.
 struct FileAddition {

@@ -2,12 +2,19 @@
 
 #include "archive/Archive.h"
 #include "archive/EndRecords.h"
+#include "archive/EntryTarget.h"
 #include "archive/StreamWriter.h"
 
-#include <string>
-#include <utility>
+#include <cstdint>
 
 namespace vellomir::archive {
+
+/// Entries that were written one behind the other.
+struct WrittenEntries {
+    Data directory;          ///< their records, in this order
+    std::uint64_t count = 0; ///< entries
+    std::uint64_t end = 0;   ///< where the last one ends, from the start of the archive
+};
 
 /// Adds entries behind the last one of an archive. The directory and the end records are written
 /// once, by `finish`; after a cancellation or a failure they are put where they would be if
@@ -18,48 +25,35 @@ namespace vellomir::archive {
 ///     | entries … | part of an entry | rest of the directory and end records |   failed in one
 ///
 /// One appender an archive at a time, and nothing else done with the archive meanwhile.
-class EntryAppender {
+class EntryAppender : public EntryTarget {
 public:
     /// Reads the directory, and checks it once an archive (see `Archive`, Adding). Throws
     /// `unwritableArchive` for an archive opened for reading; nothing is written then.
     explicit EntryAppender(Archive &archive);
     /// Finishes what is not finished, as far as that is possible.
-    ~EntryAppender();
+    ~EntryAppender() override;
     EntryAppender(const EntryAppender &) = delete;
     EntryAppender &operator=(const EntryAppender &) = delete;
 
-    /// After an error while the entry was written, no further entry can be added:
-    /// `unwritableArchive`.
-    void add(const std::string &path, Entry::EntryType type, std::int64_t uncompressedSize,
-             Date modificationDate, std::optional<std::uint16_t> permissions,
-             const Provider &provider, const Archive::AddOptions &options);
+    /// Where the next entry will start, from the start of the archive.
+    [[nodiscard]] std::uint64_t position() const { return writer_.position(); }
+    /// The archive's file with a position of its own, to write entries from `position()` on, which
+    /// `take` adds afterwards. Null in memory, for a stream without a file, and where the system
+    /// has no more descriptors. Throws `DataError::unwritableFile`.
+    [[nodiscard]] Archive::FilePointer openForAnotherThread();
+    /// Adds entries that were written elsewhere, one behind the other, from `position()` on. Cuts
+    /// the file behind them. Throws `DataError::unwritableFile`.
+    void take(const WrittenEntries &entries);
+
     /// Writes the directory and the end records, and cuts the file behind them. The archive object
     /// gets its new end records when all of that has gone well. Does nothing the second time, or
     /// after a cancellation; throws `unwritableArchive` after a failed entry.
     void finish();
 
 private:
-    struct Sizes {
-        std::uint64_t uncompressed;
-        std::uint64_t compressed;
-    };
-    /// Bytes written, and the checksum of the plain ones.
-    using Written = std::pair<std::int64_t, CRC32>;
-
-    void writeWholeEntry(const std::string &path, Entry::EntryType type,
-                         std::int64_t uncompressedSize, Date::DateTime modificationDateTime,
-                         std::uint16_t permissions, const Provider &provider,
-                         const Archive::AddOptions &options);
-    LocalFileHeader writeLocalFileHeader(std::uint64_t offset, const std::string &path,
-                                         CompressionMethod compressionMethod, Sizes size,
-                                         CRC32 checksum, Date::DateTime modificationDateTime);
-    Written writeEntry(std::int64_t uncompressedSize, Entry::EntryType type,
-                       const Archive::AddOptions &options, const Provider &provider);
-    Written writeUncompressed(std::int64_t size, const Archive::AddOptions &options,
-                              const Provider &provider);
-    Written writeCompressed(std::int64_t size, const Archive::AddOptions &options,
-                            const Provider &provider);
-    Written writeSymbolicLink(std::int64_t size, const Provider &provider);
+    /// After an error while the entry was written, no further entry can be added:
+    /// `unwritableArchive`.
+    void write(const NewEntry &entry, const Provider &provider, const AddOptions &options) override;
     void cutBehindTheEnd();
     void rollback(std::uint64_t localFileHeaderStart);
     void leaveAsWritten(std::uint64_t localFileHeaderStart);

@@ -6,6 +6,12 @@ bool needsZIP64(std::uint64_t uncompressedSize, std::uint64_t compressedSize) {
     return uncompressedSize >= maxUncompressedSize || compressedSize >= maxCompressedSize;
 }
 
+std::size_t localFileHeaderSize(std::size_t pathLength, std::uint64_t size) {
+    constexpr std::size_t sizesField =
+        ZIP64ExtendedInformation::headerSize + 2 * sizeof(std::uint64_t);
+    return LocalFileHeader::size + pathLength + (needsZIP64(size, size) ? sizesField : 0);
+}
+
 LocalFileHeader makeLocalFileHeader(const NewEntry &entry) {
     if (!isValidUTF8(entry.path) || entry.path.size() > maxUInt16)
         throw Error(ArchiveError::invalidEntryPath);

@@ -23,6 +23,9 @@ struct NewEntry {
 /// Whether the sizes need the ZIP64 fields.
 [[nodiscard]] bool needsZIP64(std::uint64_t uncompressedSize, std::uint64_t compressedSize);
 
+/// The bytes of the header for a path of this length, in bytes, and stored data of this size.
+[[nodiscard]] std::size_t localFileHeaderSize(std::size_t pathLength, std::uint64_t size);
+
 /// Throws `invalidEntryPath` if the path is not UTF-8 or too long for the record.
 [[nodiscard]] LocalFileHeader makeLocalFileHeader(const NewEntry &entry);
 

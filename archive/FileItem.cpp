@@ -1,7 +1,7 @@
 #include "archive/FileItem.h"
 
 #include "archive/BufferSize.h"
-#include "archive/EntryAppender.h"
+#include "archive/EntryTarget.h"
 #include "files/FileContent.h"
 #include "files/FileDescriptor.h"
 
@@ -109,9 +109,9 @@ std::int64_t FileItem::size() const {
     return status_.size();
 }
 
-void FileItem::add(EntryAppender &appender, std::string path, const AddOptions &options) const {
+void FileItem::add(EntryTarget &target, std::string path, const AddOptions &options) const {
     if (!identity_)
-        return addFromFolder(appender, std::move(path), options);
+        return addFromFolder(target, std::move(path), options);
     const FileDescriptor folder = openFolderOf(path_);
     const auto status = folder.isOpen() ? statusOf(folder.get()) : std::nullopt;
     if (!status)
@@ -122,17 +122,17 @@ void FileItem::add(EntryAppender &appender, std::string path, const AddOptions &
                      .detail = "Another folder has taken the place of the item's meanwhile"});
     FileItem item = *this;
     item.folder_ = folder.get();
-    item.addFromFolder(appender, std::move(path), options);
+    item.addFromFolder(target, std::move(path), options);
 }
 
-void FileItem::addFromFolder(EntryAppender &appender, std::string path,
+void FileItem::addFromFolder(EntryTarget &target, std::string path,
                              const AddOptions &options) const {
     requireBufferSize(options.bufferSize);
     switch (type()) {
     case Entry::EntryType::file:
-        return addFile(appender, path, options);
+        return addFile(target, path, options);
     case Entry::EntryType::symlink:
-        return addSymbolicLink(appender, path, options);
+        return addSymbolicLink(target, path, options);
     case Entry::EntryType::directory:
         break;
     }
@@ -140,7 +140,7 @@ void FileItem::addFromFolder(EntryAppender &appender, std::string path,
         throw readError(path_, errno);
     if (!path.ends_with('/'))
         path += '/';
-    appender.add(path, type(), 0, modificationDate(), permissions(), nothing, options);
+    target.add(path, type(), 0, modificationDate(), permissions(), nothing, options);
 }
 
 void FileItem::requireRegular() const {
@@ -149,7 +149,7 @@ void FileItem::requireRegular() const {
                     {.path = path_, .detail = "The item is no file, no folder and no link"});
 }
 
-void FileItem::addFile(EntryAppender &appender, const std::string &path,
+void FileItem::addFile(EntryTarget &target, const std::string &path,
                        const AddOptions &options) const {
     requireRegular();
     const FileDescriptor descriptor = openForReading({folder_, name_}, path_);
@@ -157,19 +157,19 @@ void FileItem::addFile(EntryAppender &appender, const std::string &path,
     opened.status_ = requireStatus(descriptor.get(), path_);
     opened.requireRegular();
     FileProvider provider(descriptor, path_, opened.size(), options.bufferSize);
-    appender.add(path, type(), opened.size(), opened.modificationDate(), opened.permissions(),
-                 std::ref(provider), options);
+    target.add(path, type(), opened.size(), opened.modificationDate(), opened.permissions(),
+               std::ref(provider), options);
 }
 
-void FileItem::addSymbolicLink(EntryAppender &appender, const std::string &path,
+void FileItem::addSymbolicLink(EntryTarget &target, const std::string &path,
                                const AddOptions &options) const {
     const auto text = readLink({folder_, name_});
     if (!text)
         throw readError(path_, errno);
-    const Data target{std::string_view(*text)};
-    const auto provider = [&](std::int64_t, std::size_t) { return target.bytes(); };
-    appender.add(path, type(), static_cast<std::int64_t>(target.size()), modificationDate(),
-                 permissions(), provider, options);
+    const Data bytes{std::string_view(*text)};
+    const auto provider = [&](std::int64_t, std::size_t) { return bytes.bytes(); };
+    target.add(path, type(), static_cast<std::int64_t>(bytes.size()), modificationDate(),
+               permissions(), provider, options);
 }
 
 } // namespace vellomir::archive

@@ -10,7 +10,7 @@
 
 namespace vellomir::archive {
 
-class EntryAppender;
+class EntryTarget;
 
 /// An item on disk, looked at once: everything that adding it needs to know. Links are not
 /// followed. A value; `BatchAddition` adds it to an archive.
@@ -44,13 +44,13 @@ public:
 
     /// For the engine itself. Adds the item under the path, to which a folder's "/" is appended
     /// where it is missing. Throws `fileReadNoPermission`, `fileNoSuchFile`, `fileReadUnknown` if
-    /// another folder has taken the place of the item's, and what `EntryAppender::add` throws.
-    void add(EntryAppender &appender, std::string path, const AddOptions &options) const;
+    /// another folder has taken the place of the item's, and what `EntryTarget::add` throws.
+    void add(EntryTarget &target, std::string path, const AddOptions &options) const;
 
 private:
-    void addFromFolder(EntryAppender &appender, std::string path, const AddOptions &options) const;
-    void addFile(EntryAppender &appender, const std::string &path, const AddOptions &options) const;
-    void addSymbolicLink(EntryAppender &appender, const std::string &path,
+    void addFromFolder(EntryTarget &target, std::string path, const AddOptions &options) const;
+    void addFile(EntryTarget &target, const std::string &path, const AddOptions &options) const;
+    void addSymbolicLink(EntryTarget &target, const std::string &path,
                          const AddOptions &options) const;
 
     void look();

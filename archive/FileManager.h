@@ -60,6 +60,10 @@ public:
         bool shouldKeepParent = false;
         CompressionMethod compressionMethod = CompressionMethod::none;
         ProgressPointer progress = nullptr;
+        /// How many threads read, compress and write the files of a folder, the caller's one
+        /// included; 0 for one a core, at most 8. Archive and error are those of one thread. Where
+        /// the system makes no more threads, there are fewer.
+        unsigned jobs = 1;
     };
     /// The same with these options.
     void zipItem(const URL &at, const URL &to, const ZipOptions &options) const;

@@ -81,10 +81,8 @@ PlacedArchive::Writer::Writer(const PlacedArchive &archive)
     : path_(archive.path_), file_(openTarget(path_)), writer_(file_.get(), 0, path_) {}
 
 void PlacedArchive::Writer::begin(const ListedItem &file) {
-    if (writer_.position() != file.offset) {
-        writer_.flush();
-        writer_ = StreamWriter(file_.get(), file.offset, path_);
-    }
+    if (writer_.position() != file.offset)
+        writer_.moveTo(file.offset);
     writer_.write(makeLocalFileHeader(newEntry(file)).data());
 }
 

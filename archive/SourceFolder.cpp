@@ -24,6 +24,13 @@ FileDescriptor openSource(const ItemName &name, const std::string &path) {
 SourceFolder::SourceFolder(const URL &url)
     : rootPath_(url.path()), root_(openSource(rootPath_, rootPath_)) {}
 
+SourceFolder SourceFolder::forAnotherThread() const {
+    FileDescriptor root = duplicate(root_.get());
+    if (!root.isOpen())
+        throw readError(rootPath_, errno);
+    return {rootPath_, std::move(root)};
+}
+
 std::vector<std::string> SourceFolder::subpaths() const {
     return archive::subpaths(root_.get(), rootPath_);
 }

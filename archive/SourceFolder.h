@@ -6,6 +6,7 @@
 
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace vellomir::archive {
@@ -19,6 +20,10 @@ public:
     /// Throws a `FileError` with the path if it is no folder, or a link to one.
     explicit SourceFolder(const URL &url);
 
+    /// The same open folder for another thread, also if another one has its name meanwhile. Throws
+    /// a read error.
+    [[nodiscard]] SourceFolder forAnotherThread() const;
+
     /// The paths of all items below, as `subpaths` lists them.
     [[nodiscard]] std::vector<std::string> subpaths() const;
     /// The item at a path below the folder, without ".", ".." and empty components. Valid until the
@@ -26,6 +31,8 @@ public:
     [[nodiscard]] FileItem item(std::string_view path);
 
 private:
+    SourceFolder(std::string rootPath, FileDescriptor root)
+        : rootPath_(std::move(rootPath)), root_(std::move(root)) {}
     int openParent(std::string_view parent);
 
     std::string rootPath_;

@@ -52,6 +52,11 @@ void StreamWriter::goBack(std::uint64_t offset) {
     bufferStart_ = offset;
 }
 
+void StreamWriter::moveTo(std::uint64_t offset) {
+    flush();
+    bufferStart_ = offset;
+}
+
 void StreamWriter::flush() {
     drain();
     if (std::fflush(file_) != 0)

@@ -28,6 +28,8 @@ public:
     /// Goes on from an earlier offset; what was written behind it is forgotten, though some of it
     /// may be in the file already.
     void goBack(std::uint64_t offset);
+    /// Hands everything to the system and goes on at another offset.
+    void moveTo(std::uint64_t offset);
     /// Hands everything to the system.
     void flush();
 

@@ -120,7 +120,8 @@ public:
 
     /// How many threads may work, from 1 to `mostJobs`.
     void jobs(unsigned &target) {
-        const std::string help = "how many threads write files: 1 to " + std::to_string(mostJobs) +
+        const std::string help = "how many threads work on files: 1 to " +
+                                 std::to_string(mostJobs) +
                                  " (one a core,\nat most 8); the result is always the same";
         option("--jobs", "N", help, [&target](const std::string &text) {
             const char *const end = text.data() + text.size();

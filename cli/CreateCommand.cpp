@@ -14,8 +14,11 @@ void run(const CreateOptions &options, Session &session) {
     PendingFile pending(target.path());
     try {
         archive::FileManager().zipItem(archive::URL::file(options.source),
-                                       archive::URL::file(pending.path()), options.keepParent,
-                                       options.method, session.progress());
+                                       archive::URL::file(pending.path()),
+                                       {.shouldKeepParent = options.keepParent,
+                                        .compressionMethod = options.method,
+                                        .progress = session.progress(),
+                                        .jobs = options.jobs});
         Interruption::throwIfInterrupted();
         pending.place(Existing::refuse);
     } catch (const Error &error) {

@@ -182,6 +182,7 @@ void Grammar::declareCreate(CLI::App &parent) {
     command.operand("SOURCE", create_.source, "the file, or the folder with all that is in it");
     command.flag("--keep-parent", create_.keepParent, "let the paths begin with the folder's name");
     command.choice("--method", create_.method, methods, "how files are stored (none)");
+    command.jobs(create_.jobs);
     declareFeedback(command);
     choose(command, create_);
 }

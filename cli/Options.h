@@ -77,6 +77,7 @@ struct CreateOptions {
     std::string source;
     bool keepParent = false;
     archive::CompressionMethod method = archive::CompressionMethod::none;
+    unsigned jobs = 0; ///< threads; 0: one a core, at most 8
 };
 
 struct AddOptions {

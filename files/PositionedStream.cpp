@@ -28,6 +28,23 @@ ssize_t readAtPosition(void *cookie, char *buffer, std::size_t size) {
     return count;
 }
 
+/// All bytes, or 0 after an error: the C library takes fewer bytes for an error, and no other value
+/// for one.
+ssize_t writeAtPosition(void *cookie, const char *buffer, std::size_t size) {
+    auto &file = *static_cast<PositionedFile *>(cookie);
+    for (std::size_t written = 0; written < size;) {
+        const ssize_t count =
+            ::pwrite(file.descriptor.get(), buffer + written, size - written, file.position);
+        if (count < 0 && errno == EINTR)
+            continue;
+        if (count < 0)
+            return 0;
+        written += static_cast<std::size_t>(count);
+        file.position += count;
+    }
+    return static_cast<ssize_t>(size);
+}
+
 std::optional<std::int64_t> startOf(const PositionedFile &file, int whence) {
     if (whence == SEEK_SET)
         return 0;
@@ -57,15 +74,21 @@ int closePositioned(void *cookie) {
     return 0;
 }
 
+/// As `fopencookie` has it; no mode empties the file.
+const char *modeOf(Access access) {
+    return access == Access::read ? "r" : access == Access::write ? "w" : "r+";
+}
+
 } // namespace
 
-std::FILE *openPositionedStream(FileDescriptor file) {
+std::FILE *openPositionedStream(FileDescriptor file, Access access) {
     std::unique_ptr<PositionedFile> cookie(new (std::nothrow) PositionedFile);
     if (!cookie)
         return nullptr;
     cookie->descriptor = std::move(file);
-    std::FILE *const stream = ::fopencookie(
-        cookie.get(), "r", {&readAtPosition, nullptr, &seekPosition, &closePositioned});
+    std::FILE *const stream =
+        ::fopencookie(cookie.get(), modeOf(access),
+                      {&readAtPosition, &writeAtPosition, &seekPosition, &closePositioned});
     if (stream != nullptr)
         static_cast<void>(cookie.release()); // the stream's own from here on
     return stream;

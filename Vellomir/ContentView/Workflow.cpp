@@ -16,6 +16,7 @@ Job AppLaunchView::newJob() {
                {.sandbox = services_.sandbox,
                 .files = std::make_shared<SandboxFiles>(services_.sandbox.root()),
                 .progress = services_.progress,
+                .jobs = 0, // one a core
                 .displayPath = services_.displayPath},
                *this);
 }

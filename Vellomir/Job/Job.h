@@ -40,7 +40,8 @@ struct JobServices {
     std::shared_ptr<const PackageFiles> files; ///< of the sandbox; of this job only
     /// Counts and cancels copying, unpacking and packing. Null: no progress and no cancellation.
     std::shared_ptr<archive::Progress> progress = nullptr;
-    /// How many threads unpack; 0 for one a core, at most 8. All else is on the job's thread.
+    /// How many threads unpack and pack; 0 for one a core, at most 8. All else is on the job's
+    /// thread.
     unsigned jobs = 1;
     /// Displays a path outside the sandbox, such as "~/a.ipa".
     std::function<std::string(const std::string &path)> displayPath = [](const std::string &path) {

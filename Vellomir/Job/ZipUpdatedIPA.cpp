@@ -18,7 +18,7 @@ std::optional<archive::URL> Job::zipUpdatedIPA(const archive::URL &url,
         removeAllButPayload(staging);
         removeOldPackage(place);
         progress_.run(services_.files->shares().packing, [&](const auto &progress) {
-            services_.files->pack(staging, place, progress);
+            services_.files->pack(staging, place, {.progress = progress, .jobs = services_.jobs});
         });
         services_.files->remove(staging);
         observer_.logged("Zipped updated app successfully");

@@ -300,15 +300,14 @@ EntryCount ListedFiles::countEntries(const URL &package) const {
     return {.promised = count.promised, .read = count.read};
 }
 
-void ListedFiles::pack(const URL &folder, const URL &package,
-                       const ProgressPointer &progress) const {
+void ListedFiles::pack(const URL &folder, const URL &package, const PackOptions &options) const {
     const State &state = *state_;
     const URL packed = folder.appendingPathComponent(state.packedFolder);
     if (!isListed() || state.packedPlace.empty() || packed.path() != state.packedPlace)
-        return disk_.pack(folder, package, progress);
+        return disk_.pack(folder, package, options);
     if (statusOf(package.path(), Links::refuse))
         throw Error(FileError::fileWriteFileExists, {.path = package.path()});
-    state.transfer->finish(package.path(), progress);
+    state.transfer->finish(package.path(), options.progress);
     disk_.move(unfinished_, package);
 }
 

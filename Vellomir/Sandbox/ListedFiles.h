@@ -56,7 +56,7 @@ public:
                 const UnpackOptions &options) const override;
     [[nodiscard]] EntryCount countEntries(const archive::URL &package) const override;
     void pack(const archive::URL &folder, const archive::URL &package,
-              const ProgressPointer &progress) const override;
+              const PackOptions &options) const override;
 
     /// Whether the unpacked items are in the list; false if they are on disk, and before `unpack`.
     [[nodiscard]] bool isListed() const;

@@ -28,6 +28,13 @@ struct UnpackOptions {
     unsigned jobs = 1;
 };
 
+/// How a package is packed.
+struct PackOptions {
+    std::shared_ptr<archive::Progress> progress = nullptr;
+    /// How many threads pack; 0 for one a core, at most 8.
+    unsigned jobs = 1;
+};
+
 /// The entries that the end record of a package promises, and those that can be read.
 struct EntryCount {
     std::uint64_t promised = 0;
@@ -107,7 +114,7 @@ public:
     /// Packs all items in a folder, stored, into a new package. Throws what `FileManager::zipItem`
     /// throws.
     virtual void pack(const archive::URL &folder, const archive::URL &package,
-                      const ProgressPointer &progress) const = 0;
+                      const PackOptions &options) const = 0;
 
 protected:
     PackageFiles() = default;

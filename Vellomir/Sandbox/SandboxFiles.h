@@ -45,7 +45,7 @@ public:
                 const UnpackOptions &options) const override;
     [[nodiscard]] EntryCount countEntries(const archive::URL &package) const override;
     void pack(const archive::URL &folder, const archive::URL &package,
-              const ProgressPointer &progress) const override;
+              const PackOptions &options) const override;
 
 private:
     archive::URL root_;

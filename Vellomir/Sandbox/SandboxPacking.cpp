@@ -35,10 +35,9 @@ EntryCount SandboxFiles::countEntries(const URL &package) const {
     return count;
 }
 
-void SandboxFiles::pack(const URL &folder, const URL &package,
-                        const ProgressPointer &progress) const {
-    archive::FileManager().zipItem(folder, package, false, archive::CompressionMethod::none,
-                                   progress);
+void SandboxFiles::pack(const URL &folder, const URL &package, const PackOptions &options) const {
+    archive::FileManager().zipItem(folder, package,
+                                   {.progress = options.progress, .jobs = options.jobs});
 }
 
 } // namespace vellomir

@@ -174,7 +174,7 @@ TEST_F(Roads, PackingWritesTheChangedItems) {
         files->write(place(*files, "unzipped/Payload/A.app/added"), bytes("added"));
         files->createFolder(place(*files, "staging/"));
         files->move(place(*files, "unzipped/Payload"), place(*files, "staging/Payload"));
-        files->pack(place(*files, "staging/"), place(*files, "new.ipa"), nullptr);
+        files->pack(place(*files, "staging/"), place(*files, "new.ipa"), {});
     }
     const auto contents = [&](const std::string &road) {
         const auto package =
@@ -200,7 +200,7 @@ TEST_F(Roads, PackingOverwritesNothing) {
     test::writeFile(box("list/new.ipa"), "mine");
     listed_.createFolder(url("list/staging/"));
     listed_.move(url("list/unzipped/Payload"), url("list/staging/Payload"));
-    EXPECT_EQ(errorOf([&] { listed_.pack(url("list/staging/"), url("list/new.ipa"), nullptr); }),
+    EXPECT_EQ(errorOf([&] { listed_.pack(url("list/staging/"), url("list/new.ipa"), {}); }),
               FileError::fileWriteFileExists);
     EXPECT_EQ(readFile(box("list/new.ipa")), "mine");
 }
@@ -212,7 +212,7 @@ TEST_F(Roads, WithoutTheFolderAnEmptyPackageIsPacked) {
     EXPECT_EQ(
         errorOf([&] { listed_.move(url("list/unzipped/Payload"), url("list/staging/Payload")); }),
         FileError::fileReadNoSuchFile);
-    listed_.pack(url("list/staging/"), url("list/new.ipa"), nullptr);
+    listed_.pack(url("list/staging/"), url("list/new.ipa"), {});
     EXPECT_EQ(fs::file_size(box("list/new.ipa")), 22U);
 }
 

@@ -337,6 +337,30 @@ TEST_F(EngineFaults, UnzipWithWorkers) {
          .maySayLess = {test::Call::status}});
 }
 
+TEST_F(EngineFaults, ZipWithWorkers) {
+    for (const auto method : {CompressionMethod::none, CompressionMethod::deflate}) {
+        const auto zip = [&](const char *name, unsigned jobs) {
+            FileManager().zipItem(folder_.url("in"), folder_.url(name),
+                                  {false, method, nullptr, jobs});
+        };
+        const auto prepare = [&] {
+            reset();
+            for (int index = 0; index < 40; ++index)
+                test::writeFile(folder_ / "in/many" / std::to_string(index), "1");
+        };
+        prepare();
+        zip("whole.zip", 1);
+        const auto size = fs::file_size(folder_ / "whole.zip");
+        const auto check = [&] {
+            EXPECT_EQ(fs::file_size(folder_ / "out.zip"), size);
+            const auto packed = Archive::open(folder_.url("out.zip"), AccessMode::read);
+            EXPECT_TRUE(textOf(*packed, "sub/b") + textOf(*packed, "many/39") == longText + "1");
+        };
+        runWithFaults("pack with three threads", [&] { zip("out.zip", 3); }, check,
+                      {.prepare = prepare, .isLong = true});
+    }
+}
+
 TEST_F(EngineFaults, QuestionsAboutItems) {
     std::int64_t size = 0;
     runWithFaults(

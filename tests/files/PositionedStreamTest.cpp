@@ -76,6 +76,31 @@ TEST_F(PositionedStreams, ReadFailureIsAnError) {
     EXPECT_EQ(errno, EISDIR);
 }
 
+TEST_F(PositionedStreams, WriteAtPlacesOfTheirOwn) {
+    file_ = openFile((folder_ / "file").string(), Access::readAndWrite);
+    const Stream first(openPositionedStream(copy(), Access::write));
+    const Stream second(openPositionedStream(copy(), Access::readAndWrite));
+    std::setvbuf(first.get(), nullptr, _IONBF, 0);
+    EXPECT_EQ(::fseeko(second.get(), 79'999, SEEK_SET), 0);
+    EXPECT_EQ(std::fwrite("12", 1, 2, first.get()), 2U);
+    EXPECT_EQ(std::fwrite("34", 1, 2, second.get()), 2U);
+    EXPECT_EQ(std::fwrite("5", 1, 1, first.get()), 1U);
+    EXPECT_EQ(std::fflush(second.get()), 0);
+    EXPECT_EQ(test::readFile(folder_ / "file"),
+              "125" + content_.substr(3, content_.size() - 4) + "34");
+    EXPECT_EQ(::fseeko(second.get(), 0, SEEK_SET), 0);
+    EXPECT_EQ(read(second, 4), "125a");
+}
+
+TEST_F(PositionedStreams, WriteFailureIsAnError) {
+    const Stream positioned(openPositionedStream(copy(), Access::write)); // open for reading
+    std::setvbuf(positioned.get(), nullptr, _IONBF, 0);
+    EXPECT_EQ(std::fwrite("1", 1, 1, positioned.get()), 0U);
+    EXPECT_NE(std::ferror(positioned.get()), 0);
+    EXPECT_EQ(errno, EBADF);
+    EXPECT_EQ(test::readFile(folder_ / "file"), content_);
+}
+
 TEST_F(PositionedStreams, CloseTheDescriptor) {
     FileDescriptor own = copy();
     const int number = own.get();

@@ -1,5 +1,6 @@
 #include "cli/DuplicateJob.h"
 
+#include "cli/ArchiveSource.h"
 #include "cli/ErrorText.h"
 #include "cli/Interruption.h"
 #include "cli/JobReport.h"
@@ -56,14 +57,6 @@ WorkingFolder makeWorkingFolder(const std::string &parent) {
     }
 }
 
-std::optional<ChangeReport> openReport(const DuplicateOptions &options) {
-    std::optional<ChangeReport> report;
-    if (options.report)
-        report.emplace(OutputTemplate(*options.report).path(knownValues(options)).value(),
-                       options.package, options.force);
-    return report;
-}
-
 std::uint64_t bytesOf(const std::optional<Picture> &icon) {
     constexpr std::uint64_t bytesOfPixel = 4;
     return icon ? bytesOfPixel * static_cast<std::uint64_t>(icon->bitmap().width) *
@@ -113,8 +106,11 @@ std::optional<Picture> readIcon(const DuplicateOptions &options,
 DuplicateJob::DuplicateJob(DuplicateOptions options, JobSurroundings surroundings)
     : options_(std::move(options)), surroundings_(std::move(surroundings)),
       output_(options_.output), destination_(destinationOf(options_, options_.force)),
-      report_(openReport(options_)),
-      warnings_(surroundings_.subject, options_.strict, surroundings_.output) {}
+      warnings_(surroundings_.subject, options_.strict, surroundings_.output) {
+    if (options_.report)
+        report_.emplace(OutputTemplate(*options_.report).path(knownValues(options_)).value(),
+                        options_.package, options_.force);
+}
 
 JobOutcome DuplicateJob::run(const std::optional<Picture> &icon) {
     if (options_.number.empty() && !options_.changes.identifier)

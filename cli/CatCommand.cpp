@@ -15,7 +15,7 @@ using archive::Archive;
                              const Session &session) {
     const auto unreached = shortfall(archive.reach(nullptr, session.progress()));
     throw Failure(purpose(options) + ": there is no entry of this path" +
-                  (unreached ? "; " + *unreached : ""));
+                  (unreached ? "; " + *unreached : "; vellomir-cli archive list shows all paths"));
 }
 
 /// The first one of this path.

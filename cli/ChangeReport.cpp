@@ -15,7 +15,7 @@ constexpr mode_t reportMode = 0666; // subject to the umask
 
 /// Throws if something is there that the report may not replace: also a link, which is no regular
 /// file.
-void requireFree(const FilePlace &place, bool mayReplace) {
+void requireReportPlace(const FilePlace &place, bool mayReplace) {
     const auto status = statusOf(place, Links::refuse);
     if (!status)
         return;
@@ -32,7 +32,7 @@ std::string checked(const std::string &path, const std::string &package, bool ma
     if (isSameItem(statusOf(path, Links::follow), statusOf(package, Links::follow)))
         throw Error(FileError::fileWriteFileExists,
                     {.path = path, .detail = "The report would replace the package"});
-    requireFree({.name = path, .path = path}, mayReplace);
+    requireReportPlace({.name = path, .path = path}, mayReplace);
     return path;
 }
 
@@ -55,9 +55,12 @@ void ChangeReport::write(const std::string &json) const {
         throw writeError(path_, errno);
 }
 
-void ChangeReport::place() {
-    requireFree(file_.destination(), mayReplace_); // something may have been put there meanwhile
-    file_.place(mayReplace_ ? Existing::replace : Existing::refuse);
+void ChangeReport::place(DeliveredFiles &delivered) {
+    delivered.deliver(file_.destination(), [this] {
+        requireReportPlace(file_.destination(),
+                           mayReplace_); // something may have been put there meanwhile
+        file_.place(mayReplace_ ? Existing::replace : Existing::refuse);
+    });
 }
 
 } // namespace vellomir::cli

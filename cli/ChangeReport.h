@@ -1,5 +1,7 @@
 #pragma once
 
+#include "cli/DeliveredFiles.h"
+
 #include "files/PendingFile.h"
 
 #include <optional>
@@ -20,7 +22,7 @@ public:
     [[nodiscard]] bool isAt(int folder, const std::string &name) const;
     /// Both throw a write error with the user's path.
     void write(const std::string &json) const;
-    void place();
+    void place(DeliveredFiles &delivered);
 
 private:
     std::string path_;

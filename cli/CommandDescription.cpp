@@ -18,6 +18,7 @@ OptionDescription describeOption(const CLI::Option &option) {
             described.shortName = "-" + option.get_snames().front();
         if (option.get_items_expected_max() > 0)
             described.value = option.get_option_text();
+        described.isRepeated = option.get_multi_option_policy() == CLI::MultiOptionPolicy::TakeAll;
     } else {
         described.name = option.get_name(true);
         described.isRepeated = option.get_allow_extra_args();

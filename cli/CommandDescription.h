@@ -18,7 +18,7 @@ struct OptionDescription {
     std::string value;     ///< "PICTURE", "auto|always|never"; "" for a flag and for an operand
     std::string help;      ///< in one line
     bool isRequired = false;
-    bool isRepeated = false; ///< an operand that takes one or more
+    bool isRepeated = false; ///< an operand that takes one or more, or an option
 
     /// The words that the value may be: "auto", "always", "never"; none if it is any text.
     [[nodiscard]] std::vector<std::string> choices() const;

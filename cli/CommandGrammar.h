@@ -61,6 +61,22 @@ public:
                       [&target](const std::string &value) { target = value; });
     }
 
+    /// An option that may be given several times, each with one text. The function gets them in
+    /// their order.
+    template <class Take>
+    CLI::Option &repeated(const std::string &name, const std::string &placeholder, Take take,
+                          const std::string &help) {
+        const CLI::callback_t takeAll = [take](const std::vector<std::string> &values) {
+            for (const std::string &value : values)
+                take(unshielded(value));
+            return true;
+        };
+        return *app_.add_option(name, takeAll, help)
+                    ->option_text(placeholder)
+                    ->type_name(placeholder)
+                    ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+    }
+
     /// The name of a file or of an entry: not empty.
     template <class Target>
     CLI::Option &fileName(const std::string &name, const std::string &placeholder, Target &target,

@@ -1,7 +1,9 @@
 #include "cli/Commands.h"
 
+#include "cli/CommandLine.h"
 #include "cli/ErrorText.h"
 #include "cli/Interruption.h"
+#include "cli/NextStep.h"
 
 namespace vellomir::cli {
 namespace {
@@ -9,6 +11,9 @@ namespace {
 struct Purpose {
     std::string operator()(const DuplicateOptions &options) const {
         return "duplicate " + options.package;
+    }
+    std::string operator()(const DuplicateBatchOptions &options) const {
+        return "make all " + std::to_string(options.copies.size()) + " copies";
     }
     std::string operator()(const InspectOptions &options) const {
         return "inspect " + options.package;
@@ -44,13 +49,18 @@ void run(const Request &request, Session &session) {
     try {
         std::visit([&](const auto &options) { run(options, session); }, request.options);
         session.out().flush();
+    } catch (const UsageError &) {
+        throw;
     } catch (const std::exception &error) {
         session.bar().finish();
         // A failure after a signal counts as caused by it.
         if (Interruption::signal() != 0)
             throw Interrupted();
-        const bool isWhole = dynamic_cast<const Failure *>(&error) != nullptr;
-        throw Failure(isWhole ? error.what() : purpose(request.options) + ": " + describe(error));
+        if (dynamic_cast<const Failure *>(&error) != nullptr)
+            throw Failure(error.what());
+        const auto *known = dynamic_cast<const Error *>(&error);
+        throw Failure(purpose(request.options) + ": " + describe(error) +
+                      (known == nullptr ? "" : nextStep(known->code(), request.options)));
     }
 }
 

@@ -10,6 +10,8 @@
 namespace vellomir::cli {
 
 void run(const DuplicateOptions &options, Session &session);
+/// Prints the outcome of each; a copy that fails makes the session answer no.
+void run(const DuplicateBatchOptions &options, Session &session);
 void run(const InspectOptions &options, Session &session);
 void run(const SendOptions &options, Session &session);
 void run(const ListOptions &options, Session &session);
@@ -24,7 +26,7 @@ void run(const CompareOptions &options, Session &session);
 /// What could not be done if it fails: "cannot list a.zip".
 [[nodiscard]] std::string purpose(const Options &options);
 
-/// Runs the one that is asked for; throws `Failure` and `Interrupted` only.
+/// Runs the one that is asked for; throws `Failure`, `Interrupted` and `UsageError` only.
 void run(const Request &request, Session &session);
 
 } // namespace vellomir::cli

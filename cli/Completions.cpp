@@ -13,7 +13,8 @@ Completed kindOf(const std::string &placeholder) {
     if (placeholder == "FOLDER" || placeholder == "DESTINATION")
         return Completed::folders;
     const bool isText = placeholder == "TEXT" || placeholder == "ENTRY" || placeholder == "N" ||
-                        placeholder == "NAME" || placeholder.empty();
+                        placeholder == "NAME" || placeholder == "FIRST..LAST" ||
+                        placeholder.empty();
     return isText ? Completed::nothing : Completed::files;
 }
 
@@ -161,7 +162,8 @@ std::string zshOption(const OptionDescription &option) {
     std::string text = "[" + zshText(option.help) + "]";
     if (!option.value.empty())
         text += ":" + zshText(option.value) + ":" + zshAction(option, option.value);
-    std::string lines = inQuotes(option.name + text) + " \\\n            ";
+    std::string lines =
+        inQuotes((option.isRepeated ? "*" : "") + option.name + text) + " \\\n            ";
     if (!option.shortName.empty())
         lines += inQuotes(option.shortName + text) + " \\\n            ";
     return lines;

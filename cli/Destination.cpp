@@ -23,12 +23,16 @@ Destination Destination::find(const std::string &output, bool mayReplace) {
     if (!isFolder(folder))
         throw Error(FileError::fileReadNoSuchFile,
                     {.path = folder, .detail = "There is no such folder"});
-    const FilePlace place{.name = output, .path = output};
+    requireFree(output, mayReplace);
+    return {folder, output.substr(output.rfind('/') + 1)};
+}
+
+void requireFree(const std::string &path, bool mayReplace) {
+    const FilePlace place{.name = path, .path = path};
     if (mayReplace)
         requireReplaceable(place);
     else if (exists(place))
-        throw existsAlready(output);
-    return {folder, output.substr(output.rfind('/') + 1)};
+        throw existsAlready(path);
 }
 
 void requireReplaceable(const FilePlace &place) {
@@ -44,7 +48,9 @@ void requireReplaceable(const FilePlace &place) {
 
 Error existsAlready(const std::string &path) {
     return Error(FileError::fileWriteFileExists,
-                 {.path = path, .detail = "The file exists already, and only --force replaces it"});
+                 {.path = path,
+                  .detail = "The file exists already; --force replaces it, or choose another "
+                            "name"});
 }
 
 std::string Destination::path(const std::string &ownName) const {

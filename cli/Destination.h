@@ -22,6 +22,10 @@ struct Destination {
     [[nodiscard]] std::string path(const std::string &ownName) const;
 };
 
+/// Throws `FileError::fileWriteFileExists` if the name is taken and may not be replaced, or by
+/// something that `requireReplaceable` refuses.
+void requireFree(const std::string &path, bool mayReplace);
+
 /// Throws `FileError::fileWriteFileExists` if something is there that is neither a regular file nor
 /// a link to one.
 void requireReplaceable(const FilePlace &place);

@@ -14,6 +14,9 @@ Table packageExamples() {
            "vellomir-cli duplicate App.ipa --number 2 --icon me.jpg --zoom"},
           {"in a script: into a folder, and a warning is a failure",
            "vellomir-cli duplicate App.ipa --number 2 --output copies --json --strict"},
+          {"four copies of each of two packages, side by side",
+           "vellomir-cli duplicate App.ipa Other.ipa --numbers 2..5 --output "
+           "{package}-{number}.ipa"},
           {"with extensions, localized names and all icons",
            "vellomir-cli duplicate App.ipa --number 2 --icon me.jpg --deep"}}},
         {"inspect",

@@ -1,4 +1,4 @@
-// Grammar: the commands and their options.
+// Grammar: the commands and their options, except for `duplicate`.
 
 #include "cli/Grammar.h"
 
@@ -16,10 +16,11 @@ const Choices<QrMode> qrModes = {
     {"auto", QrMode::automatic}, {"always", QrMode::always}, {"never", QrMode::never}};
 const Choices<archive::CompressionMethod> methods = {
     {"none", archive::CompressionMethod::none}, {"deflate", archive::CompressionMethod::deflate}};
-const Choices<archive::TextEncoding> encodings = {{"utf-8", archive::TextEncoding::utf8},
-                                                  {"cp437", archive::TextEncoding::codePage437}};
 
 } // namespace
+
+const Choices<archive::TextEncoding> Grammar::encodings = {
+    {"utf-8", archive::TextEncoding::utf8}, {"cp437", archive::TextEncoding::codePage437}};
 
 Grammar::Grammar(const IsDeclared &isDeclared) {
     app_.formatter(std::make_shared<HelpFormatter>());
@@ -43,86 +44,6 @@ Grammar::Grammar(const IsDeclared &isDeclared) {
     declare("cat", &Grammar::declareCat, archive);
     declare("test", &Grammar::declareTest, archive);
     declare("compare", &Grammar::declareCompare, archive);
-}
-
-void Grammar::declareDuplicate(CLI::App &parent) {
-    CommandGrammar command(parent, "duplicate", "make a second copy of an application package");
-    command.operand("PACKAGE", duplicate_.package, "the package (.ipa); it stays as it is");
-    const CLI::Option &number =
-        command.text("--number", "TEXT", duplicate_.number,
-                     "what the copy's identifier and names end in; \"\" changes\n"
-                     "none of them; required unless both --name and\n"
-                     "--identifier are given");
-    CLI::Option &icon =
-        command.fileName("--icon", "PICTURE", duplicate_.icon, "the copy's icon, used as it is");
-    command.flag("--zoom", duplicate_.zoom, "crop the picture to its centred square first")
-        .needs(&icon);
-    command.flag("--opaque", duplicate_.opaque, "put the picture in front of white, without alpha")
-        .needs(&icon);
-    command.fileName("--output", "PATH", duplicate_.output,
-                     "a folder, or the copy's file name; the current\nfolder if left out");
-    command.flag("--force", duplicate_.force, "replace the result if it is a regular file");
-    command.choice("--encoding", duplicate_.encoding, encodings,
-                   "how names are stored that are not marked as UTF-8 (cp437)");
-    command.flag("--allow-incomplete", duplicate_.allowIncomplete,
-                 "copy what can be reached of a package that is damaged or\nencrypted in part");
-    command.flag("--strict", duplicate_.strict,
-                 "fail, without a result, where there would be a warning");
-    command.flag("--json", duplicate_.json,
-                 "print one object instead of the log: log, errorMessage,\n"
-                 "result (a path or null), warnings");
-    command.flag("--on-disk", duplicate_.onDisk,
-                 "unpack the package to a hidden folder first, which needs\n"
-                 "more room and time; the copy is the same");
-    command.jobs(duplicate_.jobs);
-    declareDeepChanges(command, icon);
-    declareFeedback(command);
-    command.app().callback([this, &number, &icon] {
-        finishDuplicate(number.count() > 0, icon.count() > 0);
-        request_.options = duplicate_;
-    });
-}
-
-void Grammar::declareDeepChanges(CommandGrammar &command, CLI::Option &icon) {
-    DeepChanges &changes = duplicate_.changes;
-    command.flag("--nested", changes.nested,
-                 "let the identifiers of extensions, watch apps and app\n"
-                 "clips begin with the new one");
-    command.flag("--localized", changes.localized, "change the localized names of the app as well");
-    command
-        .flag("--icons", changes.icons,
-              "remove the keys that would hide the new icon, and give\n"
-              "each of its files the size of its name")
-        .needs(&icon);
-    command.flag("--deep", isDeep_, "all three; --icons only if there is an icon");
-    command.text("--name", "TEXT", changes.name,
-                 "the copy's names, instead of the number behind the old ones");
-    command.text("--identifier", "TEXT", changes.identifier,
-                 "the copy's identifier, instead of the number behind the\n"
-                 "old one: letters, digits, hyphens and dots");
-    command.fileName("--report", "FILE", duplicate_.report,
-                     "write what was changed as JSON into a new file");
-}
-
-/// With a name and an identifier of its own, a copy needs no number.
-void Grammar::finishDuplicate(bool hasNumber, bool hasIcon) {
-    DeepChanges &changes = duplicate_.changes;
-    if (!hasNumber && !(changes.name && changes.identifier))
-        throw CLI::RequiredError("--number");
-    if (changes.name) {
-        if (const std::string objection = objectionToName(*changes.name); !objection.empty())
-            CommandGrammar::reject("--name", objection);
-    } else if (const std::string objection = objectionToNumber(duplicate_.number);
-               !objection.empty()) {
-        CommandGrammar::reject("--number", objection);
-    }
-    if (changes.identifier)
-        if (const std::string objection = objectionToIdentifier(*changes.identifier);
-            !objection.empty())
-            CommandGrammar::reject("--identifier", objection);
-    changes.nested |= isDeep_;
-    changes.localized |= isDeep_;
-    changes.icons |= isDeep_ && hasIcon;
 }
 
 void Grammar::declareInspect(CLI::App &parent) {

@@ -26,11 +26,15 @@ public:
     [[nodiscard]] CommandDescription description() const { return descriptionOf(app_); }
 
 private:
+    static const Choices<archive::TextEncoding> encodings;
+
     void declareDuplicate(CLI::App &parent);
     void declareInspect(CLI::App &parent);
     void declareSend(CLI::App &parent);
+    void declareNumbers(CommandGrammar &command);
     void declareDeepChanges(CommandGrammar &command, CLI::Option &icon);
-    void finishDuplicate(bool hasNumber, bool hasIcon);
+    [[nodiscard]] std::vector<std::string> numbersInOrder(const CLI::App &command) const;
+    void finishDuplicate(const CLI::App &command, bool hasIcon);
     void declareList(CLI::App &parent);
     void declareExtract(CLI::App &parent);
     void declareCreate(CLI::App &parent);
@@ -56,7 +60,10 @@ private:
     CLI::App app_{"Makes second copies of iOS application packages, and works with ZIP archives.",
                   "vellomir-cli"};
     Request request_;
-    DuplicateOptions duplicate_;
+    DuplicateOptions duplicate_; ///< what all copies have in common
+    std::vector<std::string> packages_;
+    std::vector<std::string> numbers_;             ///< of `--number`
+    std::vector<std::vector<std::string>> ranges_; ///< of `--numbers`
     bool isDeep_ = false;
     InspectOptions inspect_;
     SendOptions send_;

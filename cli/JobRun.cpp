@@ -26,9 +26,9 @@ std::shared_ptr<const PackageFiles> makeFiles(const Sandbox &sandbox, bool onDis
 } // namespace
 
 JobRun::JobRun(const WorkingFolder &folder, DuplicateOptions options, std::optional<Picture> icon,
-               Session &session)
-    : folder_(folder), session_(session), options_(std::move(options)),
-      job_(input(std::move(icon)), services(), *this) {}
+               ProgressPointer progress, JobOutput &output)
+    : folder_(folder), options_(std::move(options)), progress_(std::move(progress)),
+      output_(output), job_(input(std::move(icon)), services(), *this) {}
 
 JobInput JobRun::input(std::optional<Picture> icon) const {
     return {.package = archive::URL::file(options_.package),
@@ -43,14 +43,14 @@ JobServices JobRun::services() const {
     const Sandbox sandbox(root, {"Documents"}, Sandbox::RootLinks::keep);
     return {.sandbox = sandbox,
             .files = makeFiles(sandbox, options_.onDisk),
-            .progress = session_.progress(),
+            .progress = progress_,
             .jobs = options_.jobs,
             .displayPath = [this](const std::string &path) { return asTyped(path); }};
 }
 
 void JobRun::run() {
     job_.run();
-    session_.bar().hide();
+    output_.ended();
     if (printingFailure_)
         std::rethrow_exception(printingFailure_);
 }
@@ -72,15 +72,13 @@ void JobRun::finished(const archive::URL &result, const ResultRemarks &remarks) 
 
 /// Must not throw: after a failure the job is cancelled, and it stops at its next chunk.
 void JobRun::print(const std::string &line) {
-    if (options_.json || session_.isQuiet() || printingFailure_)
+    if (printingFailure_)
         return;
     try {
-        session_.bar().hide();
-        session_.out().line(line);
-        session_.out().flush();
+        output_.line(line);
     } catch (...) {
         printingFailure_ = std::current_exception();
-        session_.progress()->cancel();
+        progress_->cancel();
     }
 }
 

@@ -1,28 +1,30 @@
 #pragma once
 
+#include "cli/JobOutput.h"
 #include "cli/Options.h"
-#include "cli/Session.h"
 
 #include "Vellomir/Job/Job.h"
 #include "files/WorkingFolder.h"
 
 #include <exception>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
 namespace vellomir::cli {
 
-/// One job in a sandbox of its own below a working folder, on the calling thread. Its log is
-/// printed line by line as it grows, unless it is printed as JSON later or the user wants only
-/// errors.
+/// One job in a sandbox of its own below a working folder, on the calling thread. Its log is sent
+/// line by line as it grows.
 class JobRun : private JobObserver {
 public:
-    /// The folder must live as long as the object.
-    JobRun(const WorkingFolder &folder, DuplicateOptions options, std::optional<Picture> icon,
-           Session &session);
+    using ProgressPointer = std::shared_ptr<archive::Progress>;
 
-    /// Runs the job to its end, successful or not. Throws what standard output throws; the job is
+    /// The folder and the output must live as long as the object.
+    JobRun(const WorkingFolder &folder, DuplicateOptions options, std::optional<Picture> icon,
+           ProgressPointer progress, JobOutput &output);
+
+    /// Runs the job to its end, successful or not. Throws what the output throws; the job is
     /// cancelled then.
     void run();
 
@@ -49,8 +51,9 @@ private:
     [[nodiscard]] std::string asTyped(const std::string &path) const;
 
     const WorkingFolder &folder_;
-    Session &session_;
     DuplicateOptions options_;
+    ProgressPointer progress_;
+    JobOutput &output_;
     std::exception_ptr printingFailure_;
     std::vector<std::string> log_;
     std::string summary_;

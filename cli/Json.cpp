@@ -102,6 +102,16 @@ std::string jobJson(const std::vector<std::string> &log, const std::string &erro
     return text(json);
 }
 
+std::string copyJson(const std::string &package, const std::optional<std::string> &number,
+                     const std::string &jobJson) {
+    Json json;
+    json["package"] = package;
+    json["number"] = number ? Json(*number) : Json(nullptr);
+    std::string start = text(json);
+    start.back() = ','; // the brace at its end
+    return start + jobJson.substr(1);
+}
+
 std::string changeReportJson(const ChangeReportContents &contents) {
     Json changes = Json::array();
     for (const PackageChange &change : contents.changes)

@@ -19,6 +19,11 @@ namespace vellomir::cli {
                                   const std::optional<std::string> &result,
                                   const std::vector<std::string> &warnings);
 
+/// The same object with `"package":"…","number":"…"` in front; a number that was not given is null.
+[[nodiscard]] std::string copyJson(const std::string &package,
+                                   const std::optional<std::string> &number,
+                                   const std::string &jobJson);
+
 /// What a job changed, for `--report`.
 struct ChangeReportContents {
     std::string package;

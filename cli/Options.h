@@ -24,21 +24,29 @@ struct Feedback {
 
 struct DuplicateOptions {
     std::string package;
-    std::string number; ///< any text, also none; not used if name and identifier are given
+    std::string number;     ///< any text, also none; not used if name and identifier are given
+    bool isNumbered = true; ///< the user gave the number
     std::optional<std::string> icon;
     bool zoom = false;        ///< only with an icon
     bool opaque = false;      ///< only with an icon
-    std::string output = "."; ///< a folder, or the name of the result
+    std::string output = "."; ///< an `OutputTemplate`: a folder, or the name of the result
     bool force = false;
     /// Of names that are not marked as UTF-8; nothing: code page 437, and not chosen by the user.
     std::optional<archive::TextEncoding> encoding;
     bool strict = false;          ///< each warning is a failure
     bool allowIncomplete = false; ///< copy what can be reached of a damaged package
     bool json = false;
-    DeepChanges changes;               ///< `icons` only with an icon
-    std::optional<std::string> report; ///< the file that lists what was changed
-    bool onDisk = false;               ///< unpack to a folder, also where a list would do
-    unsigned jobs = 0;                 ///< threads; 0: one a core, at most 8
+    DeepChanges changes; ///< `icons` only with an icon
+    /// The file that lists what was changed: an `OutputTemplate` whose values are all known.
+    std::optional<std::string> report;
+    bool onDisk = false; ///< unpack to a folder, also where a list would do
+    unsigned jobs = 0;   ///< threads; 0: one a core, at most 8
+};
+
+/// Several copies in one run: two at least, of different packages or numbers, with the same options
+/// otherwise.
+struct DuplicateBatchOptions {
+    std::vector<DuplicateOptions> copies;
 };
 
 struct InspectOptions {
@@ -114,9 +122,9 @@ struct CompareOptions {
     bool json = false;
 };
 
-using Options =
-    std::variant<DuplicateOptions, InspectOptions, SendOptions, ListOptions, ExtractOptions,
-                 CreateOptions, AddOptions, RemoveOptions, CatOptions, TestOptions, CompareOptions>;
+using Options = std::variant<DuplicateOptions, DuplicateBatchOptions, InspectOptions, SendOptions,
+                             ListOptions, ExtractOptions, CreateOptions, AddOptions, RemoveOptions,
+                             CatOptions, TestOptions, CompareOptions>;
 
 /// What a command line asks for.
 struct Request {

@@ -58,7 +58,14 @@ void ProgressBar::update(const archive::Progress &progress) {
     nextDrawing_ = now + interval;
     fraction_ = progress.fractionCompleted();
     rate_.add(now, fraction_);
-    draw(barText(fraction_, columns(), isDone ? "" : rate_.text(progress.totalUnitCount())));
+    const std::string rate = isDone ? "" : rate_.text(progress.totalUnitCount());
+    const std::string separator = note_.empty() || rate.empty() ? "" : "  ";
+    draw(barText(fraction_, columns(), note_ + separator + rate));
+}
+
+void ProgressBar::setNote(const std::string &note) {
+    const std::lock_guard guard(lock_);
+    note_ = note;
 }
 
 void ProgressBar::show(const std::string &text) {
@@ -81,6 +88,12 @@ void ProgressBar::draw(const std::string &text) {
 void ProgressBar::hide() {
     const std::lock_guard guard(lock_);
     erase();
+}
+
+std::unique_lock<std::mutex> ProgressBar::pause() {
+    std::unique_lock guard(lock_);
+    erase();
+    return guard;
 }
 
 void ProgressBar::erase() {

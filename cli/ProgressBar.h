@@ -36,6 +36,10 @@ public:
     void show(const std::string &text);
     /// Makes room for a line of text; the bar comes back with the next progress.
     void hide();
+    /// The same, and nothing is drawn while the lock is held.
+    [[nodiscard]] std::unique_lock<std::mutex> pause();
+    /// A text behind the percentage, from the next progress on: "2 of 5 done".
+    void setNote(const std::string &note);
     void finish();
 
 private:
@@ -51,6 +55,7 @@ private:
     const Clock clock_;
     std::mutex lock_;
     std::string drawn_;
+    std::string note_;
     double fraction_ = 0;
     ProgressRate rate_;
     std::chrono::steady_clock::time_point nextDrawing_;

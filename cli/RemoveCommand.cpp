@@ -34,7 +34,7 @@ std::vector<Entry> findEntries(const Archive &archive, const RemoveOptions &opti
         return found;
     const auto unreached = shortfall(archive.reach(nullptr, session.progress()));
     throw Failure(purpose(options) + ": there is no entry " + *missing.begin() +
-                  (unreached ? "; " + *unreached : ""));
+                  (unreached ? "; " + *unreached : "; vellomir-cli archive list shows all paths"));
 }
 
 /// The file is replaced by the engine, in one step.

@@ -1,22 +1,23 @@
 #pragma once
 
-#include "cli/Session.h"
+#include "cli/JobOutput.h"
 
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace vellomir::cli {
 
-/// The warnings of one command. Each is printed at once. If they are strict, they are held back and
-/// make the command fail: the failure lists them.
+/// The warnings of one job. Each is sent at once. If they are strict, they are held back and make
+/// the job fail: the failure lists them.
 class Warnings {
 public:
-    /// Each printed warning starts with `subject`.
-    Warnings(std::string subject, bool areStrict, Session &session)
-        : subject_(std::move(subject)), areStrict_(areStrict), session_(session) {}
+    /// Each warning that is sent starts with `subject`.
+    Warnings(std::string subject, bool areStrict, JobOutput &output)
+        : subject_(std::move(subject)), areStrict_(areStrict), output_(output) {}
 
     void add(const std::string &text);
-    /// Prints strict warnings after all. For a command that fails for another reason.
+    /// Sends strict warnings after all. For a job that fails for another reason.
     void printHeldBack();
 
     [[nodiscard]] const std::vector<std::string> &texts() const { return texts_; }
@@ -25,11 +26,11 @@ public:
     [[nodiscard]] std::string failure() const;
 
 private:
-    void print(const std::string &text) { session_.warn(subject_ + ": " + text); }
+    void print(const std::string &text) { output_.warn(subject_ + ": " + text); }
 
     std::string subject_;
     bool areStrict_;
-    Session &session_;
+    JobOutput &output_;
     std::vector<std::string> texts_;
 };
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 
 namespace vellomir {
 
@@ -8,6 +9,7 @@ namespace vellomir {
 struct ResultRemarks {
     /// The copy has the identifier of the original: installing it replaces the original.
     bool keepsIdentifier = false;
+    std::string identifier = {}; ///< of the copy; "" if it has none
     /// The number of entries by the original's end record, and how many of them were read. The copy
     /// is complete if they are equal.
     std::uint64_t promisedEntries = 0;

@@ -26,7 +26,9 @@ std::optional<std::string> Job::updateInfoPlist(const archive::URL &url) {
         removedKeys = removeHidingIconKeys(*propertyList);
     std::string displayName = renaming.displayName;
     // If that fails, the job goes on with the old one.
+    remarks_.identifier = renaming.oldIdentifier;
     if (writeInfoPlist(*propertyList, *file)) {
+        remarks_.identifier = renaming.newIdentifier;
         renaming.list = *file;
         renaming_ = std::move(renaming);
         recordInfoPlist(url, old, *propertyList, removedKeys);

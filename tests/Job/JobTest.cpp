@@ -270,6 +270,7 @@ TEST(ResultRemarks, SayWhetherIdentifierIsKept) {
     job.number = "2";
     job.run();
     EXPECT_FALSE(job.remarks().keepsIdentifier);
+    EXPECT_EQ(job.remarks().identifier, "com.example.notes2");
 }
 
 TEST(ResultRemarks, CountEntriesThatCouldNotBeRead) {

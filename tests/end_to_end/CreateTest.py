@@ -80,7 +80,8 @@ class Create(Case):
             for name in ["new.zip", "dangling.zip"]:
                 self.assertRegex(self.fail_("archive", "create", name, "src"),
                                  rf"\Acannot create {name}: .*exists.*{name}.*"
-                                 r"\(FileError\.fileWriteFileExists\)\Z")
+                                 r"\(FileError\.fileWriteFileExists\); choose another name, or add "
+                                 r"to it with vellomir-cli archive add\Z")
 
     def testAMissingSource(self):
         with self.unchanged():

@@ -9,6 +9,8 @@ import unittest
 from harness import (UNCOUNTED, Case, corrupt, infoPlist, lines, makePackage, makePicture,
                      makeZip, packageEntries, successLog)
 
+TEST_ARCHIVE = "; vellomir-cli archive test names all damaged entries"
+LIST_ARCHIVE = "; vellomir-cli archive list shows what is in it"
 UNZIP = "Error unzipping IPA file: "
 HINT = "; --allow-incomplete copies what can be reached"
 
@@ -87,14 +89,15 @@ class Packages(Failure):
         makePackage(self.folder / "app.ipa", method=0)
         corrupt(self.folder / "app.ipa", b"old icon", b"odd icon")
         self.fails(UNZIP + r".*checksum.*\(entry Payload/Notes\.app/icon\.png\).*"
-                   r"\(ArchiveError\.invalidCRC32\)", ["Unzipping IPA...", UNZIP])
+                   r"\(ArchiveError\.invalidCRC32\)" + TEST_ARCHIVE, ["Unzipping IPA...", UNZIP])
 
     def testDamagedCompressedData(self):
         content = bytearray((self.folder / "app.ipa").read_bytes())
         start = content.index(b"Payload/Notes.app/Notes") + len("Payload/Notes.app/Notes")
         content[start] = 0xFF
         self.write("app.ipa", bytes(content))
-        self.fails(UNZIP + r".*\(entry Payload/Notes\.app/Notes\).*\(CompressionError\.corruptedData\)",
+        self.fails(UNZIP + r".*\(entry Payload/Notes\.app/Notes\).*\(CompressionError\.corruptedData\)" +
+                   TEST_ARCHIVE,
                    ["Unzipping IPA...", UNZIP])
 
     def testAPathThatLeaves(self):
@@ -104,7 +107,7 @@ class Packages(Failure):
 
     def testNoBundle(self):
         makeZip(self.folder / "app.ipa", [("Payload/readme", b"")])
-        message = self.fails("Info.plist not found in the unzipped folder",
+        message = self.fails("Info.plist not found in the unzipped folder" + LIST_ARCHIVE,
                              ["Unzipping IPA...", "Unzipped IPA file successfully",
                               "No image selected", "Info.plist not found in the unzipped folder",
                               "Error while processing the IPA file"])
@@ -136,7 +139,8 @@ class Packages(Failure):
         self.assertEqual(result.code, 1)
         self.assertEqual(result.err, lines(
             f"vellomir-cli: warning: app.ipa: {why}; the copy is incomplete",
-            "vellomir-cli: cannot duplicate app.ipa: Info.plist not found in the unzipped folder"))
+            "vellomir-cli: cannot duplicate app.ipa: Info.plist not found in the unzipped folder"
+            + LIST_ARCHIVE))
 
     def testADamagedRecord(self):
         self.incomplete(self.damaged(b"PK\1\2", 6, b"PK\1\3"),
@@ -188,7 +192,7 @@ class Packages(Failure):
 class Places(Failure):
     def testAResultThatExistsIsRefusedBeforeTheJob(self):
         self.write("out/my.ipa", "old")
-        self.refused(r"The file exists already, and only --force replaces it: out/my\.ipa "
+        self.refused(r"The file exists already; --force replaces it, or choose another name: out/my\.ipa "
                      r"\(FileError\.fileWriteFileExists\)", "--output", "out/my.ipa")
 
     def testThePackageItselfIsNotReplaced(self):
@@ -196,7 +200,7 @@ class Places(Failure):
 
     def testAResultThatExistsIsRefusedAfterTheJobIfItsNameWasUnknown(self):
         self.write("out/Notes2.ipa", "old")
-        message = self.fails(r"The file exists already, and only --force replaces it: "
+        message = self.fails(r"The file exists already; --force replaces it, or choose another name: "
                              r".*/out/Notes2\.ipa \(FileError\.fileWriteFileExists\)",
                              successLog("2"))
         self.assertIn("exists already", message)

@@ -121,7 +121,8 @@ class Warnings(WarningCase):
             self.assertEqual(result.code, 1)
             self.assertEqual(result.err, lines(
                 "vellomir-cli: warning: app.ipa: " + EMPTY_NUMBER,
-                "vellomir-cli: cannot duplicate app.ipa: Info.plist not found in the unzipped folder"))
+                "vellomir-cli: cannot duplicate app.ipa: Info.plist not found in the unzipped folder; "
+                "vellomir-cli archive list shows what is in it"))
             self.assertEqual(json.loads(result.out)["warnings"], [EMPTY_NUMBER])
 
 

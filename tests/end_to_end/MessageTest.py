@@ -116,7 +116,8 @@ class NoFolders(Case):
             with self.subTest(name), self.unchanged():
                 self.assertRegex(self.fail_("archive", "extract", "a.zip", name),
                                  r"\Acannot extract a\.zip: The destination is no folder: .*"
-                                 rf"{name} \(FileError\.fileWriteFileExists\)\Z")
+                                 rf"{name} \(FileError\.fileWriteFileExists\); nothing is "
+                                 r"overwritten, so choose a new folder\Z")
 
     def testAFileOnTheWayToTheDestination(self):
         with self.unchanged():

@@ -34,7 +34,8 @@ class Remove(Case):
     def testWhatIsNotThereIsNamedAndNothingGoes(self):
         before = (self.folder / "a.zip").read_bytes()
         self.assertEqual(self.fail_(*self.run_("remove", "a.zip", "one", "d")),
-                         "cannot remove from a.zip: there is no entry d")
+                         "cannot remove from a.zip: there is no entry d; vellomir-cli archive list "
+                         "shows all paths")
         self.assertEqual((self.folder / "a.zip").read_bytes(), before)
         self.assertEqual(os.listdir(self.folder), ["a.zip"])
 

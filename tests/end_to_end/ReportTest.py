@@ -60,7 +60,7 @@ class Report(DeepCase):
         self.make()
         self.write("report.json", "old")
         with self.unchanged():
-            self.assertIn("only --force replaces it", self.fail_(
+            self.assertIn("--force replaces it, or choose another name", self.fail_(
                 "duplicate", "app.ipa", "--number", "2", "--report", "report.json"))
         self.assertEqual(self.duplicate("--report", "report.json").code, 0)
         self.assertEqual(self.report()["package"], "app.ipa")

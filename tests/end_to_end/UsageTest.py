@@ -20,7 +20,7 @@ class Usage(Case):
 
     def testHelpNamesTheOptions(self):
         duplicate = self.succeed("duplicate", "--help")
-        for option in ["PACKAGE", "--number TEXT", "--icon PICTURE", "--zoom", "--output PATH",
+        for option in ["PACKAGE", "--number TEXT", "--numbers FIRST..LAST", "{name}", "--icon PICTURE", "--zoom", "--output PATH",
                        "--force", "--encoding utf-8|cp437", "--allow-incomplete", "--strict",
                        "--json", "--quiet", "--progress auto|always|never", "--nested",
                        "--localized", "--icons", "--deep", "--name TEXT", "--identifier TEXT",
@@ -39,7 +39,11 @@ class Usage(Case):
                               ["duplicate", "a.zip"], ["duplicate", "--number", "1"],
                               ["duplicate", "a.zip", "--number", "1", "--zoom"],
                               ["duplicate", "a.zip", "--number", "1", "--encoding", "latin1"],
-                              ["duplicate", "", "--number", "1"]]:
+                              ["duplicate", "", "--number", "1"],
+                              ["duplicate", "a.zip", "--numbers", "5..2"],
+                              ["duplicate", "a.zip", "a.zip", "--number", "1"],
+                              ["duplicate", "a.zip", "--number", "1", "--output", "{bogus}"],
+                              ["duplicate", "a.zip", "b.zip", "--number", "1", "--output", "new.ipa"]]:
                 line = self.fail_(*arguments, code=2)
                 self.assertRegex(line, r"\Awrong command line: .+ \(vellomir-cli.* --help tells more\)\Z")
 

@@ -18,7 +18,8 @@ enum class ExclusiveRenaming { done, failed, unsupported };
 ExclusiveRenaming renameUnlessTaken(const ItemName &from, const ItemName &to) {
     if (::renameat2(from.folder(), from.name(), to.folder(), to.name(), RENAME_NOREPLACE) == 0)
         return ExclusiveRenaming::done;
-    return errno == EINVAL || errno == ENOSYS ? ExclusiveRenaming::unsupported : ExclusiveRenaming::failed;
+    return errno == EINVAL || errno == ENOSYS ? ExclusiveRenaming::unsupported
+                                              : ExclusiveRenaming::failed;
 }
 
 } // namespace

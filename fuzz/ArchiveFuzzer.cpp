@@ -40,11 +40,11 @@ struct ReadItem {
 ReadItem read(const Archive &archive, const Entry &entry, std::size_t &left) {
     const FileAttributes attributes = entry.fileAttributes();
     ReadItem item{archive.path(entry),
-              entry.type(),
-              {},
-              attributes.posixPermissions,
-              attributes.modificationDate.fileModificationDateTime(),
-              0};
+                  entry.type(),
+                  {},
+                  attributes.posixPermissions,
+                  attributes.modificationDate.fileModificationDateTime(),
+                  0};
     item.checksum = archive.extract(entry, [&](std::span<const std::byte> chunk) {
         if (chunk.size() > left)
             throw OverContentBudget();

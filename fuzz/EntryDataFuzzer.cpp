@@ -34,7 +34,7 @@ struct EntryOutcome {
 };
 
 EntryOutcome extract(const Archive &archive, const Entry &entry,
-                const Archive::ExtractOptions &options) {
+                     const Archive::ExtractOptions &options) {
     EntryOutcome outcome;
     try {
         outcome.checksum = archive.extract(
@@ -86,7 +86,8 @@ void requireInflated(const EntryOutcome &outcome, Bytes stream) {
                           outcome.error == CompressionError::corruptedData;
     require(isEither, "damaged, cut and too long data is refused");
     if (plain.isDamaged)
-        require(outcome.error == CompressionError::corruptedData || plain.output.size() == entryLimit,
+        require(outcome.error == CompressionError::corruptedData ||
+                    plain.output.size() == entryLimit,
                 "damage has the right error");
 }
 

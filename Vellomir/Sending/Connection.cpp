@@ -140,7 +140,8 @@ void Connection::sendAnswer(Time now) {
 
 /// The next piece of the file replaces what was sent. False, and closed, if the file was changed.
 bool Connection::loadMore() {
-    output_.resize(static_cast<std::size_t>(std::min<std::uint64_t>(unread_.length, bytesReadAtOnce)));
+    output_.resize(
+        static_cast<std::size_t>(std::min<std::uint64_t>(unread_.length, bytesReadAtOnce)));
     outputSent_ = 0;
     const std::span<char> piece(output_);
     if (!served_.file.isUnchanged() ||

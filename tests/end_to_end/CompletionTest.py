@@ -83,7 +83,8 @@ class Completions(Case):
         def asked(*words):
             return self.shell("zsh", "-f", "-c", script, "-", str(PAGES / "vellomir-cli.zsh"), *words)
 
-        self.assertIn("duplicate:make a second copy of an application package", asked("du"))
+        self.assertIn("duplicate:make second copies of application packages: one for every package and "
+                      "number", asked("du"))
         self.assertIn("cat:print an entry's data", asked("archive", ""))
         found = asked("archive", "create", "--method", "")
         self.assertEqual("create", found[0])

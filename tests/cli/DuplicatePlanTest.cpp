@@ -19,7 +19,8 @@ Options options(Arguments arguments) {
 /// "package:number" of each copy.
 std::vector<std::string> copies(const Arguments &arguments) {
     std::vector<std::string> texts;
-    for (const auto &copy : std::get<DuplicateBatchOptions>(options(arguments)).copies)
+    const Options parsed = options(arguments);
+    for (const auto &copy : std::get<DuplicateBatchOptions>(parsed).copies)
         texts.push_back(copy.package + ":" + copy.number);
     return texts;
 }

@@ -6,6 +6,7 @@ if(VELLOMIR_SANITIZE)
     add_compile_options(-fsanitize=${VELLOMIR_SANITIZE} -fno-sanitize-recover=all
         -fno-omit-frame-pointer)
     add_link_options(-fsanitize=${VELLOMIR_SANITIZE})
+    add_compile_definitions(VELLOMIR_SANITIZED) # For what sanitizers make impossible.
 endif()
 
 if(VELLOMIR_COVERAGE)

@@ -9,14 +9,8 @@
 namespace vellomir {
 
 /// Whether the limit of memory is set. Sanitizers reserve terabytes of address space.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#ifdef VELLOMIR_SANITIZED
 inline constexpr bool limitsMemory = false;
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-inline constexpr bool limitsMemory = false;
-#else
-inline constexpr bool limitsMemory = true;
-#endif
 #else
 inline constexpr bool limitsMemory = true;
 #endif

@@ -148,10 +148,10 @@ TEST(BackgroundQueue, DestructorWaitsForRunningTasksAndDropsOthers) {
     const auto token = std::make_shared<int>();
     std::atomic<int> ended = 0;
     std::atomic<bool> wasDropped = true;
+    EventLoop loop;
+    std::atomic<int> started = 0;
     {
         BackgroundQueue queue(2);
-        EventLoop loop;
-        std::atomic<int> started = 0;
         // Both threads are kept busy until the third task is gone.
         for (int index = 0; index < 2; ++index)
             queue.submit([&] {

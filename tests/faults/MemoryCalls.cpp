@@ -9,14 +9,6 @@
 using vellomir::test::Call;
 using vellomir::test::fails;
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#define VELLOMIR_SANITIZED
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-#define VELLOMIR_SANITIZED
-#endif
-#endif
-
 #ifdef VELLOMIR_SANITIZED
 
 void *operator new(std::size_t size, const std::nothrow_t & /*tag*/) noexcept {

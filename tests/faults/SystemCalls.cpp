@@ -67,7 +67,8 @@ int openat(int folder, const char *path, int flags, ...) {
     return fails(Call::open) ? -1 : REAL(openat)(folder, path, flags, mode);
 }
 
-long syscall(long number, ...) noexcept {
+// Reads six arguments, however many there are, as the C library does.
+[[gnu::no_sanitize_address]] long syscall(long number, ...) noexcept {
     std::va_list rest;
     va_start(rest, number);
     std::array<long, 6> arguments{};

@@ -41,6 +41,7 @@ void requireName(const std::string &name) {
 
 OutputTemplate::OutputTemplate(const std::string &text) {
     const std::string hint = "; a brace itself is written {{";
+    const std::string known = "{name}, {number}, {identifier}, {package}" + hint;
     parts_.emplace_back();
     for (std::size_t index = 0; index < text.size(); ++index) {
         if (text[index] != '{') {
@@ -50,12 +51,10 @@ OutputTemplate::OutputTemplate(const std::string &text) {
         } else {
             const std::size_t end = text.find('}', index);
             if (end == std::string::npos)
-                throw std::invalid_argument("a \"{\" has no \"}\"" + hint);
+                throw std::invalid_argument(R"(a "{" has no "}")" + hint);
             const std::string name = text.substr(index + 1, end - index - 1);
             if (!placeholders.contains(name))
-                throw std::invalid_argument(
-                    "\"{" + name + "}\" is none of {name}, {number}, {identifier}, {package}" +
-                    hint);
+                throw std::invalid_argument("\"{" + name + "}\" is none of " + known);
             parts_.push_back({.text = name, .isPlaceholder = true});
             parts_.emplace_back();
             index = end;

@@ -41,7 +41,7 @@ void requireName(const std::string &name) {
 
 OutputTemplate::OutputTemplate(const std::string &text) {
     const std::string hint = "; a brace itself is written {{";
-    const std::string known = "{name}, {number}, {identifier}, {package}" + hint;
+    const std::string known = "}\" is none of {name}, {number}, {identifier}, {package}" + hint;
     parts_.emplace_back();
     for (std::size_t index = 0; index < text.size(); ++index) {
         if (text[index] != '{') {
@@ -54,7 +54,7 @@ OutputTemplate::OutputTemplate(const std::string &text) {
                 throw std::invalid_argument(R"(a "{" has no "}")" + hint);
             const std::string name = text.substr(index + 1, end - index - 1);
             if (!placeholders.contains(name))
-                throw std::invalid_argument("\"{" + name + "}\" is none of " + known);
+                throw std::invalid_argument(std::string("\"{").append(name).append(known));
             parts_.push_back({.text = name, .isPlaceholder = true});
             parts_.emplace_back();
             index = end;

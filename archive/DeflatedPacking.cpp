@@ -9,8 +9,14 @@ namespace {
 /// Ends a thread that waits, after a failure on another one.
 struct Stopped {};
 
-/// More than headers and the deflated form of data that cannot be compressed need.
-constexpr std::size_t roomForHeaders = 1 << 15;
+/// More than the deflated form of data that cannot be compressed needs.
+constexpr std::size_t roomForBlocks = 1 << 15;
+
+/// Bytes of an item's header, its record for the directory, and its path beside them, at most.
+std::uint64_t recordsOf(std::size_t pathLength) {
+    constexpr std::size_t fixedSize = 256;
+    return fixedSize + 3 * std::uint64_t{pathLength};
+}
 
 } // namespace
 
@@ -35,7 +41,7 @@ void DeflatedPacking::pack(const OrderedItem &batch, Worker &worker) {
 /// Waits until the batch may be compressed to memory, which is counted then, or is the first one
 /// that is not written; false in that case.
 bool DeflatedPacking::mayHold(std::size_t batch) {
-    const std::uint64_t size = plainSize(batch);
+    const std::uint64_t size = heldSize(batch);
     const auto isFirst = [&] { return batch == written_.count && !isWriting_; };
     const auto hasRoom = [&] { return size <= heldLimit && held_ <= heldLimit - size; };
     std::unique_lock lock(lock_);
@@ -69,7 +75,7 @@ void DeflatedPacking::packToMemory(const OrderedItem &batch, Worker &worker) {
 DeflatedPacking::HeldBatch DeflatedPacking::compress(const OrderedItem &batch,
                                                      SourceFolder &source) const {
     Data room;
-    room.reserve(static_cast<std::size_t>(plainSize(batch.number())) + roomForHeaders);
+    room.reserve(static_cast<std::size_t>(heldSize(batch.number())) + roomForBlocks);
     HeldBatch held{.bytes = MemoryFile::make(std::move(room)), .entries = {}};
     const Archive::FilePointer stream(held.bytes->open("r+"));
     if (!stream)
@@ -92,7 +98,7 @@ void DeflatedPacking::writeComplete(std::unique_lock<std::mutex> &lock, StreamWr
         writer.write(batch.bytes->data());
         writer.flush();
         lock.lock();
-        held_ -= plainSize(written_.count);
+        held_ -= heldSize(written_.count);
         countWritten(batch.entries, start, writer.position());
     }
     isWriting_ = false;
@@ -116,10 +122,11 @@ PackingWorkers::PackedBatches DeflatedPacking::packed(std::size_t /*failed*/) {
     return std::move(written_);
 }
 
-std::uint64_t DeflatedPacking::plainSize(std::size_t batch) const {
+std::uint64_t DeflatedPacking::heldSize(std::size_t batch) const {
     std::uint64_t size = 0;
     for (const PlannedItem &item : itemsOf(batch))
-        size += static_cast<std::uint64_t>(item.size);
+        size += recordsOf(task().prefix.size() + item.path.size()) +
+                static_cast<std::uint64_t>(item.size);
     return size;
 }
 

@@ -14,7 +14,8 @@ namespace vellomir::archive {
 /// archive, and so a file of any size can be packed.
 class DeflatedPacking : public PackingWorkers {
 public:
-    /// Bytes of files, before compression, that are held in memory or are being compressed to it.
+    /// Bytes of files, before compression, and of their records that are held in memory or are
+    /// being made there.
     static constexpr std::uint64_t heldLimit = 24 << 20;
 
     DeflatedPacking(EntryAppender &appender, const PackingTask &task,
@@ -37,7 +38,7 @@ private:
     void writeComplete(std::unique_lock<std::mutex> &lock, StreamWriter &writer);
     void countWritten(std::span<const PackedEntry> entries, std::uint64_t start, std::uint64_t end);
     void stop();
-    [[nodiscard]] std::uint64_t plainSize(std::size_t batch) const;
+    [[nodiscard]] std::uint64_t heldSize(std::size_t batch) const;
 
     std::mutex lock_; ///< of all below
     std::condition_variable changed_;

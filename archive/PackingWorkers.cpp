@@ -15,8 +15,10 @@ namespace {
 /// Ends the work on items that one thread will pack.
 struct LeftToOneThread {};
 
-/// Large pieces of stored files: threads that write to one file wait for each other.
+/// Threads that write to one file wait for each other, so pieces of stored files are large, and
+/// more threads than these only wait longer.
 constexpr std::int64_t storedChunkSize = 1 << 17;
+constexpr unsigned storedThreads = 4;
 
 } // namespace
 
@@ -82,7 +84,10 @@ std::size_t PackingWorkers::run() {
 
 /// A worker that cannot be made is no error: there are fewer then.
 void PackingWorkers::makeWorkers() {
-    const auto count = std::min<std::size_t>(threadCount(task_.options.jobs), batches_.count());
+    unsigned threads = threadCount(task_.options.jobs);
+    if (task_.options.compressionMethod == CompressionMethod::none)
+        threads = std::min(threads, storedThreads);
+    const auto count = std::min<std::size_t>(threads, batches_.count());
     try {
         while (count > 1 && workers_.size() < count) {
             auto file = appender_.openForAnotherThread();

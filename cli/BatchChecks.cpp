@@ -3,7 +3,6 @@
 #include "cli/CommandLine.h"
 #include "cli/DuplicateBatch.h"
 
-#include <algorithm>
 #include <map>
 
 namespace vellomir::cli {
@@ -19,13 +18,6 @@ std::optional<std::string> knownResult(const DuplicateOptions &options) {
         return std::nullopt;
     }
     return std::nullopt;
-}
-
-/// Their names end in different numbers.
-bool areOfOnePackage(const std::vector<DuplicateOptions> &copies) {
-    return std::all_of(copies.begin(), copies.end(), [&](const DuplicateOptions &copy) {
-        return copy.package == copies.front().package;
-    });
 }
 
 [[noreturn]] void refuse(const std::string &option, const std::string &path,
@@ -56,7 +48,7 @@ bool requireDifferentResults(const std::vector<DuplicateOptions> &copies) {
     for (const DuplicateOptions &copy : copies)
         if (copy.report)
             claim("--report", OutputTemplate(*copy.report).path(knownValues(copy)).value(), copy);
-    return areKnown || areOfOnePackage(copies);
+    return areKnown;
 }
 
 } // namespace vellomir::cli

@@ -2,6 +2,10 @@
 
 #include "Vellomir/Job/PackageParts.h"
 
+#ifdef __GLIBC__
+#include <malloc.h>
+#endif
+
 namespace vellomir::cli {
 namespace {
 
@@ -11,6 +15,13 @@ constexpr std::uint64_t bytesOfItem = 160;
 constexpr std::uint64_t bytesOfValue = 32;
 /// More is the same: the job runs alone.
 constexpr std::uint64_t most = std::uint64_t{1} << 40U;
+
+/// The C library keeps what a thread has freed for that thread; the next large job has another one.
+void releaseFreedMemory() {
+#ifdef __GLIBC__
+    ::malloc_trim(0);
+#endif
+}
 
 } // namespace
 
@@ -52,6 +63,8 @@ void MemoryGate::end(std::size_t turn) {
 void MemoryGate::leave() {
     const std::lock_guard guard(lock_);
     --running_;
+    if (isAlone_)
+        releaseFreedMemory();
     isAlone_ = false;
     changed_.notify_all();
 }

@@ -8,6 +8,7 @@
 #include "tests/support/Archives.h"
 #include "tests/support/Errors.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <gmock/gmock.h>
@@ -328,10 +329,9 @@ TEST_F(EngineFaults, UnzipWithWorkers) {
          .checkFailed =
              [&] {
                  const auto found = test::contents(folder_ / "out");
-                 std::size_t files = 0;
-                 for (const auto &[path, text] : found)
-                     files += text.ends_with(" 1") ? 1U : 0U;
-                 for (std::size_t index = 0; index < files; ++index)
+                 const auto isFile = [](const auto &item) { return item.second.ends_with(" 1"); };
+                 const auto files = std::ranges::count_if(found, isFile);
+                 for (std::size_t index = 0; std::cmp_less(index, files); ++index)
                      EXPECT_TRUE(found.contains(entries[1 + index].name)) << "one in front";
              },
          .maySayLess = {test::Call::status}});
@@ -340,8 +340,7 @@ TEST_F(EngineFaults, UnzipWithWorkers) {
 TEST_F(EngineFaults, ZipWithWorkers) {
     for (const auto method : {CompressionMethod::none, CompressionMethod::deflate}) {
         const auto zip = [&](const char *name, unsigned jobs) {
-            FileManager().zipItem(folder_.url("in"), folder_.url(name),
-                                  {false, method, nullptr, jobs});
+            FileManager().zipItem(folder_.url("in"), folder_.url(name), {false, method, {}, jobs});
         };
         const auto prepare = [&] {
             reset();

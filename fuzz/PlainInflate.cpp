@@ -22,8 +22,9 @@ PlainInflate inflatePlainly(std::span<const std::byte> stream, std::size_t limit
     ::inflateEnd(&state);
     result.isComplete = status == Z_STREAM_END;
     result.isDamaged = status == Z_DATA_ERROR;
-    result.hasIncompleteCode =
-        reason == "invalid literal/lengths set" || reason == "invalid distances set";
+    result.hasIncompleteCode = reason == "invalid code lengths set" ||
+                               reason == "invalid literal/lengths set" ||
+                               reason == "invalid distances set";
     result.consumed = stream.size() - state.avail_in;
     result.output.resize(limit - state.avail_out);
     return result;

@@ -10,7 +10,7 @@ import sys
 # Functions that only compute, or whose failure is none of a file.
 HARMLESS = re.compile(
     r"_.*|XML_.*|isal_.*|(in|de)flate.*|crc32|mem\w+|str\w+|is\w+|to(low|upp)er|pthread_\w+|snprintf|vsnprintf"
-    r"|sin|cos|sincos|sqrt|exp|expm1|log|atan2|atanh|floor|fprintf|std(in|out|err)|free|getenv|gete?uid"
+    r"|sin|cos|sincos|sqrt|exp|expm1|log|atan2|atanh|floor|fprintf|std(in|out|err)|free|malloc_trim|getenv|gete?uid"
     r"|gettid|rewinddir|gmtime_r|timegm|localeconv|newlocale|iconv|iconv_close|abort|alarm|sigaction|nanosleep"
     r"|poll|time|sched_yield|sched_setscheduler|setpriority|dup2|dl(open|sym|error)|openat2"
 )

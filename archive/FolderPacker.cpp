@@ -12,8 +12,8 @@
 namespace vellomir::archive {
 namespace {
 
-/// Tells the archive itself, which may be made in the folder that it packs, and the working folder
-/// that it may be in.
+/// Recognises the archive itself, which may be made in the folder that it packs, and the working
+/// folder that it may be in.
 class OwnItems {
 public:
     explicit OwnItems(const URL &archive)

@@ -30,7 +30,7 @@ Written writeUncompressed(StreamWriter &writer, std::int64_t size, const Provide
         checksum = Data::crc32(chunk, checksum);
         writer.write(chunk);
         written += static_cast<std::int64_t>(chunk.size());
-        // By what was asked for, not by what came: a short chunk is the last one.
+        // By the size that was asked for, not by that of the chunk: a short chunk is the last one.
         position += readSize;
         if (options.progress)
             options.progress->setCompletedUnitCount(written);

@@ -37,7 +37,8 @@ struct PackingTask {
 
 /// Packs the items of a folder on several threads, each with positions of its own in the folder and
 /// in the archive. An item that fails, or is not as it was listed, ends that: it and all behind it
-/// are left to one thread. So the archive and the error are always those of one thread.
+/// are left to one thread. So the archive is always that of one thread, and the error too, but for
+/// the name of the item where the disk is full.
 ///
 /// There is an implementation for stored files and one for deflated files.
 class PackingWorkers {
